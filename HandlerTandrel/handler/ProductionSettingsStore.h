@@ -1,0 +1,27 @@
+#pragma once
+// The saved panel state of every production the user has had open, by normalised folder.
+#include "host/CoreTypes.h"
+#include "panel/TabViewStateData.h"
+
+#include <map>
+#include <optional>
+
+namespace HandlerTandrel {
+
+class ProductionSettingsStore {
+public:
+    using StateMap = std::map<host::WideString, TabViewStateData>;
+
+    // Empties the store, then reads the settings file into it. A missing or unreadable file
+    // leaves the store empty.
+    void LoadProductionSettings();
+    std::optional<TabViewStateData> FindProductionState(const host::WideString& productionPath) const;
+    void StoreProductionState(const host::WideString& productionPath, const TabViewStateData& state);
+
+    const StateMap& GetStates() const { return mStates; }
+
+private:
+    StateMap mStates;
+};
+
+} // namespace HandlerTandrel

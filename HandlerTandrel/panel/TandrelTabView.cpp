@@ -1,0 +1,73 @@
+#include "panel/TandrelTabView.h"
+
+#include "TandrelIDs.h"
+#include "columns/DisplayName.h"
+#include "handler/TandrelHandler.h"
+#include "host/ExceptionLog.h"
+#include "host/Localizer.h"
+#include "host/PanelFramework.h"
+
+namespace HandlerTandrel {
+
+namespace {
+constexpr std::string_view kTabTitlePrefixKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/TabTitlePrefix=Production: ";
+constexpr std::string_view kTabTitleNoProductionKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/TabTitleWhenNoProductionIsOpen=Production";
+} // namespace
+
+TandrelTabView::TandrelTabView() = default;
+
+TandrelTabView::~TandrelTabView() {
+    Unsubscribe();
+}
+
+void TandrelTabView::PostSharedPtrInit() {
+    const auto self = std::static_pointer_cast<TandrelTabView>(shared_from_this());
+    host::MessageStation::Get(host::kPanelFrameworkStation)
+        ->Subscribe(std::weak_ptr<host::Listener>(self));
+}
+
+void TandrelTabView::FinishCreateSelf() {
+    try {
+        UpdateTabTitle();
+    } catch (const std::exception& error) {
+        host::LogException("HandlerTandrel::TandrelTabView::FinishCreateSelf", error);
+    }
+}
+
+void TandrelTabView::RemoveUI() {
+    Unsubscribe();
+}
+
+host::ByteString TandrelTabView::GetPanelMenuID() const {
+    return host::ByteString(kWingMenuID);
+}
+
+void TandrelTabView::ReceiveMessage(const host::Message& message) {
+    try {
+        if (message.GetTypeID() == host::MvProductionFolderOpenedMessage::kTypeID ||
+            message.GetTypeID() == host::MvProductionFolderClosedMessage::kTypeID) {
+            UpdateTabTitle();
+        }
+    } catch (const std::exception& error) {
+        host::LogException("HandlerTandrel::TandrelTabView::ReceiveMessage", error);
+    }
+}
+
+void TandrelTabView::UpdateTabTitle() {
+    SetTitle(TabTitleFor(GetTandrelManagerFolderPath()));
+}
+
+host::ByteString TabTitleFor(const host::WideString& productionPath) {
+    if (productionPath.empty()) {
+        return host::Localize(kTabTitleNoProductionKey);
+    }
+    return host::Localize(kTabTitlePrefixKey) + host::ToUTF8(DisplayNameOf(productionPath));
+}
+
+void TandrelTabView::Unsubscribe() {
+    host::MessageStation::Get(host::kPanelFrameworkStation)->Unsubscribe(this);
+}
+
+} // namespace HandlerTandrel

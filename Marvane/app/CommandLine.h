@@ -1,0 +1,29 @@
+#pragma once
+// marvane [--production FOLDER] [--user NAME] [--profile DIR] [--plugins DIR]
+//         [--list-commands] [--screenshot FILE.png] [--help]
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct CommandLineOptions {
+    std::optional<std::filesystem::path> production;
+    std::optional<std::string> user;
+    std::optional<std::filesystem::path> profile;
+    std::optional<std::filesystem::path> plugins;
+    std::optional<std::filesystem::path> screenshot;
+    bool listCommands = false;
+    bool help = false;
+};
+
+struct CommandLineResult {
+    CommandLineOptions options;
+    std::string error; // empty when the arguments were understood
+};
+
+CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments);
+std::string UsageText();
+
+} // namespace host

@@ -1,0 +1,63 @@
+#include "Marvane/app/HostCommands.h"
+
+#include "Marvane/application/ProductionSession.h"
+#include "host/Localizer.h"
+
+namespace host {
+
+void DeclareHostCommands(ShortcutManager& shortcutManager) {
+    CommandContext* context =
+        shortcutManager.AddContext("global", Localize("$$$/Marvane/Host/GlobalContext=Global"));
+    const auto declare = [&](const char* name, CommandID id, const char* label) {
+        context->DeclareCommand(name, id, kCommandKindLabeled, label, {}, false);
+    };
+    declare("cmd.file.openproduction", kCmdOpenProduction,
+            "$$$/Marvane/Host/Commands/OpenProduction=Open Production…");
+    declare("cmd.file.closeproduction", kCmdCloseProduction,
+            "$$$/Marvane/Host/Commands/CloseProduction=Close Production");
+    declare("cmd.file.quit", kCmdQuit, "$$$/Marvane/Host/Commands/Quit=Quit");
+    declare("cmd.edit.cut", kCmdCut, "$$$/Marvane/Host/Commands/Cut=Cut");
+    declare("cmd.edit.copy", kCmdCopy, "$$$/Marvane/Host/Commands/Copy=Copy");
+    declare("cmd.edit.paste", kCmdPaste, "$$$/Marvane/Host/Commands/Paste=Paste");
+    declare("cmd.edit.selectall", kCmdSelectAll, "$$$/Marvane/Host/Commands/SelectAll=Select All");
+    declare("cmd.help.about", kCmdAbout, "$$$/Marvane/Host/Commands/About=About Marvane");
+}
+
+bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus& status) {
+    switch (command.id) {
+    case kCmdOpenProduction:
+    case kCmdQuit:
+    case kCmdAbout:
+        status.enabled = true;
+        return true;
+    case kCmdCloseProduction:
+        status.enabled = ProductionSession::Instance().IsOpen();
+        return true;
+    default:
+        // Edit commands belong to the focused panel; nobody else can do them.
+        return false;
+    }
+}
+
+bool HostCommandHandler::ObeyCommand(const Command& command) {
+    const auto run = [](const std::function<void()>& action) {
+        if (action) {
+            action();
+        }
+        return true;
+    };
+    switch (command.id) {
+    case kCmdOpenProduction:
+        return run(mActions.openProduction);
+    case kCmdCloseProduction:
+        return run(mActions.closeProduction);
+    case kCmdQuit:
+        return run(mActions.quit);
+    case kCmdAbout:
+        return run(mActions.about);
+    default:
+        return false;
+    }
+}
+
+} // namespace host

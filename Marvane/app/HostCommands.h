@@ -1,0 +1,40 @@
+#pragma once
+// The host's own commands (context "global") and the handler at the end of every command
+// chain that carries them out.
+#include "host/UIFramework.h"
+
+#include <functional>
+
+namespace host {
+
+enum HostCommandID : CommandID {
+    kCmdOpenProduction = 1001,
+    kCmdCloseProduction = 1002,
+    kCmdQuit = 1003,
+    kCmdCut = 1101,
+    kCmdCopy = 1102,
+    kCmdPaste = 1103,
+    kCmdSelectAll = 1104,
+    kCmdAbout = 1301,
+};
+
+void DeclareHostCommands(ShortcutManager& shortcutManager);
+
+class HostCommandHandler : public CommandHandler {
+public:
+    struct Actions {
+        std::function<void()> openProduction;
+        std::function<void()> closeProduction;
+        std::function<void()> quit;
+        std::function<void()> about;
+    };
+    explicit HostCommandHandler(Actions actions) : mActions(std::move(actions)) {}
+
+    bool FindCommandStatus(const Command& command, CommandStatus& status) override;
+    bool ObeyCommand(const Command& command) override;
+
+private:
+    Actions mActions;
+};
+
+} // namespace host

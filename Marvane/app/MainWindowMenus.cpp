@@ -1,0 +1,61 @@
+// The main window's menu bar: File, Edit, Window and Help.
+#include "Marvane/app/HostCommands.h"
+#include "Marvane/app/MainWindow.h"
+#include "Marvane/uiframework/DockWorkspace.h"
+#include "Marvane/uiframework/MenuResources.h"
+#include "Marvane/uiframework/WindowRegistry.h"
+#include "host/Localizer.h"
+
+#include <QKeySequence>
+#include <QMenuBar>
+
+namespace host {
+
+namespace {
+QString Text(std::string_view key) {
+    return QString::fromStdString(Localize(key));
+}
+} // namespace
+
+void MainWindow::BuildMenus() {
+    const auto add = [this](QMenu* menu, const char* command, QKeySequence shortcut) {
+        if (QAction* action = AddCommandAction(menu, command, {})) {
+            action->setShortcut(shortcut);
+            mCommandActions.push_back(action);
+        }
+    };
+    QMenu* file = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/File=&File"));
+    add(file, "cmd.file.openproduction", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
+    add(file, "cmd.file.closeproduction", QKeySequence());
+    file->addSeparator();
+    add(file, "cmd.file.quit", QKeySequence::Quit);
+
+    QMenu* edit = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/Edit=&Edit"));
+    add(edit, "cmd.edit.cut", QKeySequence::Cut);
+    add(edit, "cmd.edit.copy", QKeySequence::Copy);
+    add(edit, "cmd.edit.paste", QKeySequence::Paste);
+    edit->addSeparator();
+    add(edit, "cmd.edit.selectall", QKeySequence::SelectAll);
+
+    QMenu* window = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/Window=&Window"));
+    connect(window, &QMenu::aboutToShow, this, [this, window] { BuildWindowMenu(window); });
+    BuildWindowMenu(window);
+
+    QMenu* help = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/Help=&Help"));
+    add(help, "cmd.help.about", QKeySequence());
+}
+
+void MainWindow::BuildWindowMenu(QMenu* menu) {
+    menu->clear();
+    for (const RegisteredWindow& registered : GetRegisteredWindows()) {
+        QAction* action = menu->addAction(QString::fromStdString(registered.title));
+        const HandlerID handlerID = registered.handlerID;
+        connect(action, &QAction::triggered, this,
+                [this, handlerID] { mWorkspace->OpenTab(handlerID); });
+    }
+    if (menu->isEmpty()) {
+        menu->addAction(Text("$$$/Marvane/Host/Menus/NoPanels=No Panels"))->setEnabled(false);
+    }
+}
+
+} // namespace host

@@ -1,0 +1,45 @@
+// marvane: the standalone host of the Production panel.
+#include "Marvane/app/CommandLine.h"
+#include "Marvane/app/HostApplication.h"
+
+#include <QApplication>
+#include <cstdlib>
+#include <iostream>
+
+namespace {
+bool HasDisplay() {
+    const char* platform = std::getenv("QT_QPA_PLATFORM");
+    if (platform != nullptr && platform[0] != '\0') {
+        return true; // the caller chose a platform (offscreen, xcb, wayland ...)
+    }
+    const char* x11 = std::getenv("DISPLAY");
+    const char* wayland = std::getenv("WAYLAND_DISPLAY");
+    return (x11 != nullptr && x11[0] != '\0') || (wayland != nullptr && wayland[0] != '\0');
+}
+} // namespace
+
+int main(int argc, char* argv[]) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const host::CommandLineResult parsed = host::ParseCommandLine(arguments);
+    if (!parsed.error.empty()) {
+        std::cerr << "marvane: " << parsed.error << "\n" << host::UsageText();
+        return 2;
+    }
+    if (parsed.options.help) {
+        std::cout << host::UsageText();
+        return 0;
+    }
+    if (!HasDisplay()) {
+        if (!parsed.options.screenshot && !parsed.options.listCommands) {
+            std::cerr << "marvane: no display found (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"
+                         "Run it on a desktop, or render the window to a picture with "
+                         "--screenshot FILE.png.\n";
+            return 2;
+        }
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    }
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Marvane"));
+    QApplication::setOrganizationName(QStringLiteral("Marvane"));
+    return host::RunHost(parsed.options, std::cout, std::cerr);
+}

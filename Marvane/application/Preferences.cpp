@@ -1,0 +1,110 @@
+#include "Marvane/application/Preferences.h"
+
+#include "host/DebugTrace.h"
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <pwd.h>
+#include <sstream>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+constexpr const char* kFileName = "preferences.json";
+
+std::string LoginName() {
+    if (const passwd* entry = getpwuid(getuid()); entry != nullptr && entry->pw_name != nullptr) {
+        return entry->pw_name;
+    }
+    const char* user = std::getenv("USER");
+    return user != nullptr ? user : "editor";
+}
+} // namespace
+
+LockingPreferences DefaultLockingPreferences() {
+    LockingPreferences locking;
+    if (const passwd* entry = getpwuid(getuid()); entry != nullptr && entry->pw_gecos != nullptr) {
+        std::string fullName(entry->pw_gecos);
+        fullName = fullName.substr(0, fullName.find(','));
+        locking.name = fullName;
+    }
+    if (locking.name.empty()) {
+        locking.name = LoginName();
+    }
+    char hostName[256] = {};
+    if (gethostname(hostName, sizeof(hostName) - 1) == 0) {
+        locking.second = hostName;
+    }
+    return locking;
+}
+
+Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
+    Preferences preferences;
+    preferences.locking = DefaultLockingPreferences();
+    std::ifstream in(profileDirectory / kFileName, std::ios::binary);
+    if (!in) {
+        return preferences;
+    }
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    const auto json = nlohmann::json::parse(buffer.str(), nullptr, false);
+    if (!json.is_object()) {
+        Trace("Host", 2, "Ignoring a broken preferences file in " + profileDirectory.string());
+        return preferences;
+    }
+    const auto text = [&](const nlohmann::json& object, const char* key, std::string fallback) {
+        const auto found = object.find(key);
+        return found != object.end() && found->is_string() ? found->get<std::string>() : fallback;
+    };
+    preferences.lastProduction = text(json, "lastProduction", "");
+    preferences.trace = text(json, "trace", "");
+    if (const auto folderFormat = json.find("folderProjectFormat");
+        folderFormat != json.end() && folderFormat->is_boolean()) {
+        preferences.folderProjectFormat = folderFormat->get<bool>();
+    }
+    if (const auto locking = json.find("locking"); locking != json.end() && locking->is_object()) {
+        preferences.locking.name = text(*locking, "name", preferences.locking.name);
+        preferences.locking.second = text(*locking, "second", preferences.locking.second);
+        if (const auto enabled = locking->find("enabled");
+            enabled != locking->end() && enabled->is_boolean()) {
+            preferences.locking.enabled = enabled->get<bool>();
+        }
+    }
+    return preferences;
+}
+
+bool SavePreferences(const std::filesystem::path& profileDirectory,
+                     const Preferences& preferences) {
+    std::error_code error;
+    std::filesystem::create_directories(profileDirectory, error);
+    nlohmann::json json = nlohmann::json::object();
+    if (const auto path = profileDirectory / kFileName; std::filesystem::exists(path, error)) {
+        std::ifstream in(path, std::ios::binary);
+        std::stringstream buffer;
+        buffer << in.rdbuf();
+        auto existing = nlohmann::json::parse(buffer.str(), nullptr, false);
+        if (existing.is_object()) {
+            json = std::move(existing);
+        }
+    }
+    json["lastProduction"] = preferences.lastProduction.string();
+    json["trace"] = preferences.trace;
+    json["folderProjectFormat"] = preferences.folderProjectFormat;
+    json["locking"] = {{"name", preferences.locking.name},
+                       {"second", preferences.locking.second},
+                       {"enabled", preferences.locking.enabled}};
+    const auto target = profileDirectory / kFileName;
+    const auto temporary = profileDirectory / (std::string(kFileName) + ".new");
+    {
+        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+        out << json.dump(2) << '\n';
+        if (!out.flush()) {
+            return false;
+        }
+    }
+    std::filesystem::rename(temporary, target, error);
+    return !error;
+}
+
+} // namespace host

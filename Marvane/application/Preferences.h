@@ -1,0 +1,30 @@
+#pragma once
+// The host's preferences, a JSON file "preferences.json" in the user profile directory.
+// Unknown keys are kept; a missing or broken file gives the defaults.
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+struct LockingPreferences {
+    std::string name;   // written into lock files as the holder
+    std::string second; // this machine, by default its host name
+    bool enabled = true;
+};
+
+struct Preferences {
+    std::filesystem::path lastProduction;
+    LockingPreferences locking;
+    std::string trace; // debug trace configuration, "Category=level,..."
+    bool folderProjectFormat = true;
+};
+
+// The defaults of this user and machine: the full name from the system (else the login
+// name), and the host name.
+LockingPreferences DefaultLockingPreferences();
+
+Preferences LoadPreferences(const std::filesystem::path& profileDirectory);
+// Writes the file beside the old one and renames it over, so a crash never leaves half a file.
+bool SavePreferences(const std::filesystem::path& profileDirectory, const Preferences& preferences);
+
+} // namespace host

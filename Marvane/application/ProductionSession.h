@@ -1,0 +1,26 @@
+#pragma once
+// The open production: at most one folder at a time. Opening and closing tell every panel
+// through the panel framework's station. Main thread only.
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+class ProductionSession {
+public:
+    static ProductionSession& Instance();
+
+    // Opens a folder as the production. Returns an empty string on success, else a message
+    // for the user; a path that does not exist or is not a folder is refused and nothing is
+    // created.
+    std::string Open(const std::filesystem::path& folder);
+    void Close();
+
+    bool IsOpen() const { return !mFolder.empty(); }
+    const std::filesystem::path& GetFolder() const { return mFolder; }
+
+private:
+    std::filesystem::path mFolder;
+};
+
+} // namespace host

@@ -1,0 +1,44 @@
+#include "Marvane/projectbackend/ProjectFormats.h"
+#include "host/ProjectBackEnd.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace host {
+
+namespace {
+
+bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
+    if (text.size() < suffix.size()) {
+        return false;
+    }
+    return std::equal(suffix.begin(), suffix.end(), text.end() - static_cast<long>(suffix.size()),
+                      [](char a, char b) {
+                          return std::tolower(static_cast<unsigned char>(a)) ==
+                                 std::tolower(static_cast<unsigned char>(b));
+                      });
+}
+
+bool& FolderFormatEnabled() {
+    static bool enabled = true;
+    return enabled;
+}
+
+} // namespace
+
+void SetFolderProjectFormatEnabled(bool enabled) {
+    FolderFormatEnabled() = enabled;
+}
+
+bool IsMarvaneProjectFile(const ByteString& utf8Path) {
+    std::string_view path(utf8Path);
+    while (path.size() > 1 && path.back() == '/') {
+        path.remove_suffix(1);
+    }
+    if (EndsWithNoCase(path, kProjectFileExtension)) {
+        return true;
+    }
+    return FolderFormatEnabled() && EndsWithNoCase(path, kProjectFolderExtension);
+}
+
+} // namespace host

@@ -1,0 +1,16 @@
+#pragma once
+// The host's project formats: a ".mvproj" file of UTF-8 JSON, and a ".mvprojd" folder that
+// holds "project.json" (switched on by a preference, on by default).
+#include <string_view>
+
+namespace host {
+
+inline constexpr std::string_view kProjectFileExtension = ".mvproj";
+inline constexpr std::string_view kProjectFolderExtension = ".mvprojd";
+inline constexpr std::string_view kProjectFolderContentName = "project.json";
+inline constexpr std::string_view kLockFileSuffix = ".lock";
+inline constexpr int kProjectFormatVersion = 1;
+
+void SetFolderProjectFormatEnabled(bool enabled);
+
+} // namespace host

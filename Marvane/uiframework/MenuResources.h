@@ -1,0 +1,26 @@
+#pragma once
+// Menus by id, from the host's menu resource (":/menus/menus.json"). Each item names a
+// declared command; its text is the command's label, or the item's own label for commands
+// that take their text from the menu. Enabled and checked states come from the command chain
+// each time the menu opens.
+#include "host/CoreTypes.h"
+
+#include <QMenu>
+#include <vector>
+
+namespace host {
+
+struct MenuItem {
+    bool separator = false;
+    ByteString command;
+    ByteString label; // localisation key with default
+};
+
+// The items of a menu resource; empty when the id is unknown.
+std::vector<MenuItem> FindMenuResource(const ByteString& menuID);
+// A menu made from the resource (owned by parent), or null when the id is unknown.
+QMenu* BuildMenu(const ByteString& menuID, QWidget* parent);
+// Adds an action for a declared command to a menu, wired to the command chain.
+QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const ByteString& labelKey);
+
+} // namespace host

@@ -1,0 +1,87 @@
+#include "Marvane/uiframework/DialogResponder.h"
+#include "Marvane/uiframework/Window.h"
+#include "host/UIFramework.h"
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <QPushButton>
+#include <algorithm>
+
+namespace host {
+
+namespace {
+
+std::shared_ptr<DialogResponder>& InstalledResponder() {
+    static std::shared_ptr<DialogResponder> responder;
+    return responder;
+}
+
+QMessageBox::Icon IconFor(int iconKind) {
+    switch (iconKind) {
+    case 1:
+    case 6:
+        return QMessageBox::Information;
+    case 2:
+        return QMessageBox::Warning;
+    case 3:
+        return QMessageBox::Critical;
+    case 4:
+        return QMessageBox::Question;
+    default:
+        return QMessageBox::NoIcon;
+    }
+}
+
+QWidget* MainWindowWidget() {
+    Workspace* workspace = Workspace::Instance().GetCurrentWorkspace();
+    if (workspace == nullptr || workspace->GetMainWindow() == nullptr) {
+        return nullptr;
+    }
+    return workspace->GetMainWindow()->GetWidget();
+}
+
+} // namespace
+
+std::shared_ptr<DialogResponder> SetDialogResponder(std::shared_ptr<DialogResponder> responder) {
+    std::swap(InstalledResponder(), responder);
+    return responder;
+}
+
+int ScriptedDialogResponder::AnswerMessageBox(const MessageBoxRequest& request) {
+    mRequests.push_back(request);
+    if (mNext < mAnswers.size()) {
+        return mAnswers[mNext++];
+    }
+    return -1;
+}
+
+int ShowMessageBox(const ByteString& title, const ByteString& text,
+                   const std::vector<ByteString>& buttons, int iconKind, int defaultButton) {
+    MessageBoxRequest request{title, text, buttons, iconKind, defaultButton};
+    if (request.buttons.empty()) {
+        request.buttons.push_back("OK");
+    }
+    if (const auto responder = InstalledResponder()) {
+        return responder->AnswerMessageBox(request);
+    }
+    QMessageBox box(IconFor(iconKind), QString::fromStdString(title),
+                    QString::fromStdString(text), QMessageBox::NoButton, MainWindowWidget());
+    box.setWindowModality(Qt::ApplicationModal);
+    std::vector<QAbstractButton*> added;
+    for (const ByteString& label : request.buttons) {
+        added.push_back(box.addButton(QString::fromStdString(label), QMessageBox::AcceptRole));
+    }
+    const std::size_t defaultIndex = static_cast<std::size_t>(std::max(0, defaultButton));
+    if (defaultIndex < added.size()) {
+        box.setDefaultButton(qobject_cast<QPushButton*>(added[defaultIndex]));
+    }
+    box.exec();
+    for (std::size_t i = 0; i < added.size(); ++i) {
+        if (box.clickedButton() == added[i]) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
+} // namespace host

@@ -1,0 +1,71 @@
+#include "Marvane/uiframework/TabViewImpl.h"
+#include "Marvane/uiframework/Window.h"
+
+namespace host {
+
+TabView::TabView() : mImpl(std::make_unique<TabViewImpl>()) {}
+
+TabView::~TabView() {
+    // A panel's widget belongs to its dock, and the dock to the main window; delete it here
+    // only when the tab view goes first.
+    if (mImpl->content) {
+        delete mImpl->content.data();
+    }
+}
+
+void TabView::Create(HandlerID handlerID, const ByteString& title, Window* parent, int) {
+    mImpl->handlerID = handlerID;
+    mImpl->title = title;
+    QWidget* parentWidget = parent != nullptr ? parent->GetWidget() : nullptr;
+    mImpl->content = new QWidget(parentWidget);
+    mImpl->content->setObjectName(QStringLiteral("TabViewContent"));
+    mImpl->content->setWindowTitle(QString::fromStdString(title));
+    mImpl->created = true;
+    FinishCreateSelf();
+}
+
+bool TabView::IsCreated() const {
+    return mImpl->created;
+}
+
+HandlerID TabView::GetHandlerID() const {
+    return mImpl->handlerID;
+}
+
+void TabView::SetTitle(const ByteString& title) {
+    mImpl->title = title;
+    const QString text = QString::fromStdString(title);
+    if (mImpl->content) {
+        mImpl->content->setWindowTitle(text);
+    }
+    if (mImpl->dock) {
+        mImpl->dock->setWindowTitle(text);
+    }
+}
+
+ByteString TabView::GetTitle() const {
+    return mImpl->title;
+}
+
+void TabView::Activate(bool raise, bool takeFocus) {
+    if (!mImpl->dock) {
+        return;
+    }
+    mImpl->dock->show();
+    if (raise) {
+        mImpl->dock->raise();
+    }
+    if (takeFocus && mImpl->content) {
+        mImpl->content->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+ByteString TabView::GetPanelMenuID() const {
+    return {};
+}
+
+void TabView::FinishCreateSelf() {}
+
+void TabView::RemoveUI() {}
+
+} // namespace host

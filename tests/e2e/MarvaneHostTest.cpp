@@ -1,0 +1,183 @@
+// The real marvane process, started offscreen.
+#include "MarvaneProcess.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::stringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+bool IsPng(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    char signature[8] = {};
+    in.read(signature, 8);
+    return in && std::string(signature + 1, 3) == "PNG" && fs::file_size(file) > 1000;
+}
+
+TEST(MarvaneHost, ListCommandsShowsTheProductionContextInDeclarationOrder) {
+    const auto result = RunMarvane({"--list-commands"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const auto lines = Lines(result.out);
+    const auto context = std::find(lines.begin(), lines.end(),
+                                   "context mvproduction \"Production Panel\"");
+    ASSERT_NE(context, lines.end()) << result.out;
+    const std::vector<std::string> expected = {
+        "  cmd.mediabrowser.newfolder\t30007\t0\t\"\"",
+        "  cmd.mvproductionfolder.newproject\t30303\t0\t\"\"",
+        "  cmd.mvproductionfolder.addproject\t30304\t0\t\"\"",
+        "  cmd.mvproductionfolder.refreshproject\t30307\t0\t\"\"",
+        "  cmd.mvproductionfolder.renameitem\t30308\t0\t\"\"",
+        "  cmd.mvproductionfolder.togglelock\t30311\t0\t\"\"",
+        "  cmd.mvproductionfolder.revealrootinsystem\t30309\t0\t\"\"",
+        "  cmd.mvproductionfolder.revealiteminsystem\t30310\t0\t\"\"",
+        "  cmd.mvproductionfolder.toggle.showpath\t30312\t0\t\"\"",
+        "  cmd.mvproductionfolder.renameproduction\t30318\t0\t\"\"",
+        "  cmd.mvproductionfolder.refreshallprojects\t30320\t0\t\"\"",
+        "  cmd.mvproductionfolder.saveallprojects\t30321\t0\t\"\"",
+        "  cmd.mvproductionfolder.closeallprojects\t30322\t0\t\"\"",
+        "  cmd.mvproductionfolder.move.pagedown\t30315\t2\t\"Move Selection Page Down\"",
+        "  cmd.mvproductionfolder.move.pageup\t30316\t2\t\"Move Selection Page Up\"",
+        "  cmd.mvproductionfolder.move.end\t30314\t2\t\"Move Selection End\"",
+        "  cmd.mvproductionfolder.move.home\t30313\t2\t\"Move Selection Home\"",
+        "  cmd.mvproductionfolder.zoomin\t30323\t2\t\"Zoom In\"",
+        "  cmd.mvproductionfolder.zoomout\t30324\t2\t\"Zoom Out\"",
+        "  cmd.mvproductionfolder.openproject\t30305\t2\t\"Open Project\"",
+        "  cmd.mvproductionfolder.closeproject\t30306\t2\t\"Close Project\"",
+        "  cmd.mvproductionfolder.makeacopy\t30319\t2\t\"Make a Copy\"",
+        "  cmd.mvproductionfolder.movetotrash\t30325\t2\t\"Move To Trash\"",
+        "  window menu HandlerTandrel_Wing_Menu \"Panel Menu\"",
+    };
+    ASSERT_GE(static_cast<std::size_t>(lines.end() - context), expected.size() + 1);
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(*(context + 1 + static_cast<long>(i)), expected[i]);
+    }
+    const auto next = context + 1 + static_cast<long>(expected.size());
+    EXPECT_TRUE(next == lines.end() || next->rfind("context ", 0) == 0) << *next;
+    EXPECT_EQ(lines.front(), "context global \"Global\"");
+}
+
+TEST(MarvaneHost, ListCommandsIsTranslated) {
+    const auto result = RunMarvane({"--list-commands"}, {"MARVANE_LANGUAGE=de"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find("context mvproduction \"Produktionsbedienfeld\""), std::string::npos)
+        << result.out;
+}
+
+TEST(MarvaneHost, AScreenshotOfATemporaryProductionShowsThePanelWithItsTitle) {
+    const fs::path folder = FreshTemporaryFolder("screenshot");
+    fs::create_directories(folder / "Pilot");
+    const auto result = RunMarvane({"--production", (folder / "Pilot").string(), "--profile",
+                                    (folder / "profile").string(), "--screenshot",
+                                    (folder / "shot.png").string()},
+                                   {"MARVANE_TRACE=Host=3"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.err.find("Panel shown: \"Production: Pilot\""), std::string::npos)
+        << result.err;
+    EXPECT_TRUE(IsPng(folder / "shot.png"));
+    fs::remove_all(folder);
+}
+
+TEST(MarvaneHost, AMissingProductionFolderIsReportedAndNothingIsCreated) {
+    const fs::path folder = FreshTemporaryFolder("missing");
+    const fs::path missing = folder / "Gone" / "Pilot";
+    const auto result = RunMarvane({"--production", missing.string(), "--profile",
+                                    (folder / "profile").string(), "--screenshot",
+                                    (folder / "shot.png").string()},
+                                   {"MARVANE_TRACE=Host=3"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.err.find("\"" + missing.string() + "\" does not exist"), std::string::npos)
+        << result.err;
+    EXPECT_NE(result.err.find("Starting without a production"), std::string::npos) << result.err;
+    EXPECT_FALSE(fs::exists(folder / "Gone"));
+    EXPECT_FALSE(fs::exists(folder / "profile" / "data"));
+    EXPECT_NE(result.err.find("Panel shown: \"Production\""), std::string::npos) << result.err;
+    EXPECT_TRUE(IsPng(folder / "shot.png"));
+    fs::remove_all(folder);
+}
+
+TEST(MarvaneHost, AFileGivenAsProductionIsReportedAsNotAFolder) {
+    const fs::path folder = FreshTemporaryFolder("file");
+    std::ofstream(folder / "Pilot.txt") << "not a folder\n";
+    const auto result = RunMarvane({"--production", (folder / "Pilot.txt").string(), "--profile",
+                                    (folder / "profile").string(), "--screenshot",
+                                    (folder / "shot.png").string()});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.err.find("is not a folder"), std::string::npos) << result.err;
+    fs::remove_all(folder);
+}
+
+TEST(MarvaneHost, AFirstStartWithoutProductionOpensTheDemoProduction) {
+    const fs::path folder = FreshTemporaryFolder("demo");
+    const auto result =
+        RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
+                    (folder / "shot.png").string()},
+                   {"MARVANE_TRACE=Host=3"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(fs::exists(folder / "profile" / "data" / "Demo Production" / "Trailer.mvproj"));
+    EXPECT_NE(result.err.find("Panel shown: \"Production: Demo Production\""), std::string::npos)
+        << result.err;
+    // The next start opens the last production again.
+    const auto second =
+        RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
+                    (folder / "shot2.png").string()},
+                   {"MARVANE_TRACE=Host=3"});
+    EXPECT_EQ(second.exitCode, 0) << second.err;
+    EXPECT_NE(second.err.find("Panel shown: \"Production: Demo Production\""), std::string::npos)
+        << second.err;
+    fs::remove_all(folder);
+}
+
+TEST(MarvaneHost, ModulesThatCannotLoadAreReportedAndTheHostStillStarts) {
+    const fs::path folder = FreshTemporaryFolder("plugins");
+    const fs::path plugins = folder / "plugins";
+    fs::create_directories(plugins);
+    fs::copy_file(fs::path(MARVANE_PLUGIN_DIR) / "HandlerTandrel.so", plugins / "HandlerTandrel.so");
+    fs::copy_file(fs::path(MARVANE_FIXTURE_DIR) / "NoEntryModule" / "NoEntryModule.so",
+                  plugins / "NoEntryModule.so");
+    fs::copy_file(fs::path(MARVANE_FIXTURE_DIR) / "NotALibrary" / "NotALibrary.so",
+                  plugins / "NotALibrary.so");
+    fs::create_directories(folder / "Pilot");
+    const auto result = RunMarvane({"--plugins", plugins.string(), "--production",
+                                    (folder / "Pilot").string(), "--profile",
+                                    (folder / "profile").string(), "--screenshot",
+                                    (folder / "shot.png").string()},
+                                   {"MARVANE_TRACE=Host=3"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.err.find("NoEntryModule.so' has no entry point 'CreateModule'"),
+              std::string::npos)
+        << result.err;
+    EXPECT_NE(result.err.find("Could not load module '" + (plugins / "NotALibrary.so").string()),
+              std::string::npos)
+        << result.err;
+    EXPECT_NE(result.err.find("Panel shown: \"Production: Pilot\""), std::string::npos)
+        << result.err;
+    fs::remove_all(folder);
+}
+
+TEST(MarvaneHost, WithoutADisplayItSaysSoAndSuggestsAScreenshot) {
+    const auto result = RunMarvane({});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.err.find("no display found"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("--screenshot"), std::string::npos) << result.err;
+}
+
+TEST(MarvaneHost, AnUnknownArgumentPrintsUsage) {
+    const auto result = RunMarvane({"--nonsense"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.err.find("unknown argument \"--nonsense\""), std::string::npos);
+    EXPECT_NE(result.err.find("Usage: marvane"), std::string::npos);
+}
+
+} // namespace

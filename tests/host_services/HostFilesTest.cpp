@@ -1,0 +1,150 @@
+// Preferences, the demo production, command-line parsing and path helpers.
+#include "Marvane/app/CommandLine.h"
+#include "Marvane/application/DemoProduction.h"
+#include "Marvane/application/Preferences.h"
+#include "host/FileServices.h"
+#include "host/ProjectBackEnd.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path FreshFolder(const std::string& name) {
+    const fs::path folder =
+        fs::temp_directory_path() / ("marvane-" + name + "-" + std::to_string(::getpid()));
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    return folder;
+}
+
+TEST(Preferences, MissingFileGivesTheUsersDefaults) {
+    const fs::path profile = FreshFolder("prefs-missing");
+    const host::Preferences preferences = host::LoadPreferences(profile);
+    EXPECT_FALSE(preferences.locking.name.empty());
+    EXPECT_TRUE(preferences.locking.enabled);
+    EXPECT_TRUE(preferences.lastProduction.empty());
+    fs::remove_all(profile);
+}
+
+TEST(Preferences, RoundTripKeepsEveryValueAndUnknownKeys) {
+    const fs::path profile = FreshFolder("prefs-roundtrip");
+    std::ofstream(profile / "preferences.json") << R"({"futureKey": 5})";
+    host::Preferences preferences;
+    preferences.lastProduction = "/shows/Pilot";
+    preferences.locking = {"Ana Ruiz", "suite-3", false};
+    preferences.trace = "Tandrel=5";
+    preferences.folderProjectFormat = false;
+    ASSERT_TRUE(host::SavePreferences(profile, preferences));
+    const host::Preferences loaded = host::LoadPreferences(profile);
+    EXPECT_EQ(loaded.lastProduction, "/shows/Pilot");
+    EXPECT_EQ(loaded.locking.name, "Ana Ruiz");
+    EXPECT_EQ(loaded.locking.second, "suite-3");
+    EXPECT_FALSE(loaded.locking.enabled);
+    EXPECT_EQ(loaded.trace, "Tandrel=5");
+    EXPECT_FALSE(loaded.folderProjectFormat);
+    std::ifstream in(profile / "preferences.json");
+    const auto json = nlohmann::json::parse(in);
+    EXPECT_EQ(json.at("futureKey"), 5);
+    EXPECT_FALSE(fs::exists(profile / "preferences.json.new"));
+    fs::remove_all(profile);
+}
+
+TEST(Preferences, ABrokenFileGivesTheDefaults) {
+    const fs::path profile = FreshFolder("prefs-broken");
+    std::ofstream(profile / "preferences.json") << "{ not json";
+    const host::Preferences preferences = host::LoadPreferences(profile);
+    EXPECT_EQ(preferences.locking.name, host::DefaultLockingPreferences().name);
+    fs::remove_all(profile);
+}
+
+TEST(DemoProduction, HoldsFoldersProjectsALockAProjectFolderHiddenFilesAndTrash) {
+    const fs::path data = FreshFolder("demo");
+    std::string error;
+    const fs::path root = host::EnsureDemoProduction(data, error);
+    ASSERT_EQ(error, "");
+    ASSERT_EQ(root, data / "Demo Production");
+    int projects = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        if (entry.path().extension() == ".mvproj") {
+            ++projects;
+            std::ifstream in(entry.path());
+            const auto json = nlohmann::json::parse(in);
+            EXPECT_EQ(json.at("formatVersion"), 1) << entry.path();
+        }
+    }
+    EXPECT_GE(projects, 18);
+    EXPECT_TRUE(fs::exists(root / "Dailies/Day 1/Shot 2.mvproj"));
+    EXPECT_TRUE(fs::exists(root / "Dailies/Day 1/Shot 10.mvproj"));
+    EXPECT_TRUE(fs::exists(root / "Graphics/Titles.mvprojd/project.json"));
+    EXPECT_TRUE(fs::exists(root / "Trash/Old Cut.mvproj"));
+    EXPECT_TRUE(fs::exists(root / "Notes.txt"));
+    std::ifstream lockFile(root / "Edit/Fine Cut.mvproj.lock");
+    const auto lock = nlohmann::json::parse(lockFile);
+    EXPECT_EQ(lock.at("lockingName"), host::kDemoOtherEditorName);
+    EXPECT_TRUE(lock.contains("createdUtc"));
+    EXPECT_FALSE(fs::exists(data / "Demo Production.partial"));
+    // Dates differ, so sorting by date shows something.
+    EXPECT_NE(fs::last_write_time(root / "Edit/Fine Cut.mvproj"),
+              fs::last_write_time(root / "Edit/Assembly v1.mvproj"));
+    fs::remove_all(data);
+}
+
+TEST(DemoProduction, AnExistingDemoIsLeftAsItIs) {
+    const fs::path data = FreshFolder("demo-existing");
+    fs::create_directories(data / "Demo Production");
+    std::ofstream(data / "Demo Production" / "mine.txt") << "keep";
+    std::string error;
+    EXPECT_EQ(host::EnsureDemoProduction(data, error), data / "Demo Production");
+    EXPECT_FALSE(fs::exists(data / "Demo Production" / "Trailer.mvproj"));
+    EXPECT_TRUE(fs::exists(data / "Demo Production" / "mine.txt"));
+    fs::remove_all(data);
+}
+
+TEST(CommandLine, ReadsEveryOption) {
+    const auto parsed =
+        host::ParseCommandLine({"--production", "/p", "--user", "Ana", "--profile", "/prof",
+                                "--screenshot", "a.png", "--list-commands", "--plugins", "/plug"});
+    ASSERT_EQ(parsed.error, "");
+    EXPECT_EQ(parsed.options.production, fs::path("/p"));
+    EXPECT_EQ(parsed.options.user, "Ana");
+    EXPECT_EQ(parsed.options.profile, fs::path("/prof"));
+    EXPECT_EQ(parsed.options.screenshot, fs::path("a.png"));
+    EXPECT_EQ(parsed.options.plugins, fs::path("/plug"));
+    EXPECT_TRUE(parsed.options.listCommands);
+}
+
+TEST(CommandLine, AnOptionWithoutItsValueIsAnError) {
+    EXPECT_EQ(host::ParseCommandLine({"--production"}).error, "--production needs a folder");
+    EXPECT_EQ(host::ParseCommandLine({"--user", ""}).error, "--user needs a name");
+}
+
+TEST(CommandLine, AnUnknownArgumentIsAnError) {
+    EXPECT_EQ(host::ParseCommandLine({"--frobnicate"}).error, "unknown argument \"--frobnicate\"");
+}
+
+TEST(Paths, NamePartsOfAPath) {
+    EXPECT_EQ(host::GetFilePart(u"/a/Scene 12.mvproj"), u"Scene 12");
+    EXPECT_EQ(host::GetFilePart(u"/a/v1.2 cut.mvproj"), u"v1.2 cut");
+    EXPECT_EQ(host::GetFilePart(u"/a/.hidden"), u".hidden");
+    EXPECT_EQ(host::GetFullFilePart(u"/a/Scene 12.mvproj"), u"Scene 12.mvproj");
+    EXPECT_EQ(host::GetFullFilePart(u"Pilot"), u"Pilot");
+    EXPECT_EQ(host::StripTrailingSlash(u"/shows/Pilot//"), u"/shows/Pilot");
+    EXPECT_EQ(host::StripTrailingSlash(u"/"), u"/");
+}
+
+TEST(ProjectFiles, ProjectsAreKnownByTheirExtension) {
+    EXPECT_TRUE(host::IsMarvaneProjectFile("/a/Scene.mvproj"));
+    EXPECT_TRUE(host::IsMarvaneProjectFile("/a/Scene.MVPROJ"));
+    EXPECT_TRUE(host::IsMarvaneProjectFile("/a/Titles.mvprojd/"));
+    EXPECT_FALSE(host::IsMarvaneProjectFile("/a/Scene.mvproj.lock"));
+    EXPECT_FALSE(host::IsMarvaneProjectFile("/a/Notes.txt"));
+    EXPECT_FALSE(host::IsMarvaneProjectFile("/a/mvproj"));
+}
+
+} // namespace

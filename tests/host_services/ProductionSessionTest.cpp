@@ -1,0 +1,90 @@
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/OpenProjects.h"
+#include "host/ApplicationLayer.h"
+#include "host/PanelFramework.h"
+#include "host/ProjectBackEnd.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class CountingListener : public host::Listener {
+public:
+    void ReceiveMessage(const host::Message& message) override {
+        types.push_back(message.GetTypeID());
+    }
+    std::vector<host::MessageTypeID> types;
+};
+
+class ProductionSessionTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        root = fs::temp_directory_path() / ("marvane-session-" + std::to_string(::getpid()));
+        fs::remove_all(root);
+        fs::create_directories(root / "Pilot");
+        listener = std::make_shared<CountingListener>();
+        host::MessageStation::Get(host::kPanelFrameworkStation)->Subscribe(listener);
+        host::MessageStation::Get(host::kProjectActivationStation)->Subscribe(listener);
+    }
+    void TearDown() override {
+        host::ProductionSession::Instance().Close();
+        fs::remove_all(root);
+    }
+    fs::path root;
+    std::shared_ptr<CountingListener> listener;
+};
+
+TEST_F(ProductionSessionTest, OpeningAFolderMakesItTheProductionAndTellsThePanels) {
+    const std::string error = host::ProductionSession::Instance().Open(root / "Pilot/");
+    EXPECT_EQ(error, "");
+    EXPECT_TRUE(host::IsTandrelManagerActive());
+    EXPECT_EQ(host::ToUTF8(host::GetTandrelManagerFolderPath()), (root / "Pilot").string());
+    ASSERT_EQ(listener->types.size(), 1u);
+    EXPECT_EQ(listener->types[0], host::MvProductionFolderOpenedMessage::kTypeID);
+}
+
+TEST_F(ProductionSessionTest, AMissingFolderIsRefusedAndNothingIsCreated) {
+    const fs::path missing = root / "Missing" / "Production";
+    const std::string error = host::ProductionSession::Instance().Open(missing);
+    EXPECT_NE(error.find("does not exist"), std::string::npos) << error;
+    EXPECT_NE(error.find(missing.string()), std::string::npos) << error;
+    EXPECT_FALSE(host::IsTandrelManagerActive());
+    EXPECT_TRUE(host::GetTandrelManagerFolderPath().empty());
+    EXPECT_FALSE(fs::exists(root / "Missing"));
+    EXPECT_TRUE(listener->types.empty());
+}
+
+TEST_F(ProductionSessionTest, AFileIsRefusedAsProduction) {
+    std::ofstream(root / "file.txt") << "x";
+    const std::string error = host::ProductionSession::Instance().Open(root / "file.txt");
+    EXPECT_NE(error.find("is not a folder"), std::string::npos) << error;
+    EXPECT_FALSE(host::IsTandrelManagerActive());
+}
+
+TEST_F(ProductionSessionTest, ClosingTellsThePanelsOnce) {
+    ASSERT_EQ(host::ProductionSession::Instance().Open(root / "Pilot"), "");
+    host::ProductionSession::Instance().Close();
+    host::ProductionSession::Instance().Close();
+    ASSERT_EQ(listener->types.size(), 2u);
+    EXPECT_EQ(listener->types[1], host::MvProductionFolderClosedMessage::kTypeID);
+    EXPECT_FALSE(host::IsTandrelManagerActive());
+}
+
+TEST_F(ProductionSessionTest, ClosingAnOpenProjectSendsProjectClosed) {
+    auto& projects = host::OpenProjects::Instance();
+    ASSERT_TRUE(projects.Add(root / "Pilot" / "Scene 1.mvproj"));
+    EXPECT_FALSE(projects.Add(root / "Pilot" / "Scene 1.mvproj"));
+    EXPECT_EQ(host::OpenProjectCount(), 1u);
+    EXPECT_FALSE(projects.Close(root / "Pilot" / "Other.mvproj"));
+    EXPECT_TRUE(listener->types.empty());
+    EXPECT_TRUE(projects.Close(root / "Pilot" / "Scene 1.mvproj"));
+    EXPECT_EQ(host::OpenProjectCount(), 0u);
+    ASSERT_EQ(listener->types.size(), 1u);
+    EXPECT_EQ(listener->types[0], host::ProjectClosedMessage::kTypeID);
+}
+
+} // namespace
