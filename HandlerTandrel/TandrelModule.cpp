@@ -20,11 +20,10 @@ namespace {
 // Runs when the host loads the library, before any call into it: the handler factory
 // first, then the module factory.
 const bool kFactoriesRegistered = [] {
-    host::Handler::RegisterFactory(kMvProductionFolderHandlerID,
-                                   [](const host::HandlerCreationContext&) {
-                                       return std::shared_ptr<host::Handler>(
-                                           std::make_shared<TandrelHandler>());
-                                   });
+    host::Handler::RegisterFactory(
+        kMvProductionFolderHandlerID, [](const host::HandlerCreationContext&) {
+            return std::shared_ptr<host::Handler>(std::make_shared<TandrelHandler>());
+        });
     host::Module::RegisterFactory(kMvProductionFolderModuleID, &CreateModule);
     return true;
 }();

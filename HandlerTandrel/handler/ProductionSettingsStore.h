@@ -15,8 +15,10 @@ public:
     // Empties the store, then reads the settings file into it. A missing or unreadable file
     // leaves the store empty.
     void LoadProductionSettings();
-    std::optional<TabViewStateData> FindProductionState(const host::WideString& productionPath) const;
-    void StoreProductionState(const host::WideString& productionPath, const TabViewStateData& state);
+    std::optional<TabViewStateData>
+    FindProductionState(const host::WideString& productionPath) const;
+    void StoreProductionState(const host::WideString& productionPath,
+                              const TabViewStateData& state);
 
     const StateMap& GetStates() const { return mStates; }
 

@@ -36,8 +36,8 @@ private:
 };
 
 // Declares a message type without payload: struct FooMessage : host::Message {...}.
-#define HOST_DECLARE_MESSAGE_TYPE(TypeName)                                                   \
-    static constexpr ::host::MessageTypeID kTypeID = ::host::HashMessageTypeName(#TypeName);  \
+#define HOST_DECLARE_MESSAGE_TYPE(TypeName)                                                        \
+    static constexpr ::host::MessageTypeID kTypeID = ::host::HashMessageTypeName(#TypeName);       \
     TypeName() : ::host::Message(kTypeID) {}
 
 class Listener {

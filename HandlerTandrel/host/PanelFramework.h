@@ -97,9 +97,9 @@ inline constexpr std::string_view kPanelFrameworkStation = "zkr.mvproductionfold
 } // namespace host
 
 // Every module states the host interface version it was built against, once, at file scope.
-#define HOST_DECLARE_MODULE_INTERFACE_VERSION()                                               \
-    extern "C" __attribute__((visibility("default")))                                          \
-    const int MarvaneHostInterfaceVersion = ::host::kHostInterfaceVersion
+#define HOST_DECLARE_MODULE_INTERFACE_VERSION()                                                    \
+    extern "C" __attribute__((visibility("default"))) const int MarvaneHostInterfaceVersion =      \
+        ::host::kHostInterfaceVersion
 
 // The module's exported entry point.
 #define HOST_MODULE_ENTRY_POINT extern "C" __attribute__((visibility("default")))

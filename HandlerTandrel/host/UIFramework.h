@@ -17,7 +17,11 @@ using CommandID = std::int32_t;
 // How a command presents itself. Menu-text commands take their text from the menu that
 // shows them; labelled commands carry their label (shown in menus and shortcut lists);
 // toggles show a check mark from their status.
-enum CommandKind : int { kCommandKindMenuText = 0, kCommandKindToggle = 1, kCommandKindLabeled = 2 };
+enum CommandKind : int {
+    kCommandKindMenuText = 0,
+    kCommandKindToggle = 1,
+    kCommandKindLabeled = 2
+};
 
 struct CommandDeclaration {
     ByteString name;

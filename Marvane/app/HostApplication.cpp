@@ -28,8 +28,7 @@ std::filesystem::path PluginFolder(const CommandLineOptions& options) {
     if (options.plugins) {
         return *options.plugins;
     }
-    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) /
-           "plugins";
+    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "plugins";
 }
 
 void SetUpSession(const CommandLineOptions& options) {

@@ -65,7 +65,8 @@ MainWindow::~MainWindow() {
 
 void MainWindow::OpenProductionFromUser() {
     const QString folder = QFileDialog::getExistingDirectory(
-        this, QString::fromStdString(Localize("$$$/Marvane/Host/OpenProductionTitle=Open Production")));
+        this,
+        QString::fromStdString(Localize("$$$/Marvane/Host/OpenProductionTitle=Open Production")));
     if (folder.isEmpty()) {
         return;
     }
@@ -84,11 +85,11 @@ void MainWindow::UpdateProductionDisplay() {
     const ProductionSession& production = ProductionSession::Instance();
     if (production.IsOpen()) {
         const QString folder = QString::fromStdString(production.GetFolder().string());
-        setWindowTitle(QStringLiteral("Marvane — %1")
-                           .arg(QString::fromStdString(production.GetFolder().filename().string())));
-        mCentre->setText(QString::fromStdString(
-            Localize("$$$/Marvane/Host/ProductionOpen=Production folder: @0",
-                     {folder.toStdString()})));
+        setWindowTitle(
+            QStringLiteral("Marvane — %1")
+                .arg(QString::fromStdString(production.GetFolder().filename().string())));
+        mCentre->setText(QString::fromStdString(Localize(
+            "$$$/Marvane/Host/ProductionOpen=Production folder: @0", {folder.toStdString()})));
     } else {
         setWindowTitle(QStringLiteral("Marvane"));
         mCentre->setText(QString::fromStdString(Localize(

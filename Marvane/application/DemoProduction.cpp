@@ -21,16 +21,26 @@ struct DemoProject {
 
 // Natural order shows in "Shot 2" before "Shot 10"; sizes grow with the sequence count.
 const std::vector<DemoProject> kProjects = {
-    {"Dailies/Day 1/Shot 1", 30, 2},        {"Dailies/Day 1/Shot 2", 29, 3},
-    {"Dailies/Day 1/Shot 10", 28, 1},       {"Dailies/Day 1/Shot 12", 28, 4},
-    {"Dailies/Day 2/Shot 3", 21, 2},        {"Dailies/Day 2/Shot 21", 20, 6},
-    {"Edit/Assembly v1", 18, 8},            {"Edit/Assembly v2", 12, 9},
-    {"Edit/Fine Cut", 3, 14},               {"Edit/Director's Cut", 1, 16},
-    {"Edit/Archive/Assembly v0", 40, 5},    {"Sound/Sound Mix", 6, 3},
-    {"Sound/Music Stems", 9, 2},            {"Graphics/Lower Thirds", 11, 1},
-    {"Trailer", 2, 7},                      {"Teaser", 5, 3},
-    {"Étude 2", 15, 1},                     {"Scene 12", 7, 5},
-    {"Scene 4", 8, 4},                      {"Trash/Old Cut", 60, 2},
+    {"Dailies/Day 1/Shot 1", 30, 2},
+    {"Dailies/Day 1/Shot 2", 29, 3},
+    {"Dailies/Day 1/Shot 10", 28, 1},
+    {"Dailies/Day 1/Shot 12", 28, 4},
+    {"Dailies/Day 2/Shot 3", 21, 2},
+    {"Dailies/Day 2/Shot 21", 20, 6},
+    {"Edit/Assembly v1", 18, 8},
+    {"Edit/Assembly v2", 12, 9},
+    {"Edit/Fine Cut", 3, 14},
+    {"Edit/Director's Cut", 1, 16},
+    {"Edit/Archive/Assembly v0", 40, 5},
+    {"Sound/Sound Mix", 6, 3},
+    {"Sound/Music Stems", 9, 2},
+    {"Graphics/Lower Thirds", 11, 1},
+    {"Trailer", 2, 7},
+    {"Teaser", 5, 3},
+    {"Étude 2", 15, 1},
+    {"Scene 12", 7, 5},
+    {"Scene 4", 8, 4},
+    {"Trash/Old Cut", 60, 2},
 };
 
 void WriteText(const fs::path& file, const std::string& text) {
@@ -71,8 +81,8 @@ std::string UtcNow() {
 
 void WriteDemo(const fs::path& root) {
     for (const DemoProject& project : kProjects) {
-        const fs::path file = root / (std::string(project.relativePath) +
-                                      std::string(kProjectFileExtension));
+        const fs::path file =
+            root / (std::string(project.relativePath) + std::string(kProjectFileExtension));
         WriteText(file, ProjectJson(file.stem().string(), project.sequences));
         SetAge(file, project.ageDays);
     }
@@ -88,8 +98,8 @@ void WriteDemo(const fs::path& root) {
     lock["processId"] = 4242;
     lock["bootId"] = "00000000-0000-0000-0000-000000000000";
     lock["createdUtc"] = UtcNow();
-    WriteText(root / "Edit" / ("Fine Cut" + std::string(kProjectFileExtension) +
-                               std::string(kLockFileSuffix)),
+    WriteText(root / "Edit" /
+                  ("Fine Cut" + std::string(kProjectFileExtension) + std::string(kLockFileSuffix)),
               lock.dump(2) + "\n");
     // Ordinary files that the panel does not list.
     WriteText(root / "Notes.txt", "Call sheet and shot notes.\n");

@@ -18,12 +18,13 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
         return "The production folder \"" + folder.string() + "\" does not exist.";
     }
     if (!std::filesystem::is_directory(status)) {
-        return "\"" + folder.string() + "\" is not a folder, so it cannot be opened as a production.";
+        return "\"" + folder.string() +
+               "\" is not a folder, so it cannot be opened as a production.";
     }
     std::filesystem::path absolute = std::filesystem::absolute(folder, error).lexically_normal();
     if (error) {
-        return "The production folder \"" + folder.string() + "\" cannot be used: " +
-               error.message();
+        return "The production folder \"" + folder.string() +
+               "\" cannot be used: " + error.message();
     }
     if (absolute.has_relative_path() && absolute.filename().empty()) {
         absolute = absolute.parent_path();

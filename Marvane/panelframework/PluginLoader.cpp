@@ -94,8 +94,8 @@ std::vector<PluginLoadResult> PluginLoader::LoadFolder(const std::filesystem::pa
     if (error) {
         PluginLoadResult result;
         result.file = folder;
-        result.error = "Could not read the plug-ins folder " + Quoted(folder) + ": " +
-                       error.message();
+        result.error =
+            "Could not read the plug-ins folder " + Quoted(folder) + ": " + error.message();
         results.push_back(result);
         return results;
     }

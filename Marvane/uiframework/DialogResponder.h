@@ -29,7 +29,8 @@ std::shared_ptr<DialogResponder> SetDialogResponder(std::shared_ptr<DialogRespon
 // A responder that gives scripted answers in order and records what it was asked.
 class ScriptedDialogResponder : public DialogResponder {
 public:
-    explicit ScriptedDialogResponder(std::vector<int> answers = {}) : mAnswers(std::move(answers)) {}
+    explicit ScriptedDialogResponder(std::vector<int> answers = {})
+        : mAnswers(std::move(answers)) {}
     int AnswerMessageBox(const MessageBoxRequest& request) override;
     const std::vector<MessageBoxRequest>& GetRequests() const { return mRequests; }
 

@@ -24,6 +24,8 @@ WorkspaceManagerImpl& TheWorkspaceManager() {
     return manager;
 }
 
+constexpr int kInitialPanelWidth = 460;
+
 } // namespace
 
 WorkspaceManager& Workspace::Instance() {
@@ -35,8 +37,7 @@ void SetCurrentWorkspace(Workspace* workspace) {
 }
 
 DockWorkspace::DockWorkspace(QMainWindow* mainWindow)
-    : QObject(mainWindow), mMainWindow(mainWindow),
-      mWindow(std::make_unique<Window>(mainWindow)) {
+    : QObject(mainWindow), mMainWindow(mainWindow), mWindow(std::make_unique<Window>(mainWindow)) {
     mMainWindow->setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks |
                                 QMainWindow::AllowNestedDocks);
     // The focused panel starts the command chain.
@@ -96,6 +97,8 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
     dock->setWidget(tabView->GetImpl()->content);
     tabView->GetImpl()->dock = dock;
     mMainWindow->addDockWidget(Qt::LeftDockWidgetArea, dock);
+    // A new panel starts wide enough for a tree of names and a few columns.
+    mMainWindow->resizeDocks({dock}, {kInitialPanelWidth}, Qt::Horizontal);
     connect(dock, &QDockWidget::visibilityChanged, this,
             [this, handlerID](bool visible) { mTabs[handlerID].frontmost = visible; });
     dock->setContextMenuPolicy(Qt::CustomContextMenu);

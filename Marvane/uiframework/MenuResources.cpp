@@ -35,8 +35,8 @@ const std::map<ByteString, std::vector<MenuItem>>& MenuTable() {
                 if (item.is_string() && item.get<std::string>() == "-") {
                     menu.push_back(MenuItem{true, {}, {}});
                 } else if (item.is_object()) {
-                    menu.push_back(MenuItem{false, item.value("command", ""),
-                                            item.value("label", "")});
+                    menu.push_back(
+                        MenuItem{false, item.value("command", ""), item.value("label", "")});
                 }
             }
         }
@@ -58,8 +58,8 @@ QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const Byte
         Trace("Host", 3, "Menu item for an undeclared command: " + commandName);
         return nullptr;
     }
-    const ByteString text = !declaration->label.empty() ? Localize(declaration->label)
-                                                        : Localize(labelKey);
+    const ByteString text =
+        !declaration->label.empty() ? Localize(declaration->label) : Localize(labelKey);
     QAction* action = menu->addAction(QString::fromStdString(text));
     const CommandID id = declaration->id;
     action->setData(id);

@@ -64,8 +64,8 @@ int ShowMessageBox(const ByteString& title, const ByteString& text,
     if (const auto responder = InstalledResponder()) {
         return responder->AnswerMessageBox(request);
     }
-    QMessageBox box(IconFor(iconKind), QString::fromStdString(title),
-                    QString::fromStdString(text), QMessageBox::NoButton, MainWindowWidget());
+    QMessageBox box(IconFor(iconKind), QString::fromStdString(title), QString::fromStdString(text),
+                    QMessageBox::NoButton, MainWindowWidget());
     box.setWindowModality(Qt::ApplicationModal);
     std::vector<QAbstractButton*> added;
     for (const ByteString& label : request.buttons) {

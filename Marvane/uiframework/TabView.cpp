@@ -3,6 +3,10 @@
 
 namespace host {
 
+namespace {
+constexpr int kMinimumPanelWidth = 200;
+} // namespace
+
 TabView::TabView() : mImpl(std::make_unique<TabViewImpl>()) {}
 
 TabView::~TabView() {
@@ -19,6 +23,7 @@ void TabView::Create(HandlerID handlerID, const ByteString& title, Window* paren
     QWidget* parentWidget = parent != nullptr ? parent->GetWidget() : nullptr;
     mImpl->content = new QWidget(parentWidget);
     mImpl->content->setObjectName(QStringLiteral("TabViewContent"));
+    mImpl->content->setMinimumWidth(kMinimumPanelWidth);
     mImpl->content->setWindowTitle(QString::fromStdString(title));
     mImpl->created = true;
     FinishCreateSelf();

@@ -44,8 +44,9 @@ void AddWindow(std::uint32_t windowTypeID, std::uint32_t windowID, const ByteStr
         Trace("Host", 2, "AddWindow: no window class " + std::to_string(windowTypeID));
         return;
     }
-    RegisteredWindow window{windowTypeID, windowID, title, windowContextID,
-                            found->second.handlerID, found->second.classType};
+    RegisteredWindow window{
+        windowTypeID,           windowID, title, windowContextID, found->second.handlerID,
+        found->second.classType};
     auto& windows = Windows();
     const auto same = std::find_if(windows.begin(), windows.end(), [&](const auto& w) {
         return w.windowTypeID == windowTypeID && w.windowID == windowID;

@@ -30,8 +30,8 @@ TEST(MarvaneHost, ListCommandsShowsTheProductionContextInDeclarationOrder) {
     const auto result = RunMarvane({"--list-commands"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const auto lines = Lines(result.out);
-    const auto context = std::find(lines.begin(), lines.end(),
-                                   "context mvproduction \"Production Panel\"");
+    const auto context =
+        std::find(lines.begin(), lines.end(), "context mvproduction \"Production Panel\"");
     ASSERT_NE(context, lines.end()) << result.out;
     const std::vector<std::string> expected = {
         "  cmd.mediabrowser.newfolder\t30007\t0\t\"\"",
@@ -78,10 +78,10 @@ TEST(MarvaneHost, ListCommandsIsTranslated) {
 TEST(MarvaneHost, AScreenshotOfATemporaryProductionShowsThePanelWithItsTitle) {
     const fs::path folder = FreshTemporaryFolder("screenshot");
     fs::create_directories(folder / "Pilot");
-    const auto result = RunMarvane({"--production", (folder / "Pilot").string(), "--profile",
-                                    (folder / "profile").string(), "--screenshot",
-                                    (folder / "shot.png").string()},
-                                   {"MARVANE_TRACE=Host=3"});
+    const auto result =
+        RunMarvane({"--production", (folder / "Pilot").string(), "--profile",
+                    (folder / "profile").string(), "--screenshot", (folder / "shot.png").string()},
+                   {"MARVANE_TRACE=Host=3"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.err.find("Panel shown: \"Production: Pilot\""), std::string::npos)
         << result.err;
@@ -92,10 +92,10 @@ TEST(MarvaneHost, AScreenshotOfATemporaryProductionShowsThePanelWithItsTitle) {
 TEST(MarvaneHost, AMissingProductionFolderIsReportedAndNothingIsCreated) {
     const fs::path folder = FreshTemporaryFolder("missing");
     const fs::path missing = folder / "Gone" / "Pilot";
-    const auto result = RunMarvane({"--production", missing.string(), "--profile",
-                                    (folder / "profile").string(), "--screenshot",
-                                    (folder / "shot.png").string()},
-                                   {"MARVANE_TRACE=Host=3"});
+    const auto result =
+        RunMarvane({"--production", missing.string(), "--profile", (folder / "profile").string(),
+                    "--screenshot", (folder / "shot.png").string()},
+                   {"MARVANE_TRACE=Host=3"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.err.find("\"" + missing.string() + "\" does not exist"), std::string::npos)
         << result.err;
@@ -110,9 +110,9 @@ TEST(MarvaneHost, AMissingProductionFolderIsReportedAndNothingIsCreated) {
 TEST(MarvaneHost, AFileGivenAsProductionIsReportedAsNotAFolder) {
     const fs::path folder = FreshTemporaryFolder("file");
     std::ofstream(folder / "Pilot.txt") << "not a folder\n";
-    const auto result = RunMarvane({"--production", (folder / "Pilot.txt").string(), "--profile",
-                                    (folder / "profile").string(), "--screenshot",
-                                    (folder / "shot.png").string()});
+    const auto result =
+        RunMarvane({"--production", (folder / "Pilot.txt").string(), "--profile",
+                    (folder / "profile").string(), "--screenshot", (folder / "shot.png").string()});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.err.find("is not a folder"), std::string::npos) << result.err;
     fs::remove_all(folder);
@@ -120,19 +120,17 @@ TEST(MarvaneHost, AFileGivenAsProductionIsReportedAsNotAFolder) {
 
 TEST(MarvaneHost, AFirstStartWithoutProductionOpensTheDemoProduction) {
     const fs::path folder = FreshTemporaryFolder("demo");
-    const auto result =
-        RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
-                    (folder / "shot.png").string()},
-                   {"MARVANE_TRACE=Host=3"});
+    const auto result = RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
+                                    (folder / "shot.png").string()},
+                                   {"MARVANE_TRACE=Host=3"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_TRUE(fs::exists(folder / "profile" / "data" / "Demo Production" / "Trailer.mvproj"));
     EXPECT_NE(result.err.find("Panel shown: \"Production: Demo Production\""), std::string::npos)
         << result.err;
     // The next start opens the last production again.
-    const auto second =
-        RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
-                    (folder / "shot2.png").string()},
-                   {"MARVANE_TRACE=Host=3"});
+    const auto second = RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
+                                    (folder / "shot2.png").string()},
+                                   {"MARVANE_TRACE=Host=3"});
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_NE(second.err.find("Panel shown: \"Production: Demo Production\""), std::string::npos)
         << second.err;
@@ -143,17 +141,17 @@ TEST(MarvaneHost, ModulesThatCannotLoadAreReportedAndTheHostStillStarts) {
     const fs::path folder = FreshTemporaryFolder("plugins");
     const fs::path plugins = folder / "plugins";
     fs::create_directories(plugins);
-    fs::copy_file(fs::path(MARVANE_PLUGIN_DIR) / "HandlerTandrel.so", plugins / "HandlerTandrel.so");
+    fs::copy_file(fs::path(MARVANE_PLUGIN_DIR) / "HandlerTandrel.so",
+                  plugins / "HandlerTandrel.so");
     fs::copy_file(fs::path(MARVANE_FIXTURE_DIR) / "NoEntryModule" / "NoEntryModule.so",
                   plugins / "NoEntryModule.so");
     fs::copy_file(fs::path(MARVANE_FIXTURE_DIR) / "NotALibrary" / "NotALibrary.so",
                   plugins / "NotALibrary.so");
     fs::create_directories(folder / "Pilot");
-    const auto result = RunMarvane({"--plugins", plugins.string(), "--production",
-                                    (folder / "Pilot").string(), "--profile",
-                                    (folder / "profile").string(), "--screenshot",
-                                    (folder / "shot.png").string()},
-                                   {"MARVANE_TRACE=Host=3"});
+    const auto result = RunMarvane(
+        {"--plugins", plugins.string(), "--production", (folder / "Pilot").string(), "--profile",
+         (folder / "profile").string(), "--screenshot", (folder / "shot.png").string()},
+        {"MARVANE_TRACE=Host=3"});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.err.find("NoEntryModule.so' has no entry point 'CreateModule'"),
               std::string::npos)

@@ -1,8 +1,8 @@
 #include "ProductionCommands.h"
-#include "TandrelIDs.h"
-#include "TandrelModule.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/CommandRegistry.h"
+#include "TandrelIDs.h"
+#include "TandrelModule.h"
 
 #include <gtest/gtest.h>
 
@@ -32,7 +32,8 @@ const std::vector<ExpectedCommand> kExpected = {
     {"cmd.mvproductionfolder.saveallprojects", 30321, 0, ""},
     {"cmd.mvproductionfolder.closeallprojects", 30322, 0, ""},
     {"cmd.mvproductionfolder.move.pagedown", 30315, 2,
-     "$$$/Marvane/Handlers/MvProductionFolder/Commands/MoveSelectionPageDown=Move Selection Page Down"},
+     "$$$/Marvane/Handlers/MvProductionFolder/Commands/MoveSelectionPageDown=Move Selection Page "
+     "Down"},
     {"cmd.mvproductionfolder.move.pageup", 30316, 2,
      "$$$/Marvane/Handlers/MvProductionFolder/Commands/MoveSelectionPageUp=Move Selection Page Up"},
     {"cmd.mvproductionfolder.move.end", 30314, 2,

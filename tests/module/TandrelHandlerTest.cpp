@@ -1,9 +1,9 @@
+#include "handler/TandrelHandler.h"
 #include "Marvane/application/OpenProjects.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/WindowRegistry.h"
 #include "TandrelIDs.h"
-#include "handler/TandrelHandler.h"
 #include "host/DataTransfer.h"
 #include "host/ProjectBackEnd.h"
 

@@ -81,6 +81,13 @@ TEST_F(ProductionPanelTest, OpeningAProductionOpensThePanelTabTitledWithItsName)
     EXPECT_EQ(tabView, HandlerTandrel::FindTandrelHandler()->GetTabView());
 }
 
+TEST_F(ProductionPanelTest, ANewPanelOpensWideEnoughForItsTitle) {
+    ASSERT_EQ(host::ProductionSession::Instance().Open(root / "Pilot"), "");
+    SettleEvents();
+    ASSERT_NE(PanelDock(), nullptr);
+    EXPECT_GE(PanelDock()->width(), 400);
+}
+
 TEST_F(ProductionPanelTest, OpeningAnotherProductionBringsTheShownPanelForwardWithoutASecondTab) {
     ASSERT_EQ(host::ProductionSession::Instance().Open(root / "Pilot"), "");
     SettleEvents();
@@ -90,8 +97,9 @@ TEST_F(ProductionPanelTest, OpeningAnotherProductionBringsTheShownPanelForwardWi
     SettleEvents();
     EXPECT_TRUE(Workspace().TabIsFrontmost(kMvProductionFolderHandlerID));
     EXPECT_EQ(Workspace().TabViewsCreated(kMvProductionFolderHandlerID), 1);
-    EXPECT_EQ(window->findChildren<QDockWidget*>(QStringLiteral("Panel_%1").arg(
-                                                     kMvProductionFolderHandlerID))
+    EXPECT_EQ(window
+                  ->findChildren<QDockWidget*>(
+                      QStringLiteral("Panel_%1").arg(kMvProductionFolderHandlerID))
                   .size(),
               1);
     EXPECT_EQ(PanelDock()->windowTitle(), QStringLiteral("Production: Second Show"));
