@@ -41,9 +41,7 @@ void SetUpSession(const CommandLineOptions& options) {
         session.dataDirectory = DefaultDataDirectory();
     }
     session.preferences = LoadPreferences(session.profileDirectory);
-    if (options.user) {
-        session.preferences.locking.name = *options.user;
-    }
+    session.userOverride = options.user;
     if (!session.preferences.trace.empty() && std::getenv("MARVANE_TRACE") == nullptr) {
         ConfigureTrace(session.preferences.trace);
     }

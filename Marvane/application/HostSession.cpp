@@ -19,6 +19,14 @@ HostSession& HostSession::Instance() {
     return session;
 }
 
+LockingPreferences HostSession::GetLocking() const {
+    LockingPreferences locking = ResolveLockingPreferences(preferences.locking);
+    if (userOverride) {
+        locking.name = *userOverride;
+    }
+    return locking;
+}
+
 std::filesystem::path DefaultProfileDirectory() {
     return FromEnvironment("XDG_CONFIG_HOME", ".config");
 }

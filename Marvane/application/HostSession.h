@@ -3,13 +3,19 @@
 #include "Marvane/application/Preferences.h"
 
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace host {
 
 struct HostSession {
-    std::filesystem::path profileDirectory; // preferences and the panel settings file
-    std::filesystem::path dataDirectory;    // the demo production
-    Preferences preferences;                // as loaded, with this run's overrides
+    std::filesystem::path profileDirectory;  // preferences and the panel settings file
+    std::filesystem::path dataDirectory;     // the demo production
+    Preferences preferences;                 // as saved; this run's overrides are apart
+    std::optional<std::string> userOverride; // --user: the locking name for this run only
+
+    // The locking identity in force: --user, else the saved name, else the system's.
+    LockingPreferences GetLocking() const;
 
     static HostSession& Instance();
 };

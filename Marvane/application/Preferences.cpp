@@ -39,9 +39,22 @@ LockingPreferences DefaultLockingPreferences() {
     return locking;
 }
 
+LockingPreferences ResolveLockingPreferences(const LockingPreferences& saved) {
+    LockingPreferences resolved = saved;
+    if (resolved.name.empty() || resolved.second.empty()) {
+        const LockingPreferences defaults = DefaultLockingPreferences();
+        if (resolved.name.empty()) {
+            resolved.name = defaults.name;
+        }
+        if (resolved.second.empty()) {
+            resolved.second = defaults.second;
+        }
+    }
+    return resolved;
+}
+
 Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
     Preferences preferences;
-    preferences.locking = DefaultLockingPreferences();
     std::ifstream in(profileDirectory / kFileName, std::ios::binary);
     if (!in) {
         return preferences;

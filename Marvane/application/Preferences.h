@@ -7,8 +7,8 @@
 namespace host {
 
 struct LockingPreferences {
-    std::string name;   // written into lock files as the holder
-    std::string second; // this machine, by default its host name
+    std::string name;   // written into lock files as the holder; empty: the system's default
+    std::string second; // empty: this machine's host name
     bool enabled = true;
 };
 
@@ -22,6 +22,8 @@ struct Preferences {
 // The defaults of this user and machine: the full name from the system (else the login
 // name), and the host name.
 LockingPreferences DefaultLockingPreferences();
+// The saved choices with the system's defaults filled in where nothing was chosen.
+LockingPreferences ResolveLockingPreferences(const LockingPreferences& saved);
 
 Preferences LoadPreferences(const std::filesystem::path& profileDirectory);
 // Writes the file beside the old one and renames it over, so a crash never leaves half a file.

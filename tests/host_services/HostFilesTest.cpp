@@ -1,6 +1,7 @@
 // Preferences, the demo production, command-line parsing and path helpers.
 #include "Marvane/app/CommandLine.h"
 #include "Marvane/application/DemoProduction.h"
+#include "Marvane/application/HostSession.h"
 #include "Marvane/application/Preferences.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
@@ -26,8 +27,11 @@ fs::path FreshFolder(const std::string& name) {
 TEST(Preferences, MissingFileGivesTheUsersDefaults) {
     const fs::path profile = FreshFolder("prefs-missing");
     const host::Preferences preferences = host::LoadPreferences(profile);
-    EXPECT_FALSE(preferences.locking.name.empty());
-    EXPECT_TRUE(preferences.locking.enabled);
+    EXPECT_TRUE(preferences.locking.name.empty());
+    const host::LockingPreferences locking = host::ResolveLockingPreferences(preferences.locking);
+    EXPECT_EQ(locking.name, host::DefaultLockingPreferences().name);
+    EXPECT_FALSE(locking.name.empty());
+    EXPECT_TRUE(locking.enabled);
     EXPECT_TRUE(preferences.lastProduction.empty());
     fs::remove_all(profile);
 }
@@ -59,7 +63,23 @@ TEST(Preferences, ABrokenFileGivesTheDefaults) {
     const fs::path profile = FreshFolder("prefs-broken");
     std::ofstream(profile / "preferences.json") << "{ not json";
     const host::Preferences preferences = host::LoadPreferences(profile);
-    EXPECT_EQ(preferences.locking.name, host::DefaultLockingPreferences().name);
+    EXPECT_TRUE(preferences.locking.name.empty());
+    EXPECT_TRUE(preferences.lastProduction.empty());
+    fs::remove_all(profile);
+}
+
+TEST(Preferences, TheUserOptionNamesTheLockHolderForOneRunOnly) {
+    const fs::path profile = FreshFolder("prefs-user");
+    host::HostSession session;
+    session.profileDirectory = profile;
+    session.preferences.locking.name = "Saved Name";
+    session.userOverride = "Ben Okafor";
+    EXPECT_EQ(session.GetLocking().name, "Ben Okafor");
+    ASSERT_TRUE(host::SavePreferences(profile, session.preferences));
+    EXPECT_EQ(host::LoadPreferences(profile).locking.name, "Saved Name");
+    session.userOverride.reset();
+    EXPECT_EQ(session.GetLocking().name, "Saved Name");
+    EXPECT_FALSE(session.GetLocking().second.empty());
     fs::remove_all(profile);
 }
 
