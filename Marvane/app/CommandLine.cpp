@@ -1,48 +1,54 @@
 #include "Marvane/app/CommandLine.h"
 
+#include <array>
+
 namespace host {
+
+namespace {
+
+// Options that take a value: the option, what the value is, and where it goes.
+struct ValueOption {
+    const char* name;
+    const char* valueDescription;
+    void (*store)(CommandLineOptions&, const std::string&);
+};
+
+const std::array<ValueOption, 5> kValueOptions{{
+    {"--production", "a folder",
+     [](CommandLineOptions& o, const std::string& v) { o.production = v; }},
+    {"--user", "a name", [](CommandLineOptions& o, const std::string& v) { o.user = v; }},
+    {"--profile", "a folder", [](CommandLineOptions& o, const std::string& v) { o.profile = v; }},
+    {"--plugins", "a folder", [](CommandLineOptions& o, const std::string& v) { o.plugins = v; }},
+    {"--screenshot", "a file name",
+     [](CommandLineOptions& o, const std::string& v) { o.screenshot = v; }},
+}};
+
+} // namespace
 
 CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
     CommandLineResult result;
-    CommandLineOptions& options = result.options;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
+    for (std::size_t i = 0; i < arguments.size() && result.error.empty(); ++i) {
         const std::string& argument = arguments[i];
-        const auto value = [&](const char* what) -> std::optional<std::string> {
-            if (i + 1 >= arguments.size() || arguments[i + 1].empty()) {
-                result.error = argument + " needs " + what;
-                return std::nullopt;
-            }
-            return arguments[++i];
-        };
-        if (argument == "--production") {
-            if (auto folder = value("a folder")) {
-                options.production = *folder;
-            }
-        } else if (argument == "--user") {
-            if (auto name = value("a name")) {
-                options.user = *name;
-            }
-        } else if (argument == "--profile") {
-            if (auto folder = value("a folder")) {
-                options.profile = *folder;
-            }
-        } else if (argument == "--plugins") {
-            if (auto folder = value("a folder")) {
-                options.plugins = *folder;
-            }
-        } else if (argument == "--screenshot") {
-            if (auto file = value("a file name")) {
-                options.screenshot = *file;
-            }
-        } else if (argument == "--list-commands") {
-            options.listCommands = true;
-        } else if (argument == "--help" || argument == "-h") {
-            options.help = true;
-        } else {
-            result.error = "unknown argument \"" + argument + "\"";
+        if (argument == "--list-commands") {
+            result.options.listCommands = true;
+            continue;
         }
-        if (!result.error.empty()) {
-            break;
+        if (argument == "--help" || argument == "-h") {
+            result.options.help = true;
+            continue;
+        }
+        const ValueOption* option = nullptr;
+        for (const ValueOption& candidate : kValueOptions) {
+            if (argument == candidate.name) {
+                option = &candidate;
+            }
+        }
+        if (option == nullptr) {
+            result.error = "unknown argument \"" + argument + "\"";
+        } else if (i + 1 >= arguments.size() || arguments[i + 1].empty()) {
+            result.error = argument + " needs " + option->valueDescription;
+        } else {
+            option->store(result.options, arguments[++i]);
         }
     }
     return result;

@@ -28,7 +28,7 @@ public:
     QDockWidget* GetDock(HandlerID handlerID) const;
     std::shared_ptr<TabView> GetTabView(HandlerID handlerID) const;
     void CloseTab(HandlerID handlerID);
-    // The titles of the panels that are shown, in the order they were opened.
+    // The titles of the panels that are shown, by handler id.
     std::vector<ByteString> ShownPanelTitles() const;
 
     // Lets every panel save its state and drop its UI; call before the main window goes.

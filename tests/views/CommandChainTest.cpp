@@ -9,26 +9,19 @@
 
 #include <QApplication>
 #include <QDockWidget>
-#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include "ViewTestSupport.h"
+
 namespace {
 
 constexpr host::HandlerID kTestHandlerID = host::FourCharCode("TsPn");
 constexpr host::CommandID kPanelCommand = 88001;
 constexpr host::CommandID kHandlerCommand = 88002;
-
-void SettleEvents() {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < 50) {
-        QApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-}
 
 class TestTabView : public host::TabView {
 public:

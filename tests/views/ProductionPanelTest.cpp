@@ -11,22 +11,15 @@
 
 #include <QApplication>
 #include <QDockWidget>
-#include <QElapsedTimer>
 #include <filesystem>
 #include <gtest/gtest.h>
+
+#include "ViewTestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using HandlerTandrel::kMvProductionFolderHandlerID;
-
-void SettleEvents() {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < 50) {
-        QApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-}
 
 class ProductionPanelTest : public ::testing::Test {
 protected:
