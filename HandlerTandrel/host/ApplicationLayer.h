@@ -13,4 +13,8 @@ WideString GetTandrelManagerFolderPath();
 // How many projects the host has open.
 std::size_t OpenProjectCount();
 
+// The current user's locking identity: the name written into lock files and a second string
+// passed on unchanged to every lock-file call. False when locking is switched off.
+bool GetProjectLockingPrefs(ByteString& name, ByteString& second);
+
 } // namespace host

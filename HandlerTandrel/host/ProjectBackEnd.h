@@ -1,9 +1,12 @@
 #pragma once
-// The host project back end: project file tests and project messages. Main thread only.
+// The host project back end: project files, lock files and open projects. Main thread only,
+// except where a function says otherwise.
 #include "host/CoreTypes.h"
 #include "host/Messaging.h"
 
+#include <memory>
 #include <string_view>
+#include <vector>
 
 namespace host {
 
@@ -11,9 +14,66 @@ namespace host {
 // folder ".mvprojd" (when the host's folder format is switched on).
 bool IsMarvaneProjectFile(const ByteString& utf8Path);
 
-// Sent on kProjectActivationStation after a project has been closed.
+// A project's lock file as read or created for one locking identity (name and second).
+class IProjectLockFile {
+public:
+    virtual ~IProjectLockFile() = default;
+    // True when the lock is held by the identity it was read or created for: both locking
+    // strings match. A lock that could not be written, or that is unreadable, answers false.
+    virtual bool IsOwnedByCaller() const = 0;
+    // The holder's locking name. An unreadable lock file names kUnreadableLockHolder.
+    virtual ByteString GetOwnerName() const = 0;
+};
+using ProjectLockFilePtr = std::shared_ptr<IProjectLockFile>;
+
+// The holder shown for a lock file that exists but cannot be read as a lock: it counts as
+// held by someone else, so a damaged lock never unlocks a project.
+inline constexpr std::string_view kUnreadableLockHolder = "Unknown (unreadable lock file)";
+
+// The project's lock file, or empty when it has none. Safe on any thread.
+ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const ByteString& name,
+                                       const ByteString& second);
+// Creates the project's lock file for the identity, atomically even on network shares.
+// Over a lock of the same identity it succeeds; over anyone else's it returns that lock
+// (not owned). Empty when nothing could be written. Safe on any thread.
+ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const ByteString& name,
+                                         const ByteString& second);
+// Whether the folder holds a locked project. recursive: look into sub-folders too (symbolic
+// links are never followed). othersOnly: count only locks not owned by the current locking
+// identity; false counts every lock.
+bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recursive,
+                                        bool othersOnly);
+
+// A project the host has open.
+class IProject {
+public:
+    virtual ~IProject() = default;
+    virtual ByteString GetPath() const = 0;
+    virtual bool IsReadOnly() const = 0;
+    // Read-only and the file on disk changed since it was loaded.
+    virtual bool IsOutOfDate() const = 0;
+    // The project now lives at a new path (it was moved with its folder).
+    virtual void SetPath(const ByteString& newPath) = 0;
+    // The project holds this lock from now on, and removes it when it closes.
+    virtual void AttachLockFile(ProjectLockFilePtr lock) = 0;
+};
+using ProjectPtr = std::shared_ptr<IProject>;
+
+ProjectPtr FindOpenProject(const ByteString& projectPath);
+std::vector<ProjectPtr> GetOpenProjectList();
+bool GetIsReadOnly(const ProjectPtr& project);
+bool IsProjectOutOfDate(const ProjectPtr& project);
+
+// Sent on kProjectActivationStation after a project was opened, closed, or switched between
+// read-only and read-write.
+struct ProjectOpenedMessage : Message {
+    HOST_DECLARE_MESSAGE_TYPE(ProjectOpenedMessage)
+};
 struct ProjectClosedMessage : Message {
     HOST_DECLARE_MESSAGE_TYPE(ProjectClosedMessage)
+};
+struct ProjectReadOnlyChangedMessage : Message {
+    HOST_DECLARE_MESSAGE_TYPE(ProjectReadOnlyChangedMessage)
 };
 inline constexpr std::string_view kProjectActivationStation = "zkr.projectactivation";
 

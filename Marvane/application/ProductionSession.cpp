@@ -1,7 +1,5 @@
 #include "Marvane/application/ProductionSession.h"
 
-#include "Marvane/application/OpenProjects.h"
-#include "host/ApplicationLayer.h"
 #include "host/PanelFramework.h"
 
 namespace host {
@@ -43,18 +41,6 @@ void ProductionSession::Close() {
     }
     mFolder.clear();
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderClosedMessage());
-}
-
-bool IsTandrelManagerActive() {
-    return ProductionSession::Instance().IsOpen();
-}
-
-WideString GetTandrelManagerFolderPath() {
-    return ToUTF16(ProductionSession::Instance().GetFolder().string());
-}
-
-std::size_t OpenProjectCount() {
-    return OpenProjects::Instance().Count();
 }
 
 } // namespace host

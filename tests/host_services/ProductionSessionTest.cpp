@@ -1,5 +1,5 @@
 #include "Marvane/application/ProductionSession.h"
-#include "Marvane/application/OpenProjects.h"
+#include "TestProjects.h"
 #include "host/ApplicationLayer.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
@@ -75,16 +75,17 @@ TEST_F(ProductionSessionTest, ClosingTellsThePanelsOnce) {
 }
 
 TEST_F(ProductionSessionTest, ClosingAnOpenProjectSendsProjectClosed) {
-    auto& projects = host::OpenProjects::Instance();
-    ASSERT_TRUE(projects.Add(root / "Pilot" / "Scene 1.mvproj"));
-    EXPECT_FALSE(projects.Add(root / "Pilot" / "Scene 1.mvproj"));
+    const auto scene = testsupport::WriteProject(root / "Pilot" / "Scene 1.mvproj");
+    const auto first = testsupport::OpenProject(scene);
+    EXPECT_EQ(testsupport::OpenProject(scene), first); // opening again finds the open one
     EXPECT_EQ(host::OpenProjectCount(), 1u);
-    EXPECT_FALSE(projects.Close(root / "Pilot" / "Other.mvproj"));
-    EXPECT_TRUE(listener->types.empty());
-    EXPECT_TRUE(projects.Close(root / "Pilot" / "Scene 1.mvproj"));
-    EXPECT_EQ(host::OpenProjectCount(), 0u);
+    EXPECT_FALSE(testsupport::CloseProject(root / "Pilot" / "Other.mvproj"));
     ASSERT_EQ(listener->types.size(), 1u);
-    EXPECT_EQ(listener->types[0], host::ProjectClosedMessage::kTypeID);
+    EXPECT_EQ(listener->types[0], host::ProjectOpenedMessage::kTypeID);
+    EXPECT_TRUE(testsupport::CloseProject(scene));
+    EXPECT_EQ(host::OpenProjectCount(), 0u);
+    ASSERT_EQ(listener->types.size(), 2u);
+    EXPECT_EQ(listener->types[1], host::ProjectClosedMessage::kTypeID);
 }
 
 } // namespace

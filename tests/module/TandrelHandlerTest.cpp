@@ -1,9 +1,9 @@
 #include "handler/TandrelHandler.h"
-#include "Marvane/application/OpenProjects.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/WindowRegistry.h"
 #include "TandrelIDs.h"
+#include "TestProjects.h"
 #include "host/DataTransfer.h"
 #include "host/ProjectBackEnd.h"
 
@@ -41,9 +41,7 @@ protected:
         handler->PostSharedPtrInit();
     }
     void TearDown() override {
-        for (const auto& project : host::OpenProjects::Instance().GetAll()) {
-            host::OpenProjects::Instance().Close(project);
-        }
+        testsupport::CloseAllProjects();
         host::ProductionSession::Instance().Close();
         host::SetCurrentWorkspace(nullptr);
         handler.reset();
@@ -53,7 +51,7 @@ protected:
         ASSERT_EQ(host::ProductionSession::Instance().Open(folder / "Pilot"), "");
     }
     void CloseProject(const char* name) {
-        ASSERT_TRUE(host::OpenProjects::Instance().Close(folder / "Pilot" / name));
+        ASSERT_TRUE(testsupport::CloseProject(folder / "Pilot" / name));
     }
 
     fs::path folder;
@@ -112,7 +110,7 @@ TEST_F(TandrelHandlerTest, OpeningAProductionEmptiesTheSettingsStoreBeforeReadin
 }
 
 TEST_F(TandrelHandlerTest, AProjectClosedWhileNoProductionIsOpenChangesNothing) {
-    ASSERT_TRUE(host::OpenProjects::Instance().Add(folder / "Pilot" / "A.mvproj"));
+    testsupport::OpenProject(testsupport::WriteProject(folder / "Pilot" / "A.mvproj"));
     CloseProject("A.mvproj");
     EXPECT_EQ(workspace.shownQueries, 0);
     EXPECT_TRUE(workspace.opened.empty());
@@ -121,8 +119,8 @@ TEST_F(TandrelHandlerTest, AProjectClosedWhileNoProductionIsOpenChangesNothing) 
 TEST_F(TandrelHandlerTest, ClosingTheLastProjectBringsThePanelForwardButNotBefore) {
     OpenProduction();
     workspace.opened.clear();
-    ASSERT_TRUE(host::OpenProjects::Instance().Add(folder / "Pilot" / "A.mvproj"));
-    ASSERT_TRUE(host::OpenProjects::Instance().Add(folder / "Pilot" / "B.mvproj"));
+    testsupport::OpenProject(testsupport::WriteProject(folder / "Pilot" / "A.mvproj"));
+    testsupport::OpenProject(testsupport::WriteProject(folder / "Pilot" / "B.mvproj"));
     CloseProject("A.mvproj");
     EXPECT_TRUE(workspace.opened.empty());
     CloseProject("B.mvproj");

@@ -1,11 +1,11 @@
 #include "Marvane/app/MainWindow.h"
-#include "Marvane/application/OpenProjects.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/MenuResources.h"
 #include "ProductionCommands.h"
 #include "TandrelIDs.h"
+#include "TestProjects.h"
 #include "handler/TandrelHandler.h"
 #include "panel/TandrelTabView.h"
 
@@ -34,9 +34,7 @@ protected:
         SettleEvents();
     }
     void TearDown() override {
-        for (const auto& project : host::OpenProjects::Instance().GetAll()) {
-            host::OpenProjects::Instance().Close(project);
-        }
+        testsupport::CloseAllProjects();
         host::ProductionSession::Instance().Close();
         window.reset();
         fs::remove_all(root);
@@ -101,22 +99,20 @@ TEST_F(ProductionPanelTest, OpeningAnotherProductionBringsTheShownPanelForwardWi
 TEST_F(ProductionPanelTest, ClosingTheLastProjectBringsThePanelForward) {
     ASSERT_EQ(host::ProductionSession::Instance().Open(root / "Pilot"), "");
     SettleEvents();
-    auto& projects = host::OpenProjects::Instance();
-    ASSERT_TRUE(projects.Add(root / "Pilot" / "A.mvproj"));
-    ASSERT_TRUE(projects.Add(root / "Pilot" / "B.mvproj"));
+    testsupport::OpenProject(testsupport::WriteProject(root / "Pilot" / "A.mvproj"));
+    testsupport::OpenProject(testsupport::WriteProject(root / "Pilot" / "B.mvproj"));
     CoverThePanel();
-    ASSERT_TRUE(projects.Close(root / "Pilot" / "A.mvproj"));
+    ASSERT_TRUE(testsupport::CloseProject(root / "Pilot" / "A.mvproj"));
     SettleEvents();
     EXPECT_FALSE(Workspace().TabIsFrontmost(kMvProductionFolderHandlerID));
-    ASSERT_TRUE(projects.Close(root / "Pilot" / "B.mvproj"));
+    ASSERT_TRUE(testsupport::CloseProject(root / "Pilot" / "B.mvproj"));
     SettleEvents();
     EXPECT_TRUE(Workspace().TabIsFrontmost(kMvProductionFolderHandlerID));
 }
 
 TEST_F(ProductionPanelTest, AProjectClosedWithNoProductionOpenDoesNotOpenThePanel) {
-    auto& projects = host::OpenProjects::Instance();
-    ASSERT_TRUE(projects.Add(root / "Loose.mvproj"));
-    ASSERT_TRUE(projects.Close(root / "Loose.mvproj"));
+    testsupport::OpenProject(testsupport::WriteProject(root / "Loose.mvproj"));
+    ASSERT_TRUE(testsupport::CloseProject(root / "Loose.mvproj"));
     SettleEvents();
     EXPECT_FALSE(Workspace().TabIsShown(kMvProductionFolderHandlerID));
     EXPECT_EQ(Workspace().TabViewsCreated(kMvProductionFolderHandlerID), 0);

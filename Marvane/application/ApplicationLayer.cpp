@@ -1,0 +1,30 @@
+// What modules see of the application layer: the open production, the open projects and
+// the locking identity.
+#include "host/ApplicationLayer.h"
+
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/documents/DocumentManager.h"
+
+namespace host {
+
+bool IsTandrelManagerActive() {
+    return ProductionSession::Instance().IsOpen();
+}
+
+WideString GetTandrelManagerFolderPath() {
+    return ToUTF16(ProductionSession::Instance().GetFolder().string());
+}
+
+std::size_t OpenProjectCount() {
+    return DocumentManager::Instance().GetAll().size();
+}
+
+bool GetProjectLockingPrefs(ByteString& name, ByteString& second) {
+    const LockingPreferences locking = HostSession::Instance().GetLocking();
+    name = locking.name;
+    second = locking.second;
+    return locking.enabled;
+}
+
+} // namespace host

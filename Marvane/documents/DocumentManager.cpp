@@ -1,0 +1,264 @@
+#include "Marvane/documents/DocumentManager.h"
+
+#include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/ProjectFormats.h"
+#include "host/ApplicationLayer.h"
+#include "host/Localizer.h"
+#include "host/UIFramework.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void Announce(const Message& message) {
+    MessageStation::Get(kProjectActivationStation)->Broadcast(message);
+}
+
+enum class SaveAnswer { Save, DontSave, Cancel };
+
+// Asks whether to save a modified project; "applyToAll" remembers a batch answer.
+SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
+                     std::optional<SaveAnswer>& applyToAll) {
+    if (applyToAll) {
+        return *applyToAll;
+    }
+    std::vector<ByteString> buttons = {Localize("$$$/Marvane/Host/SavePrompt/Save=Save"),
+                                       Localize("$$$/Marvane/Host/SavePrompt/DontSave=Don't Save"),
+                                       Localize("$$$/Marvane/Host/SavePrompt/Cancel=Cancel")};
+    if (offerApplyToAll) {
+        buttons.push_back(Localize("$$$/Marvane/Host/SavePrompt/SaveAll=Save All"));
+        buttons.push_back(Localize("$$$/Marvane/Host/SavePrompt/DontSaveAny=Don't Save Any"));
+    }
+    const int answer = ShowMessageBox(
+        Localize("$$$/Marvane/Host/SavePrompt/Title=Save Changes?"),
+        Localize("$$$/Marvane/Host/SavePrompt/Message=Do you want to save the changes made to "
+                 "the project \"@0\"?",
+                 {project.Content().name}),
+        buttons, 4, 0);
+    switch (answer) {
+    case 0:
+        return SaveAnswer::Save;
+    case 1:
+        return SaveAnswer::DontSave;
+    case 3:
+        applyToAll = SaveAnswer::Save;
+        return SaveAnswer::Save;
+    case 4:
+        applyToAll = SaveAnswer::DontSave;
+        return SaveAnswer::DontSave;
+    default:
+        return SaveAnswer::Cancel;
+    }
+}
+
+} // namespace
+
+fs::path NormalProjectPath(const fs::path& projectPath) {
+    std::error_code error;
+    fs::path normal = fs::absolute(projectPath, error).lexically_normal();
+    if (!normal.has_filename() && normal.has_relative_path()) {
+        normal = normal.parent_path();
+    }
+    return normal;
+}
+
+DocumentManager& DocumentManager::Instance() {
+    static DocumentManager manager;
+    return manager;
+}
+
+OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
+    const fs::path path = NormalProjectPath(projectPath);
+    if (OpenProjectPtr existing = Find(path)) {
+        SetActive(existing);
+        return {existing, {}};
+    }
+    if (!IsMarvaneProjectFile(path.string())) {
+        return {nullptr, "\"" + path.string() + "\" is not a project of this application."};
+    }
+    ProjectContent content;
+    std::string error;
+    if (!LoadProjectContent(path, content, error)) {
+        return {nullptr, error};
+    }
+    auto project =
+        std::make_shared<OpenProject>(path, std::move(content), StampOf(ProjectContentFile(path)));
+    ByteString name;
+    ByteString second;
+    const bool locking = GetProjectLockingPrefs(name, second);
+    if (mode == OpenMode::Normal) {
+        if (!locking) {
+            project->SetReadOnly(false);
+        } else if (ProjectLockFilePtr lock = CreateProjectLockFile(path.string(), name, second);
+                   lock && lock->IsOwnedByCaller()) {
+            project->AttachLockFile(lock);
+            project->SetReadOnly(false);
+        }
+    }
+    mProjects.push_back(project);
+    SetActive(project);
+    Announce(ProjectOpenedMessage());
+    return {project, {}};
+}
+
+bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects) {
+    const auto modified = std::count_if(projects.begin(), projects.end(), [](const auto& p) {
+        return p && p->IsModified() && !p->IsReadOnly();
+    });
+    std::optional<SaveAnswer> applyToAll;
+    for (const OpenProjectPtr& project : projects) {
+        if (!project || !Find(project->Path())) {
+            continue;
+        }
+        if (project->IsModified() && !project->IsReadOnly()) {
+            const SaveAnswer answer = AskToSave(*project, modified > 1, applyToAll);
+            if (answer == SaveAnswer::Cancel) {
+                return false;
+            }
+            std::string error;
+            if (answer == SaveAnswer::Save && !Save(project, error)) {
+                ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error,
+                               {}, 3, 0);
+                return false;
+            }
+        }
+        Remove(project);
+    }
+    return true;
+}
+
+bool DocumentManager::CloseAll() {
+    const std::vector<OpenProjectPtr> all = mProjects;
+    return Close(all);
+}
+
+void DocumentManager::CloseAllWithoutAsking() {
+    while (!mProjects.empty()) {
+        Remove(mProjects.back());
+    }
+}
+
+void DocumentManager::Remove(const OpenProjectPtr& project) {
+    const auto found = std::find(mProjects.begin(), mProjects.end(), project);
+    if (found == mProjects.end()) {
+        return;
+    }
+    project->ReleaseLock();
+    mProjects.erase(found);
+    Announce(ProjectClosedMessage());
+}
+
+bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
+    if (project->IsReadOnly()) {
+        error = "The project \"" + project->Path().string() + "\" is open read-only.";
+        return false;
+    }
+    if (!SaveProjectContent(project->Path(), project->Content(), error)) {
+        return false;
+    }
+    project->MarkSaved(StampOf(ProjectContentFile(project->Path())));
+    return true;
+}
+
+bool DocumentManager::Reload(const OpenProjectPtr& project, std::string& error) {
+    ProjectContent content;
+    const FileStamp stamp = StampOf(ProjectContentFile(project->Path()));
+    if (!LoadProjectContent(project->Path(), content, error)) {
+        return false;
+    }
+    project->ReplaceContent(std::move(content), stamp);
+    Announce(ProjectReadOnlyChangedMessage());
+    return true;
+}
+
+ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool readOnly) {
+    ReadOnlyResult result;
+    if (project->IsReadOnly() == readOnly) {
+        return result;
+    }
+    if (readOnly) {
+        if (project->IsModified()) {
+            result.error = "Save or revert the changes to \"" + project->Content().name +
+                           "\" before switching it to read-only.";
+            return result;
+        }
+        project->ReleaseLock();
+        project->SetReadOnly(true);
+    } else {
+        ByteString name;
+        ByteString second;
+        if (GetProjectLockingPrefs(name, second)) {
+            const ProjectLockFilePtr lock =
+                CreateProjectLockFile(project->Path().string(), name, second);
+            if (!lock || !lock->IsOwnedByCaller()) {
+                result.error = lock ? "\"" + project->Content().name + "\" is locked by " +
+                                          lock->GetOwnerName() + "."
+                                    : "The lock file of \"" + project->Content().name +
+                                          "\" could not be created.";
+                return result;
+            }
+            project->AttachLockFile(lock);
+        }
+        result.needsReload = project->IsOutOfDate();
+        project->SetReadOnly(false);
+    }
+    result.changed = true;
+    Announce(ProjectReadOnlyChangedMessage());
+    return result;
+}
+
+OpenResult DocumentManager::CreateNewProject(const fs::path& folder) {
+    const std::string base = "Untitled Project";
+    fs::path path;
+    std::error_code error;
+    for (int number = 1;; ++number) {
+        const std::string name = number == 1 ? base : base + " " + std::to_string(number);
+        path = folder / (name + std::string(kProjectFileExtension));
+        if (!fs::exists(path, error) && !fs::exists(LockFilePathFor(path), error)) {
+            break;
+        }
+    }
+    ProjectContent content;
+    content.name = path.stem().string();
+    std::string saveError;
+    if (!SaveProjectContent(path, content, saveError)) {
+        return {nullptr, saveError};
+    }
+    return Open(path);
+}
+
+OpenProjectPtr DocumentManager::Find(const fs::path& projectPath) const {
+    const fs::path path = NormalProjectPath(projectPath);
+    for (const OpenProjectPtr& project : mProjects) {
+        if (project->Path() == path) {
+            return project;
+        }
+    }
+    return nullptr;
+}
+
+// What modules see of the open projects.
+
+ProjectPtr FindOpenProject(const ByteString& projectPath) {
+    return DocumentManager::Instance().Find(projectPath);
+}
+
+std::vector<ProjectPtr> GetOpenProjectList() {
+    const auto& all = DocumentManager::Instance().GetAll();
+    return {all.begin(), all.end()};
+}
+
+bool GetIsReadOnly(const ProjectPtr& project) {
+    return project && project->IsReadOnly();
+}
+
+bool IsProjectOutOfDate(const ProjectPtr& project) {
+    return project && project->IsOutOfDate();
+}
+
+} // namespace host

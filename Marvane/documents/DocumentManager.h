@@ -1,0 +1,64 @@
+#pragma once
+// The projects the host has open. Opening takes the project's lock when it can (read-write)
+// and opens it read-only otherwise; closing asks to save changes and removes our lock.
+// Every change is announced on kProjectActivationStation. Main thread only.
+#include "Marvane/documents/OpenProject.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace host {
+
+using OpenProjectPtr = std::shared_ptr<OpenProject>;
+
+enum class OpenMode {
+    Normal,  // read-write when the lock can be had (or locking is off), else read-only
+    ReadOnly // read-only, without touching the lock
+};
+
+struct OpenResult {
+    OpenProjectPtr project;
+    std::string error; // for the user, when project is empty
+};
+
+struct ReadOnlyResult {
+    bool changed = false;
+    bool needsReload = false; // the file changed on disk while the project was read-only
+    std::string error;
+};
+
+class DocumentManager {
+public:
+    static DocumentManager& Instance();
+
+    OpenResult Open(const std::filesystem::path& projectPath, OpenMode mode = OpenMode::Normal);
+    // Closes projects, asking to save each modified one; with more than one modified project
+    // the question offers to apply the answer to all. False when the user cancelled: the
+    // projects not closed yet stay open.
+    bool Close(const std::vector<OpenProjectPtr>& projects);
+    bool CloseAll();
+    // Closes without asking; changes not saved are lost (callers save a recovery copy first).
+    void CloseAllWithoutAsking();
+    bool Save(const OpenProjectPtr& project, std::string& error);
+    bool Reload(const OpenProjectPtr& project, std::string& error);
+    ReadOnlyResult SetReadOnly(const OpenProjectPtr& project, bool readOnly);
+    // Makes "Untitled Project.mvproj" (or the next free number) in the folder and opens it.
+    OpenResult CreateNewProject(const std::filesystem::path& folder);
+
+    OpenProjectPtr Find(const std::filesystem::path& projectPath) const;
+    const std::vector<OpenProjectPtr>& GetAll() const { return mProjects; }
+    OpenProjectPtr GetActive() const { return mActive.lock(); }
+    void SetActive(const OpenProjectPtr& project) { mActive = project; }
+
+private:
+    void Remove(const OpenProjectPtr& project);
+
+    std::vector<OpenProjectPtr> mProjects;
+    std::weak_ptr<OpenProject> mActive;
+};
+
+std::filesystem::path NormalProjectPath(const std::filesystem::path& projectPath);
+
+} // namespace host

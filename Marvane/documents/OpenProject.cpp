@@ -1,0 +1,74 @@
+#include "Marvane/documents/OpenProject.h"
+
+#include "Marvane/projectbackend/LockFiles.h"
+#include "host/ApplicationLayer.h"
+
+namespace host {
+
+OpenProject::OpenProject(std::filesystem::path path, ProjectContent content, FileStamp stamp)
+    : mPath(std::move(path)), mContent(std::move(content)), mLoadedStamp(stamp) {}
+
+OpenProject::~OpenProject() {
+    ReleaseLock();
+}
+
+ByteString OpenProject::GetPath() const {
+    return mPath.string();
+}
+
+bool OpenProject::IsOutOfDate() const {
+    if (!mReadOnly) {
+        return false;
+    }
+    const FileStamp now = StampOf(ProjectContentFile(mPath));
+    return now.size >= 0 && !(now == mLoadedStamp);
+}
+
+void OpenProject::SetPath(const ByteString& newPath) {
+    mPath = std::filesystem::path(newPath).lexically_normal();
+    mHoldsLock = false; // the lock at the old path stays where it was; a new one is attached
+}
+
+void OpenProject::AttachLockFile(ProjectLockFilePtr lock) {
+    if (!lock || !lock->IsOwnedByCaller()) {
+        return;
+    }
+    GetProjectLockingPrefs(mLockName, mLockSecond);
+    mHoldsLock = true;
+}
+
+void OpenProject::EditContent(const ProjectContent& content) {
+    if (mReadOnly || content == mContent) {
+        return;
+    }
+    mContent = content;
+    mModified = true;
+}
+
+std::string OpenProject::CurrentLockHolder() const {
+    ByteString name;
+    ByteString second;
+    GetProjectLockingPrefs(name, second);
+    const ProjectLockFilePtr lock = ReadProjectLockFile(mPath.string(), name, second);
+    return lock ? lock->GetOwnerName() : std::string();
+}
+
+void OpenProject::ReplaceContent(ProjectContent content, FileStamp stamp) {
+    mContent = std::move(content);
+    mLoadedStamp = stamp;
+    mModified = false;
+}
+
+void OpenProject::MarkSaved(FileStamp stamp) {
+    mLoadedStamp = stamp;
+    mModified = false;
+}
+
+void OpenProject::ReleaseLock() {
+    if (mHoldsLock) {
+        RemoveOwnLockFile(mPath, mLockName, mLockSecond);
+        mHoldsLock = false;
+    }
+}
+
+} // namespace host

@@ -1,0 +1,49 @@
+#pragma once
+// A project the host has open: its content, its mode and the lock it holds.
+#include "Marvane/documents/ProjectContent.h"
+#include "host/ProjectBackEnd.h"
+
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+class OpenProject final : public IProject {
+public:
+    OpenProject(std::filesystem::path path, ProjectContent content, FileStamp stamp);
+    ~OpenProject() override;
+
+    ByteString GetPath() const override;
+    bool IsReadOnly() const override { return mReadOnly; }
+    bool IsOutOfDate() const override;
+    void SetPath(const ByteString& newPath) override;
+    void AttachLockFile(ProjectLockFilePtr lock) override;
+
+    const std::filesystem::path& Path() const { return mPath; }
+    const ProjectContent& Content() const { return mContent; }
+    // Changes the content (read-write projects only); the project is then modified.
+    void EditContent(const ProjectContent& content);
+    bool IsModified() const { return mModified; }
+    bool HoldsLock() const { return mHoldsLock; }
+    // Who holds the project's lock file now, read from disk; empty when nobody does.
+    std::string CurrentLockHolder() const;
+
+    // Used by the document manager.
+    void SetReadOnly(bool readOnly) { mReadOnly = readOnly; }
+    void ReplaceContent(ProjectContent content, FileStamp stamp);
+    void MarkSaved(FileStamp stamp);
+    // Removes the lock file if this project holds it.
+    void ReleaseLock();
+
+private:
+    std::filesystem::path mPath;
+    ProjectContent mContent;
+    FileStamp mLoadedStamp;
+    bool mReadOnly = true;
+    bool mModified = false;
+    bool mHoldsLock = false;
+    std::string mLockName;
+    std::string mLockSecond;
+};
+
+} // namespace host

@@ -1,0 +1,41 @@
+#pragma once
+// What a project holds, as far as this host is concerned: bins and sequences by name.
+// A ".mvproj" file is UTF-8 JSON; a ".mvprojd" folder holds the same JSON in "project.json".
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct ProjectContent {
+    int formatVersion = 1;
+    std::string name;
+    std::vector<std::string> bins;
+    std::vector<std::string> sequences;
+
+    bool operator==(const ProjectContent&) const = default;
+};
+
+// The file that holds a project's content: the project file, or project.json of a folder.
+std::filesystem::path ProjectContentFile(const std::filesystem::path& projectPath);
+
+// Reads a project. On failure returns false with a message for the user; the file is never
+// touched.
+bool LoadProjectContent(const std::filesystem::path& projectPath, ProjectContent& content,
+                        std::string& error);
+// Writes a project beside the old file and renames it over, so a failure never leaves a
+// half-written project. Returns false with a message on failure.
+bool SaveProjectContent(const std::filesystem::path& projectPath, const ProjectContent& content,
+                        std::string& error);
+
+// What identifies one version of a project's file on disk: a save replaces the file (a new
+// inode) and changes its time and usually its size.
+struct FileStamp {
+    unsigned long long inode = 0;
+    long long modifiedNanoseconds = 0;
+    long long size = -1;
+    bool operator==(const FileStamp&) const = default;
+};
+FileStamp StampOf(const std::filesystem::path& file);
+
+} // namespace host

@@ -1,0 +1,48 @@
+#pragma once
+// Real project files and real open projects for tests.
+#include "Marvane/documents/DocumentManager.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace testsupport {
+
+// Writes a project file (or project folder) with a few sequences and returns its path.
+inline std::filesystem::path WriteProject(const std::filesystem::path& path,
+                                          std::vector<std::string> sequences = {"Sequence 1"}) {
+    std::filesystem::create_directories(path.parent_path());
+    if (path.extension() == ".mvprojd") {
+        std::filesystem::create_directories(path);
+    }
+    host::ProjectContent content;
+    content.name = path.stem().string();
+    content.bins = {"Footage"};
+    content.sequences = std::move(sequences);
+    std::string error;
+    if (!host::SaveProjectContent(path, content, error)) {
+        throw std::runtime_error(error);
+    }
+    return path;
+}
+
+inline host::OpenProjectPtr OpenProject(const std::filesystem::path& path,
+                                        host::OpenMode mode = host::OpenMode::Normal) {
+    host::OpenResult result = host::DocumentManager::Instance().Open(path, mode);
+    if (!result.project) {
+        throw std::runtime_error(result.error);
+    }
+    return result.project;
+}
+
+inline bool CloseProject(const std::filesystem::path& path) {
+    host::OpenProjectPtr project = host::DocumentManager::Instance().Find(path);
+    return project && host::DocumentManager::Instance().Close({project});
+}
+
+inline void CloseAllProjects() {
+    host::DocumentManager::Instance().CloseAllWithoutAsking();
+}
+
+} // namespace testsupport
