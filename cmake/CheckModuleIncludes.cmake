@@ -1,5 +1,6 @@
 # Fails when a file of the module includes anything but the standard library and host/ or
 # its own headers. Run as: cmake -DMODULE_DIR=<HandlerTandrel> -P CheckModuleIncludes.cmake
+cmake_minimum_required(VERSION 3.25)
 set(_standard_headers
     algorithm any array atomic bit bitset cassert cctype cerrno cfloat charconv chrono cinttypes
     climits clocale cmath compare concepts condition_variable cstddef cstdint cstdio cstdlib
@@ -9,7 +10,8 @@ set(_standard_headers
     scoped_allocator set shared_mutex source_location span sstream stack stdexcept stop_token
     streambuf string string_view system_error thread tuple type_traits typeindex typeinfo
     unordered_map unordered_set utility valarray variant vector version)
-file(GLOB_RECURSE _files "${MODULE_DIR}/*.h" "${MODULE_DIR}/*.cpp")
+file(GLOB_RECURSE _files "${MODULE_DIR}/*.h" "${MODULE_DIR}/*.hpp" "${MODULE_DIR}/*.cpp"
+     "${MODULE_DIR}/*.cc" "${MODULE_DIR}/*.inc")
 set(_problems "")
 foreach(_file IN LISTS _files)
     file(STRINGS "${_file}" _lines REGEX "^[ \t]*#[ \t]*include")
@@ -19,9 +21,13 @@ foreach(_file IN LISTS _files)
                 string(APPEND _problems "${_file}: ${_line}\n")
             endif()
         elseif(_line MATCHES "\"([^\"]+)\"")
-            if(NOT EXISTS "${MODULE_DIR}/${CMAKE_MATCH_1}")
+            if(CMAKE_MATCH_1 MATCHES "\\.\\.")
+                string(APPEND _problems "${_file}: ${_line} (reaches outside the module)\n")
+            elseif(NOT EXISTS "${MODULE_DIR}/${CMAKE_MATCH_1}")
                 string(APPEND _problems "${_file}: ${_line} (not a header of the module)\n")
             endif()
+        else()
+            string(APPEND _problems "${_file}: ${_line} (an include the check cannot read)\n")
         endif()
     endforeach()
 endforeach()

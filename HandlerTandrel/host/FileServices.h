@@ -4,7 +4,8 @@
 
 namespace host {
 
-// The last component without its extension: "/a/Scene 12.mvproj" gives "Scene 12".
+// The last component without its extension: "/a/Scene 12.mvproj" gives "Scene 12", and
+// "/a/Titles.mvprojd/" gives "Titles" (trailing separators are ignored).
 WideString GetFilePart(const WideString& path);
 // The last component with its extension: "/a/Scene 12.mvproj" gives "Scene 12.mvproj".
 WideString GetFullFilePart(const WideString& path);

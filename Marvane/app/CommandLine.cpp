@@ -63,6 +63,7 @@ std::string UsageText() {
            "  --list-commands       print every command context with its commands and exit\n"
            "  --screenshot FILE.png render the main window to FILE.png once the production\n"
            "                        is shown, then exit (works without a display)\n"
+           "  --help                show this text\n"
            "Without --production the last production opens, or the demo production.\n";
 }
 

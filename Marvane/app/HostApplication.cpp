@@ -48,8 +48,7 @@ void SetUpSession(const CommandLineOptions& options) {
     SetFolderProjectFormatEnabled(session.preferences.folderProjectFormat);
 }
 
-void LoadModules(const CommandLineOptions& options, std::ostream& err) {
-    static PluginLoader loader;
+void LoadModules(PluginLoader& loader, const CommandLineOptions& options, std::ostream& err) {
     for (const PluginLoadResult& result : loader.LoadFolder(PluginFolder(options))) {
         if (result.loaded) {
             Trace("Host", 3, "Loaded module " + result.file.string());
@@ -63,16 +62,24 @@ void LoadModules(const CommandLineOptions& options, std::ostream& err) {
 }
 
 // Opens the production the user asked for, else the last one, else the demo production.
+// A last production that is missing now (a share not mounted yet) is reported and stays the
+// last production for the next start.
 void OpenStartProduction(const CommandLineOptions& options, std::ostream& err) {
     HostSession& session = HostSession::Instance();
     std::filesystem::path folder;
+    bool remember = true;
+    const std::filesystem::path& last = session.preferences.lastProduction;
     if (options.production) {
         folder = *options.production;
     } else if (std::error_code ignored;
-               !session.preferences.lastProduction.empty() &&
-               std::filesystem::is_directory(session.preferences.lastProduction, ignored)) {
-        folder = session.preferences.lastProduction;
+               !last.empty() && std::filesystem::is_directory(last, ignored)) {
+        folder = last;
     } else {
+        if (!last.empty()) {
+            err << "marvane: the last production \"" << last.string()
+                << "\" is not there now; opening the demo production.\n";
+            remember = false;
+        }
         std::string error;
         folder = EnsureDemoProduction(session.dataDirectory, error);
         if (folder.empty()) {
@@ -85,13 +92,16 @@ void OpenStartProduction(const CommandLineOptions& options, std::ostream& err) {
         err << "marvane: " << error << " Starting without a production.\n";
         return;
     }
-    session.preferences.lastProduction = ProductionSession::Instance().GetFolder();
-    SavePreferences(session.profileDirectory, session.preferences);
+    if (remember) {
+        session.preferences.lastProduction = ProductionSession::Instance().GetFolder();
+        SavePreferences(session.profileDirectory, session.preferences);
+    }
 }
 
-void ShutDown() {
+void ShutDown(PluginLoader& loader) {
     ProductionSession::Instance().Close();
     PanelFrameworkRegistry::Instance().ReleaseHandlers();
+    loader.ReleaseModules();
 }
 
 } // namespace
@@ -115,11 +125,12 @@ void PrintCommandContexts(std::ostream& out) {
 int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& err) {
     SetUpSession(options);
     DeclareHostCommands(ShortcutManager::Instance());
-    LoadModules(options, err);
+    PluginLoader loader;
+    LoadModules(loader, options, err);
 
     if (options.listCommands) {
         PrintCommandContexts(out);
-        ShutDown();
+        ShutDown(loader);
         return 0;
     }
 
@@ -154,7 +165,9 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
         if (exitCode == 0) {
             exitCode = loopResult;
         }
-        ShutDown();
+        // Panels drop their UI while their handlers and the window are still there.
+        window.GetWorkspace().Shutdown();
+        ShutDown(loader);
     }
     if (ProfilerReportRequested()) {
         err << ProfilerReport();

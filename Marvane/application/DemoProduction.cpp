@@ -1,5 +1,6 @@
 #include "Marvane/application/DemoProduction.h"
 
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <chrono>
@@ -70,15 +71,6 @@ void SetAge(const fs::path& path, int ageDays) {
     fs::last_write_time(path, when);
 }
 
-std::string UtcNow() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    gmtime_r(&now, &parts);
-    char text[32] = {};
-    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text;
-}
-
 void WriteDemo(const fs::path& root) {
     for (const DemoProject& project : kProjects) {
         const fs::path file =
@@ -91,16 +83,12 @@ void WriteDemo(const fs::path& root) {
     WriteText(folderProject / kProjectFolderContentName, ProjectJson("Titles", 3));
     SetAge(folderProject, 4);
     // Another editor has "Fine Cut" open for writing.
-    nlohmann::json lock;
-    lock["lockingName"] = kDemoOtherEditorName;
-    lock["secondLockingString"] = "edit-suite-2";
-    lock["hostName"] = "edit-suite-2";
-    lock["processId"] = 4242;
-    lock["bootId"] = "00000000-0000-0000-0000-000000000000";
-    lock["createdUtc"] = UtcNow();
-    WriteText(root / "Edit" /
-                  ("Fine Cut" + std::string(kProjectFileExtension) + std::string(kLockFileSuffix)),
-              lock.dump(2) + "\n");
+    LockFileContent lock = MakeLockFileContent(kDemoOtherEditorName, "edit-suite-2");
+    lock.hostName = "edit-suite-2";
+    lock.processId = 4242;
+    lock.bootId = "00000000-0000-0000-0000-000000000000";
+    WriteText(LockFilePathFor(root / "Edit" / ("Fine Cut" + std::string(kProjectFileExtension))),
+              SerialiseLockFile(lock));
     // Ordinary files that the panel does not list.
     WriteText(root / "Notes.txt", "Call sheet and shot notes.\n");
     WriteText(root / "Dailies" / "camera-report.csv", "shot,take,clip\n1,1,A001C001\n");

@@ -99,14 +99,22 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
         auto existing = nlohmann::json::parse(buffer.str(), nullptr, false);
         if (existing.is_object()) {
             json = std::move(existing);
+        } else {
+            // Whatever the user had there is kept aside, never written over.
+            in.close();
+            std::filesystem::rename(path, profileDirectory / (std::string(kFileName) + ".broken"),
+                                    error);
         }
     }
     json["lastProduction"] = preferences.lastProduction.string();
     json["trace"] = preferences.trace;
     json["folderProjectFormat"] = preferences.folderProjectFormat;
-    json["locking"] = {{"name", preferences.locking.name},
-                       {"second", preferences.locking.second},
-                       {"enabled", preferences.locking.enabled}};
+    if (!json["locking"].is_object()) {
+        json["locking"] = nlohmann::json::object();
+    }
+    json["locking"]["name"] = preferences.locking.name;
+    json["locking"]["second"] = preferences.locking.second;
+    json["locking"]["enabled"] = preferences.locking.enabled;
     const auto target = profileDirectory / kFileName;
     const auto temporary = profileDirectory / (std::string(kFileName) + ".new");
     {

@@ -83,6 +83,11 @@ bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, st
     loaded.name = json.value("name", projectPath.stem().string());
     loaded.bins = Names(json, "bins", ok);
     loaded.sequences = Names(json, "sequences", ok);
+    nlohmann::json others = json;
+    for (const char* known : {"formatVersion", "name", "bins", "sequences"}) {
+        others.erase(known);
+    }
+    loaded.otherMembers = others.dump();
     if (!ok) {
         error = "The project \"" + projectPath.string() +
                 "\" is damaged: its content is not in the expected form. It was left as it is.";
@@ -95,10 +100,14 @@ bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, st
 bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& content,
                         std::string& error) {
     const fs::path file = ProjectContentFile(projectPath);
-    const nlohmann::json json = {{"formatVersion", kProjectFormatVersion},
-                                 {"name", content.name},
-                                 {"bins", content.bins},
-                                 {"sequences", content.sequences}};
+    nlohmann::json json = nlohmann::json::parse(content.otherMembers, nullptr, false);
+    if (!json.is_object()) {
+        json = nlohmann::json::object();
+    }
+    json["formatVersion"] = kProjectFormatVersion;
+    json["name"] = content.name;
+    json["bins"] = content.bins;
+    json["sequences"] = content.sequences;
     const std::string text = json.dump(2) + "\n";
     const fs::path temporary = file.parent_path() / ("." + file.filename().string() + "." +
                                                      std::to_string(::getpid()) + ".saving");

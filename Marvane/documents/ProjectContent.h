@@ -12,6 +12,8 @@ struct ProjectContent {
     std::string name;
     std::vector<std::string> bins;
     std::vector<std::string> sequences;
+    // Members of the file that this host does not know, kept as they were (a JSON object).
+    std::string otherMembers = "{}";
 
     bool operator==(const ProjectContent&) const = default;
 };

@@ -20,7 +20,7 @@ WideString GetFullFilePart(const WideString& path) {
 }
 
 WideString GetFilePart(const WideString& path) {
-    const WideString name = GetFullFilePart(path);
+    const WideString name = GetFullFilePart(StripTrailingSlash(path));
     const std::size_t dot = name.rfind(u'.');
     if (dot == WideString::npos || dot == 0) {
         return name;

@@ -44,7 +44,6 @@ PluginLoadResult PluginLoader::Load(const std::filesystem::path& file) {
     const auto fail = [&](std::string message) {
         result.error = std::move(message);
         registry.RollBackTo(mark);
-        dlclose(library);
         return result;
     };
     void* entry = dlsym(library, kEntryPointName);
@@ -77,7 +76,6 @@ PluginLoadResult PluginLoader::Load(const std::filesystem::path& file) {
         return fail("Module " + Quoted(file) + " made no module object");
     }
     mModules.emplace_back(module);
-    mLibraries.push_back(library);
     result.loaded = true;
     return result;
 }

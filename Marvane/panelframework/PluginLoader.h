@@ -27,13 +27,13 @@ public:
     std::vector<PluginLoadResult> LoadFolder(const std::filesystem::path& folder);
 
     const std::vector<std::unique_ptr<Module>>& GetModules() const { return mModules; }
-    // Destroys the module objects; the libraries stay mapped until the process ends, since
-    // objects they made (handlers, tab views) may still be alive.
+    // Destroys the module objects. Libraries stay mapped until the process ends, since
+    // objects and functions they handed out (handlers, declarers) may still be reachable;
+    // a library that failed after it ran code of its own is never unmapped either.
     void ReleaseModules();
 
 private:
     std::vector<std::unique_ptr<Module>> mModules;
-    std::vector<void*> mLibraries;
 };
 
 } // namespace host

@@ -1,6 +1,7 @@
 #include "Marvane/panelframework/Registries.h"
 
 #include "host/DebugTrace.h"
+#include "host/ExceptionLog.h"
 
 #include <algorithm>
 #include <string>
@@ -14,36 +15,60 @@ PanelFrameworkRegistry& PanelFrameworkRegistry::Instance() {
 
 void PanelFrameworkRegistry::RollBackTo(std::size_t mark) {
     while (mLog.size() > mark) {
-        const FactoryRegistration last = mLog.back();
+        FactoryRegistration last = std::move(mLog.back());
         mLog.pop_back();
-        if (last.kind == "handler") {
-            std::erase_if(mHandlers, [&](const HandlerEntry& e) { return e.id == last.id; });
+        if (last.kind == FactoryKind::Handler) {
+            const auto entry = std::find_if(mHandlers.begin(), mHandlers.end(),
+                                            [&](const HandlerEntry& e) { return e.id == last.id; });
+            if (entry == mHandlers.end()) {
+                continue;
+            }
+            if (last.replacedHandlerFactory) {
+                entry->factory = std::move(last.replacedHandlerFactory);
+            } else {
+                mHandlers.erase(entry);
+            }
         } else {
-            std::erase_if(mModules, [&](const ModuleEntry& e) { return e.id == last.id; });
+            const auto entry = std::find_if(mModules.begin(), mModules.end(),
+                                            [&](const ModuleEntry& e) { return e.id == last.id; });
+            if (entry == mModules.end()) {
+                continue;
+            }
+            if (last.replacedModuleFactory != nullptr) {
+                entry->factory = last.replacedModuleFactory;
+            } else {
+                mModules.erase(entry);
+            }
         }
     }
 }
 
 void PanelFrameworkRegistry::AddHandlerFactory(HandlerID id, Handler::Factory factory) {
-    mLog.push_back({"handler", id});
+    FactoryRegistration registration{FactoryKind::Handler, id, {}, nullptr};
     for (HandlerEntry& entry : mHandlers) {
         if (entry.id == id) {
+            registration.replacedHandlerFactory = std::move(entry.factory);
             entry.factory = std::move(factory);
+            mLog.push_back(std::move(registration));
             return;
         }
     }
     mHandlers.push_back({id, std::move(factory), nullptr});
+    mLog.push_back(std::move(registration));
 }
 
 void PanelFrameworkRegistry::AddModuleFactory(ModuleID id, Module::Factory factory) {
-    mLog.push_back({"module", id});
+    FactoryRegistration registration{FactoryKind::Module, id, {}, nullptr};
     for (ModuleEntry& entry : mModules) {
         if (entry.id == id) {
+            registration.replacedModuleFactory = entry.factory;
             entry.factory = factory;
+            mLog.push_back(std::move(registration));
             return;
         }
     }
     mModules.push_back({id, factory});
+    mLog.push_back(std::move(registration));
 }
 
 Module::Factory PanelFrameworkRegistry::FindModuleFactory(ModuleID id) const {
@@ -61,13 +86,21 @@ void PanelFrameworkRegistry::CreateRegisteredHandlers() {
             continue;
         }
         const HandlerID id = mHandlers[i].id;
-        std::shared_ptr<Handler> handler = mHandlers[i].factory(HandlerCreationContext{id});
-        if (!handler) {
-            Trace("Host", 2, "A handler factory made no handler for id " + std::to_string(id));
-            continue;
+        try {
+            std::shared_ptr<Handler> handler = mHandlers[i].factory(HandlerCreationContext{id});
+            if (!handler) {
+                Trace("Host", 2, "A handler factory made no handler for id " + std::to_string(id));
+                continue;
+            }
+            mHandlers[i].handler = handler;
+            handler->PostSharedPtrInit();
+        } catch (const std::exception& error) {
+            mHandlers[i].handler.reset();
+            LogException("host::PanelFrameworkRegistry::CreateRegisteredHandlers", error);
+        } catch (...) {
+            mHandlers[i].handler.reset();
+            LogUnknownException("host::PanelFrameworkRegistry::CreateRegisteredHandlers");
         }
-        mHandlers[i].handler = handler;
-        handler->PostSharedPtrInit();
     }
 }
 

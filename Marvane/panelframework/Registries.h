@@ -9,9 +9,14 @@
 
 namespace host {
 
+enum class FactoryKind { Handler, Module };
+
 struct FactoryRegistration {
-    std::string kind; // "handler" or "module"
+    FactoryKind kind = FactoryKind::Handler;
     std::uint32_t id = 0;
+    // What the registration replaced, so that a failed load can put it back.
+    Handler::Factory replacedHandlerFactory;
+    Module::Factory replacedModuleFactory = nullptr;
 };
 
 class PanelFrameworkRegistry {
@@ -21,14 +26,16 @@ public:
     // Every factory registration since the process started, in order.
     const std::vector<FactoryRegistration>& GetRegistrationLog() const { return mLog; }
     std::size_t RegistrationMark() const { return mLog.size(); }
-    // Forgets the factories registered since the mark (a plug-in that failed to load).
+    // Undoes the factory registrations since the mark (a plug-in that failed to load),
+    // newest first, restoring any factory they replaced.
     void RollBackTo(std::size_t mark);
 
     void AddHandlerFactory(HandlerID id, Handler::Factory factory);
     void AddModuleFactory(ModuleID id, Module::Factory factory);
     Module::Factory FindModuleFactory(ModuleID id) const;
 
-    // Makes one handler from every registered factory that has none yet.
+    // Makes one handler from every registered factory that has none yet. A factory that
+    // throws is reported in the trace and the exception log; the others still run.
     void CreateRegisteredHandlers();
     std::shared_ptr<Handler> FindHandler(HandlerID id) const;
     std::vector<std::shared_ptr<Handler>> GetHandlers() const;

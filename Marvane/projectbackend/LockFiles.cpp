@@ -50,13 +50,17 @@ std::string UtcNow() {
     return text;
 }
 
-std::string Serialise(const LockFileContent& content) {
+} // namespace
+
+std::string SerialiseLockFile(const LockFileContent& content) {
     const nlohmann::json json = {
         {"lockingName", content.lockingName}, {"secondLockingString", content.secondLockingString},
         {"hostName", content.hostName},       {"processId", content.processId},
         {"bootId", content.bootId},           {"createdUtc", content.createdUtc}};
     return json.dump(2) + "\n";
 }
+
+namespace {
 
 bool WriteAll(int descriptor, const std::string& text) {
     std::size_t written = 0;
@@ -239,7 +243,7 @@ ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const Byte
 ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const ByteString& name,
                                          const ByteString& second) {
     const fs::path lockPath = LockFilePathFor(projectPath);
-    const std::string text = Serialise(MakeLockFileContent(name, second));
+    const std::string text = SerialiseLockFile(MakeLockFileContent(name, second));
     // A lock removed between our failed link and our read is tried again, a few times.
     for (int attempt = 0; attempt < 5; ++attempt) {
         LockFileContent content;

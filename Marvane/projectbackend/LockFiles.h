@@ -29,5 +29,7 @@ bool RemoveOwnLockFile(const std::filesystem::path& projectPath, const std::stri
 // The content this process writes for an identity: its host name, process id, boot id, now.
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second);
 std::string ThisMachinesBootId();
+// The lock file's text for its content.
+std::string SerialiseLockFile(const LockFileContent& content);
 
 } // namespace host

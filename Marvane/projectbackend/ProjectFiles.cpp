@@ -2,6 +2,7 @@
 #include "host/ProjectBackEnd.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 
 namespace host {
@@ -19,8 +20,8 @@ bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
                       });
 }
 
-bool& FolderFormatEnabled() {
-    static bool enabled = true;
+std::atomic<bool>& FolderFormatEnabled() {
+    static std::atomic<bool> enabled{true};
     return enabled;
 }
 

@@ -45,6 +45,8 @@ CommandStatus CommandDispatcher::FindStatus(CommandID id) const {
         }
     } catch (const std::exception& error) {
         LogException("host::CommandDispatcher::FindStatus", error);
+    } catch (...) {
+        LogUnknownException("host::CommandDispatcher::FindStatus");
     }
     return CommandStatus{};
 }
@@ -65,6 +67,8 @@ bool CommandDispatcher::Obey(CommandID id) const {
         }
     } catch (const std::exception& error) {
         LogException("host::CommandDispatcher::Obey", error);
+    } catch (...) {
+        LogUnknownException("host::CommandDispatcher::Obey");
     }
     return false;
 }

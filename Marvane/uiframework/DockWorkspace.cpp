@@ -4,6 +4,7 @@
 #include "Marvane/uiframework/MenuResources.h"
 #include "Marvane/uiframework/TabViewImpl.h"
 #include "host/DebugTrace.h"
+#include "host/ExceptionLog.h"
 #include "host/PanelFramework.h"
 
 #include <QApplication>
@@ -77,7 +78,14 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
         Trace("Host", 2, "OpenTab: no handler for id " + std::to_string(handlerID));
         return;
     }
-    std::shared_ptr<TabView> tabView = handler->CreateTabView(mWindow.get());
+    std::shared_ptr<TabView> tabView;
+    try {
+        tabView = handler->CreateTabView(mWindow.get());
+    } catch (const std::exception& error) {
+        LogException("host::DockWorkspace::OpenTab", error);
+    } catch (...) {
+        LogUnknownException("host::DockWorkspace::OpenTab");
+    }
     if (!tabView || tabView->GetImpl()->content == nullptr) {
         Trace("Host", 2, "OpenTab: the handler made no panel for id " + std::to_string(handlerID));
         return;
@@ -99,8 +107,18 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
     mMainWindow->addDockWidget(Qt::LeftDockWidgetArea, dock);
     // A new panel starts wide enough for a tree of names and a few columns.
     mMainWindow->resizeDocks({dock}, {kInitialPanelWidth}, Qt::Horizontal);
-    connect(dock, &QDockWidget::visibilityChanged, this,
-            [this, handlerID](bool visible) { mTabs[handlerID].frontmost = visible; });
+    connect(dock, &QDockWidget::visibilityChanged, this, [this, handlerID](bool visible) {
+        const auto entry = mTabs.find(handlerID);
+        if (entry == mTabs.end()) {
+            return;
+        }
+        entry->second.frontmost = visible;
+        // A panel that is no longer seen stops taking commands.
+        auto& dispatcher = CommandDispatcher::Instance();
+        if (!visible && dispatcher.GetFocusedTabView() == entry->second.tabView) {
+            dispatcher.SetFocusedTabView(nullptr);
+        }
+    });
     dock->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(dock, &QWidget::customContextMenuRequested, this, [this, handlerID, dock](QPoint at) {
         ShowPanelMenu(handlerID, dock->mapToGlobal(at));
@@ -154,6 +172,7 @@ std::vector<ByteString> DockWorkspace::ShownPanelTitles() const {
 }
 
 void DockWorkspace::Shutdown() {
+    CommandDispatcher::Instance().SetFocusedTabView(nullptr);
     for (auto& [id, tab] : mTabs) {
         if (tab.tabView) {
             tab.tabView->RemoveUI();

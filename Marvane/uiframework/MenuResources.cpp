@@ -33,10 +33,11 @@ const std::map<ByteString, std::vector<MenuItem>>& MenuTable() {
             std::vector<MenuItem>& menu = menus[id];
             for (const auto& item : items) {
                 if (item.is_string() && item.get<std::string>() == "-") {
-                    menu.push_back(MenuItem{true, {}, {}});
+                    menu.push_back(MenuItem{true, {}, {}, false});
                 } else if (item.is_object()) {
-                    menu.push_back(
-                        MenuItem{false, item.value("command", ""), item.value("label", "")});
+                    menu.push_back(MenuItem{false, item.value("command", ""),
+                                            item.value("label", ""),
+                                            item.value("checkable", false)});
                 }
             }
         }
@@ -52,7 +53,8 @@ std::vector<MenuItem> FindMenuResource(const ByteString& menuID) {
     return found == MenuTable().end() ? std::vector<MenuItem>{} : found->second;
 }
 
-QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const ByteString& labelKey) {
+QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const ByteString& labelKey,
+                          bool checkable) {
     const CommandDeclaration* declaration = ShortcutManager::Instance().FindCommand(commandName);
     if (declaration == nullptr) {
         Trace("Host", 3, "Menu item for an undeclared command: " + commandName);
@@ -63,7 +65,7 @@ QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const Byte
     QAction* action = menu->addAction(QString::fromStdString(text));
     const CommandID id = declaration->id;
     action->setData(id);
-    action->setCheckable(declaration->kind == kCommandKindToggle);
+    action->setCheckable(checkable || declaration->kind == kCommandKindToggle);
     QObject::connect(action, &QAction::triggered, action,
                      [id] { CommandDispatcher::Instance().Obey(id); });
     QObject::connect(menu, &QMenu::aboutToShow, action, [action, id] {
@@ -89,7 +91,7 @@ QMenu* BuildMenu(const ByteString& menuID, QWidget* parent) {
         if (item.separator) {
             menu->addSeparator();
         } else {
-            AddCommandAction(menu, item.command, item.label);
+            AddCommandAction(menu, item.command, item.label, item.checkable);
         }
     }
     return menu;

@@ -13,7 +13,8 @@ namespace host {
 struct MenuItem {
     bool separator = false;
     ByteString command;
-    ByteString label; // localisation key with default
+    ByteString label;       // localisation key with default
+    bool checkable = false; // shows the command's checked status
 };
 
 // The items of a menu resource; empty when the id is unknown.
@@ -21,6 +22,7 @@ std::vector<MenuItem> FindMenuResource(const ByteString& menuID);
 // A menu made from the resource (owned by parent), or null when the id is unknown.
 QMenu* BuildMenu(const ByteString& menuID, QWidget* parent);
 // Adds an action for a declared command to a menu, wired to the command chain.
-QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const ByteString& labelKey);
+QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const ByteString& labelKey,
+                          bool checkable = false);
 
 } // namespace host

@@ -1,5 +1,7 @@
 #include "host/UIFramework.h"
 
+#include "host/ExceptionLog.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -104,13 +106,22 @@ public:
         return nullptr;
     }
 
-    // Runs the declarers registered since the last call.
+    // Runs the declarers registered since the last call. A declarer that throws keeps what
+    // it declared before the exception; the others still run.
     void DeclareRegisteredContexts() {
         while (mDeclared < mDeclarers.size()) {
             ContextDeclarer declarer = mDeclarers[mDeclared++];
-            declarer(*this);
+            try {
+                declarer(*this);
+            } catch (const std::exception& error) {
+                LogException("host::DeclareRegisteredCommandContexts", error);
+            } catch (...) {
+                LogUnknownException("host::DeclareRegisteredCommandContexts");
+            }
         }
     }
+
+    std::size_t DeclarerCount() const { return mDeclarers.size(); }
 
 private:
     std::vector<std::unique_ptr<CommandContextImpl>> mContexts;
@@ -132,6 +143,10 @@ ShortcutManager& ShortcutManager::Instance() {
 
 void DeclareRegisteredCommandContexts() {
     TheShortcutManager().DeclareRegisteredContexts();
+}
+
+std::size_t RegisteredCommandDeclarerCount() {
+    return TheShortcutManager().DeclarerCount();
 }
 
 bool CommandHandler::FindCommandStatus(const Command&, CommandStatus&) {

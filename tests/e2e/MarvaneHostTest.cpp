@@ -137,6 +137,28 @@ TEST(MarvaneHost, AFirstStartWithoutProductionOpensTheDemoProduction) {
     fs::remove_all(folder);
 }
 
+TEST(MarvaneHost, TheLastProductionOpensAgainAndIsKeptWhileItIsMissing) {
+    const fs::path folder = FreshTemporaryFolder("remembered");
+    fs::create_directories(folder / "Pilot");
+    const std::vector<std::string> common = {"--profile", (folder / "profile").string(),
+                                             "--screenshot", (folder / "shot.png").string()};
+    auto withProduction = common;
+    withProduction.insert(withProduction.end(), {"--production", (folder / "Pilot").string()});
+    ASSERT_EQ(RunMarvane(withProduction).exitCode, 0);
+    const auto again = RunMarvane(common, {"MARVANE_TRACE=Host=3"});
+    EXPECT_NE(again.err.find("Panel shown: \"Production: Pilot\""), std::string::npos) << again.err;
+    // The share is not mounted: the demo opens for now, and Pilot stays the last production.
+    fs::rename(folder / "Pilot", folder / "Pilot-away");
+    const auto away = RunMarvane(common, {"MARVANE_TRACE=Host=3"});
+    EXPECT_NE(away.err.find("is not there now"), std::string::npos) << away.err;
+    EXPECT_NE(away.err.find("Panel shown: \"Production: Demo Production\""), std::string::npos)
+        << away.err;
+    fs::rename(folder / "Pilot-away", folder / "Pilot");
+    const auto back = RunMarvane(common, {"MARVANE_TRACE=Host=3"});
+    EXPECT_NE(back.err.find("Panel shown: \"Production: Pilot\""), std::string::npos) << back.err;
+    fs::remove_all(folder);
+}
+
 TEST(MarvaneHost, ModulesThatCannotLoadAreReportedAndTheHostStillStarts) {
     const fs::path folder = FreshTemporaryFolder("plugins");
     const fs::path plugins = folder / "plugins";

@@ -83,6 +83,33 @@ TEST(Preferences, TheUserOptionNamesTheLockHolderForOneRunOnly) {
     fs::remove_all(profile);
 }
 
+TEST(Preferences, ABrokenFileIsKeptAsideWhenPreferencesAreSaved) {
+    const fs::path profile = FreshFolder("prefs-keep-broken");
+    std::ofstream(profile / "preferences.json") << "{ half written";
+    host::Preferences preferences;
+    preferences.lastProduction = "/shows/Pilot";
+    ASSERT_TRUE(host::SavePreferences(profile, preferences));
+    std::ifstream broken(profile / "preferences.json.broken");
+    std::string text;
+    std::getline(broken, text);
+    EXPECT_EQ(text, "{ half written");
+    EXPECT_EQ(host::LoadPreferences(profile).lastProduction, "/shows/Pilot");
+    fs::remove_all(profile);
+}
+
+TEST(Preferences, SavingKeepsUnknownLockingSettings) {
+    const fs::path profile = FreshFolder("prefs-locking-keys");
+    std::ofstream(profile / "preferences.json") << R"({"locking": {"staleAfterHours": 12}})";
+    host::Preferences preferences;
+    preferences.locking.name = "Ana Ruiz";
+    ASSERT_TRUE(host::SavePreferences(profile, preferences));
+    std::ifstream in(profile / "preferences.json");
+    const auto json = nlohmann::json::parse(in);
+    EXPECT_EQ(json.at("locking").at("staleAfterHours"), 12);
+    EXPECT_EQ(json.at("locking").at("name"), "Ana Ruiz");
+    fs::remove_all(profile);
+}
+
 TEST(DemoProduction, HoldsFoldersProjectsALockAProjectFolderHiddenFilesAndTrash) {
     const fs::path data = FreshFolder("demo");
     std::string error;
@@ -152,6 +179,7 @@ TEST(Paths, NamePartsOfAPath) {
     EXPECT_EQ(host::GetFilePart(u"/a/Scene 12.mvproj"), u"Scene 12");
     EXPECT_EQ(host::GetFilePart(u"/a/v1.2 cut.mvproj"), u"v1.2 cut");
     EXPECT_EQ(host::GetFilePart(u"/a/.hidden"), u".hidden");
+    EXPECT_EQ(host::GetFilePart(u"/a/Titles.mvprojd/"), u"Titles");
     EXPECT_EQ(host::GetFullFilePart(u"/a/Scene 12.mvproj"), u"Scene 12.mvproj");
     EXPECT_EQ(host::GetFullFilePart(u"Pilot"), u"Pilot");
     EXPECT_EQ(host::StripTrailingSlash(u"/shows/Pilot//"), u"/shows/Pilot");

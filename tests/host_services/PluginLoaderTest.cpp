@@ -87,6 +87,82 @@ TEST(PluginLoader, LoadsAFolderInNameOrderAndGoesOnPastFailures) {
     fs::remove_all(folder);
 }
 
+TEST(PluginLoader, ReportsAModuleThatDoesNotStateItsVersion) {
+    host::PluginLoader loader;
+    const auto result = loader.Load(Fixture("NoVersionModule", "NoVersionModule.so"));
+    EXPECT_FALSE(result.loaded);
+    EXPECT_NE(result.error.find("does not state its host interface version"), std::string::npos)
+        << result.error;
+}
+
+TEST(PluginLoader, ReportsAnEntryPointThatMakesNoModule) {
+    host::PluginLoader loader;
+    const auto result = loader.Load(Fixture("NullModule", "NullModule.so"));
+    EXPECT_FALSE(result.loaded);
+    EXPECT_NE(result.error.find("NullModule.so' made no module object"), std::string::npos)
+        << result.error;
+    EXPECT_TRUE(loader.GetModules().empty());
+}
+
+TEST(PluginLoader, ReportsAnEntryPointThatThrowsWithItsReason) {
+    host::PluginLoader loader;
+    const auto result = loader.Load(Fixture("ThrowingModule", "ThrowingModule.so"));
+    EXPECT_FALSE(result.loaded);
+    EXPECT_NE(result.error.find("failed in 'CreateModule': the fixture refuses to start"),
+              std::string::npos)
+        << result.error;
+}
+
+host::Module* FirstFactory(const host::ByteString& name) {
+    return new host::Module("first " + name);
+}
+host::Module* SecondFactory(const host::ByteString& name) {
+    return new host::Module("second " + name);
+}
+
+TEST(PanelFrameworkRegistry, RollingBackAFailedLoadRestoresTheFactoriesItReplaced) {
+    auto& registry = host::PanelFrameworkRegistry::Instance();
+    const host::ModuleID id = host::FourCharCode("RbMd");
+    const host::HandlerID handlerID = host::FourCharCode("RbHd");
+    registry.AddModuleFactory(id, &FirstFactory);
+    int firstHandlerCalls = 0;
+    registry.AddHandlerFactory(handlerID, [&](const host::HandlerCreationContext&) {
+        ++firstHandlerCalls;
+        return std::shared_ptr<host::Handler>();
+    });
+    const std::size_t mark = registry.RegistrationMark();
+    registry.AddModuleFactory(id, &SecondFactory);
+    registry.AddHandlerFactory(handlerID, [](const host::HandlerCreationContext&) {
+        return std::shared_ptr<host::Handler>();
+    });
+    registry.AddModuleFactory(host::FourCharCode("RbNw"), &SecondFactory);
+    EXPECT_EQ(registry.FindModuleFactory(id), &SecondFactory);
+    registry.RollBackTo(mark);
+    EXPECT_EQ(registry.RegistrationMark(), mark);
+    EXPECT_EQ(registry.FindModuleFactory(id), &FirstFactory);
+    EXPECT_EQ(registry.FindModuleFactory(host::FourCharCode("RbNw")), nullptr);
+    registry.CreateRegisteredHandlers();
+    EXPECT_EQ(firstHandlerCalls, 1);
+}
+
+TEST(PanelFrameworkRegistry, AHandlerFactoryThatThrowsDoesNotStopTheOthers) {
+    auto& registry = host::PanelFrameworkRegistry::Instance();
+    registry.AddHandlerFactory(
+        host::FourCharCode("ThHd"),
+        [](const host::HandlerCreationContext&) -> std::shared_ptr<host::Handler> {
+            throw std::runtime_error("handler refuses");
+        });
+    bool laterCalled = false;
+    registry.AddHandlerFactory(host::FourCharCode("LtHd"),
+                               [&](const host::HandlerCreationContext&) {
+                                   laterCalled = true;
+                                   return std::shared_ptr<host::Handler>();
+                               });
+    EXPECT_NO_THROW(registry.CreateRegisteredHandlers());
+    EXPECT_TRUE(laterCalled);
+    EXPECT_EQ(host::Handler::FindHandler(host::FourCharCode("ThHd")), nullptr);
+}
+
 TEST(PluginLoader, ReportsAMissingPluginsFolder) {
     host::PluginLoader loader;
     const auto results = loader.LoadFolder("/nonexistent/marvane/plugins");
@@ -103,9 +179,9 @@ TEST(PluginLoader, TheProductionPanelRegistersItsHandlerFactoryBeforeItsModuleFa
     ASSERT_TRUE(result.loaded) << result.error;
     const auto& log = registry.GetRegistrationLog();
     ASSERT_EQ(log.size(), mark + 2);
-    EXPECT_EQ(log[mark].kind, "handler");
+    EXPECT_EQ(log[mark].kind, host::FactoryKind::Handler);
     EXPECT_EQ(log[mark].id, host::FourCharCode("MvPF"));
-    EXPECT_EQ(log[mark + 1].kind, "module");
+    EXPECT_EQ(log[mark + 1].kind, host::FactoryKind::Module);
     EXPECT_EQ(log[mark + 1].id, host::FourCharCode("MvPM"));
     ASSERT_EQ(loader.GetModules().size(), 1u);
     EXPECT_EQ(loader.GetModules().front()->GetName(), "HandlerTandrel");

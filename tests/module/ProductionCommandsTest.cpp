@@ -146,7 +146,9 @@ TEST(ProductionCommands, DeclaringTwiceDeclaresTheSameTwentyThreeCommandsAgain) 
 }
 
 TEST(ModuleEntry, CreateModuleMakesANamedModuleAndRegistersTheCommandDeclarer) {
+    const std::size_t declarers = host::RegisteredCommandDeclarerCount();
     std::unique_ptr<host::Module> module(CreateModule("HandlerTandrel"));
+    EXPECT_EQ(host::RegisteredCommandDeclarerCount(), declarers + 1);
     ASSERT_NE(module, nullptr);
     EXPECT_EQ(module->GetName(), "HandlerTandrel");
     EXPECT_NE(dynamic_cast<HandlerTandrel::TandrelModule*>(module.get()), nullptr);
@@ -159,10 +161,12 @@ TEST(ModuleEntry, CreateModuleMakesANamedModuleAndRegistersTheCommandDeclarer) {
 TEST(ModuleEntry, LoadingRegistersTheHandlerFactoryThenTheModuleFactory) {
     const auto& log = host::PanelFrameworkRegistry::Instance().GetRegistrationLog();
     const auto handler = std::find_if(log.begin(), log.end(), [](const auto& entry) {
-        return entry.kind == "handler" && entry.id == HandlerTandrel::kMvProductionFolderHandlerID;
+        return entry.kind == host::FactoryKind::Handler &&
+               entry.id == HandlerTandrel::kMvProductionFolderHandlerID;
     });
     const auto module = std::find_if(log.begin(), log.end(), [](const auto& entry) {
-        return entry.kind == "module" && entry.id == HandlerTandrel::kMvProductionFolderModuleID;
+        return entry.kind == host::FactoryKind::Module &&
+               entry.id == HandlerTandrel::kMvProductionFolderModuleID;
     });
     ASSERT_NE(handler, log.end());
     ASSERT_NE(module, log.end());

@@ -13,6 +13,7 @@ using HandlerTandrel::TabTitleFor;
 TEST(DisplayName, AProjectIsShownWithoutItsExtension) {
     EXPECT_EQ(DisplayNameOf(u"/shows/Pilot/Scene 12.mvproj"), u"Scene 12");
     EXPECT_EQ(DisplayNameOf(u"/shows/Pilot/Titles.mvprojd"), u"Titles");
+    EXPECT_EQ(DisplayNameOf(u"/shows/Pilot/Titles.mvprojd/"), u"Titles");
 }
 
 TEST(DisplayName, FoldersAndOtherFilesKeepTheirFullName) {

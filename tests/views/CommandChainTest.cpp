@@ -152,11 +152,19 @@ TEST_F(CommandChainTest, AScriptedResponderAnswersMessageBoxesAndRecordsThem) {
 TEST_F(CommandChainTest, ARealMessageBoxIsModalOverTheMainWindowAndReportsTheButton) {
     QWidget* parentSeen = nullptr;
     QString textSeen;
-    QTimer::singleShot(100, [&] {
+    // Looks for the box until it is up; gives up after a few seconds by closing whatever
+    // modal window there is, so the test fails instead of hanging.
+    QTimer poll;
+    int attempts = 0;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         if (box == nullptr) {
+            if (++attempts > 100 && QApplication::activeModalWidget() != nullptr) {
+                QApplication::activeModalWidget()->close();
+            }
             return;
         }
+        poll.stop();
         parentSeen = box->parentWidget();
         textSeen = box->text();
         for (QAbstractButton* button : box->buttons()) {
@@ -165,6 +173,7 @@ TEST_F(CommandChainTest, ARealMessageBoxIsModalOverTheMainWindowAndReportsTheBut
             }
         }
     });
+    poll.start(50);
     const int answer = host::ShowMessageBox("Real", "A real box", {"First", "Second"}, 2, 0);
     EXPECT_EQ(answer, 1);
     EXPECT_EQ(parentSeen, window.get());

@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QDockWidget>
+#include <QMenuBar>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -167,7 +168,19 @@ TEST_F(ProductionPanelTest, WindowMenuBringsThePanelBackAfterItWasClosed) {
     Workspace().CloseTab(kMvProductionFolderHandlerID);
     SettleEvents();
     ASSERT_FALSE(Workspace().TabIsShown(kMvProductionFolderHandlerID));
-    Workspace().OpenTab(kMvProductionFolderHandlerID);
+    QAction* production = nullptr;
+    for (QAction* menu : window->menuBar()->actions()) {
+        if (menu->text() == QStringLiteral("&Window")) {
+            emit menu->menu()->aboutToShow();
+            for (QAction* item : menu->menu()->actions()) {
+                if (item->text() == QStringLiteral("Production")) {
+                    production = item;
+                }
+            }
+        }
+    }
+    ASSERT_NE(production, nullptr);
+    production->trigger();
     SettleEvents();
     EXPECT_TRUE(Workspace().TabIsShown(kMvProductionFolderHandlerID));
     EXPECT_EQ(Workspace().TabViewsCreated(kMvProductionFolderHandlerID), 1);
