@@ -136,7 +136,16 @@ void SetTraceSink(TraceSink sink) {
     state.sink = std::move(shared);
 }
 
+namespace {
+std::atomic<std::uint64_t> gEnabledQueries{0};
+} // namespace
+
+std::uint64_t TraceEnabledQueryCount() {
+    return gEnabledQueries.load();
+}
+
 bool TraceIsEnabled(std::string_view category, int level) {
+    gEnabledQueries.fetch_add(1);
     if (level < 1) {
         return false;
     }

@@ -1,5 +1,6 @@
 #pragma once
 // Host-side control of the debug trace (see host/DebugTrace.h for the part modules use).
+#include <cstdint>
 #include <functional>
 #include <string_view>
 
@@ -17,5 +18,9 @@ using TraceSink = std::function<void(std::string_view category, int level, std::
 // Sends trace lines to sink; an empty function restores the default, which writes
 // "[Category:level] text" as one line to stderr.
 void SetTraceSink(TraceSink sink);
+
+// How many times TraceIsEnabled has consulted the configuration since the process started:
+// trace sites that cache their answer show here as not asking again.
+std::uint64_t TraceEnabledQueryCount();
 
 } // namespace host

@@ -1,0 +1,219 @@
+#include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/application/HostSession.h"
+#include "TestProjects.h"
+#include "host/ApplicationLayer.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class LockFilesTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        root = fs::temp_directory_path() / ("marvane-locks-" + std::to_string(::getpid()));
+        fs::remove_all(root);
+        fs::create_directories(root);
+        project = testsupport::WriteProject(root / "Scene 12.mvproj").string();
+        auto& session = host::HostSession::Instance();
+        session.preferences.locking = {"Ana Ruiz", "suite-1", true};
+        session.userOverride.reset();
+    }
+    void TearDown() override { fs::remove_all(root); }
+
+    std::string LockPath() const { return project + ".lock"; }
+    void WriteLock(const std::string& text) const { std::ofstream(LockPath()) << text; }
+
+    fs::path root;
+    std::string project;
+};
+
+TEST_F(LockFilesTest, AProjectWithoutLockFileHasNoLock) {
+    EXPECT_EQ(host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1"), nullptr);
+}
+
+TEST_F(LockFilesTest, CreatingWritesTheHoldersIdentityBesideTheProject) {
+    const auto lock = host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(lock, nullptr);
+    EXPECT_TRUE(lock->IsOwnedByCaller());
+    EXPECT_EQ(lock->GetOwnerName(), "Ana Ruiz");
+    std::ifstream in(LockPath());
+    const auto json = nlohmann::json::parse(in);
+    EXPECT_EQ(json.at("lockingName"), "Ana Ruiz");
+    EXPECT_EQ(json.at("secondLockingString"), "suite-1");
+    EXPECT_EQ(json.at("processId"), ::getpid());
+    EXPECT_FALSE(json.at("hostName").get<std::string>().empty());
+    EXPECT_EQ(json.at("bootId"), host::ThisMachinesBootId());
+    EXPECT_EQ(json.at("createdUtc").get<std::string>().back(), 'Z');
+    // No temporary file is left behind in the production.
+    int files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(root)) {
+        ++files;
+    }
+    EXPECT_EQ(files, 2);
+}
+
+TEST_F(LockFilesTest, CreatingOverOnesOwnLockSucceeds) {
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    const auto again = host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(again, nullptr);
+    EXPECT_TRUE(again->IsOwnedByCaller());
+}
+
+TEST_F(LockFilesTest, CreatingOverAnotherEditorsLockLeavesItAndIsNotOwned) {
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    const auto mine = host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(mine, nullptr);
+    EXPECT_FALSE(mine->IsOwnedByCaller());
+    EXPECT_EQ(mine->GetOwnerName(), "Ben Okafor");
+    std::ifstream in(LockPath());
+    EXPECT_EQ(nlohmann::json::parse(in).at("lockingName"), "Ben Okafor");
+}
+
+TEST_F(LockFilesTest, OwnershipNeedsBothLockingStrings) {
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_TRUE(host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_FALSE(host::ReadProjectLockFile(project, "Ana Ruiz", "suite-2")->IsOwnedByCaller());
+    EXPECT_FALSE(host::ReadProjectLockFile(project, "Ana ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_FALSE(host::CreateProjectLockFile(project, "Ana Ruiz", "laptop")->IsOwnedByCaller());
+}
+
+TEST_F(LockFilesTest, ANonWritableFolderGivesNoLock) {
+    if (::geteuid() == 0) {
+        // Root writes everywhere; a read-only mount would be needed. Use a missing folder.
+        EXPECT_EQ(host::CreateProjectLockFile((root / "missing" / "P.mvproj").string(), "Ana Ruiz",
+                                              "suite-1"),
+                  nullptr);
+        return;
+    }
+    ::chmod(root.c_str(), 0555);
+    EXPECT_EQ(host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1"), nullptr);
+    ::chmod(root.c_str(), 0755);
+}
+
+struct BadLock {
+    const char* name;
+    const char* text;
+};
+
+class BadLockFileTest : public LockFilesTest, public ::testing::WithParamInterface<BadLock> {};
+
+TEST_P(BadLockFileTest, CountsAsHeldBySomeoneElse) {
+    WriteLock(GetParam().text);
+    const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(read, nullptr);
+    EXPECT_FALSE(read->IsOwnedByCaller());
+    EXPECT_EQ(read->GetOwnerName(), host::kUnreadableLockHolder);
+    const auto created = host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(created, nullptr);
+    EXPECT_FALSE(created->IsOwnedByCaller());
+    // Garbage is never replaced by our lock.
+    std::ifstream in(LockPath());
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(text, GetParam().text);
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects(root.string(), true, true));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    LockFiles, BadLockFileTest,
+    ::testing::Values(BadLock{"Empty", ""},
+                      BadLock{"Truncated", R"({"lockingName": "Ana Ruiz", "secondLock)"},
+                      BadLock{"NotJson", "locked by Ana\n"},
+                      BadLock{"JsonWithoutHolder", R"({"hostName": "suite-1"})"},
+                      BadLock{"HolderNotAString",
+                              R"({"lockingName": 7, "secondLockingString": ""})"},
+                      BadLock{"EmptyHolder", R"({"lockingName": "", "secondLockingString": ""})"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(LockFilesTest, AFolderInPlaceOfTheLockCountsAsHeldBySomeoneElse) {
+    fs::create_directories(LockPath());
+    const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(read, nullptr);
+    EXPECT_FALSE(read->IsOwnedByCaller());
+    EXPECT_FALSE(host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_TRUE(fs::is_directory(LockPath()));
+}
+
+TEST_F(LockFilesTest, ASpecialFileInPlaceOfTheLockCountsAsHeldBySomeoneElse) {
+    ASSERT_EQ(::mkfifo(LockPath().c_str(), 0644), 0);
+    const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->GetOwnerName(), host::kUnreadableLockHolder);
+}
+
+TEST_F(LockFilesTest, ADanglingLinkInPlaceOfTheLockCountsAsHeldBySomeoneElse) {
+    fs::create_symlink(root / "nowhere", LockPath());
+    const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(read, nullptr);
+    EXPECT_FALSE(read->IsOwnedByCaller());
+}
+
+TEST_F(LockFilesTest, RemovingOnlyEverRemovesOnesOwnLock) {
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    EXPECT_FALSE(host::RemoveOwnLockFile(project, "Ana Ruiz", "suite-1"));
+    EXPECT_TRUE(fs::exists(LockPath()));
+    EXPECT_TRUE(host::RemoveOwnLockFile(project, "Ben Okafor", "suite-2"));
+    EXPECT_FALSE(fs::exists(LockPath()));
+}
+
+TEST_F(LockFilesTest, AFolderProjectIsLockedBesideItsFolder) {
+    const auto titles = testsupport::WriteProject(root / "Titles.mvprojd").string();
+    ASSERT_TRUE(
+        host::CreateProjectLockFile(titles + "/", "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_TRUE(fs::exists(root / "Titles.mvprojd.lock"));
+    EXPECT_FALSE(fs::exists(root / "Titles.mvprojd" / ".lock"));
+}
+
+TEST_F(LockFilesTest, LockedProjectsAreFoundAtAnyDepth) {
+    const auto deep = testsupport::WriteProject(root / "Edit" / "Reels" / "Reel 1.mvproj").string();
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects(root.string(), true, true));
+    ASSERT_TRUE(host::CreateProjectLockFile(deep, "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects(root.string(), true, true));
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects((root / "Edit").string(), true, false));
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects((root / "Edit").string(), false, true));
+    EXPECT_TRUE(
+        host::DoesDirectoryContainLockedProjects((root / "Edit" / "Reels").string(), false, true));
+}
+
+TEST_F(LockFilesTest, OurOwnLocksCountOnlyWhenAllLocksAreAskedFor) {
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects(root.string(), true, true));
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects(root.string(), true, false));
+}
+
+TEST_F(LockFilesTest, TheLockedFolderSearchDoesNotFollowSymbolicLinks) {
+    const fs::path outside = root.string() + "-outside";
+    fs::remove_all(outside);
+    const auto elsewhere = testsupport::WriteProject(outside / "Other.mvproj").string();
+    ASSERT_TRUE(host::CreateProjectLockFile(elsewhere, "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    fs::create_directories(root / "Inside");
+    fs::create_directory_symlink(outside, root / "Inside" / "link to outside");
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects(root.string(), true, true));
+    fs::remove_all(outside);
+}
+
+TEST_F(LockFilesTest, OrdinaryFilesEndingInLockAreNotProjectLocks) {
+    std::ofstream(root / "notes.txt.lock") << "{}";
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects(root.string(), true, false));
+}
+
+TEST_F(LockFilesTest, LockingPreferencesComeFromTheSessionAndTheUserOption) {
+    host::ByteString name;
+    host::ByteString second;
+    EXPECT_TRUE(host::GetProjectLockingPrefs(name, second));
+    EXPECT_EQ(name, "Ana Ruiz");
+    EXPECT_EQ(second, "suite-1");
+    host::HostSession::Instance().userOverride = "Ben Okafor";
+    host::HostSession::Instance().preferences.locking.enabled = false;
+    EXPECT_FALSE(host::GetProjectLockingPrefs(name, second));
+    EXPECT_EQ(name, "Ben Okafor");
+    host::HostSession::Instance().userOverride.reset();
+}
+
+} // namespace
