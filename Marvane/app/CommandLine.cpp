@@ -37,6 +37,14 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
             result.options.help = true;
             continue;
         }
+        if (argument == "--script") {
+            result.options.script = true;
+            continue;
+        }
+        if (!argument.empty() && argument[0] != '-') {
+            result.options.projects.emplace_back(argument);
+            continue;
+        }
         const ValueOption* option = nullptr;
         for (const ValueOption& candidate : kValueOptions) {
             if (argument == candidate.name) {
@@ -55,7 +63,7 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
 }
 
 std::string UsageText() {
-    return "Usage: marvane [options]\n"
+    return "Usage: marvane [options] [PROJECT ...]\n"
            "  --production FOLDER   open FOLDER as the production\n"
            "  --user NAME           lock projects under NAME (another editor on this machine)\n"
            "  --profile DIR         keep preferences and panel settings in DIR\n"
@@ -63,8 +71,10 @@ std::string UsageText() {
            "  --list-commands       print every command context with its commands and exit\n"
            "  --screenshot FILE.png render the main window to FILE.png once the production\n"
            "                        is shown, then exit (works without a display)\n"
+           "  --script              take commands from standard input (see ScriptConsole.h)\n"
            "  --help                show this text\n"
-           "Without --production the last production opens, or the demo production.\n";
+           "Without --production the last production opens, or the demo production.\n"
+           "PROJECT files (.mvproj) or folders (.mvprojd) open once the production is shown.\n";
 }
 
 } // namespace host

@@ -1,6 +1,6 @@
 #pragma once
 // marvane [--production FOLDER] [--user NAME] [--profile DIR] [--plugins DIR]
-//         [--list-commands] [--screenshot FILE.png] [--help]
+//         [--list-commands] [--screenshot FILE.png] [--script] [--help] [PROJECT ...]
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -14,7 +14,9 @@ struct CommandLineOptions {
     std::optional<std::filesystem::path> profile;
     std::optional<std::filesystem::path> plugins;
     std::optional<std::filesystem::path> screenshot;
+    std::vector<std::filesystem::path> projects; // opened after the production
     bool listCommands = false;
+    bool script = false;
     bool help = false;
 };
 

@@ -2,15 +2,20 @@
 
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
+#include "Marvane/app/ScriptConsole.h"
+#include "Marvane/app/TerminationSignals.h"
 #include "Marvane/application/DemoProduction.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/ProfilerReport.h"
 #include "Marvane/core/TraceConfiguration.h"
+#include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/Recovery.h"
 #include "Marvane/panelframework/PluginLoader.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandRegistry.h"
+#include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/WindowRegistry.h"
 #include "host/DebugTrace.h"
@@ -18,6 +23,7 @@
 
 #include <QApplication>
 #include <QTimer>
+#include <cstdio>
 #include <ostream>
 
 namespace host {
@@ -98,6 +104,52 @@ void OpenStartProduction(const CommandLineOptions& options, std::ostream& err) {
     }
 }
 
+// Opens the projects named on the command line; a refusal is reported and the rest open.
+void OpenStartProjects(const CommandLineOptions& options, MainWindow& window, std::ostream& err) {
+    for (const std::filesystem::path& project : options.projects) {
+        const OpenResult result = DocumentManager::Instance().Open(project);
+        if (!result.project) {
+            err << "marvane: " << result.error << "\n";
+        }
+    }
+    window.SyncProjectTabs();
+}
+
+// Offers the copies of unsaved changes that an earlier stop kept.
+void OfferRecoveredCopies(MainWindow& window) {
+    const std::vector<RecoveredCopy> copies =
+        FindRecoveredCopies(HostSession::Instance().dataDirectory);
+    if (copies.empty()) {
+        return;
+    }
+    const int answer = ShowMessageBox(
+        Localize("$$$/Marvane/Host/Recovery/Title=Recovered Changes"),
+        Localize("$$$/Marvane/Host/Recovery/Message=When Marvane was last stopped, @0 project(s) "
+                 "had changes that were not saved. Copies were kept in @1. Open them now?",
+                 {std::to_string(copies.size()),
+                  (HostSession::Instance().dataDirectory / "Recovery").string()}),
+        {Localize("$$$/Marvane/Host/Recovery/Open=Open Copies"),
+         Localize("$$$/Marvane/Host/Recovery/Later=Later")},
+        4, 0);
+    if (answer != 0) {
+        return;
+    }
+    for (const RecoveredCopy& copy : copies) {
+        if (window.OpenProjectFile(copy.copy)) {
+            MarkRecoveredCopyOffered(copy);
+        }
+    }
+}
+
+// Stops without asking anyone: changes not saved go to recovery copies, never over the
+// projects, and every lock this host holds is removed.
+void CloseProjectsKeepingChanges(std::ostream& err) {
+    for (const auto& copy : SaveRecoveryCopies(HostSession::Instance().dataDirectory)) {
+        err << "marvane: unsaved changes were kept in " << copy << "\n";
+    }
+    DocumentManager::Instance().CloseAllWithoutAsking();
+}
+
 void ShutDown(PluginLoader& loader) {
     ProductionSession::Instance().Close();
     PanelFrameworkRegistry::Instance().ReleaseHandlers();
@@ -137,6 +189,24 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
     int exitCode = 0;
     {
         MainWindow window;
+        // Runs that nobody watches never wait for an answer.
+        if (options.screenshot) {
+            SetDialogResponder(std::make_shared<ScriptedDialogResponder>());
+        }
+        std::unique_ptr<ScriptConsole> console;
+        if (options.script) {
+            console = std::make_unique<ScriptConsole>(window, [&err] {
+                if (!DocumentManager::Instance().CloseAll()) {
+                    CloseProjectsKeepingChanges(err);
+                }
+                QCoreApplication::exit(0);
+            });
+        }
+        InstallTerminationHandler([&err](int signalNumber) {
+            Trace("Host", 2, "Stopping on signal " + std::to_string(signalNumber));
+            CloseProjectsKeepingChanges(err);
+            QCoreApplication::exit(0);
+        });
         if (!options.screenshot) {
             window.show();
         }
@@ -145,6 +215,12 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
             window.GetWorkspace().OpenTab(registered.handlerID);
         }
         OpenStartProduction(options, err);
+        OpenStartProjects(options, window, err);
+        OfferRecoveredCopies(window);
+        if (options.script) {
+            std::fputs("ready\n", stdout);
+            std::fflush(stdout);
+        }
 
         if (options.screenshot) {
             const std::filesystem::path file = *options.screenshot;
@@ -165,6 +241,10 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
         if (exitCode == 0) {
             exitCode = loopResult;
         }
+        // A run that ended without the window closing (a screenshot) still leaves no lock
+        // behind and loses nothing.
+        CloseProjectsKeepingChanges(err);
+        SetDialogResponder(nullptr);
         // Panels drop their UI while their handlers and the window are still there.
         window.GetWorkspace().Shutdown();
         ShutDown(loader);

@@ -1,6 +1,7 @@
 #include "Marvane/app/HostCommands.h"
 
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/documents/DocumentManager.h"
 #include "host/Localizer.h"
 
 namespace host {
@@ -15,6 +16,12 @@ void DeclareHostCommands(ShortcutManager& shortcutManager) {
             "$$$/Marvane/Host/Commands/OpenProduction=Open Production…");
     declare("cmd.file.closeproduction", kCmdCloseProduction,
             "$$$/Marvane/Host/Commands/CloseProduction=Close Production");
+    declare("cmd.file.openproject", kCmdOpenProject,
+            "$$$/Marvane/Host/Commands/OpenProject=Open Project…");
+    declare("cmd.file.saveproject", kCmdSaveProject,
+            "$$$/Marvane/Host/Commands/SaveProject=Save Project");
+    declare("cmd.file.closeproject", kCmdCloseProject,
+            "$$$/Marvane/Host/Commands/CloseProject=Close Project");
     declare("cmd.file.quit", kCmdQuit, "$$$/Marvane/Host/Commands/Quit=Quit");
     declare("cmd.edit.cut", kCmdCut, "$$$/Marvane/Host/Commands/Cut=Cut");
     declare("cmd.edit.copy", kCmdCopy, "$$$/Marvane/Host/Commands/Copy=Copy");
@@ -26,9 +33,18 @@ void DeclareHostCommands(ShortcutManager& shortcutManager) {
 bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus& status) {
     switch (command.id) {
     case kCmdOpenProduction:
+    case kCmdOpenProject:
     case kCmdQuit:
     case kCmdAbout:
         status.enabled = true;
+        return true;
+    case kCmdSaveProject: {
+        const OpenProjectPtr active = DocumentManager::Instance().GetActive();
+        status.enabled = active && !active->IsReadOnly() && active->IsModified();
+        return true;
+    }
+    case kCmdCloseProject:
+        status.enabled = DocumentManager::Instance().GetActive() != nullptr;
         return true;
     case kCmdCloseProduction:
         status.enabled = ProductionSession::Instance().IsOpen();
@@ -55,6 +71,12 @@ bool HostCommandHandler::ObeyCommand(const Command& command) {
         return run(mActions.quit);
     case kCmdAbout:
         return run(mActions.about);
+    case kCmdOpenProject:
+        return run(mActions.openProject);
+    case kCmdSaveProject:
+        return run(mActions.saveProject);
+    case kCmdCloseProject:
+        return run(mActions.closeProject);
     default:
         return false;
     }

@@ -11,6 +11,9 @@ enum HostCommandID : CommandID {
     kCmdOpenProduction = 1001,
     kCmdCloseProduction = 1002,
     kCmdQuit = 1003,
+    kCmdOpenProject = 1004,
+    kCmdSaveProject = 1005,
+    kCmdCloseProject = 1006,
     kCmdCut = 1101,
     kCmdCopy = 1102,
     kCmdPaste = 1103,
@@ -27,6 +30,9 @@ public:
         std::function<void()> closeProduction;
         std::function<void()> quit;
         std::function<void()> about;
+        std::function<void()> openProject;
+        std::function<void()> saveProject;
+        std::function<void()> closeProject;
     };
     explicit HostCommandHandler(Actions actions) : mActions(std::move(actions)) {}
 

@@ -1,16 +1,20 @@
 #include "Marvane/app/MainWindow.h"
 
 #include "Marvane/app/HostCommands.h"
+#include "Marvane/app/ProjectWindow.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
+#include "host/ProjectBackEnd.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QFileDialog>
+#include <algorithm>
 
 namespace host {
 
@@ -18,9 +22,13 @@ class MainWindow::ProductionListener final : public Listener {
 public:
     explicit ProductionListener(MainWindow* window) : mWindow(window) {}
     void ReceiveMessage(const Message& message) override {
-        if (message.GetTypeID() == MvProductionFolderOpenedMessage::kTypeID ||
-            message.GetTypeID() == MvProductionFolderClosedMessage::kTypeID) {
+        const MessageTypeID type = message.GetTypeID();
+        if (type == MvProductionFolderOpenedMessage::kTypeID ||
+            type == MvProductionFolderClosedMessage::kTypeID) {
             mWindow->UpdateProductionDisplay();
+        } else if (type == ProjectOpenedMessage::kTypeID || type == ProjectClosedMessage::kTypeID ||
+                   type == ProjectReadOnlyChangedMessage::kTypeID) {
+            mWindow->SyncProjectTabs();
         }
     }
 
@@ -34,19 +42,51 @@ MainWindow::MainWindow() {
     mWorkspace = new DockWorkspace(this);
     SetCurrentWorkspace(mWorkspace);
 
-    mCentre = new QLabel(this);
+    mCentreStack = new QStackedWidget(this);
+    mCentre = new QLabel(mCentreStack);
     mCentre->setAlignment(Qt::AlignCenter);
     mCentre->setWordWrap(true);
     mCentre->setMargin(24);
-    setCentralWidget(mCentre);
+    mProjectTabs = new QTabWidget(mCentreStack);
+    mProjectTabs->setObjectName(QStringLiteral("ProjectTabs"));
+    mProjectTabs->setTabsClosable(true);
+    mProjectTabs->setDocumentMode(true);
+    connect(mProjectTabs, &QTabWidget::tabCloseRequested, this, [this](int index) {
+        if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(index))) {
+            DocumentManager::Instance().Close({page->GetProject()});
+        }
+    });
+    connect(mProjectTabs, &QTabWidget::currentChanged, this, [this](int index) {
+        if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(index))) {
+            DocumentManager::Instance().SetActive(page->GetProject());
+        }
+    });
+    mCentreStack->addWidget(mCentre);
+    mCentreStack->addWidget(mProjectTabs);
+    setCentralWidget(mCentreStack);
 
     mCommandHandler = std::make_unique<HostCommandHandler>(HostCommandHandler::Actions{
         [this] { OpenProductionFromUser(); }, [] { ProductionSession::Instance().Close(); },
-        [this] { close(); }, [this] { ShowAbout(); }});
+        [this] { close(); }, [this] { ShowAbout(); }, [this] { OpenProjectFromUser(); },
+        [this] {
+            for (int i = 0; i < mProjectTabs->count(); ++i) {
+                auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
+                if (page != nullptr &&
+                    page->GetProject() == DocumentManager::Instance().GetActive()) {
+                    page->Save();
+                }
+            }
+        },
+        [] {
+            if (const OpenProjectPtr active = DocumentManager::Instance().GetActive()) {
+                DocumentManager::Instance().Close({active});
+            }
+        }});
     CommandDispatcher::Instance().SetApplicationHandler(mCommandHandler.get());
 
     mListener = std::make_shared<ProductionListener>(this);
     MessageStation::Get(kPanelFrameworkStation)->Subscribe(mListener);
+    MessageStation::Get(kProjectActivationStation)->Subscribe(mListener);
 
     BuildMenus();
     // Shortcuts only fire on enabled actions, so statuses are kept fresh between menu opens.
@@ -58,6 +98,7 @@ MainWindow::MainWindow() {
 
 MainWindow::~MainWindow() {
     MessageStation::Get(kPanelFrameworkStation)->Unsubscribe(mListener.get());
+    MessageStation::Get(kProjectActivationStation)->Unsubscribe(mListener.get());
     CommandDispatcher::Instance().SetApplicationHandler(nullptr);
     mWorkspace->Shutdown();
     SetCurrentWorkspace(nullptr);
@@ -99,8 +140,79 @@ void MainWindow::UpdateProductionDisplay() {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
+    // Every project closes first, each asking to save its changes; a cancel keeps the window.
+    if (!DocumentManager::Instance().CloseAll()) {
+        event->ignore();
+        return;
+    }
     mStatusTimer.stop();
     event->accept();
+}
+
+bool MainWindow::OpenProjectFile(const std::filesystem::path& project) {
+    const OpenResult result = DocumentManager::Instance().Open(project);
+    if (!result.project) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/OpenProjectFailed=Cannot Open Project"),
+                       result.error, {}, 2, 0);
+        return false;
+    }
+    SyncProjectTabs();
+    for (int i = 0; i < mProjectTabs->count(); ++i) {
+        auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
+        if (page != nullptr && page->GetProject() == result.project) {
+            mProjectTabs->setCurrentIndex(i);
+        }
+    }
+    return true;
+}
+
+void MainWindow::OpenProjectFromUser() {
+    QString start;
+    if (ProductionSession::Instance().IsOpen()) {
+        start = QString::fromStdString(ProductionSession::Instance().GetFolder().string());
+    }
+    const QString file = QFileDialog::getOpenFileName(
+        this, QString::fromStdString(Localize("$$$/Marvane/Host/OpenProjectTitle=Open Project")),
+        start,
+        QString::fromStdString(
+            Localize("$$$/Marvane/Host/ProjectFilter=Projects (*.mvproj project.json)")));
+    if (file.isEmpty()) {
+        return;
+    }
+    std::filesystem::path path = file.toStdString();
+    // A folder project is chosen by its project.json.
+    if (path.filename() == kProjectFolderContentName &&
+        path.parent_path().extension() == kProjectFolderExtension) {
+        path = path.parent_path();
+    }
+    OpenProjectFile(path);
+}
+
+void MainWindow::SyncProjectTabs() {
+    const auto& open = DocumentManager::Instance().GetAll();
+    for (int i = mProjectTabs->count() - 1; i >= 0; --i) {
+        auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
+        if (page == nullptr ||
+            std::find(open.begin(), open.end(), page->GetProject()) == open.end()) {
+            mProjectTabs->removeTab(i);
+            delete page;
+        }
+    }
+    for (const OpenProjectPtr& project : open) {
+        bool shown = false;
+        for (int i = 0; i < mProjectTabs->count(); ++i) {
+            auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
+            if (page != nullptr && page->GetProject() == project) {
+                page->Refresh();
+                shown = true;
+            }
+        }
+        if (!shown) {
+            auto* page = new ProjectWindow(project, mProjectTabs);
+            mProjectTabs->addTab(page, QString::fromStdString(project->Content().name));
+        }
+    }
+    mCentreStack->setCurrentWidget(open.empty() ? static_cast<QWidget*>(mCentre) : mProjectTabs);
 }
 
 void MainWindow::RefreshCommandStatus() {

@@ -5,7 +5,10 @@
 
 #include <QLabel>
 #include <QMainWindow>
+#include <QStackedWidget>
+#include <QTabWidget>
 #include <QTimer>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -24,6 +27,12 @@ public:
     void OpenProductionFromUser();
     // Refreshes the window title and centre text from the open production.
     void UpdateProductionDisplay();
+    // Opens a project and shows it; a refusal is reported in a message box.
+    bool OpenProjectFile(const std::filesystem::path& project);
+    void OpenProjectFromUser();
+    // One tab per open project, in the order they were opened.
+    void SyncProjectTabs();
+    QTabWidget* GetProjectTabs() const { return mProjectTabs; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -40,6 +49,8 @@ private:
     std::unique_ptr<HostCommandHandler> mCommandHandler;
     std::shared_ptr<ProductionListener> mListener;
     QLabel* mCentre = nullptr;
+    QStackedWidget* mCentreStack = nullptr;
+    QTabWidget* mProjectTabs = nullptr;
     QTimer mStatusTimer;
     std::vector<QAction*> mCommandActions;
 };

@@ -25,6 +25,10 @@ void MainWindow::BuildMenus() {
         }
     };
     QMenu* file = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/File=&File"));
+    add(file, "cmd.file.openproject", QKeySequence::Open);
+    add(file, "cmd.file.saveproject", QKeySequence::Save);
+    add(file, "cmd.file.closeproject", QKeySequence::Close);
+    file->addSeparator();
     add(file, "cmd.file.openproduction", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
     add(file, "cmd.file.closeproduction", QKeySequence());
     file->addSeparator();

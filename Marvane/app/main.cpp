@@ -30,7 +30,7 @@ int main(int argc, char* argv[]) {
         return 0;
     }
     if (!HasDisplay()) {
-        if (!parsed.options.screenshot && !parsed.options.listCommands) {
+        if (!parsed.options.screenshot && !parsed.options.listCommands && !parsed.options.script) {
             std::cerr << "marvane: no display found (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"
                          "Run it on a desktop, or render the window to a picture with "
                          "--screenshot FILE.png.\n";

@@ -4,6 +4,7 @@
 #include "host/CoreTypes.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace host {
@@ -16,28 +17,49 @@ struct MessageBoxRequest {
     int defaultButton = 0;
 };
 
+struct TextInputRequest {
+    ByteString title;
+    ByteString label;
+    ByteString initialText;
+};
+
 class DialogResponder {
 public:
     virtual ~DialogResponder() = default;
     // The index of the button to choose, or -1 to close the box without choosing.
     virtual int AnswerMessageBox(const MessageBoxRequest& request) = 0;
+    // The text to enter, or nothing to cancel.
+    virtual std::optional<ByteString> AnswerTextInput(const TextInputRequest& request) = 0;
 };
 
 // Installs a responder (empty to ask the person again); returns the previous one.
 std::shared_ptr<DialogResponder> SetDialogResponder(std::shared_ptr<DialogResponder> responder);
 
-// A responder that gives scripted answers in order and records what it was asked.
+// Asks for one line of text in a modal box over the main window; nothing when cancelled.
+std::optional<ByteString> AskForText(const ByteString& title, const ByteString& label,
+                                     const ByteString& initialText);
+
+// A responder that gives scripted answers in order and records what it was asked. With no
+// answer left it closes boxes without choosing and cancels text input.
 class ScriptedDialogResponder : public DialogResponder {
 public:
-    explicit ScriptedDialogResponder(std::vector<int> answers = {})
-        : mAnswers(std::move(answers)) {}
+    explicit ScriptedDialogResponder(std::vector<int> answers = {},
+                                     std::vector<ByteString> texts = {})
+        : mAnswers(std::move(answers)), mTexts(std::move(texts)) {}
     int AnswerMessageBox(const MessageBoxRequest& request) override;
+    std::optional<ByteString> AnswerTextInput(const TextInputRequest& request) override;
+    void AddAnswer(int answer) { mAnswers.push_back(answer); }
+    void AddText(ByteString text) { mTexts.push_back(std::move(text)); }
     const std::vector<MessageBoxRequest>& GetRequests() const { return mRequests; }
+    const std::vector<TextInputRequest>& GetTextRequests() const { return mTextRequests; }
 
 private:
     std::vector<int> mAnswers;
     std::size_t mNext = 0;
+    std::vector<ByteString> mTexts;
+    std::size_t mNextText = 0;
     std::vector<MessageBoxRequest> mRequests;
+    std::vector<TextInputRequest> mTextRequests;
 };
 
 } // namespace host

@@ -3,6 +3,8 @@
 #include "host/UIFramework.h"
 
 #include <QAbstractButton>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <algorithm>
@@ -53,6 +55,31 @@ int ScriptedDialogResponder::AnswerMessageBox(const MessageBoxRequest& request) 
         return mAnswers[mNext++];
     }
     return -1;
+}
+
+std::optional<ByteString>
+ScriptedDialogResponder::AnswerTextInput(const TextInputRequest& request) {
+    mTextRequests.push_back(request);
+    if (mNextText < mTexts.size()) {
+        return mTexts[mNextText++];
+    }
+    return std::nullopt;
+}
+
+std::optional<ByteString> AskForText(const ByteString& title, const ByteString& label,
+                                     const ByteString& initialText) {
+    const TextInputRequest request{title, label, initialText};
+    if (const auto responder = InstalledResponder()) {
+        return responder->AnswerTextInput(request);
+    }
+    bool accepted = false;
+    const QString text = QInputDialog::getText(MainWindowWidget(), QString::fromStdString(title),
+                                               QString::fromStdString(label), QLineEdit::Normal,
+                                               QString::fromStdString(initialText), &accepted);
+    if (!accepted) {
+        return std::nullopt;
+    }
+    return text.toStdString();
 }
 
 int ShowMessageBox(const ByteString& title, const ByteString& text,

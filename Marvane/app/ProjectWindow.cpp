@@ -1,0 +1,193 @@
+#include "Marvane/app/ProjectWindow.h"
+
+#include "Marvane/uiframework/DialogResponder.h"
+#include "host/Localizer.h"
+#include "host/UIFramework.h"
+
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace host {
+
+namespace {
+
+QString Text(std::string_view key, std::initializer_list<ByteString> arguments = {}) {
+    return QString::fromStdString(Localize(key, arguments));
+}
+
+// Another editor's save is noticed this often; network shares send no notifications.
+constexpr int kStatePollMs = 1000;
+
+} // namespace
+
+ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
+    : QWidget(parent), mProject(std::move(project)) {
+    setObjectName(QStringLiteral("ProjectWindow"));
+    auto* layout = new QVBoxLayout(this);
+    mName = new QLabel(this);
+    QFont title = mName->font();
+    title.setPointSizeF(title.pointSizeF() * 1.4);
+    title.setBold(true);
+    mName->setFont(title);
+    mPath = new QLabel(this);
+    mPath->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    mMode = new QLabel(this);
+    layout->addWidget(mName);
+    layout->addWidget(mPath);
+    layout->addWidget(mMode);
+
+    mOutOfDate = new QWidget(this);
+    mOutOfDate->setObjectName(QStringLiteral("OutOfDateBanner"));
+    mOutOfDate->setStyleSheet(QStringLiteral("#OutOfDateBanner { background: #fff3c4; }"));
+    auto* banner = new QHBoxLayout(mOutOfDate);
+    banner->addWidget(new QLabel(
+        Text("$$$/Marvane/Host/Project/OutOfDate=This project was saved by its holder after you "
+             "opened it."),
+        mOutOfDate));
+    auto* reload = new QPushButton(Text("$$$/Marvane/Host/Project/Reload=Reload"), mOutOfDate);
+    banner->addWidget(reload);
+    layout->addWidget(mOutOfDate);
+
+    auto* lists = new QHBoxLayout();
+    auto* binsColumn = new QVBoxLayout();
+    binsColumn->addWidget(new QLabel(Text("$$$/Marvane/Host/Project/Bins=Bins"), this));
+    mBins = new QListWidget(this);
+    binsColumn->addWidget(mBins);
+    auto* sequencesColumn = new QVBoxLayout();
+    sequencesColumn->addWidget(
+        new QLabel(Text("$$$/Marvane/Host/Project/Sequences=Sequences"), this));
+    mSequences = new QListWidget(this);
+    sequencesColumn->addWidget(mSequences);
+    lists->addLayout(binsColumn);
+    lists->addLayout(sequencesColumn);
+    layout->addLayout(lists, 1);
+
+    auto* buttons = new QHBoxLayout();
+    mAdd = new QPushButton(Text("$$$/Marvane/Host/Project/AddSequence=Add Sequence…"), this);
+    mRename =
+        new QPushButton(Text("$$$/Marvane/Host/Project/RenameSequence=Rename Sequence…"), this);
+    mSave = new QPushButton(Text("$$$/Marvane/Host/Project/Save=Save"), this);
+    mReadOnly = new QPushButton(Text("$$$/Marvane/Host/Project/ReadOnly=Read-Only"), this);
+    mReadOnly->setCheckable(true);
+    for (QPushButton* button : {mAdd, mRename, mSave, mReadOnly}) {
+        buttons->addWidget(button);
+    }
+    buttons->addStretch();
+    layout->addLayout(buttons);
+
+    connect(mAdd, &QPushButton::clicked, this, [this] { AddSequence(); });
+    connect(mRename, &QPushButton::clicked, this, [this] { RenameSequence(); });
+    connect(mSave, &QPushButton::clicked, this, [this] { Save(); });
+    connect(reload, &QPushButton::clicked, this, [this] { Reload(); });
+    connect(mReadOnly, &QPushButton::clicked, this, [this] { ToggleReadOnly(); });
+    connect(mSequences, &QListWidget::itemDoubleClicked, this, [this] { RenameSequence(); });
+    mPoll.setInterval(kStatePollMs);
+    connect(&mPoll, &QTimer::timeout, this, [this] { Refresh(); });
+    mPoll.start();
+    Refresh();
+}
+
+void ProjectWindow::Refresh() {
+    const ProjectContent& content = mProject->Content();
+    mName->setText(QString::fromStdString(content.name) +
+                   (mProject->IsModified() ? QStringLiteral(" •") : QString()));
+    mPath->setText(QString::fromStdString(mProject->Path().string()));
+    const std::string holder = mProject->CurrentLockHolder();
+    if (!mProject->IsReadOnly()) {
+        mMode->setText(Text("$$$/Marvane/Host/Project/ReadWrite=Read-write: you hold the lock."));
+    } else if (!holder.empty() && !mProject->HoldsLock()) {
+        mMode->setText(
+            Text("$$$/Marvane/Host/Project/LockedBy=Read-only: locked by @0.", {holder}));
+    } else {
+        mMode->setText(Text("$$$/Marvane/Host/Project/ReadOnlyMode=Read-only."));
+    }
+    mOutOfDate->setVisible(mProject->IsOutOfDate());
+    const auto fill = [](QListWidget* list, const std::vector<std::string>& names) {
+        QStringList items;
+        for (const std::string& name : names) {
+            items << QString::fromStdString(name);
+        }
+        QStringList shown;
+        for (int row = 0; row < list->count(); ++row) {
+            shown << list->item(row)->text();
+        }
+        if (shown != items) {
+            const int current = list->currentRow();
+            list->clear();
+            list->addItems(items);
+            list->setCurrentRow(std::min(current, static_cast<int>(items.size()) - 1));
+        }
+    };
+    fill(mBins, content.bins);
+    fill(mSequences, content.sequences);
+    const bool writable = !mProject->IsReadOnly();
+    mAdd->setEnabled(writable);
+    mRename->setEnabled(writable && mSequences->currentRow() >= 0);
+    mSave->setEnabled(writable && mProject->IsModified());
+    mReadOnly->setChecked(mProject->IsReadOnly());
+}
+
+void ProjectWindow::AddSequence() {
+    const auto name =
+        AskForText(Localize("$$$/Marvane/Host/Project/AddSequenceTitle=Add Sequence"),
+                   Localize("$$$/Marvane/Host/Project/SequenceName=Sequence name:"), {});
+    if (!name || name->empty()) {
+        return;
+    }
+    ProjectContent content = mProject->Content();
+    content.sequences.push_back(*name);
+    mProject->EditContent(content);
+    Refresh();
+}
+
+void ProjectWindow::RenameSequence() {
+    const int row = mSequences->currentRow();
+    ProjectContent content = mProject->Content();
+    if (mProject->IsReadOnly() || row < 0 ||
+        static_cast<std::size_t>(row) >= content.sequences.size()) {
+        return;
+    }
+    const auto index = static_cast<std::size_t>(row);
+    const auto name = AskForText(
+        Localize("$$$/Marvane/Host/Project/RenameSequenceTitle=Rename Sequence"),
+        Localize("$$$/Marvane/Host/Project/SequenceName=Sequence name:"), content.sequences[index]);
+    if (!name || name->empty()) {
+        return;
+    }
+    content.sequences[index] = *name;
+    mProject->EditContent(content);
+    Refresh();
+}
+
+void ProjectWindow::Save() {
+    std::string error;
+    if (!DocumentManager::Instance().Save(mProject, error)) {
+        Report(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error);
+    }
+    Refresh();
+}
+
+void ProjectWindow::Reload() {
+    std::string error;
+    if (!DocumentManager::Instance().Reload(mProject, error)) {
+        Report(Localize("$$$/Marvane/Host/Project/ReloadFailed=Cannot Reload Project"), error);
+    }
+    Refresh();
+}
+
+void ProjectWindow::ToggleReadOnly() {
+    const ReadOnlyResult result =
+        DocumentManager::Instance().SetReadOnly(mProject, !mProject->IsReadOnly());
+    if (!result.error.empty()) {
+        Report(Localize("$$$/Marvane/Host/Project/ModeFailed=Cannot Change Mode"), result.error);
+    } else if (result.needsReload) {
+        Reload();
+    }
+    Refresh();
+}
+
+void ProjectWindow::Report(const std::string& title, const std::string& error) {
+    ShowMessageBox(title, error, {}, 2, 0);
+}
+
+} // namespace host

@@ -1,0 +1,49 @@
+#pragma once
+// A project in the main window: its name and path, its mode and who holds its lock, its bins
+// and sequences. The user can add and rename sequences, save, reload a read-only copy that
+// changed on disk, and switch between read-only and read-write.
+#include "Marvane/documents/DocumentManager.h"
+
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTimer>
+#include <QWidget>
+
+namespace host {
+
+class ProjectWindow final : public QWidget {
+public:
+    explicit ProjectWindow(OpenProjectPtr project, QWidget* parent = nullptr);
+
+    const OpenProjectPtr& GetProject() const { return mProject; }
+    // Reads the project's state again: mode, holder, out of date, content.
+    void Refresh();
+
+    void AddSequence();
+    void RenameSequence();
+    void Save();
+    void Reload();
+    void ToggleReadOnly();
+
+    QString ModeText() const { return mMode->text(); }
+    bool OutOfDateShown() const { return !mOutOfDate->isHidden(); }
+
+private:
+    void Report(const std::string& title, const std::string& error);
+
+    OpenProjectPtr mProject;
+    QLabel* mName = nullptr;
+    QLabel* mPath = nullptr;
+    QLabel* mMode = nullptr;
+    QWidget* mOutOfDate = nullptr;
+    QListWidget* mBins = nullptr;
+    QListWidget* mSequences = nullptr;
+    QPushButton* mAdd = nullptr;
+    QPushButton* mRename = nullptr;
+    QPushButton* mSave = nullptr;
+    QPushButton* mReadOnly = nullptr;
+    QTimer mPoll;
+};
+
+} // namespace host

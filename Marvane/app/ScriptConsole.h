@@ -1,0 +1,40 @@
+#pragma once
+// Drives the host from its standard input, one command a line, fields separated by tabs, and
+// answers each on standard output with one line starting "ok" or "error". Dialogs are answered
+// from the script ("answer N", "text T") instead of waiting for a person. End of input quits.
+//
+//   open PATH | open-read-only PATH | close PATH | save PATH | reload PATH
+//   status PATH            ok read-only=0|1 out-of-date=0|1 modified=0|1 holder=NAME sequences=A|B
+//   add-sequence PATH NAME | read-only PATH 0|1 (ok reload=0|1)
+//   answer N | text T | dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
+//   recovered (ok count=N) | quit
+#include <QObject>
+#include <QSocketNotifier>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace host {
+
+class MainWindow;
+class ScriptedDialogResponder;
+
+class ScriptConsole final : public QObject {
+public:
+    ScriptConsole(MainWindow& window, std::function<void()> quit);
+
+    // Runs one command line and returns its answer line (without the line end).
+    std::string Execute(const std::string& line);
+
+private:
+    void ReadInput();
+
+    MainWindow& mWindow;
+    std::function<void()> mQuit;
+    std::shared_ptr<ScriptedDialogResponder> mResponder;
+    QSocketNotifier mNotifier;
+    std::string mPending;
+};
+
+} // namespace host

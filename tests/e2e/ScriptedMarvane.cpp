@@ -1,0 +1,137 @@
+#include "ScriptedMarvane.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+ScriptedMarvane::ScriptedMarvane(const std::vector<std::string>& arguments,
+                                 const std::vector<std::string>& environment) {
+    static int counter = 0;
+    mErrorFile =
+        std::filesystem::temp_directory_path() /
+        ("marvane-e2e-stderr-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+    int toChild[2];
+    int fromChild[2];
+    if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) {
+        return;
+    }
+    mPid = ::fork();
+    if (mPid == 0) {
+        ::dup2(toChild[0], STDIN_FILENO);
+        ::dup2(fromChild[1], STDOUT_FILENO);
+        const int errorFile = ::open(mErrorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        ::dup2(errorFile, STDERR_FILENO);
+        ::unsetenv("DISPLAY");
+        ::unsetenv("WAYLAND_DISPLAY");
+        ::unsetenv("QT_QPA_PLATFORM");
+        for (const std::string& variable : environment) {
+            const auto equals = variable.find('=');
+            ::setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
+        }
+        std::vector<char*> argv;
+        std::string executable = MARVANE_EXECUTABLE;
+        argv.push_back(executable.data());
+        std::vector<std::string> copies = arguments;
+        copies.insert(copies.begin(), "--script");
+        for (std::string& argument : copies) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        ::execv(executable.c_str(), argv.data());
+        ::_exit(127);
+    }
+    ::close(toChild[0]);
+    ::close(fromChild[1]);
+    mInput = toChild[1];
+    mOutput = fromChild[0];
+}
+
+ScriptedMarvane::~ScriptedMarvane() {
+    if (mPid > 0 && !mExited) {
+        ::kill(mPid, SIGKILL);
+        ::waitpid(mPid, nullptr, 0);
+    }
+    if (mInput >= 0) {
+        ::close(mInput);
+    }
+    if (mOutput >= 0) {
+        ::close(mOutput);
+    }
+    std::error_code ignored;
+    std::filesystem::remove(mErrorFile, ignored);
+}
+
+std::string ScriptedMarvane::Send(const std::vector<std::string>& fields) {
+    std::string line;
+    for (const std::string& field : fields) {
+        line += (line.empty() ? "" : "\t") + field;
+    }
+    line += "\n";
+    if (::write(mInput, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
+        return "<write failed>";
+    }
+    return ReadLine();
+}
+
+std::string ScriptedMarvane::ReadLine(std::chrono::seconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (true) {
+        const auto end = mBuffered.find('\n');
+        if (end != std::string::npos) {
+            std::string line = mBuffered.substr(0, end);
+            mBuffered.erase(0, end + 1);
+            return line;
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            return "<timeout>";
+        }
+        pollfd ready{mOutput, POLLIN, 0};
+        if (::poll(&ready, 1, static_cast<int>(left.count())) <= 0) {
+            continue;
+        }
+        char buffer[4096];
+        const ssize_t count = ::read(mOutput, buffer, sizeof(buffer));
+        if (count <= 0) {
+            return "<closed>";
+        }
+        mBuffered.append(buffer, static_cast<std::size_t>(count));
+    }
+}
+
+void ScriptedMarvane::Signal(int signalNumber) {
+    ::kill(mPid, signalNumber);
+}
+
+int ScriptedMarvane::Finish(std::chrono::seconds timeout) {
+    if (mInput >= 0) {
+        ::close(mInput);
+        mInput = -1;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!mExited && std::chrono::steady_clock::now() < deadline) {
+        int status = 0;
+        const pid_t done = ::waitpid(mPid, &status, WNOHANG);
+        if (done == mPid) {
+            mExited = true;
+            mExitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return mExited ? mExitCode : -1;
+}
+
+std::string ScriptedMarvane::ErrorOutput() const {
+    std::ifstream in(mErrorFile);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}

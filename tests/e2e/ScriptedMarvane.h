@@ -1,0 +1,35 @@
+#pragma once
+// A real marvane process driven through --script: commands go to its standard input and
+// each answer line comes back from its standard output.
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+class ScriptedMarvane {
+public:
+    ScriptedMarvane(const std::vector<std::string>& arguments,
+                    const std::vector<std::string>& environment = {});
+    ~ScriptedMarvane();
+    ScriptedMarvane(const ScriptedMarvane&) = delete;
+    ScriptedMarvane& operator=(const ScriptedMarvane&) = delete;
+
+    // Sends one command (fields joined by tabs) and returns its answer line.
+    std::string Send(const std::vector<std::string>& fields);
+    // The next line of output, or "<timeout>" / "<closed>".
+    std::string ReadLine(std::chrono::seconds timeout = std::chrono::seconds(60));
+    void Signal(int signalNumber);
+    // Closes the command input and waits for the exit code (-1 when it did not exit).
+    int Finish(std::chrono::seconds timeout = std::chrono::seconds(60));
+    std::string ErrorOutput() const;
+
+private:
+    pid_t mPid = -1;
+    int mInput = -1;
+    int mOutput = -1;
+    std::string mBuffered;
+    std::filesystem::path mErrorFile;
+    int mExitCode = -1;
+    bool mExited = false;
+};

@@ -1,0 +1,175 @@
+// Two editors, each with their own marvane, on one production folder.
+#include "MarvaneProcess.h"
+#include "ScriptedMarvane.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ReadBytes(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void WriteProject(const fs::path& path, const std::string& sequence) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary)
+        << R"({"formatVersion": 1, "name": ")" << path.stem().string()
+        << R"(", "bins": ["Footage"], "sequences": [")" << sequence << "\"]}\n";
+}
+
+class SharedProductionTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        root = FreshTemporaryFolder("shared");
+        production = root / "Pilot";
+        scene = production / "Scene 12.mvproj";
+        WriteProject(scene, "Scene 12 - Assembly");
+    }
+    void TearDown() override { fs::remove_all(root); }
+
+    std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name,
+                                                 std::vector<std::string> extra = {}) {
+        std::vector<std::string> arguments = {"--production", production.string(),
+                                              "--profile",    (root / name).string(),
+                                              "--user",       name};
+        arguments.insert(arguments.end(), extra.begin(), extra.end());
+        auto editor = std::make_unique<ScriptedMarvane>(arguments);
+        EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
+        return editor;
+    }
+
+    fs::path root;
+    fs::path production;
+    fs::path scene;
+};
+
+TEST_F(SharedProductionTest, TwoEditorsSeeAndRespectEachOthersLocks) {
+    auto ana = StartEditor("Ana Ruiz");
+    auto ben = StartEditor("Ben Okafor");
+    const std::string path = scene.string();
+
+    ASSERT_EQ(ana->Send({"open", path}), "ok") << ana->ErrorOutput();
+    EXPECT_EQ(ana->Send({"status", path}),
+              "ok read-only=0 out-of-date=0 modified=0 holder=Ana Ruiz "
+              "sequences=Scene 12 - Assembly");
+    // Ben gets the project read-only, with Ana named as its holder.
+    ASSERT_EQ(ben->Send({"open", path}), "ok") << ben->ErrorOutput();
+    EXPECT_EQ(ben->Send({"status", path}),
+              "ok read-only=1 out-of-date=0 modified=0 holder=Ana Ruiz "
+              "sequences=Scene 12 - Assembly");
+    EXPECT_EQ(ben->Send({"add-sequence", path, "Ben's idea"}), "error read-only");
+    EXPECT_EQ(ben->Send({"read-only", path, "0"}), "error \"Scene 12\" is locked by Ana Ruiz.");
+
+    // Ana saves: Ben's copy is out of date.
+    ASSERT_EQ(ana->Send({"add-sequence", path, "Scene 12 - Fine Cut"}), "ok");
+    ASSERT_EQ(ana->Send({"save", path}), "ok");
+    EXPECT_EQ(ben->Send({"status", path}),
+              "ok read-only=1 out-of-date=1 modified=0 holder=Ana Ruiz "
+              "sequences=Scene 12 - Assembly");
+
+    // Ana closes: her lock file is gone, and Ben can take the project over.
+    ASSERT_EQ(ana->Send({"close", path}), "ok");
+    EXPECT_FALSE(fs::exists(path + ".lock"));
+    EXPECT_EQ(ben->Send({"read-only", path, "0"}), "ok reload=1");
+    EXPECT_EQ(ben->Send({"reload", path}), "ok");
+    EXPECT_EQ(ben->Send({"status", path}),
+              "ok read-only=0 out-of-date=0 modified=0 holder=Ben Okafor "
+              "sequences=Scene 12 - Assembly|Scene 12 - Fine Cut");
+    // Now Ana is the one who reads.
+    ASSERT_EQ(ana->Send({"open", path}), "ok");
+    EXPECT_EQ(ana->Send({"status", path})
+                  .find("ok read-only=1 out-of-date=0 modified=0 "
+                        "holder=Ben Okafor"),
+              0u);
+
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+    EXPECT_EQ(ben->Finish(), 0) << ben->ErrorOutput();
+    EXPECT_FALSE(fs::exists(path + ".lock"));
+}
+
+TEST_F(SharedProductionTest, AProjectNamedOnTheCommandLineOpens) {
+    auto ana = StartEditor("Ana Ruiz", {scene.string()});
+    EXPECT_EQ(ana->Send({"status", scene.string()}).rfind("ok read-only=0", 0), 0u);
+    EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
+    EXPECT_EQ(ana->Finish(), 0);
+    EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
+}
+
+TEST_F(SharedProductionTest, ADamagedProjectIsReportedAndLeftByteForByte) {
+    const fs::path damaged = production / "Damaged.mvproj";
+    const std::string bytes = "{\"formatVersion\": 1, \"sequ";
+    std::ofstream(damaged, std::ios::binary) << bytes;
+    auto ana = StartEditor("Ana Ruiz", {damaged.string()});
+    const std::string answer = ana->Send({"open", damaged.string()});
+    EXPECT_EQ(answer.rfind("error The project \"" + damaged.string() + "\" is damaged", 0), 0u)
+        << answer;
+    EXPECT_EQ(ana->Finish(), 0);
+    EXPECT_NE(ana->ErrorOutput().find("is damaged"), std::string::npos);
+    EXPECT_EQ(ReadBytes(damaged), bytes);
+    EXPECT_FALSE(fs::exists(damaged.string() + ".lock"));
+}
+
+class StopSignalTest : public SharedProductionTest, public ::testing::WithParamInterface<int> {};
+
+TEST_P(StopSignalTest, StoppingRemovesOurLocksAndKeepsUnsavedChangesAside) {
+    const std::string before = ReadBytes(scene);
+    {
+        auto ana = StartEditor("Ana Ruiz");
+        ASSERT_EQ(ana->Send({"open", scene.string()}), "ok");
+        ASSERT_EQ(ana->Send({"add-sequence", scene.string(), "Unsaved Cut"}), "ok");
+        ASSERT_TRUE(fs::exists(scene.string() + ".lock"));
+        ana->Signal(GetParam());
+        EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+        EXPECT_NE(ana->ErrorOutput().find("unsaved changes were kept in"), std::string::npos);
+    }
+    EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
+    EXPECT_EQ(ReadBytes(scene), before); // never written over
+    const fs::path recovery = root / "Ana Ruiz" / "data" / "Recovery";
+    int copies = 0;
+    for (const auto& entry : fs::directory_iterator(recovery)) {
+        if (entry.path().extension() == ".mvproj") {
+            ++copies;
+            EXPECT_NE(ReadBytes(entry.path()).find("Unsaved Cut"), std::string::npos);
+        }
+    }
+    EXPECT_EQ(copies, 1);
+    // The next start offers the copy.
+    auto again = StartEditor("Ana Ruiz");
+    EXPECT_EQ(again->Send({"dialogs"}), "ok count=1 last=Recovered Changes");
+    EXPECT_EQ(again->Send({"recovered"}), "ok count=1");
+    EXPECT_EQ(again->Finish(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, StopSignalTest, ::testing::Values(SIGTERM, SIGINT),
+                         [](const auto& row) {
+                             return row.param == SIGTERM ? "Term" : "Interrupt";
+                         });
+
+TEST(DemoProduction, OneProjectIsLockedByAnotherEditor) {
+    const fs::path folder = FreshTemporaryFolder("demo-lock");
+    auto editor = std::make_unique<ScriptedMarvane>(
+        std::vector<std::string>{"--profile", (folder / "profile").string()});
+    ASSERT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
+    const fs::path fineCut =
+        folder / "profile" / "data" / "Demo Production" / "Edit" / "Fine Cut.mvproj";
+    ASSERT_EQ(editor->Send({"open", fineCut.string()}), "ok");
+    EXPECT_EQ(editor->Send({"status", fineCut.string()})
+                  .rfind("ok read-only=1 out-of-date=0 "
+                         "modified=0 holder=Rowan Achebe",
+                         0),
+              0u);
+    EXPECT_EQ(editor->Finish(), 0);
+    EXPECT_TRUE(fs::exists(fineCut.string() + ".lock")); // another editor's lock stays
+    fs::remove_all(folder);
+}
+
+} // namespace
