@@ -6,18 +6,14 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+
+#include "FileBytes.h"
 #include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadBytes;
 
 void WriteProject(const fs::path& path, const std::string& sequence) {
     fs::create_directories(path.parent_path());

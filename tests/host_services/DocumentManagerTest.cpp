@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+
+#include "FileBytes.h"
 #include <sstream>
 #include <unistd.h>
 
@@ -14,13 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using host::DocumentManager;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    return buffer.str();
-}
+using testsupport::ReadBytes;
 
 class MessageLog : public host::Listener {
 public:

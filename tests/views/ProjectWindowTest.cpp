@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+
+#include "FileBytes.h"
 #include <sstream>
 #include <unistd.h>
 
@@ -17,13 +19,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ReadBytes(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testsupport::ReadBytes;
 
 class ProjectWindowTest : public ::testing::Test {
 protected:
