@@ -23,6 +23,7 @@
 
 #include <QApplication>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <ostream>
 
@@ -142,10 +143,22 @@ void OfferRecoveredCopies(MainWindow& window) {
 }
 
 // Stops without asking anyone: changes not saved go to recovery copies, never over the
-// projects, and every lock this host holds is removed.
+// projects, and every lock this host holds is removed. A project whose copy could not be
+// written is not closed, so its lock stays and tells others it was in use.
 void CloseProjectsKeepingChanges(std::ostream& err) {
-    for (const auto& copy : SaveRecoveryCopies(HostSession::Instance().dataDirectory)) {
+    const RecoveryResult recovery = SaveRecoveryCopies(HostSession::Instance().dataDirectory);
+    for (const auto& copy : recovery.written) {
         err << "marvane: unsaved changes were kept in " << copy << "\n";
+    }
+    for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
+        const bool failed =
+            std::any_of(recovery.failed.begin(), recovery.failed.end(),
+                        [&](const auto& failure) { return failure.first == project->Path(); });
+        if (failed) {
+            err << "marvane: the unsaved changes of " << project->Path()
+                << " could not be kept; its lock stays in place.\n";
+            project->AbandonLock();
+        }
     }
     DocumentManager::Instance().CloseAllWithoutAsking();
 }
@@ -202,9 +215,9 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
                 QCoreApplication::exit(0);
             });
         }
-        InstallTerminationHandler([&err](int signalNumber) {
-            Trace("Host", 2, "Stopping on signal " + std::to_string(signalNumber));
-            CloseProjectsKeepingChanges(err);
+        int stopSignal = 0;
+        InstallTerminationHandler([&stopSignal](int signalNumber) {
+            stopSignal = signalNumber;
             QCoreApplication::exit(0);
         });
         if (!options.screenshot) {
@@ -237,9 +250,13 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
                 QCoreApplication::exit(exitCode);
             });
         }
-        const int loopResult = QApplication::exec();
+        // A signal during start-up (while the recovery offer waited, say) stops here.
+        const int loopResult = stopSignal == 0 ? QApplication::exec() : 0;
         if (exitCode == 0) {
             exitCode = loopResult;
+        }
+        if (stopSignal != 0) {
+            Trace("Host", 2, "Stopping on signal " + std::to_string(stopSignal));
         }
         // A run that ended without the window closing (a screenshot) still leaves no lock
         // behind and loses nothing.

@@ -68,13 +68,12 @@ MainWindow::MainWindow() {
     mCommandHandler = std::make_unique<HostCommandHandler>(HostCommandHandler::Actions{
         [this] { OpenProductionFromUser(); }, [] { ProductionSession::Instance().Close(); },
         [this] { close(); }, [this] { ShowAbout(); }, [this] { OpenProjectFromUser(); },
-        [this] {
-            for (int i = 0; i < mProjectTabs->count(); ++i) {
-                auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
-                if (page != nullptr &&
-                    page->GetProject() == DocumentManager::Instance().GetActive()) {
-                    page->Save();
-                }
+        [] {
+            const OpenProjectPtr active = DocumentManager::Instance().GetActive();
+            std::string error;
+            if (active && !DocumentManager::Instance().Save(active, error)) {
+                ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error,
+                               {}, 2, 0);
             }
         },
         [] {
@@ -194,8 +193,11 @@ void MainWindow::SyncProjectTabs() {
         auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
         if (page == nullptr ||
             std::find(open.begin(), open.end(), page->GetProject()) == open.end()) {
+            QWidget* widget = mProjectTabs->widget(i);
             mProjectTabs->removeTab(i);
-            delete page;
+            // A page may be inside one of its own calls (a dialog it opened): delete it later.
+            widget->hide();
+            widget->deleteLater();
         }
     }
     for (const OpenProjectPtr& project : open) {

@@ -92,7 +92,8 @@ void ProjectWindow::Refresh() {
     mName->setText(QString::fromStdString(content.name) +
                    (mProject->IsModified() ? QStringLiteral(" •") : QString()));
     mPath->setText(QString::fromStdString(mProject->Path().string()));
-    const std::string holder = mProject->CurrentLockHolder();
+    // The lock file is read only while it tells something: a writable project is ours.
+    const std::string holder = mProject->IsReadOnly() ? mProject->CurrentLockHolder() : "";
     if (!mProject->IsReadOnly()) {
         mMode->setText(Text("$$$/Marvane/Host/Project/ReadWrite=Read-write: you hold the lock."));
     } else if (!holder.empty() && !mProject->HoldsLock()) {

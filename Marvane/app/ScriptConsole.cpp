@@ -7,6 +7,7 @@
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <sstream>
 #include <unistd.h>
@@ -38,7 +39,7 @@ std::string Join(const std::vector<std::string>& items, char separator) {
 } // namespace
 
 ScriptConsole::ScriptConsole(MainWindow& window, std::function<void()> quit)
-    : QObject(&window), mWindow(window), mQuit(std::move(quit)),
+    : mWindow(window), mQuit(std::move(quit)),
       mResponder(std::make_shared<ScriptedDialogResponder>()),
       mNotifier(STDIN_FILENO, QSocketNotifier::Read) {
     SetDialogResponder(mResponder);
@@ -46,10 +47,17 @@ ScriptConsole::ScriptConsole(MainWindow& window, std::function<void()> quit)
 }
 
 void ScriptConsole::ReadInput() {
+    if (mQuitting) {
+        return;
+    }
     char buffer[4096];
     const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof(buffer));
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
+        return;
+    }
     if (count <= 0) {
         mNotifier.setEnabled(false);
+        mQuitting = true;
         mQuit();
         return;
     }
@@ -58,9 +66,18 @@ void ScriptConsole::ReadInput() {
          end = mPending.find('\n')) {
         const std::string line = mPending.substr(0, end);
         mPending.erase(0, end + 1);
-        const std::string answer = Execute(line);
+        std::string answer;
+        try {
+            answer = Execute(line);
+        } catch (const std::exception& error) {
+            answer = std::string("error ") + error.what();
+        }
         std::fputs((answer + "\n").c_str(), stdout);
         std::fflush(stdout);
+        if (mQuitting) {
+            mNotifier.setEnabled(false);
+            return; // nothing after "quit" runs
+        }
     }
 }
 
@@ -101,6 +118,7 @@ std::string ScriptConsole::Execute(const std::string& line) {
                std::to_string(FindRecoveredCopies(HostSession::Instance().dataDirectory).size());
     }
     if (command == "quit") {
+        mQuitting = true;
         mQuit();
         return "ok";
     }

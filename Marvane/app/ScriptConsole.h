@@ -35,6 +35,7 @@ private:
     std::shared_ptr<ScriptedDialogResponder> mResponder;
     QSocketNotifier mNotifier;
     std::string mPending;
+    bool mQuitting = false;
 };
 
 } // namespace host

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <cerrno>
 #include <csignal>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -12,15 +13,27 @@ namespace {
 
 int gSignalSocket[2] = {-1, -1};
 
+// Async-signal-safe: one byte to the main thread, errno as it was. The signal goes back to
+// its default action, so a second one stops a shutdown that hangs.
 extern "C" void WakeMainThread(int signalNumber) {
+    const int savedErrno = errno;
     const auto byte = static_cast<unsigned char>(signalNumber);
     [[maybe_unused]] const ssize_t ignored = ::write(gSignalSocket[0], &byte, 1);
+    struct sigaction fallback {};
+    fallback.sa_handler = SIG_DFL;
+    sigemptyset(&fallback.sa_mask);
+    ::sigaction(signalNumber, &fallback, nullptr);
+    errno = savedErrno;
 }
 
 } // namespace
 
 void InstallTerminationHandler(std::function<void(int)> onTermination) {
-    if (gSignalSocket[0] < 0 && ::socketpair(AF_UNIX, SOCK_STREAM, 0, gSignalSocket) != 0) {
+    // A vanished reader of our output (a script driver) must not kill the host with its
+    // locks held: writes then fail instead.
+    ::signal(SIGPIPE, SIG_IGN);
+    if (gSignalSocket[0] < 0 &&
+        ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, gSignalSocket) != 0) {
         return;
     }
     auto* notifier =

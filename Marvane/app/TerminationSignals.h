@@ -1,6 +1,8 @@
 #pragma once
 // SIGTERM, SIGINT and SIGHUP stop the host in an orderly way: the handler only wakes the main
-// thread, which then runs the given function (save recovery copies, close projects, leave).
+// thread, which calls the given function there. The function should only note the stop and
+// leave the event loop; the work of stopping belongs after the loop, where no dialog or other
+// nested loop is running.
 #include <functional>
 
 namespace host {

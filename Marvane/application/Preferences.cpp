@@ -1,5 +1,6 @@
 #include "Marvane/application/Preferences.h"
 
+#include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
 
 #include <fstream>
@@ -115,17 +116,8 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
     json["locking"]["name"] = preferences.locking.name;
     json["locking"]["second"] = preferences.locking.second;
     json["locking"]["enabled"] = preferences.locking.enabled;
-    const auto target = profileDirectory / kFileName;
-    const auto temporary = profileDirectory / (std::string(kFileName) + ".new");
-    {
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out << json.dump(2) << '\n';
-        if (!out.flush()) {
-            return false;
-        }
-    }
-    std::filesystem::rename(temporary, target, error);
-    return !error;
+    std::string reason;
+    return ReplaceFile(profileDirectory / kFileName, json.dump(2) + "\n", reason);
 }
 
 } // namespace host

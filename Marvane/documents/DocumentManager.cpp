@@ -1,5 +1,6 @@
 #include "Marvane/documents/DocumentManager.h"
 
+#include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ApplicationLayer.h"
@@ -56,6 +57,18 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
     }
 }
 
+// Another running copy of the host on this machine, of this very locking identity, has the
+// project open for writing. (Another identity's lock is simply theirs.)
+bool HeldByAnotherCopyHere(const fs::path& project) {
+    ByteString name;
+    ByteString second;
+    GetProjectLockingPrefs(name, second);
+    LockFileContent existing;
+    return ReadLockFile(LockFilePathFor(project), existing) == LockFileState::Valid &&
+           existing.lockingName == name && existing.secondLockingString == second &&
+           IsHeldByAnotherLiveProcessHere(existing);
+}
+
 } // namespace
 
 fs::path NormalProjectPath(const fs::path& projectPath) {
@@ -81,23 +94,31 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     if (!IsMarvaneProjectFile(path.string())) {
         return {nullptr, "\"" + path.string() + "\" is not a project of this application."};
     }
-    ProjectContent content;
-    std::string error;
-    if (!LoadProjectContent(path, content, error)) {
-        return {nullptr, error};
-    }
-    auto project =
-        std::make_shared<OpenProject>(path, std::move(content), StampOf(ProjectContentFile(path)));
+    // The lock comes first and the content after it, so that nobody can save a newer version
+    // between our read and our lock.
     ByteString name;
     ByteString second;
     const bool locking = GetProjectLockingPrefs(name, second);
+    ProjectLockFilePtr lock;
+    if (mode == OpenMode::Normal && locking && !HeldByAnotherCopyHere(path)) {
+        lock = CreateProjectLockFile(path.string(), name, second);
+    }
+    ProjectContent content;
+    FileStamp stamp;
+    std::string error;
+    if (!LoadProjectContent(path, content, error, &stamp)) {
+        if (lock && lock->IsOwnedByCaller()) {
+            RemoveOwnLockFile(path);
+        }
+        return {nullptr, error};
+    }
+    auto project = std::make_shared<OpenProject>(path, std::move(content), stamp);
     if (mode == OpenMode::Normal) {
         if (!locking) {
             project->SetReadOnly(false);
-        } else if (ProjectLockFilePtr lock = CreateProjectLockFile(path.string(), name, second);
-                   lock && lock->IsOwnedByCaller()) {
+        } else if (lock && lock->IsOwnedByCaller()) {
             project->AttachLockFile(lock);
-            project->SetReadOnly(false);
+            project->SetReadOnly(!project->HoldsLock());
         }
     }
     mProjects.push_back(project);
@@ -154,8 +175,18 @@ void DocumentManager::Remove(const OpenProjectPtr& project) {
 }
 
 bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
+    if (Find(project->Path()) != project) {
+        error = "The project \"" + project->Path().string() + "\" is not open any more.";
+        return false;
+    }
     if (project->IsReadOnly()) {
         error = "The project \"" + project->Path().string() + "\" is open read-only.";
+        return false;
+    }
+    if (project->LostItsLock()) {
+        error = "The project \"" + project->Path().string() +
+                "\" moved and is not locked at its new place. Switch it to read-only and back "
+                "to lock it again before saving.";
         return false;
     }
     if (!SaveProjectContent(project->Path(), project->Content(), error)) {
@@ -167,8 +198,8 @@ bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
 
 bool DocumentManager::Reload(const OpenProjectPtr& project, std::string& error) {
     ProjectContent content;
-    const FileStamp stamp = StampOf(ProjectContentFile(project->Path()));
-    if (!LoadProjectContent(project->Path(), content, error)) {
+    FileStamp stamp;
+    if (!LoadProjectContent(project->Path(), content, error, &stamp)) {
         return false;
     }
     project->ReplaceContent(std::move(content), stamp);
@@ -189,24 +220,45 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
         }
         project->ReleaseLock();
         project->SetReadOnly(true);
-    } else {
-        ByteString name;
-        ByteString second;
-        if (GetProjectLockingPrefs(name, second)) {
-            const ProjectLockFilePtr lock =
-                CreateProjectLockFile(project->Path().string(), name, second);
-            if (!lock || !lock->IsOwnedByCaller()) {
-                result.error = lock ? "\"" + project->Content().name + "\" is locked by " +
-                                          lock->GetOwnerName() + "."
-                                    : "The lock file of \"" + project->Content().name +
-                                          "\" could not be created.";
-                return result;
-            }
-            project->AttachLockFile(lock);
-        }
-        result.needsReload = project->IsOutOfDate();
-        project->SetReadOnly(false);
+        result.changed = true;
+        Announce(ProjectReadOnlyChangedMessage());
+        return result;
     }
+    ByteString name;
+    ByteString second;
+    if (GetProjectLockingPrefs(name, second)) {
+        if (HeldByAnotherCopyHere(project->Path())) {
+            result.error = "\"" + project->Content().name +
+                           "\" is open for writing in another copy of Marvane.";
+            return result;
+        }
+        const ProjectLockFilePtr lock =
+            CreateProjectLockFile(project->Path().string(), name, second);
+        if (!lock || !lock->IsOwnedByCaller()) {
+            result.error =
+                lock ? "\"" + project->Content().name + "\" is locked by " + lock->GetOwnerName() +
+                           "."
+                     : "The lock file of \"" + project->Content().name + "\" could not be created.";
+            return result;
+        }
+        project->AttachLockFile(lock);
+        if (!project->HoldsLock()) {
+            result.error = "\"" + project->Content().name + "\" could not be locked.";
+            return result;
+        }
+    }
+    // What the holder saved meanwhile is read under our lock, before anything is edited.
+    if (project->IsOutOfDate()) {
+        ProjectContent content;
+        FileStamp stamp;
+        if (!LoadProjectContent(project->Path(), content, result.error, &stamp)) {
+            project->ReleaseLock();
+            return result;
+        }
+        project->ReplaceContent(std::move(content), stamp);
+        result.needsReload = true;
+    }
+    project->SetReadOnly(false);
     result.changed = true;
     Announce(ProjectReadOnlyChangedMessage());
     return result;
@@ -214,22 +266,29 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
 
 OpenResult DocumentManager::CreateNewProject(const fs::path& folder) {
     const std::string base = "Untitled Project";
-    fs::path path;
-    std::error_code error;
-    for (int number = 1;; ++number) {
+    constexpr int kMostAttempts = 1000;
+    for (int number = 1; number <= kMostAttempts; ++number) {
         const std::string name = number == 1 ? base : base + " " + std::to_string(number);
-        path = folder / (name + std::string(kProjectFileExtension));
-        if (!fs::exists(path, error) && !fs::exists(LockFilePathFor(path), error)) {
-            break;
+        const fs::path path = folder / (name + std::string(kProjectFileExtension));
+        std::error_code ignored;
+        if (fs::exists(LockFilePathFor(path), ignored)) {
+            continue;
+        }
+        ProjectContent content;
+        content.name = name;
+        std::string error;
+        // Put in place only where nothing is: an existing project is never replaced.
+        switch (PlaceNewFile(path, SerialiseProjectContent(content), error)) {
+        case PlaceResult::Placed:
+            return Open(path);
+        case PlaceResult::Exists:
+            continue;
+        case PlaceResult::Failed:
+            return {nullptr, "A new project could not be made in \"" + folder.string() + "\" (" +
+                                 error + ")."};
         }
     }
-    ProjectContent content;
-    content.name = path.stem().string();
-    std::string saveError;
-    if (!SaveProjectContent(path, content, saveError)) {
-        return {nullptr, saveError};
-    }
-    return Open(path);
+    return {nullptr, "\"" + folder.string() + "\" has no free name for a new project."};
 }
 
 OpenProjectPtr DocumentManager::Find(const fs::path& projectPath) const {

@@ -26,15 +26,24 @@ bool OpenProject::IsOutOfDate() const {
 
 void OpenProject::SetPath(const ByteString& newPath) {
     mPath = std::filesystem::path(newPath).lexically_normal();
-    mHoldsLock = false; // the lock at the old path stays where it was; a new one is attached
+    // The lock at the old path is not this project's any more; until a lock is attached at
+    // the new path, a writable project must not be saved.
+    ByteString name;
+    ByteString second;
+    mLostLock = !mReadOnly && GetProjectLockingPrefs(name, second);
+    mHoldsLock = false;
 }
 
 void OpenProject::AttachLockFile(ProjectLockFilePtr lock) {
     if (!lock || !lock->IsOwnedByCaller()) {
         return;
     }
-    GetProjectLockingPrefs(mLockName, mLockSecond);
-    mHoldsLock = true;
+    // A lock of our identity left by a process that is gone is rewritten to name this one,
+    // so that closing removes it; another running copy's lock is never taken.
+    if (TakeOverOwnLockFile(mPath)) {
+        mHoldsLock = true;
+        mLostLock = false;
+    }
 }
 
 void OpenProject::EditContent(const ProjectContent& content) {
@@ -66,7 +75,7 @@ void OpenProject::MarkSaved(FileStamp stamp) {
 
 void OpenProject::ReleaseLock() {
     if (mHoldsLock) {
-        RemoveOwnLockFile(mPath, mLockName, mLockSecond);
+        RemoveOwnLockFile(mPath);
         mHoldsLock = false;
     }
 }

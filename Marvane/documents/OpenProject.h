@@ -25,6 +25,9 @@ public:
     void EditContent(const ProjectContent& content);
     bool IsModified() const { return mModified; }
     bool HoldsLock() const { return mHoldsLock; }
+    // The project moved and has not been given a lock at its new place: it may not be saved
+    // until it has one again.
+    bool LostItsLock() const { return mLostLock; }
     // Who holds the project's lock file now, read from disk; empty when nobody does.
     std::string CurrentLockHolder() const;
 
@@ -34,6 +37,8 @@ public:
     void MarkSaved(FileStamp stamp);
     // Removes the lock file if this project holds it.
     void ReleaseLock();
+    // Leaves the lock file in place and stops holding it (changes that could not be kept).
+    void AbandonLock() { mHoldsLock = false; }
 
 private:
     std::filesystem::path mPath;
@@ -42,8 +47,7 @@ private:
     bool mReadOnly = true;
     bool mModified = false;
     bool mHoldsLock = false;
-    std::string mLockName;
-    std::string mLockSecond;
+    bool mLostLock = false;
 };
 
 } // namespace host

@@ -1,14 +1,13 @@
 #include "Marvane/documents/ProjectContent.h"
 
+#include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ProjectBackEnd.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,6 +16,8 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr std::size_t kMaximumProjectBytes = 256 * 1024 * 1024;
 
 std::vector<std::string> Names(const nlohmann::json& json, const char* key, bool& ok) {
     std::vector<std::string> names;
@@ -38,6 +39,50 @@ std::vector<std::string> Names(const nlohmann::json& json, const char* key, bool
     return names;
 }
 
+FileStamp StampOfStatus(const struct stat& status) {
+    FileStamp stamp;
+    stamp.inode = static_cast<unsigned long long>(status.st_ino);
+    stamp.modifiedNanoseconds =
+        static_cast<long long>(status.st_mtim.tv_sec) * 1000000000LL + status.st_mtim.tv_nsec;
+    stamp.size = static_cast<long long>(status.st_size);
+    return stamp;
+}
+
+// The whole file and the identity of exactly the version read; false with errno set.
+bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp) {
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    struct stat status {};
+    bool ok = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (ok && static_cast<std::size_t>(status.st_size) > kMaximumProjectBytes) {
+        errno = EFBIG;
+        ok = false;
+    }
+    char buffer[65536];
+    while (ok) {
+        const ssize_t count = ::read(descriptor, buffer, sizeof(buffer));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            ok = false;
+        } else if (count == 0) {
+            break;
+        } else {
+            text.append(buffer, static_cast<std::size_t>(count));
+        }
+    }
+    const int readError = errno;
+    ::close(descriptor);
+    errno = readError;
+    if (ok) {
+        stamp = StampOfStatus(status);
+    }
+    return ok;
+}
+
 } // namespace
 
 fs::path ProjectContentFile(const fs::path& projectPath) {
@@ -51,55 +96,56 @@ fs::path ProjectContentFile(const fs::path& projectPath) {
     return project;
 }
 
-bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, std::string& error) {
+bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, std::string& error,
+                        FileStamp* stamp) {
     const fs::path file = ProjectContentFile(projectPath);
-    std::ifstream in(file, std::ios::binary);
-    if (!in) {
+    std::string text;
+    FileStamp readStamp;
+    if (!ReadWholeFile(file, text, readStamp)) {
         error = "The project \"" + projectPath.string() +
                 "\" cannot be read: " + std::strerror(errno) + ".";
         return false;
     }
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    const auto json = nlohmann::json::parse(buffer.str(), nullptr, false);
+    const auto json = nlohmann::json::parse(text, nullptr, false);
+    const std::string left = " It was left as it is.";
     if (!json.is_object()) {
         error = "The project \"" + projectPath.string() +
-                "\" is damaged: it is not a project file of this application. It was left "
-                "as it is.";
+                "\" is damaged: it is not a project file of this application." + left;
         return false;
     }
-    bool ok = true;
     const auto version = json.find("formatVersion");
-    if (version == json.end() || !version->is_number_integer()) {
-        ok = false;
-    } else if (version->get<int>() > kProjectFormatVersion) {
+    const auto name = json.find("name");
+    bool ok = version != json.end() && version->is_number_integer() &&
+              (name == json.end() || name->is_string());
+    if (ok && version->get<long long>() > kProjectFormatVersion) {
         error = "The project \"" + projectPath.string() +
-                "\" was saved by a newer version (format " + std::to_string(version->get<int>()) +
-                "). It was left as it is.";
+                "\" was saved by a newer version (format " +
+                std::to_string(version->get<long long>()) + ")." + left;
         return false;
     }
     ProjectContent loaded;
-    loaded.formatVersion = ok ? version->get<int>() : 0;
-    loaded.name = json.value("name", projectPath.stem().string());
     loaded.bins = Names(json, "bins", ok);
     loaded.sequences = Names(json, "sequences", ok);
+    if (!ok) {
+        error = "The project \"" + projectPath.string() +
+                "\" is damaged: its content is not in the expected form." + left;
+        return false;
+    }
+    loaded.formatVersion = version->get<int>();
+    loaded.name = name != json.end() ? name->get<std::string>() : projectPath.stem().string();
     nlohmann::json others = json;
     for (const char* known : {"formatVersion", "name", "bins", "sequences"}) {
         others.erase(known);
     }
     loaded.otherMembers = others.dump();
-    if (!ok) {
-        error = "The project \"" + projectPath.string() +
-                "\" is damaged: its content is not in the expected form. It was left as it is.";
-        return false;
-    }
     content = std::move(loaded);
+    if (stamp != nullptr) {
+        *stamp = readStamp;
+    }
     return true;
 }
 
-bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& content,
-                        std::string& error) {
-    const fs::path file = ProjectContentFile(projectPath);
+std::string SerialiseProjectContent(const ProjectContent& content) {
     nlohmann::json json = nlohmann::json::parse(content.otherMembers, nullptr, false);
     if (!json.is_object()) {
         json = nlohmann::json::object();
@@ -108,32 +154,15 @@ bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& conte
     json["name"] = content.name;
     json["bins"] = content.bins;
     json["sequences"] = content.sequences;
-    const std::string text = json.dump(2) + "\n";
-    const fs::path temporary = file.parent_path() / ("." + file.filename().string() + "." +
-                                                     std::to_string(::getpid()) + ".saving");
-    const int descriptor =
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    bool written = descriptor >= 0;
-    std::size_t offset = 0;
-    while (written && offset < text.size()) {
-        const ssize_t result = ::write(descriptor, text.data() + offset, text.size() - offset);
-        if (result < 0 && errno != EINTR) {
-            written = false;
-        } else if (result > 0) {
-            offset += static_cast<std::size_t>(result);
-        }
-    }
-    const int writeError = errno;
-    if (descriptor >= 0) {
-        written = ::fsync(descriptor) == 0 && written;
-        ::close(descriptor);
-    }
-    if (!written || ::rename(temporary.c_str(), file.c_str()) != 0) {
-        const int failure = written ? errno : writeError;
-        ::unlink(temporary.c_str());
-        error = "The project \"" + projectPath.string() +
-                "\" could not be saved: " + std::strerror(failure) +
-                ". The file on disk is unchanged.";
+    return json.dump(2) + "\n";
+}
+
+bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& content,
+                        std::string& error) {
+    std::string reason;
+    if (!ReplaceFile(ProjectContentFile(projectPath), SerialiseProjectContent(content), reason)) {
+        error = "The project \"" + projectPath.string() + "\" could not be saved (" + reason +
+                "). The file on disk is unchanged.";
         return false;
     }
     return true;
@@ -144,12 +173,7 @@ FileStamp StampOf(const fs::path& file) {
     if (::stat(file.c_str(), &status) != 0) {
         return {};
     }
-    FileStamp stamp;
-    stamp.inode = static_cast<unsigned long long>(status.st_ino);
-    stamp.modifiedNanoseconds =
-        static_cast<long long>(status.st_mtim.tv_sec) * 1000000000LL + status.st_mtim.tv_nsec;
-    stamp.size = static_cast<long long>(status.st_size);
-    return stamp;
+    return StampOfStatus(status);
 }
 
 } // namespace host

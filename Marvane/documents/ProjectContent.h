@@ -21,10 +21,14 @@ struct ProjectContent {
 // The file that holds a project's content: the project file, or project.json of a folder.
 std::filesystem::path ProjectContentFile(const std::filesystem::path& projectPath);
 
-// Reads a project. On failure returns false with a message for the user; the file is never
-// touched.
+struct FileStamp;
+
+// Reads a project, and the identity of the version read. On failure returns false with a
+// message for the user; the file is never touched.
 bool LoadProjectContent(const std::filesystem::path& projectPath, ProjectContent& content,
-                        std::string& error);
+                        std::string& error, FileStamp* stamp = nullptr);
+// The project file's text for its content.
+std::string SerialiseProjectContent(const ProjectContent& content);
 // Writes a project beside the old file and renames it over, so a failure never leaves a
 // half-written project. Returns false with a message on failure.
 bool SaveProjectContent(const std::filesystem::path& projectPath, const ProjectContent& content,

@@ -1,6 +1,7 @@
 #include "Marvane/documents/Recovery.h"
 
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <ctime>
@@ -28,30 +29,62 @@ std::string LocalStamp() {
 
 } // namespace
 
-std::vector<fs::path> SaveRecoveryCopies(const fs::path& dataDirectory) {
-    std::vector<fs::path> written;
+std::string SafeFileName(const std::string& name) {
+    std::string safe;
+    for (const char c : name) {
+        const auto byte = static_cast<unsigned char>(c);
+        safe += (c == '/' || c == '\\' || byte < 0x20 || byte == 0x7f) ? '_' : c;
+    }
+    while (!safe.empty() && (safe.front() == '.' || safe.front() == ' ')) {
+        safe.erase(safe.begin());
+    }
+    constexpr std::size_t kMostBytes = 120;
+    if (safe.size() > kMostBytes) {
+        std::size_t cut = kMostBytes;
+        while (cut > 0 && (static_cast<unsigned char>(safe[cut]) & 0xC0) == 0x80) {
+            --cut; // never in the middle of a character
+        }
+        safe.resize(cut);
+    }
+    return safe.empty() ? std::string("Project") : safe;
+}
+
+RecoveryResult SaveRecoveryCopies(const fs::path& dataDirectory) {
+    RecoveryResult result;
     const fs::path folder = dataDirectory / kRecoveryFolder;
     for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
         if (!project->IsModified()) {
             continue;
         }
-        std::error_code error;
-        fs::create_directories(folder, error);
-        const std::string base = project->Content().name + " (recovered " + LocalStamp() + ")";
-        fs::path copy = folder / (base + std::string(kProjectFileExtension));
-        for (int number = 2; fs::exists(copy, error); ++number) {
-            copy =
-                folder / (base + " " + std::to_string(number) + std::string(kProjectFileExtension));
+        std::error_code ignored;
+        fs::create_directories(folder, ignored);
+        const std::string base =
+            SafeFileName(project->Content().name) + " (recovered " + LocalStamp() + ")";
+        const std::string text = SerialiseProjectContent(project->Content());
+        std::string error = "no free name in " + folder.string();
+        fs::path placed;
+        for (int number = 1; number < 1000 && placed.empty(); ++number) {
+            const fs::path copy =
+                folder / (base + (number == 1 ? "" : " " + std::to_string(number)) +
+                          std::string(kProjectFileExtension));
+            const PlaceResult outcome = PlaceNewFile(copy, text, error);
+            if (outcome == PlaceResult::Placed) {
+                placed = copy;
+            } else if (outcome == PlaceResult::Failed) {
+                break;
+            }
         }
-        std::string saveError;
-        if (!SaveProjectContent(copy, project->Content(), saveError)) {
+        std::string markerError;
+        if (placed.empty() ||
+            PlaceNewFile(placed.string() + kOriginSuffix,
+                         nlohmann::json{{"original", project->Path().string()}}.dump() + "\n",
+                         markerError) != PlaceResult::Placed) {
+            result.failed.emplace_back(project->Path(), placed.empty() ? error : markerError);
             continue;
         }
-        std::ofstream(copy.string() + kOriginSuffix, std::ios::binary)
-            << nlohmann::json{{"original", project->Path().string()}}.dump() << "\n";
-        written.push_back(copy);
+        result.written.push_back(placed);
     }
-    return written;
+    return result;
 }
 
 std::vector<RecoveredCopy> FindRecoveredCopies(const fs::path& dataDirectory) {
@@ -70,7 +103,10 @@ std::vector<RecoveredCopy> FindRecoveredCopies(const fs::path& dataDirectory) {
         if (!fs::exists(copy, error)) {
             continue;
         }
-        copies.push_back({copy, json.is_object() ? json.value("original", std::string()) : ""});
+        const auto original = json.is_object() ? json.find("original") : json.end();
+        copies.push_back({copy, original != json.end() && original->is_string()
+                                    ? original->get<std::string>()
+                                    : std::string()});
     }
     return copies;
 }

@@ -13,8 +13,17 @@ struct RecoveredCopy {
     std::filesystem::path original; // the project it was made from
 };
 
-// Writes a copy of every open, modified project; returns the copies written.
-std::vector<std::filesystem::path> SaveRecoveryCopies(const std::filesystem::path& dataDirectory);
+struct RecoveryResult {
+    std::vector<std::filesystem::path> written;
+    // Projects whose copy could not be written, with the reason: they must not be closed.
+    std::vector<std::pair<std::filesystem::path, std::string>> failed;
+};
+
+// Writes a copy of every open, modified project into "<data folder>/Recovery".
+RecoveryResult SaveRecoveryCopies(const std::filesystem::path& dataDirectory);
+// A file name made from a project's name that stays inside its folder: no separators, no
+// leading dots, no control characters, at most 120 bytes.
+std::string SafeFileName(const std::string& name);
 // Copies not offered to the user yet.
 std::vector<RecoveredCopy> FindRecoveredCopies(const std::filesystem::path& dataDirectory);
 // Marks a copy as offered, so that later starts do not ask about it again.

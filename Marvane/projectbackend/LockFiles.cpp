@@ -1,16 +1,16 @@
 #include "Marvane/projectbackend/LockFiles.h"
 
+#include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ApplicationLayer.h"
+#include "host/DebugTrace.h"
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
+#include <csignal>
 #include <ctime>
-#include <fcntl.h>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <random>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,10 +35,7 @@ private:
 
 std::string HostName() {
     char name[256] = {};
-    if (gethostname(name, sizeof(name) - 1) != 0) {
-        return {};
-    }
-    return name;
+    return gethostname(name, sizeof(name) - 1) == 0 ? std::string(name) : std::string();
 }
 
 std::string UtcNow() {
@@ -50,91 +47,9 @@ std::string UtcNow() {
     return text;
 }
 
-} // namespace
-
-std::string SerialiseLockFile(const LockFileContent& content) {
-    const nlohmann::json json = {
-        {"lockingName", content.lockingName}, {"secondLockingString", content.secondLockingString},
-        {"hostName", content.hostName},       {"processId", content.processId},
-        {"bootId", content.bootId},           {"createdUtc", content.createdUtc}};
-    return json.dump(2) + "\n";
-}
-
-namespace {
-
-bool WriteAll(int descriptor, const std::string& text) {
-    std::size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t result = ::write(descriptor, text.data() + written, text.size() - written);
-        if (result < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
-        }
-        written += static_cast<std::size_t>(result);
-    }
-    return ::fsync(descriptor) == 0;
-}
-
-// Writes a complete file under a name nobody else uses, in the lock's own folder.
-fs::path WriteUniqueFile(const fs::path& lockPath, const std::string& text) {
-    static std::atomic<unsigned> counter{0};
-    std::random_device random;
-    const fs::path unique =
-        lockPath.parent_path() /
-        ("." + lockPath.filename().string() + "." + HostName() + "." + std::to_string(::getpid()) +
-         "." + std::to_string(counter++) + "." + std::to_string(random()) + ".tmp");
-    const int descriptor = ::open(unique.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-    if (descriptor < 0) {
-        return {};
-    }
-    const bool complete = WriteAll(descriptor, text);
-    ::close(descriptor);
-    if (!complete) {
-        ::unlink(unique.c_str());
-        return {};
-    }
-    return unique;
-}
-
-enum class CreateOutcome { Won, Taken, Failed };
-
-// Puts the lock in place if nobody has: the unique file is hard-linked to the lock's name,
-// which either succeeds for exactly one writer or fails because the name exists. On network
-// file systems a link may report failure although it succeeded; the unique file's link count
-// tells the truth. Where the file system has no hard links, the lock is created exclusively
-// and written in place: a reader may then briefly see it incomplete, which counts as held by
-// someone else, never as free.
-CreateOutcome PlaceLockFile(const fs::path& lockPath, const std::string& text) {
-    const fs::path unique = WriteUniqueFile(lockPath, text);
-    if (unique.empty()) {
-        return CreateOutcome::Failed;
-    }
-    CreateOutcome outcome = CreateOutcome::Failed;
-    if (::link(unique.c_str(), lockPath.c_str()) == 0) {
-        outcome = CreateOutcome::Won;
-    } else {
-        const int linkError = errno;
-        struct stat status {};
-        if (::stat(unique.c_str(), &status) == 0 && status.st_nlink == 2) {
-            outcome = CreateOutcome::Won;
-        } else if (linkError == EEXIST) {
-            outcome = CreateOutcome::Taken;
-        } else if (linkError == EPERM || linkError == ENOTSUP || linkError == EOPNOTSUPP ||
-                   linkError == EMLINK || linkError == ENOSYS) {
-            const int descriptor =
-                ::open(lockPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-            if (descriptor >= 0) {
-                outcome = WriteAll(descriptor, text) ? CreateOutcome::Won : CreateOutcome::Failed;
-                ::close(descriptor);
-            } else {
-                outcome = errno == EEXIST ? CreateOutcome::Taken : CreateOutcome::Failed;
-            }
-        }
-    }
-    ::unlink(unique.c_str());
-    return outcome;
+std::string StringMember(const nlohmann::json& json, const char* key) {
+    const auto found = json.find(key);
+    return found != json.end() && found->is_string() ? found->get<std::string>() : std::string();
 }
 
 ProjectLockFilePtr LockFor(LockFileState state, const LockFileContent& content,
@@ -197,12 +112,12 @@ LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
     }
     content.lockingName = name->get<std::string>();
     content.secondLockingString = second->get<std::string>();
-    content.hostName = json.value("hostName", std::string());
+    content.hostName = StringMember(json, "hostName");
     const auto processId = json.find("processId");
     content.processId =
         processId != json.end() && processId->is_number_integer() ? processId->get<long long>() : 0;
-    content.bootId = json.value("bootId", std::string());
-    content.createdUtc = json.value("createdUtc", std::string());
+    content.bootId = StringMember(json, "bootId");
+    content.createdUtc = StringMember(json, "createdUtc");
     return LockFileState::Valid;
 }
 
@@ -219,15 +134,74 @@ LockFileContent MakeLockFileContent(const std::string& name, const std::string& 
                            bootId, UtcNow()};
 }
 
-bool RemoveOwnLockFile(const fs::path& projectPath, const std::string& name,
-                       const std::string& second) {
+std::string SerialiseLockFile(const LockFileContent& content) {
+    const nlohmann::json json = {
+        {"lockingName", content.lockingName}, {"secondLockingString", content.secondLockingString},
+        {"hostName", content.hostName},       {"processId", content.processId},
+        {"bootId", content.bootId},           {"createdUtc", content.createdUtc}};
+    return json.dump(2) + "\n";
+}
+
+bool IsWrittenByThisProcess(const LockFileContent& content) {
+    static const std::string bootId = ThisMachinesBootId();
+    return content.processId == ::getpid() && content.hostName == HostName() &&
+           content.bootId == bootId;
+}
+
+bool IsHeldByAnotherLiveProcessHere(const LockFileContent& content) {
+    static const std::string bootId = ThisMachinesBootId();
+    if (content.hostName != HostName() || content.bootId != bootId || content.processId <= 0 ||
+        content.processId == ::getpid()) {
+        return false;
+    }
+    const auto pid = static_cast<pid_t>(content.processId);
+    return ::kill(pid, 0) == 0 || errno == EPERM;
+}
+
+bool TakeOverOwnLockFile(const fs::path& projectPath) {
+    ByteString name;
+    ByteString second;
+    GetProjectLockingPrefs(name, second);
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
     if (ReadLockFile(lockPath, content) != LockFileState::Valid || content.lockingName != name ||
-        content.secondLockingString != second) {
+        content.secondLockingString != second || IsHeldByAnotherLiveProcessHere(content)) {
         return false;
     }
-    return ::unlink(lockPath.c_str()) == 0;
+    if (IsWrittenByThisProcess(content)) {
+        return true;
+    }
+    std::string error;
+    return ReplaceFile(lockPath, SerialiseLockFile(MakeLockFileContent(name, second)), error);
+}
+
+bool RemoveOwnLockFile(const fs::path& projectPath) {
+    static std::atomic<unsigned> counter{0};
+    const fs::path lockPath = LockFilePathFor(projectPath);
+    LockFileContent content;
+    if (ReadLockFile(lockPath, content) != LockFileState::Valid ||
+        !IsWrittenByThisProcess(content)) {
+        return false;
+    }
+    // Take the lock out of the way under a private name, check it there, then delete it; a
+    // lock that turns out not to be ours goes back unless its place was taken meanwhile.
+    const fs::path aside =
+        lockPath.parent_path() / ("." + lockPath.filename().string() + ".releasing." +
+                                  std::to_string(::getpid()) + "." + std::to_string(counter++));
+    if (::rename(lockPath.c_str(), aside.c_str()) != 0) {
+        Trace("Host", 2, "Could not release the lock " + lockPath.string());
+        return false;
+    }
+    LockFileContent moved;
+    if (ReadLockFile(aside, moved) == LockFileState::Valid && IsWrittenByThisProcess(moved)) {
+        return ::unlink(aside.c_str()) == 0;
+    }
+    if (::link(aside.c_str(), lockPath.c_str()) != 0) {
+        Trace("Host", 2, "A lock taken aside could not go back: " + aside.string());
+        return false;
+    }
+    ::unlink(aside.c_str());
+    return false;
 }
 
 ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const ByteString& name,
@@ -242,21 +216,26 @@ ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const Byte
 
 ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const ByteString& name,
                                          const ByteString& second) {
+    if (name.empty()) {
+        return nullptr; // a lock must name its holder
+    }
     const fs::path lockPath = LockFilePathFor(projectPath);
     const std::string text = SerialiseLockFile(MakeLockFileContent(name, second));
-    // A lock removed between our failed link and our read is tried again, a few times.
+    // A lock removed between our failed placement and our read is tried again, a few times.
     for (int attempt = 0; attempt < 5; ++attempt) {
         LockFileContent content;
         const LockFileState state = ReadLockFile(lockPath, content);
         if (state != LockFileState::Missing) {
             return LockFor(state, content, name, second);
         }
-        switch (PlaceLockFile(lockPath, text)) {
-        case CreateOutcome::Won:
+        std::string error;
+        switch (PlaceNewFile(lockPath, text, error)) {
+        case PlaceResult::Placed:
             return std::make_shared<LockFile>(true, name);
-        case CreateOutcome::Failed:
+        case PlaceResult::Failed:
+            Trace("Host", 3, "Could not create a lock file: " + error);
             return nullptr;
-        case CreateOutcome::Taken:
+        case PlaceResult::Exists:
             break;
         }
     }
@@ -268,11 +247,9 @@ bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recur
     ByteString name;
     ByteString second;
     GetProjectLockingPrefs(name, second);
-    std::error_code error;
-    const auto options = fs::directory_options::skip_permission_denied;
     const auto isLocked = [&](const fs::directory_entry& entry) {
         std::error_code statusError;
-        if (!entry.is_regular_file(statusError) || entry.is_symlink(statusError) ||
+        if (entry.is_symlink(statusError) || !entry.is_regular_file(statusError) ||
             !IsLockFileName(entry.path())) {
             return false;
         }
@@ -286,18 +263,24 @@ bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recur
         }
         return content.lockingName != name || content.secondLockingString != second;
     };
+    // Files hold no projects; a folder that cannot be looked through might: say so.
+    std::error_code error;
+    if (!fs::is_directory(folderPath, error)) {
+        return false;
+    }
     if (!recursive) {
-        for (const auto& entry : fs::directory_iterator(folderPath, options, error)) {
-            if (isLocked(entry)) {
+        for (fs::directory_iterator it(folderPath, error), end; !error && it != end;
+             it.increment(error)) {
+            if (isLocked(*it)) {
                 return true;
             }
         }
-        return false;
+        return static_cast<bool>(error);
     }
     // The recursive walk never follows symbolic links, and does not look inside project
     // folders, whose content is the project's own.
-    fs::recursive_directory_iterator walk(folderPath, options, error);
-    for (auto it = walk; !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+    for (fs::recursive_directory_iterator it(folderPath, error), end; !error && it != end;
+         it.increment(error)) {
         std::error_code statusError;
         if (it->is_directory(statusError) && !it->is_symlink(statusError) &&
             IsMarvaneProjectFile(it->path().string())) {
@@ -308,7 +291,7 @@ bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recur
             return true;
         }
     }
-    return false;
+    return static_cast<bool>(error);
 }
 
 } // namespace host

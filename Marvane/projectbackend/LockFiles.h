@@ -21,15 +21,23 @@ enum class LockFileState { Missing, Valid, Unreadable };
 
 std::filesystem::path LockFilePathFor(const std::filesystem::path& projectPath);
 // Reads a lock file. Anything that exists but is not a complete lock (empty, truncated, not
-// JSON, a folder, unreadable) is Unreadable.
+// JSON, members of the wrong kind, a folder, a special file) is Unreadable.
 LockFileState ReadLockFile(const std::filesystem::path& lockPath, LockFileContent& content);
-// Removes the project's lock file when, and only when, it is held by this identity.
-bool RemoveOwnLockFile(const std::filesystem::path& projectPath, const std::string& name,
-                       const std::string& second);
 // The content this process writes for an identity: its host name, process id, boot id, now.
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second);
-std::string ThisMachinesBootId();
-// The lock file's text for its content.
 std::string SerialiseLockFile(const LockFileContent& content);
+std::string ThisMachinesBootId();
+
+// Whether the lock was written by another process that is still running on this machine
+// since its last start (another copy of the host, perhaps of the same user).
+bool IsHeldByAnotherLiveProcessHere(const LockFileContent& content);
+// Whether the lock was written by this very process.
+bool IsWrittenByThisProcess(const LockFileContent& content);
+// Rewrites a lock of our identity that a process no longer running left behind, so that it
+// names this process. False when the lock is not ours or could not be rewritten.
+bool TakeOverOwnLockFile(const std::filesystem::path& projectPath);
+// Removes the project's lock file when, and only when, this process wrote it. The check and
+// the removal happen on a private name, so a lock someone else puts there meanwhile stays.
+bool RemoveOwnLockFile(const std::filesystem::path& projectPath);
 
 } // namespace host

@@ -115,6 +115,10 @@ int ScriptedMarvane::Finish(std::chrono::seconds timeout) {
         ::close(mInput);
         mInput = -1;
     }
+    return WaitForExit(timeout);
+}
+
+int ScriptedMarvane::WaitForExit(std::chrono::seconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!mExited && std::chrono::steady_clock::now() < deadline) {
         int status = 0;

@@ -22,6 +22,8 @@ public:
     void Signal(int signalNumber);
     // Closes the command input and waits for the exit code (-1 when it did not exit).
     int Finish(std::chrono::seconds timeout = std::chrono::seconds(60));
+    // Waits for the exit code with the command input still open.
+    int WaitForExit(std::chrono::seconds timeout = std::chrono::seconds(60));
     std::string ErrorOutput() const;
 
 private:

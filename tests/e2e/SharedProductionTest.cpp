@@ -33,12 +33,13 @@ protected:
     void TearDown() override { fs::remove_all(root); }
 
     std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name,
-                                                 std::vector<std::string> extra = {}) {
+                                                 std::vector<std::string> extra = {},
+                                                 std::vector<std::string> environment = {}) {
         std::vector<std::string> arguments = {"--production", production.string(),
                                               "--profile",    (root / name).string(),
                                               "--user",       name};
         arguments.insert(arguments.end(), extra.begin(), extra.end());
-        auto editor = std::make_unique<ScriptedMarvane>(arguments);
+        auto editor = std::make_unique<ScriptedMarvane>(arguments, environment);
         EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
         return editor;
     }
@@ -119,12 +120,16 @@ class StopSignalTest : public SharedProductionTest, public ::testing::WithParamI
 TEST_P(StopSignalTest, StoppingRemovesOurLocksAndKeepsUnsavedChangesAside) {
     const std::string before = ReadBytes(scene);
     {
-        auto ana = StartEditor("Ana Ruiz");
+        auto ana = StartEditor("Ana Ruiz", {}, {"MARVANE_TRACE=Host=2"});
         ASSERT_EQ(ana->Send({"open", scene.string()}), "ok");
         ASSERT_EQ(ana->Send({"add-sequence", scene.string(), "Unsaved Cut"}), "ok");
         ASSERT_TRUE(fs::exists(scene.string() + ".lock"));
         ana->Signal(GetParam());
-        EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+        // The command input stays open: only the signal can be stopping it.
+        EXPECT_EQ(ana->WaitForExit(), 0) << ana->ErrorOutput();
+        EXPECT_NE(ana->ErrorOutput().find("Stopping on signal " + std::to_string(GetParam())),
+                  std::string::npos)
+            << ana->ErrorOutput();
         EXPECT_NE(ana->ErrorOutput().find("unsaved changes were kept in"), std::string::npos);
     }
     EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
@@ -145,9 +150,11 @@ TEST_P(StopSignalTest, StoppingRemovesOurLocksAndKeepsUnsavedChangesAside) {
     EXPECT_EQ(again->Finish(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, StopSignalTest, ::testing::Values(SIGTERM, SIGINT),
+INSTANTIATE_TEST_SUITE_P(Signals, StopSignalTest, ::testing::Values(SIGTERM, SIGINT, SIGHUP),
                          [](const auto& row) {
-                             return row.param == SIGTERM ? "Term" : "Interrupt";
+                             return row.param == SIGTERM  ? std::string("Term")
+                                    : row.param == SIGINT ? std::string("Interrupt")
+                                                          : std::string("HangUp");
                          });
 
 TEST(DemoProduction, OneProjectIsLockedByAnotherEditor) {

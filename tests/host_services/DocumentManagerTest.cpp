@@ -1,5 +1,6 @@
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "TestProjects.h"
 #include "host/ApplicationLayer.h"
@@ -10,6 +11,7 @@
 
 #include "FileBytes.h"
 #include <sstream>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -83,6 +85,93 @@ TEST_F(DocumentManagerTest, AProjectHeldByAnotherEditorOpensReadOnlyNamingThem) 
     EXPECT_EQ(project->CurrentLockHolder(), "Ben Okafor");
     host::DocumentManager::Instance().Close({project});
     EXPECT_TRUE(fs::exists(scene.string() + ".lock")); // Ben's lock is never ours to remove
+}
+
+TEST_F(DocumentManagerTest, AProjectOpenInAnotherCopyOfTheSameEditorOpensReadOnly) {
+    host::LockFileContent otherCopy = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    otherCopy.processId = ::getppid();
+    std::ofstream(scene.string() + ".lock") << host::SerialiseLockFile(otherCopy);
+    const auto project = testsupport::OpenProject(scene);
+    EXPECT_TRUE(project->IsReadOnly());
+    EXPECT_FALSE(project->HoldsLock());
+    const auto result = DocumentManager::Instance().SetReadOnly(project, false);
+    EXPECT_FALSE(result.changed);
+    EXPECT_NE(result.error.find("another copy of Marvane"), std::string::npos) << result.error;
+    DocumentManager::Instance().Close({project});
+    EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
+}
+
+TEST_F(DocumentManagerTest, OurOwnLockLeftByAStoppedCopyIsTakenOverAndReleased) {
+    host::LockFileContent stale = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    stale.processId = child;
+    std::ofstream(scene.string() + ".lock") << host::SerialiseLockFile(stale);
+    const auto project = testsupport::OpenProject(scene);
+    EXPECT_FALSE(project->IsReadOnly());
+    EXPECT_TRUE(project->HoldsLock());
+    host::LockFileContent now;
+    ASSERT_EQ(host::ReadLockFile(scene.string() + ".lock", now), host::LockFileState::Valid);
+    EXPECT_EQ(now.processId, ::getpid());
+    DocumentManager::Instance().Close({project});
+    EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
+}
+
+TEST_F(DocumentManagerTest, AProjectWhoseNameIsNotTextIsDamagedAndUnchanged) {
+    const fs::path odd = root / "Odd.mvproj";
+    const std::string bytes = R"({"formatVersion": 1, "name": 5, "sequences": []})";
+    std::ofstream(odd, std::ios::binary) << bytes;
+    const auto result = DocumentManager::Instance().Open(odd);
+    EXPECT_EQ(result.project, nullptr);
+    EXPECT_NE(result.error.find("is damaged"), std::string::npos) << result.error;
+    EXPECT_EQ(ReadBytes(odd), bytes);
+    EXPECT_FALSE(fs::exists(odd.string() + ".lock"));
+}
+
+TEST_F(DocumentManagerTest, AClosedProjectCannotBeSaved) {
+    const auto project = testsupport::OpenProject(scene);
+    project->EditContent(WithSequence(project->Content(), "Late"));
+    const std::string before = ReadBytes(scene);
+    host::DocumentManager::Instance().CloseAllWithoutAsking();
+    std::string error;
+    EXPECT_FALSE(DocumentManager::Instance().Save(project, error));
+    EXPECT_NE(error.find("not open any more"), std::string::npos);
+    EXPECT_EQ(ReadBytes(scene), before);
+}
+
+TEST_F(DocumentManagerTest, AMovedProjectIsNotSavedUntilItIsLockedAgain) {
+    const auto project = testsupport::OpenProject(scene);
+    const fs::path moved = root / "Moved.mvproj";
+    fs::rename(scene, moved);
+    project->SetPath(moved.string());
+    project->EditContent(WithSequence(project->Content(), "After the move"));
+    std::string error;
+    EXPECT_FALSE(DocumentManager::Instance().Save(project, error));
+    EXPECT_NE(error.find("not locked at its new place"), std::string::npos) << error;
+    project->AttachLockFile(host::CreateProjectLockFile(moved.string(), "Ana Ruiz", "suite-1"));
+    EXPECT_TRUE(DocumentManager::Instance().Save(project, error)) << error;
+    EXPECT_NE(ReadBytes(moved).find("After the move"), std::string::npos);
+}
+
+TEST_F(DocumentManagerTest, ASaveThatCannotBeWrittenLeavesTheFileAndSaysWhy) {
+    const auto project = testsupport::OpenProject(scene);
+    project->EditContent(WithSequence(project->Content(), "Nowhere"));
+    const std::string before = ReadBytes(scene);
+    // The project's folder is replaced by a file: nothing can be written there.
+    const fs::path folder = root / "Gone";
+    const auto elsewhere = testsupport::WriteProject(folder / "Far.mvproj");
+    const auto far = testsupport::OpenProject(elsewhere);
+    far->EditContent(WithSequence(far->Content(), "Lost?"));
+    fs::remove_all(folder);
+    std::ofstream(folder) << "a file now";
+    std::string error;
+    EXPECT_FALSE(DocumentManager::Instance().Save(far, error));
+    EXPECT_NE(error.find("could not be saved"), std::string::npos) << error;
+    EXPECT_TRUE(far->IsModified());
+    EXPECT_EQ(ReadBytes(scene), before);
 }
 
 TEST_F(DocumentManagerTest, TheReadOnlyOpenModeLeavesTheLockAlone) {

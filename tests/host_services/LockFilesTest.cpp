@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -154,12 +155,66 @@ TEST_F(LockFilesTest, ADanglingLinkInPlaceOfTheLockCountsAsHeldBySomeoneElse) {
     EXPECT_FALSE(read->IsOwnedByCaller());
 }
 
-TEST_F(LockFilesTest, RemovingOnlyEverRemovesOnesOwnLock) {
-    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ben Okafor", "suite-2")->IsOwnedByCaller());
-    EXPECT_FALSE(host::RemoveOwnLockFile(project, "Ana Ruiz", "suite-1"));
-    EXPECT_TRUE(fs::exists(LockPath()));
-    EXPECT_TRUE(host::RemoveOwnLockFile(project, "Ben Okafor", "suite-2"));
+TEST_F(LockFilesTest, RemovingOnlyEverRemovesALockThisProcessWrote) {
+    // Another running process of the same identity holds the lock.
+    host::LockFileContent theirs = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    theirs.processId = ::getppid();
+    WriteLock(host::SerialiseLockFile(theirs));
+    EXPECT_FALSE(host::RemoveOwnLockFile(project));
+    ASSERT_TRUE(fs::exists(LockPath()));
+    host::LockFileContent content;
+    ASSERT_EQ(host::ReadLockFile(LockPath(), content), host::LockFileState::Valid);
+    EXPECT_EQ(content.processId, ::getppid());
+    fs::remove(LockPath());
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1")->IsOwnedByCaller());
+    EXPECT_TRUE(host::RemoveOwnLockFile(project));
     EXPECT_FALSE(fs::exists(LockPath()));
+    // Nothing is left under a private name either.
+    int files = 0;
+    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(root)) {
+        ++files;
+    }
+    EXPECT_EQ(files, 1);
+}
+
+TEST_F(LockFilesTest, AnotherLiveCopyOnThisMachineIsToldApartFromAStaleLock) {
+    host::LockFileContent live = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    live.processId = ::getppid();
+    EXPECT_TRUE(host::IsHeldByAnotherLiveProcessHere(live));
+    host::LockFileContent mine = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    EXPECT_FALSE(host::IsHeldByAnotherLiveProcessHere(mine));
+    EXPECT_TRUE(host::IsWrittenByThisProcess(mine));
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    host::LockFileContent stale = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    stale.processId = child; // gone
+    EXPECT_FALSE(host::IsHeldByAnotherLiveProcessHere(stale));
+    host::LockFileContent elsewhere = live;
+    elsewhere.bootId = "another boot";
+    EXPECT_FALSE(host::IsHeldByAnotherLiveProcessHere(elsewhere));
+}
+
+TEST_F(LockFilesTest, MembersOfTheWrongKindAroundAValidHolderAreIgnored) {
+    WriteLock(R"({"lockingName": "Ben Okafor", "secondLockingString": "suite-2",
+                  "hostName": null, "processId": "many", "bootId": 7, "createdUtc": []})");
+    const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->GetOwnerName(), "Ben Okafor");
+    EXPECT_FALSE(read->IsOwnedByCaller());
+}
+
+TEST_F(LockFilesTest, ALockWithoutAHolderNameIsNeverCreated) {
+    EXPECT_EQ(host::CreateProjectLockFile(project, "", "suite-1"), nullptr);
+    EXPECT_FALSE(fs::exists(LockPath()));
+}
+
+TEST_F(LockFilesTest, APlainFileHoldsNoLockedProjects) {
+    ASSERT_TRUE(host::CreateProjectLockFile(project, "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects(project, true, true));
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects((root / "absent").string(), true, true));
 }
 
 TEST_F(LockFilesTest, AFolderProjectIsLockedBesideItsFolder) {

@@ -125,8 +125,10 @@ TEST(PanelFrameworkRegistry, RollingBackAFailedLoadRestoresTheFactoriesItReplace
     const host::ModuleID id = host::FourCharCode("RbMd");
     const host::HandlerID handlerID = host::FourCharCode("RbHd");
     registry.AddModuleFactory(id, &FirstFactory);
-    int firstHandlerCalls = 0;
-    registry.AddHandlerFactory(handlerID, [&](const host::HandlerCreationContext&) {
+    // Factories stay in the process-wide registry after the test: they hold no locals.
+    static int firstHandlerCalls = 0;
+    firstHandlerCalls = 0;
+    registry.AddHandlerFactory(handlerID, [](const host::HandlerCreationContext&) {
         ++firstHandlerCalls;
         return std::shared_ptr<host::Handler>();
     });
@@ -152,12 +154,12 @@ TEST(PanelFrameworkRegistry, AHandlerFactoryThatThrowsDoesNotStopTheOthers) {
         [](const host::HandlerCreationContext&) -> std::shared_ptr<host::Handler> {
             throw std::runtime_error("handler refuses");
         });
-    bool laterCalled = false;
-    registry.AddHandlerFactory(host::FourCharCode("LtHd"),
-                               [&](const host::HandlerCreationContext&) {
-                                   laterCalled = true;
-                                   return std::shared_ptr<host::Handler>();
-                               });
+    static bool laterCalled = false;
+    laterCalled = false;
+    registry.AddHandlerFactory(host::FourCharCode("LtHd"), [](const host::HandlerCreationContext&) {
+        laterCalled = true;
+        return std::shared_ptr<host::Handler>();
+    });
     EXPECT_NO_THROW(registry.CreateRegisteredHandlers());
     EXPECT_TRUE(laterCalled);
     EXPECT_EQ(host::Handler::FindHandler(host::FourCharCode("ThHd")), nullptr);
