@@ -6,13 +6,13 @@
 namespace HandlerTandrel::Columns {
 
 struct ColumnData {
-    std::int32_t mColumnID = 0;
+    std::uint32_t mColumnID = 0;
     float mWidth = 0.0f;
 };
 
 struct HeaderRowData {
     std::vector<ColumnData> mColumnDataList;
-    std::int32_t mSortColumnID = 0;
+    std::uint32_t mSortColumnID = 0;
     bool mSortAscending = true;
 };
 

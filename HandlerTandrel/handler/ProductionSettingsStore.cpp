@@ -1,15 +1,39 @@
 #include "handler/ProductionSettingsStore.h"
 
+#include "handler/ProductionSettingsFile.h"
+#include "host/FileServices.h"
+
 namespace HandlerTandrel {
 
 void ProductionSettingsStore::LoadProductionSettings() {
-    // The settings file is not read yet: the panel starts from its defaults each time.
     mStates.clear();
+    try {
+        const host::WideString file = ProductionSettingsFilePath();
+        if (file.empty() || !host::FileInfo(file).Exists()) {
+            return;
+        }
+        std::string bytes;
+        if (!host::ReadWholeFile(file, bytes) || bytes.empty()) {
+            return;
+        }
+        const std::optional<host::JsonValue> root = host::ParseJson(SettingsTextFromBytes(bytes));
+        if (!root) {
+            return;
+        }
+        StateMap loaded = DecodeProductionSettings(*root);
+        mStates = std::move(loaded);
+    } catch (...) {
+        // An unreadable, malformed or incomplete file gives no saved states, without a word.
+        mStates.clear();
+    }
 }
 
 std::optional<TabViewStateData>
 ProductionSettingsStore::FindProductionState(const host::WideString& productionPath) const {
-    const auto found = mStates.find(productionPath);
+    if (productionPath.empty()) {
+        return std::nullopt;
+    }
+    const auto found = mStates.find(host::ToNormalizedPath(productionPath));
     if (found == mStates.end()) {
         return std::nullopt;
     }
@@ -18,7 +42,19 @@ ProductionSettingsStore::FindProductionState(const host::WideString& productionP
 
 void ProductionSettingsStore::StoreProductionState(const host::WideString& productionPath,
                                                    const TabViewStateData& state) {
-    mStates[productionPath] = state;
+    if (productionPath.empty()) {
+        return;
+    }
+    mStates[host::ToNormalizedPath(productionPath)] = state;
+    try {
+        const host::WideString file = ProductionSettingsFilePath();
+        if (!file.empty()) {
+            // Written beside the old file and renamed over it: a failure keeps the old one.
+            host::ReplaceWholeFile(file, host::RenderJson(EncodeProductionSettings(mStates)));
+        }
+    } catch (...) {
+        // A failed write is dropped; the store keeps the new state.
+    }
 }
 
 } // namespace HandlerTandrel

@@ -10,6 +10,11 @@ namespace host {
 bool IsTandrelManagerActive();
 // The open production's folder; empty when none is open.
 WideString GetTandrelManagerFolderPath();
+// The name under which the production's trash folder is shown ("Trash").
+WideString GetMvProductionTrashDirectoryDisplayName();
+// Whether the production shows this path as a project with its own record.
+bool ProductionSupportsMarvaneProjectFile(const WideString& path);
+
 // How many projects the host has open.
 std::size_t OpenProjectCount();
 

@@ -7,6 +7,7 @@
 #include "Marvane/application/DemoProduction.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/TuningStore.h"
 #include "Marvane/core/ProfilerReport.h"
 #include "Marvane/core/TraceConfiguration.h"
 #include "Marvane/documents/DocumentManager.h"
@@ -48,6 +49,7 @@ void SetUpSession(const CommandLineOptions& options) {
         session.dataDirectory = DefaultDataDirectory();
     }
     session.preferences = LoadPreferences(session.profileDirectory);
+    LoadTuningStore(session.profileDirectory);
     session.userOverride = options.user;
     if (!session.preferences.trace.empty() && std::getenv("MARVANE_TRACE") == nullptr) {
         ConfigureTrace(session.preferences.trace);

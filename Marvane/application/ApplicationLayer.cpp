@@ -5,6 +5,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/documents/DocumentManager.h"
+#include "host/ProjectBackEnd.h"
 
 namespace host {
 
@@ -14,6 +15,14 @@ bool IsTandrelManagerActive() {
 
 WideString GetTandrelManagerFolderPath() {
     return ToUTF16(ProductionSession::Instance().GetFolder().string());
+}
+
+WideString GetMvProductionTrashDirectoryDisplayName() {
+    return u"Trash";
+}
+
+bool ProductionSupportsMarvaneProjectFile(const WideString& path) {
+    return IsMarvaneProjectFile(ToUTF8(path));
 }
 
 std::size_t OpenProjectCount() {

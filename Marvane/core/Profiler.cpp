@@ -4,6 +4,7 @@
 #include "Marvane/core/ProfilerReport.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -66,15 +67,37 @@ std::string FormatNumber(double value) {
 
 } // namespace
 
-ScopedTimer::ScopedTimer(const char* label)
-    : mLabel(label), mStart(std::chrono::steady_clock::now()) {}
+namespace {
+std::atomic<bool>& EnabledFlag() {
+    static std::atomic<bool> enabled{ProfilerReportRequested()};
+    return enabled;
+}
+} // namespace
+
+void SetProfilerEnabled(bool enabled) {
+    EnabledFlag().store(enabled);
+}
+
+bool ProfilerEnabled() {
+    return EnabledFlag().load(std::memory_order_relaxed);
+}
+
+ScopedTimer::ScopedTimer(const char* label) : mLabel(nullptr) {
+    if (ProfilerEnabled()) {
+        mLabel = label != nullptr ? label : "(unnamed)";
+        mStart = std::chrono::steady_clock::now();
+    }
+}
 
 ScopedTimer::~ScopedTimer() {
+    if (mLabel == nullptr) {
+        return; // the profiler was off when the timer started
+    }
     const auto elapsed = std::chrono::steady_clock::now() - mStart;
     const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed);
     // A timer stops inside destructors; a failure to record must not escape from here.
     try {
-        AddTime(mLabel != nullptr ? std::string_view(mLabel) : std::string_view("(unnamed)"),
+        AddTime(std::string_view(mLabel),
                 static_cast<std::uint64_t>(std::max<std::int64_t>(nanoseconds.count(), 0)));
     } catch (...) {
         std::fputs("A profiler time could not be recorded.\n", stderr);

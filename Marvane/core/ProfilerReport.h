@@ -20,5 +20,9 @@ std::string ProfilerReport();
 void ResetProfiler();
 // Whether MARVANE_PROFILE_REPORT asks for a report on exit (set, not empty and not "0").
 bool ProfilerReportRequested();
+// Timers record only while the profiler is on: from the start when a report is asked for,
+// otherwise when switched on. Off, a timer costs one atomic load.
+void SetProfilerEnabled(bool enabled);
+bool ProfilerEnabled();
 
 } // namespace host

@@ -81,7 +81,16 @@ fs::path LockFilePathFor(const fs::path& projectPath) {
     return project.parent_path() / (project.filename().string() + std::string(kLockFileSuffix));
 }
 
+namespace {
+std::atomic<std::uint64_t> gLockFileReads{0};
+} // namespace
+
+std::uint64_t LockFileReadCount() {
+    return gLockFileReads.load();
+}
+
 LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
+    gLockFileReads.fetch_add(1);
     struct stat status {};
     if (::lstat(lockPath.c_str(), &status) != 0) {
         return errno == ENOENT || errno == ENOTDIR ? LockFileState::Missing

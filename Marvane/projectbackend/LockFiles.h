@@ -3,6 +3,7 @@
 // Host-internal API; modules use ReadProjectLockFile / CreateProjectLockFile.
 #include "host/ProjectBackEnd.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -23,6 +24,8 @@ std::filesystem::path LockFilePathFor(const std::filesystem::path& projectPath);
 // Reads a lock file. Anything that exists but is not a complete lock (empty, truncated, not
 // JSON, members of the wrong kind, a folder, a special file) is Unreadable.
 LockFileState ReadLockFile(const std::filesystem::path& lockPath, LockFileContent& content);
+// How many times a lock file was looked for since the process started.
+std::uint64_t LockFileReadCount();
 // The content this process writes for an identity: its host name, process id, boot id, now.
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second);
 std::string SerialiseLockFile(const LockFileContent& content);

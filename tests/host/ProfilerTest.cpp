@@ -25,8 +25,14 @@ std::optional<host::ProfileEntry> FindEntry(const std::string& label) {
 
 class ProfilerTest : public testing::Test {
 protected:
-    void SetUp() override { host::ResetProfiler(); }
-    void TearDown() override { host::ResetProfiler(); }
+    void SetUp() override {
+        host::ResetProfiler();
+        host::SetProfilerEnabled(true);
+    }
+    void TearDown() override {
+        host::SetProfilerEnabled(false);
+        host::ResetProfiler();
+    }
 };
 
 TEST_F(ProfilerTest, EachScopeAddsOneCall) {
@@ -179,6 +185,23 @@ TEST_F(ProfilerTest, ReportIsRequestedWhenEnvironmentSaysSo) {
         host::test::EnvironmentVariable yes("MARVANE_PROFILE_REPORT", "yes");
         EXPECT_TRUE(host::ProfilerReportRequested());
     }
+}
+
+} // namespace
+
+namespace {
+
+TEST(ProfilerSwitch, TimersRecordNothingWhileTheProfilerIsOff) {
+    host::ResetProfiler();
+    host::SetProfilerEnabled(false);
+    { host::ScopedTimer timer("Test/WhileOff"); }
+    EXPECT_TRUE(host::ProfilerSnapshot().empty());
+    host::SetProfilerEnabled(true);
+    { host::ScopedTimer timer("Test/WhileOn"); }
+    ASSERT_EQ(host::ProfilerSnapshot().size(), 1u);
+    EXPECT_EQ(host::ProfilerSnapshot()[0].label, "Test/WhileOn");
+    host::SetProfilerEnabled(false);
+    host::ResetProfiler();
 }
 
 } // namespace

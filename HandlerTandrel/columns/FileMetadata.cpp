@@ -1,0 +1,153 @@
+#include "columns/FileMetadata.h"
+
+#include "columns/DisplayName.h"
+#include "host/ApplicationLayer.h"
+#include "host/ExceptionLog.h"
+#include "host/FileServices.h"
+#include "host/Formatting.h"
+#include "host/Profiler.h"
+#include "host/ProjectBackEnd.h"
+
+#include <ctime>
+#include <iomanip>
+#include <sstream>
+
+namespace HandlerTandrel::Columns {
+
+namespace {
+
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+// Wide text (UTF-32 here) as UTF-16.
+host::WideString FromWide(const std::wstring& text) {
+    host::WideString result;
+    result.reserve(text.size());
+    for (const wchar_t c : text) {
+        auto code = static_cast<char32_t>(c);
+        if (code >= 0x10000 && code <= 0x10FFFF) {
+            code -= 0x10000;
+            result.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
+            result.push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
+        } else {
+            result.push_back(static_cast<char16_t>(code));
+        }
+    }
+    return result;
+}
+
+host::WideString LocalDateTime(std::int64_t secondsSince1970) {
+    const auto seconds = static_cast<std::time_t>(secondsSince1970);
+    std::tm local{};
+    if (localtime_r(&seconds, &local) == nullptr) {
+        return {};
+    }
+    std::wostringstream text;
+    text.imbue(host::GetNativeLocale());
+    text << std::put_time(&local, L"%c");
+    return FromWide(text.str());
+}
+
+host::WideString Decimal(std::int64_t value) {
+    return host::ToUTF16(std::to_string(value));
+}
+
+} // namespace
+
+FileMetadata::FileMetadata(host::WideString itemPath) : path(std::move(itemPath)) {}
+
+void FileMetadata::Update(bool all, ColumnID column) {
+    const host::ScopedTimer timer("HandlerTandrel::Columns::FileMetadata::FileMetadata()");
+    try {
+        UpdateSteps(all, column);
+    } catch (const std::exception& error) {
+        host::LogException("HandlerTandrel::Columns::FileMetadata::Update", error);
+    } catch (...) {
+        host::LogUnknownException("HandlerTandrel::Columns::FileMetadata::Update");
+    }
+}
+
+void FileMetadata::UpdateSteps(bool all, ColumnID column) {
+    if (all || column == kNameColumn) {
+        displayName = DisplayNameOf(path);
+    }
+    if (all || column == kLockColumn) {
+        host::ByteString userName;
+        host::ByteString second;
+        host::GetProjectLockingPrefs(userName, second);
+        const host::ProjectLockFilePtr lock =
+            host::ReadProjectLockFile(host::ToUTF8(path), userName, second);
+        if (!lock) {
+            lockOwner.clear();
+            hasLockFile = false;
+        } else {
+            lockOwner = host::ToUTF16(lock->GetOwnerName());
+            lockOwnedByCurrentUser = lock->IsOwnedByCaller();
+            hasLockFile = true;
+        }
+    }
+    const bool wantsDates =
+        all || column == kModifiedColumn || column == kCreatedColumn || column == kSizeColumn;
+    if (!wantsDates) {
+        return;
+    }
+    const host::FileInfo file(path);
+    if (!file.Exists()) {
+        return;
+    }
+    // Integer division truncates toward zero: 1.9999999 s gives 1, -2.5 s gives -2.
+    if (all || column == kModifiedColumn) {
+        modifiedTime = file.Modified() / kTicksPerSecond;
+        hasModifiedTime = true;
+    }
+    if (all || column == kCreatedColumn) {
+        createdTime = file.Created() / kTicksPerSecond;
+        hasCreatedTime = true;
+    }
+    if (all || column == kSizeColumn) {
+        size = file.Size();
+        hasSize = true;
+    }
+}
+
+host::WideString FileMetadata::GetDisplayString(ColumnID column) const {
+    if (path.empty()) {
+        return {};
+    }
+    switch (column) {
+    case kNameColumn:
+        return displayName;
+    case kLockColumn:
+        return lockOwner;
+    case kModifiedColumn:
+        return hasModifiedTime ? LocalDateTime(modifiedTime) : host::WideString();
+    case kCreatedColumn:
+        return hasCreatedTime ? LocalDateTime(createdTime) : host::WideString();
+    case kSizeColumn:
+        return hasSize ? host::ToUTF16(host::NumberToMemoryString(size, 2, false))
+                       : host::WideString();
+    default:
+        return {};
+    }
+}
+
+host::WideString FileMetadata::GetSortString(ColumnID column) const {
+    if (path.empty()) {
+        return {};
+    }
+    switch (column) {
+    case kNameColumn:
+        return displayName;
+    case kLockColumn:
+        return lockOwner.empty() ? host::WideString(kUnlockedSortKey) : lockOwner;
+    case kModifiedColumn:
+        return hasModifiedTime ? Decimal(modifiedTime) : host::WideString();
+    case kCreatedColumn:
+        return hasCreatedTime ? Decimal(createdTime) : host::WideString();
+    case kSizeColumn:
+        return hasSize ? host::ToUTF16(std::to_string(size)) : host::WideString();
+    default:
+        return {};
+    }
+}
+
+} // namespace HandlerTandrel::Columns

@@ -1,0 +1,106 @@
+#include "Marvane/application/HostSession.h"
+#include "Marvane/fileservices/FileWriting.h"
+#include "host/FileServices.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+std::int64_t Ticks(const struct statx_timestamp& time) {
+    return static_cast<std::int64_t>(time.tv_sec) * kTicksPerSecond + time.tv_nsec / 100;
+}
+
+} // namespace
+
+FileInfo::FileInfo(const WideString& path) {
+    struct statx status {};
+    const std::string utf8 = ToUTF8(path);
+    if (::statx(AT_FDCWD, utf8.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
+                &status) != 0) {
+        return;
+    }
+    mExists = true;
+    mModified = Ticks(status.stx_mtime);
+    mCreated =
+        (status.stx_mask & STATX_BTIME) != 0 ? Ticks(status.stx_btime) : Ticks(status.stx_ctime);
+    mSize = status.stx_size;
+}
+
+WideString ToNormalizedPath(const WideString& path) {
+    if (path.empty()) {
+        return {};
+    }
+    std::error_code error;
+    fs::path absolute = fs::absolute(fs::path(ToUTF8(path)), error);
+    if (error) {
+        absolute = fs::path(ToUTF8(path));
+    }
+    // Resolves links for the part that exists and "." and ".." everywhere.
+    fs::path normal = fs::weakly_canonical(absolute, error);
+    if (error) {
+        normal = absolute.lexically_normal();
+    }
+    std::string text = normal.string();
+    while (text.size() > 1 && text.back() == '/') {
+        text.pop_back();
+    }
+    return ToUTF16(text);
+}
+
+WideString GetDirectory(std::string_view name) {
+    if (name == "user.profile") {
+        std::string folder = HostSession::Instance().profileDirectory.string();
+        if (folder.empty()) {
+            return {};
+        }
+        if (folder.back() != '/') {
+            folder += '/';
+        }
+        return ToUTF16(folder);
+    }
+    return {};
+}
+
+bool ReadWholeFile(const WideString& path, std::string& bytes) {
+    const std::string utf8 = ToUTF8(path);
+    const int descriptor = ::open(utf8.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    struct stat status {};
+    bool ok = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    std::string content;
+    char buffer[65536];
+    while (ok) {
+        const ssize_t count = ::read(descriptor, buffer, sizeof(buffer));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            ok = count == 0;
+            break;
+        }
+        content.append(buffer, static_cast<std::size_t>(count));
+    }
+    ::close(descriptor);
+    if (ok) {
+        bytes = std::move(content);
+    }
+    return ok;
+}
+
+bool ReplaceWholeFile(const WideString& path, const std::string& bytes) {
+    std::string error;
+    return ReplaceFile(fs::path(ToUTF8(path)), bytes, error);
+}
+
+} // namespace host

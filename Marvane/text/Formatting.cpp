@@ -1,0 +1,51 @@
+#include "host/Formatting.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+namespace host {
+
+ByteString NumberToMemoryString(std::uint64_t bytes, int significantDigits, bool longUnits) {
+    static constexpr std::array<const char*, 7> kShort = {"bytes", "KB", "MB", "GB",
+                                                          "TB",    "PB", "EB"};
+    static constexpr std::array<const char*, 7> kLong = {
+        "bytes", "kilobytes", "megabytes", "gigabytes", "terabytes", "petabytes", "exabytes"};
+    if (bytes < 1024) {
+        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+    }
+    double value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    while (value >= 1024.0 && unit + 1 < kShort.size()) {
+        value /= 1024.0;
+        ++unit;
+    }
+    // Significant digits: 2 gives "12 KB", "3.4 MB", "120 GB".
+    const int digits = significantDigits < 1 ? 1 : significantDigits;
+    const int integerDigits =
+        value >= 1.0 ? static_cast<int>(std::floor(std::log10(value))) + 1 : 1;
+    const int decimals = digits > integerDigits ? digits - integerDigits : 0;
+    char text[64];
+    std::snprintf(text, sizeof(text), "%.*f", decimals, value);
+    std::string number = text;
+    if (number.find('.') != std::string::npos) {
+        while (number.back() == '0') {
+            number.pop_back();
+        }
+        if (number.back() == '.') {
+            number.pop_back();
+        }
+    }
+    return number + " " + (longUnits ? kLong[unit] : kShort[unit]);
+}
+
+std::locale GetNativeLocale() {
+    try {
+        return std::locale("");
+    } catch (const std::exception&) {
+        return std::locale::classic();
+    }
+}
+
+} // namespace host
