@@ -1,14 +1,10 @@
 #include "handler/ProductionSettingsFile.h"
 
-#include "host/FileServices.h"
-
 #include <limits>
 
 namespace HandlerTandrel {
 
 namespace {
-
-constexpr char16_t kFileName[] = u"Production Panel Settings";
 
 using host::JsonValue;
 
@@ -165,11 +161,6 @@ TabViewStateData DecodeState(const JsonValue& value) {
 }
 
 } // namespace
-
-host::WideString ProductionSettingsFilePath() {
-    const host::WideString folder = host::GetDirectory("user.profile");
-    return folder.empty() ? host::WideString() : folder + kFileName;
-}
 
 JsonValue EncodeProductionSettings(const StateMap& states) {
     JsonValue root = JsonValue(JsonValue::Object());

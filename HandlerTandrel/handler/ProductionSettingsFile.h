@@ -12,9 +12,6 @@ namespace HandlerTandrel {
 
 using StateMap = std::map<host::WideString, TabViewStateData>;
 
-// The file's path: the profile folder as the host gives it, with the file name appended.
-host::WideString ProductionSettingsFilePath();
-
 // The whole store as the file's root object, members in the order of the records.
 host::JsonValue EncodeProductionSettings(const StateMap& states);
 // Decodes a root object. Every key is required; a missing key or a value of the wrong kind

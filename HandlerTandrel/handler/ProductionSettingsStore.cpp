@@ -5,6 +5,11 @@
 
 namespace HandlerTandrel {
 
+host::WideString ProductionSettingsFilePath() {
+    const host::WideString folder = host::GetDirectory("user.profile");
+    return folder.empty() ? host::WideString() : folder + u"Production Panel Settings";
+}
+
 void ProductionSettingsStore::LoadProductionSettings() {
     mStates.clear();
     try {

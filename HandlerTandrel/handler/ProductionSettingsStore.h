@@ -8,6 +8,9 @@
 
 namespace HandlerTandrel {
 
+// The file's path: the profile folder as the host gives it, with the file name appended.
+host::WideString ProductionSettingsFilePath();
+
 class ProductionSettingsStore {
 public:
     using StateMap = std::map<host::WideString, TabViewStateData>;
