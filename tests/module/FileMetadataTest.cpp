@@ -232,3 +232,29 @@ TEST(SortStringIsLess, AnEmptyKeySortsBeforeEveryOther) {
 }
 
 } // namespace
+
+#include "Marvane/core/ProfilerReport.h"
+
+namespace {
+
+TEST(HotPaths, SortingAndRefreshingAreTimedUnderTheirNames) {
+    host::ResetProfiler();
+    host::SetProfilerEnabled(true);
+    HandlerTandrel::Columns::SortStringIsLess(u"a", u"b");
+    HandlerTandrel::Columns::FileMetadata record(u"/nonexistent/Scene.mvproj");
+    record.Update(true, HandlerTandrel::Columns::kNameColumn);
+    host::SetProfilerEnabled(false);
+    std::vector<std::string> labels;
+    for (const auto& entry : host::ProfilerSnapshot()) {
+        labels.push_back(entry.label);
+    }
+    host::ResetProfiler();
+    EXPECT_NE(
+        std::find(labels.begin(), labels.end(), "HandlerTandrel::Columns::SortStringIsLess()"),
+        labels.end());
+    EXPECT_NE(std::find(labels.begin(), labels.end(),
+                        "HandlerTandrel::Columns::FileMetadata::FileMetadata()"),
+              labels.end());
+}
+
+} // namespace
