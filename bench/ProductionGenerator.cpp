@@ -2,6 +2,7 @@
 
 #include "Marvane/projectbackend/LockFiles.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <unistd.h>
 

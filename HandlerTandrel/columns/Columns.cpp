@@ -3,6 +3,8 @@
 #include "columns/TuningValue.h"
 #include "host/Localizer.h"
 
+#include <set>
+
 namespace HandlerTandrel::Columns {
 
 namespace {
@@ -67,10 +69,11 @@ void ApplyHeaderRowData(HeaderRow* headerRow, const HeaderRowData& data, float s
         return;
     }
     int target = 0;
+    std::set<ColumnID> placed;
     for (const ColumnData& column : data.mColumnDataList) {
         const int position = headerRow->GetIndexOfColumn(column.mColumnID);
-        if (position < 0) {
-            continue; // an unknown column takes no place
+        if (position < 0 || !placed.insert(column.mColumnID).second) {
+            continue; // an unknown column, or one placed already, takes no place
         }
         headerRow->SetColumnWidth(column.mColumnID, scale * column.mWidth);
         if (position != target) {

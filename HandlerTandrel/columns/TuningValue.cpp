@@ -2,24 +2,31 @@
 
 #include "host/TuningStore.h"
 
-#include <cstdlib>
+#include <bit>
+#include <charconv>
 #include <string>
 
 namespace HandlerTandrel::Columns {
 
 float TuningValue::Get() const {
     const std::uint32_t counter = host::TuningStoreChangeCount();
-    if (mCachedAt.load() == counter) {
-        return mCached.load();
+    const std::uint64_t cached = mCache.load();
+    if (static_cast<std::uint32_t>(cached >> 32) == counter) {
+        return std::bit_cast<float>(static_cast<std::uint32_t>(cached));
     }
     float value = mDefault;
-    host::ByteString text = std::to_string(mDefault);
+    host::ByteString text;
     if (host::FindTuningValue(mKey, text)) {
-        // Text that is not a number gives 0, as a decimal conversion of it does.
-        value = std::strtof(text.c_str(), nullptr);
+        // The decimal point is always "."; text that is not a number gives 0.
+        value = 0.0f;
+        const char* begin = text.data();
+        while (begin != text.data() + text.size() && (*begin == ' ' || *begin == '+')) {
+            ++begin;
+        }
+        std::from_chars(begin, text.data() + text.size(), value);
     }
-    mCached.exchange(value);
-    mCachedAt.exchange(counter);
+    mCache.exchange((static_cast<std::uint64_t>(counter) << 32) |
+                    std::bit_cast<std::uint32_t>(value));
     return value;
 }
 

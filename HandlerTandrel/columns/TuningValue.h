@@ -19,10 +19,11 @@ public:
 private:
     std::string_view mKey;
     float mDefault;
-    // The counter the cached value belongs to; 0 means nothing is cached yet (the host's
+    // The cached value and the counter it belongs to, in one word so that readers on other
+    // threads never pair a value with another value's counter: counter in the high 32 bits,
+    // the float's bits in the low 32. Counter 0 means nothing is cached yet (the host's
     // counter starts above 0).
-    mutable std::atomic<std::uint32_t> mCachedAt{0};
-    mutable std::atomic<float> mCached{0.0f};
+    mutable std::atomic<std::uint64_t> mCache{0};
 };
 
 // The column widths of the panel.

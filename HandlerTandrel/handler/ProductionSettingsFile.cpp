@@ -1,5 +1,6 @@
 #include "handler/ProductionSettingsFile.h"
 
+#include <cmath>
 #include <limits>
 
 namespace HandlerTandrel {
@@ -34,6 +35,20 @@ bool LenientBool(const JsonValue& value) {
         return false;
     }
     throw host::JsonTypeError("not a boolean");
+}
+
+// A finite number that fits a float (widths), or any finite double (the zoom).
+double FiniteNumber(const JsonValue& value, double largest) {
+    const double number = value.AsDouble();
+    if (!std::isfinite(number) || std::fabs(number) > largest) {
+        throw host::JsonTypeError("number out of range");
+    }
+    return number;
+}
+
+// What is written is always readable again: no infinities or NaN.
+double Writable(double number) {
+    return std::isfinite(number) ? number : 0.0;
 }
 
 std::uint32_t UnsignedId(const JsonValue& value) {
@@ -88,7 +103,7 @@ JsonValue EncodeHeaderRow(const Columns::HeaderRowData& header) {
     for (const Columns::ColumnData& column : header.mColumnDataList) {
         JsonValue item;
         item.Add("mColumnID", JsonValue(static_cast<std::uint64_t>(column.mColumnID)));
-        item.Add("mWidth", JsonValue(static_cast<double>(column.mWidth)));
+        item.Add("mWidth", JsonValue(Writable(static_cast<double>(column.mWidth))));
         columns.push_back(std::move(item));
     }
     JsonValue value;
@@ -105,7 +120,8 @@ Columns::HeaderRowData DecodeHeaderRow(const JsonValue& value) {
         constexpr const char* kColumnType = "HandlerTandrel::Columns::ColumnData";
         Columns::ColumnData column;
         column.mColumnID = UnsignedId(Require(item, "mColumnID", kColumnType));
-        column.mWidth = static_cast<float>(Require(item, "mWidth", kColumnType).AsDouble());
+        column.mWidth = static_cast<float>(
+            FiniteNumber(Require(item, "mWidth", kColumnType), std::numeric_limits<float>::max()));
         header.mColumnDataList.push_back(column);
     }
     header.mSortColumnID = UnsignedId(Require(value, "mSortColumnID", kType));
@@ -126,7 +142,7 @@ JsonValue EncodeState(const TabViewStateData& state) {
     floating.Add("size", Point(rect.width, rect.height));
     JsonValue value;
     value.Add("mDirectoryViewData", std::move(directory));
-    value.Add("mZoom", JsonValue(state.mZoom));
+    value.Add("mZoom", JsonValue(Writable(state.mZoom)));
     value.Add("mDockedInMainWindow", JsonValue(state.mDockedInMainWindow));
     value.Add("mFloatingWindowGlobalRect", std::move(floating));
     value.Add("mSearchText", JsonValue(host::ToUTF8(state.mSearchText)));
@@ -146,7 +162,7 @@ TabViewStateData DecodeState(const JsonValue& value) {
         DecodeHeaderRow(Require(tree, "mHeaderRowData", kTreeType));
     state.mDirectoryViewData.mTopVisibleRowPath =
         host::ToUTF16(Require(tree, "mTopVisibleRowPath", kTreeType).AsString());
-    state.mZoom = Require(value, "mZoom", kType).AsDouble();
+    state.mZoom = FiniteNumber(Require(value, "mZoom", kType), std::numeric_limits<double>::max());
     state.mDockedInMainWindow = LenientBool(Require(value, "mDockedInMainWindow", kType));
     const JsonValue& rect = Require(value, "mFloatingWindowGlobalRect", kType);
     constexpr const char* kRectType = "mFloatingWindowGlobalRect";

@@ -12,25 +12,26 @@ host::WideString ProductionSettingsFilePath() {
 
 void ProductionSettingsStore::LoadProductionSettings() {
     mStates.clear();
+    mKeepFileAside = false;
+    const host::WideString file = ProductionSettingsFilePath();
+    if (file.empty() || !host::FileInfo(file).Exists()) {
+        return;
+    }
     try {
-        const host::WideString file = ProductionSettingsFilePath();
-        if (file.empty() || !host::FileInfo(file).Exists()) {
-            return;
-        }
         std::string bytes;
-        if (!host::ReadWholeFile(file, bytes) || bytes.empty()) {
-            return;
+        if (host::ReadWholeFile(file, bytes) && !bytes.empty()) {
+            const std::optional<host::JsonValue> root =
+                host::ParseJson(SettingsTextFromBytes(bytes));
+            if (root) {
+                mStates = DecodeProductionSettings(*root);
+                return;
+            }
         }
-        const std::optional<host::JsonValue> root = host::ParseJson(SettingsTextFromBytes(bytes));
-        if (!root) {
-            return;
-        }
-        StateMap loaded = DecodeProductionSettings(*root);
-        mStates = std::move(loaded);
     } catch (...) {
         // An unreadable, malformed or incomplete file gives no saved states, without a word.
-        mStates.clear();
     }
+    mStates.clear();
+    mKeepFileAside = true;
 }
 
 std::optional<TabViewStateData>
@@ -54,6 +55,16 @@ void ProductionSettingsStore::StoreProductionState(const host::WideString& produ
     try {
         const host::WideString file = ProductionSettingsFilePath();
         if (!file.empty()) {
+            if (mKeepFileAside) {
+                std::string bytes;
+                const bool keptAside = !host::FileInfo(file).Exists() ||
+                                       (host::ReadWholeFile(file, bytes) &&
+                                        host::ReplaceWholeFile(file + u".unreadable", bytes));
+                if (!keptAside) {
+                    return; // never write over what could not be kept
+                }
+                mKeepFileAside = false;
+            }
             // Written beside the old file and renamed over it: a failure keeps the old one.
             host::ReplaceWholeFile(file, host::RenderJson(EncodeProductionSettings(mStates)));
         }

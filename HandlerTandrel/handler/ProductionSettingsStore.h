@@ -27,6 +27,10 @@ public:
 
 private:
     StateMap mStates;
+    // The file on disk could not be read: before the store writes over it, it is kept aside as
+    // "Production Panel Settings.unreadable", so that a damaged file never takes every
+    // production's settings with it.
+    bool mKeepFileAside = false;
 };
 
 } // namespace HandlerTandrel

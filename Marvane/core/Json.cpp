@@ -165,7 +165,43 @@ void JsonValue::Add(std::string key, JsonValue value) {
     std::get<Object>(mValue).emplace_back(std::move(key), std::move(value));
 }
 
+// How deeply arrays and objects may nest: far beyond any file of ours, and shallow enough
+// that reading and freeing a value never exhausts the stack.
+constexpr int kMaximumNesting = 512;
+
+bool NestsTooDeeply(std::string_view text) {
+    int depth = 0;
+    bool inString = false;
+    bool escaped = false;
+    for (const char c : text) {
+        if (inString) {
+            if (escaped) {
+                escaped = false;
+            } else if (c == '\\') {
+                escaped = true;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '[' || c == '{') {
+            if (++depth > kMaximumNesting) {
+                return true;
+            }
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
 std::optional<JsonValue> ParseJson(std::string_view text, std::string* error) {
+    if (NestsTooDeeply(text)) {
+        if (error != nullptr) {
+            *error = "JSON nests deeper than " + std::to_string(kMaximumNesting) + " levels";
+        }
+        return std::nullopt;
+    }
     try {
         return FromNlohmann(Ordered::parse(text.begin(), text.end()));
     } catch (const std::exception& failure) {

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <filesystem>
+#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,8 +16,15 @@ namespace {
 
 constexpr std::int64_t kTicksPerSecond = 10'000'000;
 
+// Saturates instead of overflowing for times beyond what 64-bit ticks can hold.
 std::int64_t Ticks(const struct statx_timestamp& time) {
-    return static_cast<std::int64_t>(time.tv_sec) * kTicksPerSecond + time.tv_nsec / 100;
+    std::int64_t ticks = 0;
+    if (__builtin_mul_overflow(static_cast<std::int64_t>(time.tv_sec), kTicksPerSecond, &ticks) ||
+        __builtin_add_overflow(ticks, static_cast<std::int64_t>(time.tv_nsec / 100), &ticks)) {
+        return time.tv_sec < 0 ? std::numeric_limits<std::int64_t>::min()
+                               : std::numeric_limits<std::int64_t>::max();
+    }
+    return ticks;
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "host/Formatting.h"
 
 #include <array>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 namespace host {
@@ -21,14 +21,26 @@ ByteString NumberToMemoryString(std::uint64_t bytes, int significantDigits, bool
         value /= 1024.0;
         ++unit;
     }
-    // Significant digits: 2 gives "12 KB", "3.4 MB", "120 GB".
+    // Significant digits: 2 gives "12 KB", "3.4 MB", "120 GB". The text never depends on the C
+    // locale ("." always); a value that rounds up to 1024 moves on to the next unit.
     const int digits = significantDigits < 1 ? 1 : significantDigits;
-    const int integerDigits =
-        value >= 1.0 ? static_cast<int>(std::floor(std::log10(value))) + 1 : 1;
-    const int decimals = digits > integerDigits ? digits - integerDigits : 0;
-    char text[64];
-    std::snprintf(text, sizeof(text), "%.*f", decimals, value);
-    std::string number = text;
+    std::string number;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const int integerDigits =
+            value >= 1.0 ? static_cast<int>(std::floor(std::log10(value))) + 1 : 1;
+        const int decimals = digits > integerDigits ? digits - integerDigits : 0;
+        char text[64];
+        const auto written =
+            std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, decimals);
+        number.assign(text, written.ptr);
+        double shown = 0.0;
+        std::from_chars(number.data(), number.data() + number.size(), shown);
+        if (shown < 1024.0 || unit + 1 >= kShort.size()) {
+            break;
+        }
+        value /= 1024.0;
+        ++unit;
+    }
     if (number.find('.') != std::string::npos) {
         while (number.back() == '0') {
             number.pop_back();
@@ -41,11 +53,14 @@ ByteString NumberToMemoryString(std::uint64_t bytes, int significantDigits, bool
 }
 
 std::locale GetNativeLocale() {
-    try {
-        return std::locale("");
-    } catch (const std::exception&) {
-        return std::locale::classic();
-    }
+    static const std::locale native = [] {
+        try {
+            return std::locale("");
+        } catch (const std::exception&) {
+            return std::locale::classic();
+        }
+    }();
+    return native;
 }
 
 } // namespace host

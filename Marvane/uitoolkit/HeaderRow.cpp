@@ -32,11 +32,17 @@ void HeaderTitlesModel::Append(const QString& title) {
     endInsertColumns();
 }
 
-HeaderRowImpl::HeaderRowImpl() : view(std::make_unique<QHeaderView>(Qt::Horizontal)) {
+HeaderRowImpl::HeaderRowImpl() : view(new QHeaderView(Qt::Horizontal)) {
     view->setModel(&model);
     view->setSectionsClickable(true);
     view->setStretchLastSection(false);
     view->setMinimumSectionSize(1);
+}
+
+HeaderRowImpl::~HeaderRowImpl() {
+    if (view && view->parent() == nullptr) {
+        delete view.data();
+    }
 }
 
 int HeaderRowImpl::SectionOf(UI_MultiColumnTreeHeaderRow::ColumnID id) const {
@@ -105,9 +111,11 @@ int UI_MultiColumnTreeHeaderRow::GetIndexOfColumn(ColumnID id) const {
 void UI_MultiColumnTreeHeaderRow::SetColumnWidth(ColumnID id, float width) {
     const int section = mImpl->SectionOf(id);
     if (section >= 0) {
+        // No column is narrower than its minimum or wider than any screen.
+        constexpr float kWidest = 100000.0f;
         const float minimum = mImpl->minimumWidths[static_cast<std::size_t>(section)];
-        mImpl->view->resizeSection(section,
-                                   static_cast<int>(std::lround(std::max(width, minimum))));
+        const float bounded = std::isfinite(width) ? std::clamp(width, minimum, kWidest) : minimum;
+        mImpl->view->resizeSection(section, static_cast<int>(std::lround(bounded)));
     }
 }
 
@@ -139,9 +147,10 @@ void UI_MultiColumnTreeHeaderRow::MoveColumn(ColumnID id, int position, bool) {
     mImpl->view->moveSection(mImpl->view->visualIndex(section), position);
 }
 
-void UI_MultiColumnTreeHeaderRow::SetAllowColumnMovingByUser(bool allow, bool) {
+void UI_MultiColumnTreeHeaderRow::SetAllowColumnMovingByUser(bool allow, bool allowFirstColumn) {
     mImpl->allowMoving = allow;
     mImpl->view->setSectionsMovable(allow);
+    mImpl->view->setFirstSectionMovable(allow && allowFirstColumn);
 }
 
 bool UI_MultiColumnTreeHeaderRow::AllowsColumnMovingByUser() const {

@@ -5,6 +5,7 @@
 
 #include <QAbstractTableModel>
 #include <QHeaderView>
+#include <QPointer>
 #include <memory>
 #include <vector>
 
@@ -25,11 +26,16 @@ private:
 class HeaderRowImpl {
 public:
     HeaderRowImpl();
+    // The header view goes with the header row, unless a tree has taken it as its own header
+    // (and so as its child), in which case the tree deletes it.
+    ~HeaderRowImpl();
+    HeaderRowImpl(const HeaderRowImpl&) = delete;
+    HeaderRowImpl& operator=(const HeaderRowImpl&) = delete;
     // The column at a logical section, and the section of a column (-1 when absent).
     int SectionOf(UI_MultiColumnTreeHeaderRow::ColumnID id) const;
 
     HeaderTitlesModel model;
-    std::unique_ptr<QHeaderView> view;
+    QPointer<QHeaderView> view;
     std::vector<UI_MultiColumnTreeHeaderRow::ColumnID> ids; // by logical section
     std::vector<float> minimumWidths;                       // by logical section
     UI_MultiColumnTreeHeaderRow::ColumnID sortColumn = 0;

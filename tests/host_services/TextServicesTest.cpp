@@ -51,6 +51,17 @@ TEST(Json, InvalidTextIsRefusedWithAReason) {
     EXPECT_FALSE(host::ParseJson("").has_value());
 }
 
+TEST(Json, DeeplyNestedTextIsRefusedInsteadOfExhaustingTheStack) {
+    std::string reason;
+    const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
+    EXPECT_FALSE(host::ParseJson(deep, &reason).has_value());
+    EXPECT_NE(reason.find("nests deeper"), std::string::npos);
+    const std::string shallow = std::string(100, '[') + std::string(100, ']');
+    EXPECT_TRUE(host::ParseJson(shallow).has_value());
+    // Brackets inside strings do not count.
+    EXPECT_TRUE(host::ParseJson("[\"" + std::string(2000, '[') + "\"]").has_value());
+}
+
 TEST(Json, BuildsAndRendersCompactUtf8) {
     host::JsonValue root;
     root.Add("na\u00efve", host::JsonValue(std::string("caf\u00e9 \"quoted\"")));
@@ -69,6 +80,9 @@ TEST(MemorySize, UsesTwoSignificantDigitsAndBinaryUnits) {
     EXPECT_EQ(host::NumberToMemoryString(12 * 1024 + 300, 2, false), "12 KB");
     EXPECT_EQ(host::NumberToMemoryString(3'565'158, 2, false), "3.4 MB");
     EXPECT_EQ(host::NumberToMemoryString(3'565'158, 2, true), "3.4 megabytes");
+    // Just below a megabyte rounds to it, and says so in the right unit.
+    EXPECT_EQ(host::NumberToMemoryString(1'048'575, 2, false), "1 MB");
+
 }
 
 TEST(NormalizedPath, FoldsEquivalentSpellingsOfOneFolder) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <limits>
 #include <unistd.h>
 
 #include "FileBytes.h"
@@ -228,6 +229,54 @@ INSTANTIATE_TEST_SUITE_P(
                       Malformed{"PathsNotStrings", R"({"/p":)" + WithNumberForPath() + "}"},
                       Malformed{"NulBytes", std::string("{\0\0\0", 4)}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(ProductionSettingsTest, AnUnreadableFileIsKeptAsideBeforeTheNextSaveWritesOverIt) {
+    const std::string damaged = R"({"/p":)" + StateJson("\"no\"") + "}";
+    WriteFile(damaged);
+    EXPECT_EQ(Loaded(), 0u);
+    store.StoreProductionState(u"/new", FullState(u"n"));
+    EXPECT_EQ(testsupport::ReadBytes(profile / "Production Panel Settings.unreadable"), damaged);
+    ProductionSettingsStore reloaded;
+    reloaded.LoadProductionSettings();
+    EXPECT_EQ(reloaded.GetStates().size(), 1u);
+    // Only once: the next save does not replace the kept copy with the new file.
+    store.StoreProductionState(u"/newer", FullState(u"m"));
+    EXPECT_EQ(testsupport::ReadBytes(profile / "Production Panel Settings.unreadable"), damaged);
+}
+
+TEST_F(ProductionSettingsTest, NumbersOutOfRangeAbandonTheRead) {
+    for (const auto& [from, to] : std::vector<std::pair<std::string, std::string>>{
+             {"\"mWidth\":200.0", "\"mWidth\":1e39"},
+             {"\"x\":1", "\"x\":2147483648"},
+             {"\"mColumnID\":1315007845", "\"mColumnID\":4294967296"},
+             {"\"mColumnID\":1315007845", "\"mColumnID\":-1"}}) {
+        std::string text = StateJson();
+        text.replace(text.find(from), from.size(), to);
+        WriteFile(R"({"/p":)" + text + "}");
+        EXPECT_EQ(Loaded(), 0u) << to;
+    }
+}
+
+TEST_F(ProductionSettingsTest, DockedIsReadLenientlyToo) {
+    std::string text = StateJson();
+    text.replace(text.find("\"mDockedInMainWindow\":true"), 26,
+                 "\"mDockedInMainWindow\":\"false\"");
+    WriteFile(R"({"/p":)" + text + "}");
+    ASSERT_EQ(Loaded(), 1u);
+    EXPECT_FALSE(store.GetStates().begin()->second.mDockedInMainWindow);
+}
+
+TEST_F(ProductionSettingsTest, ValuesThatJsonCannotHoldAreWrittenAsZero) {
+    TabViewStateData state = FullState(u"x");
+    state.mZoom = std::numeric_limits<double>::quiet_NaN();
+    state.mDirectoryViewData.mHeaderRowData.mColumnDataList[0].mWidth =
+        std::numeric_limits<float>::infinity();
+    store.StoreProductionState(u"/p", state);
+    ProductionSettingsStore reloaded;
+    reloaded.LoadProductionSettings();
+    ASSERT_EQ(reloaded.GetStates().size(), 1u);
+    EXPECT_EQ(reloaded.GetStates().begin()->second.mZoom, 0.0);
+}
 
 TEST_F(ProductionSettingsTest, AMissingFileLoadsNothing) {
     store.StoreProductionState(u"/kept", {});

@@ -4,6 +4,7 @@
 #include "columns/SortString.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 
 #include "ViewTestSupport.h"
 
@@ -40,6 +41,8 @@ TEST_F(ColumnsTest, FiveColumnsInTheirOrderWithTitlesWidthsAndMinimums) {
     EXPECT_EQ(header.GetColumnTitle(kCreatedColumn), "Date Created");
     EXPECT_EQ(header.GetColumnTitle(kSizeColumn), "Size");
     EXPECT_TRUE(header.AllowsColumnMovingByUser());
+    EXPECT_TRUE(header.GetImpl()->view->sectionsMovable());
+    EXPECT_FALSE(header.GetImpl()->view->isFirstSectionMovable()); // Name stays first
     EXPECT_TRUE(header.IsSortIndicatorShown());
     ASSERT_TRUE(header.GetStringSortingCallback());
     EXPECT_TRUE(header.GetStringSortingCallback()(u"Shot 2", u"Shot 10"));
@@ -102,6 +105,32 @@ TEST_F(ColumnsTest, AnUnknownSavedColumnIsSkippedAndTheNextTakesItsPlace) {
     EXPECT_FLOAT_EQ(header.GetColumnWidth(kLockColumn), 110.0f);
 }
 
+TEST_F(ColumnsTest, AColumnSavedTwiceIsPlacedOnce) {
+    HeaderRowData data;
+    data.mColumnDataList = {{kSizeColumn, 80.0f}, {kLockColumn, 90.0f}, {kSizeColumn, 300.0f}};
+    ApplyHeaderRowData(&header, data, 1.0f);
+    EXPECT_EQ(header.GetColumnAt(0), kSizeColumn);
+    EXPECT_EQ(header.GetColumnAt(1), kLockColumn);
+    EXPECT_FLOAT_EQ(header.GetColumnWidth(kSizeColumn), 80.0f);
+}
+
+TEST_F(ColumnsTest, WidthsAreKeptWithinReason) {
+    header.SetColumnWidth(kLockColumn, std::numeric_limits<float>::infinity());
+    EXPECT_FLOAT_EQ(header.GetColumnWidth(kLockColumn), 50.0f);
+    header.SetColumnWidth(kLockColumn, 1e30f);
+    EXPECT_FLOAT_EQ(header.GetColumnWidth(kLockColumn), 100000.0f);
+}
+
+TEST_F(ColumnsTest, TheSortIndicatorFollowsAColumnThatWasMoved) {
+    header.MoveColumn(kSizeColumn, 0, true);
+    QHeaderView* view = header.GetImpl()->view.data();
+    emit view->sectionClicked(header.GetImpl()->SectionOf(kSizeColumn));
+    EXPECT_EQ(view->sortIndicatorSection(), header.GetImpl()->SectionOf(kSizeColumn));
+    EXPECT_EQ(view->visualIndex(view->sortIndicatorSection()), 0);
+    header.SetSortColumn(kLockColumn);
+    EXPECT_EQ(view->sortIndicatorSection(), header.GetImpl()->SectionOf(kLockColumn));
+}
+
 TEST_F(ColumnsTest, ASavedLayoutComesBackAsItWas) {
     header.MoveColumn(kSizeColumn, 1, true);
     header.SetColumnWidth(kNameColumn, 260.0f);
@@ -161,7 +190,7 @@ TEST_F(ColumnsTest, NamedPositionsFollowTheColumnsAndKeepTheirSpelling) {
 TEST_F(ColumnsTest, ClickingATitleChangesTheSortAndTellsTheOwner) {
     header.SetSortColumn(kNameColumn);
     header.SetSortDirection(true);
-    QHeaderView* view = header.GetImpl()->view.get();
+    QHeaderView* view = header.GetImpl()->view.data();
     emit view->sectionClicked(header.GetImpl()->SectionOf(kNameColumn));
     emit view->sectionClicked(header.GetImpl()->SectionOf(kSizeColumn));
     ASSERT_EQ(changes.size(), 2u);
@@ -171,7 +200,7 @@ TEST_F(ColumnsTest, ClickingATitleChangesTheSortAndTellsTheOwner) {
 }
 
 TEST_F(ColumnsTest, AColumnNeverGetsNarrowerThanItsMinimum) {
-    QHeaderView* view = header.GetImpl()->view.get();
+    QHeaderView* view = header.GetImpl()->view.data();
     view->resizeSection(header.GetImpl()->SectionOf(kNameColumn), 20); // as a drag would
     EXPECT_FLOAT_EQ(header.GetColumnWidth(kNameColumn), 70.0f);
     header.SetColumnWidth(kSizeColumn, 10.0f);
