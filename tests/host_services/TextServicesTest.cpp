@@ -82,6 +82,8 @@ TEST(MemorySize, UsesTwoSignificantDigitsAndBinaryUnits) {
     EXPECT_EQ(host::NumberToMemoryString(3'565'158, 2, true), "3.4 megabytes");
     // Just below a megabyte rounds to it, and says so in the right unit.
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 2, false), "1 MB");
+    EXPECT_EQ(host::NumberToMemoryString(1'048'575, 4, false), "1 MB");
+    EXPECT_EQ(host::NumberToMemoryString(1'048'575, 7, false), "1023.999 KB");
 
 }
 
