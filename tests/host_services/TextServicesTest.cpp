@@ -84,7 +84,6 @@ TEST(MemorySize, UsesTwoSignificantDigitsAndBinaryUnits) {
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 2, false), "1 MB");
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 4, false), "1 MB");
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 7, false), "1023.999 KB");
-
 }
 
 TEST(NormalizedPath, FoldsEquivalentSpellingsOfOneFolder) {
