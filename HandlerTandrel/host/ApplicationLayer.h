@@ -12,6 +12,12 @@ bool IsTandrelManagerActive();
 WideString GetTandrelManagerFolderPath();
 // The name under which the production's trash folder is shown ("Trash").
 WideString GetMvProductionTrashDirectoryDisplayName();
+// The production's trash folder ("<production>/Trash"); empty when no production is open.
+WideString GetMvProductionTrashDirectoryPath();
+bool IsTheMvProductionTrashDirectory(const WideString& path);
+// Whether the path lies inside the trash; with includeTrashItself, the trash folder too.
+bool IsInMvProductionTrash(const WideString& path, bool includeTrashItself);
+
 // Whether the production shows this path as a project with its own record.
 bool ProductionSupportsMarvaneProjectFile(const WideString& path);
 

@@ -3,7 +3,9 @@
 #include "host/CoreTypes.h"
 
 #include <cstdint>
+#include <stdexcept>
 #include <string_view>
+#include <vector>
 
 namespace host {
 
@@ -40,6 +42,36 @@ private:
     std::int64_t mCreated = 0;
     std::uint64_t mSize = 0;
 };
+
+// The last component of a path (trailing separators ignored).
+WideString GetPathFileName(const WideString& path);
+bool FileOrDirExists(const WideString& path);
+bool DirectoryExists(const WideString& path);
+// Whether path lies inside directory (at any depth); with includeEqual, the directory itself
+// counts as inside too. Both are normalised first.
+bool IsPathWithinDirectory(const WideString& path, const WideString& directory, bool includeEqual);
+// A path in the same folder whose name nobody uses: "Scene 12.mvproj" becomes
+// "Scene 12<separator><n>.mvproj" for the first free n from firstIndex (a folder gets the
+// number at the end of its name), avoiding the reserved paths too.
+WideString MakeUniqueFilename(const WideString& path, int firstIndex, const WideString& separator,
+                              const std::vector<WideString>& reservedPaths);
+// Makes the folder and any missing parents; true when it exists afterwards.
+bool EnsureDirectoryExists(const WideString& path);
+
+// A file operation failed; what() names the paths and the reason.
+class FileException : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+// Copies a file, or a folder with everything in it, to a path where nothing is yet. Symbolic
+// links are copied as links. Nothing is ever written over; on failure what was copied so far
+// is removed again and FileException is thrown.
+void Copy(const WideString& from, const WideString& to);
+// Moves a file or folder to a path where nothing is yet: a rename on one file system; across
+// file systems a copy that is verified (sizes, and content of project files) before the
+// source is removed, so a failure part-way leaves the source complete. Symbolic links move
+// as links. Returns 0, or a negative error number (-EEXIST when the destination is taken).
+int Move(const WideString& source, const WideString& destination);
 
 // Reads a whole file; false when it cannot be opened or read completely.
 bool ReadWholeFile(const WideString& path, std::string& bytes);

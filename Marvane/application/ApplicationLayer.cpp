@@ -5,6 +5,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/documents/DocumentManager.h"
+#include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 
 namespace host {
@@ -19,6 +20,23 @@ WideString GetTandrelManagerFolderPath() {
 
 WideString GetMvProductionTrashDirectoryDisplayName() {
     return u"Trash";
+}
+
+WideString GetMvProductionTrashDirectoryPath() {
+    if (!ProductionSession::Instance().IsOpen()) {
+        return {};
+    }
+    return ToUTF16((ProductionSession::Instance().GetFolder() / "Trash").string());
+}
+
+bool IsTheMvProductionTrashDirectory(const WideString& path) {
+    const WideString trash = GetMvProductionTrashDirectoryPath();
+    return !trash.empty() && ToNormalizedPath(path) == ToNormalizedPath(trash);
+}
+
+bool IsInMvProductionTrash(const WideString& path, bool includeTrashItself) {
+    const WideString trash = GetMvProductionTrashDirectoryPath();
+    return !trash.empty() && IsPathWithinDirectory(path, trash, includeTrashItself);
 }
 
 bool ProductionSupportsMarvaneProjectFile(const WideString& path) {
