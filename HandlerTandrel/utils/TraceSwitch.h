@@ -17,20 +17,25 @@ public:
 
     bool IsOn() {
         const std::uint32_t now = host::TraceConfigurationChangeCount();
-        const bool first = !mAsked.exchange(true);
-        const bool changed = mLastChangeCount.exchange(now) != now;
-        if (first || changed) {
-            mOn.store(host::TraceIsEnabled(mCategory, mLevel));
+        const std::uint64_t cached = mCache.load();
+        if ((cached & kCached) != 0 && static_cast<std::uint32_t>(cached >> 32) == now) {
+            return (cached & kOn) != 0;
         }
-        return mOn.load();
+        const bool on = host::TraceIsEnabled(mCategory, mLevel);
+        mCache.exchange((static_cast<std::uint64_t>(now) << 32) | kCached | (on ? kOn : 0));
+        return on;
     }
 
 private:
+    // The answer and the configuration it belongs to, in one word, so that a reader on
+    // another thread never pairs an answer with another configuration: the change counter in
+    // the high 32 bits, then whether anything is cached, then the answer.
+    static constexpr std::uint64_t kOn = 1;
+    static constexpr std::uint64_t kCached = 2;
+
     std::string_view mCategory;
     int mLevel;
-    std::atomic<bool> mAsked{false};
-    std::atomic<std::uint32_t> mLastChangeCount{0};
-    std::atomic<bool> mOn{false};
+    std::atomic<std::uint64_t> mCache{0};
 };
 
 } // namespace HandlerTandrel::Utils
