@@ -1,8 +1,14 @@
 #pragma once
 // The host application layer: the open production and the open projects. Main thread only.
 #include "host/CoreTypes.h"
+#include "host/Messaging.h"
 
 #include <cstddef>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string_view>
+#include <vector>
 
 namespace host {
 
@@ -27,5 +33,54 @@ std::size_t OpenProjectCount();
 // The current user's locking identity: the name written into lock files and a second string
 // passed on unchanged to every lock-file call. False when locking is switched off.
 bool GetProjectLockingPrefs(ByteString& name, ByteString& second);
+
+// Whether the path lies in the open production (its folder included).
+bool IsWithinCurrentMvProductionFolder(const WideString& path);
+// A fresh path beside the given one for a copy of it ("Scene 12_1.mvproj", "Scene 12_2.mvproj",
+// ...): nothing exists there and it is none of the paths in reserved.
+WideString GetMvProductionItemCopyPath(const WideString& path,
+                                       const std::vector<WideString>& reserved);
+// Copies the projects into the folder of the production, in the background: each copy gets
+// the project's name, or a fresh one beside it when the name is taken. The progress panel
+// (opened by ShowProgressPanelMessage) shows the work and can cancel it; a cancelled copy
+// leaves nothing behind.
+void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
+                               const WideString& destinationFolder);
+
+// Broadcast on kProgressStation to bring up the host's progress panel.
+struct ShowProgressPanelMessage : Message {
+    HOST_DECLARE_MESSAGE_TYPE(ShowProgressPanelMessage)
+};
+inline constexpr std::string_view kProgressStation = "zkr.progress";
+
+// Scripting: what the host's scripts call to move items to the production trash. The
+// function answers whether the move was allowed; an empty function removes it.
+using TryToMoveToTrashFn =
+    std::function<bool(const std::vector<WideString>& paths, bool flagA, bool flagB)>;
+void SetTryToMoveToTandrelTrashFn(TryToMoveToTrashFn function);
+// Scripting: how scripts pause and resume the panel's reaction to changes on disk.
+using NotifyPauseFn = std::function<void(bool paused)>;
+void SetTandrelNotifyPauseFn(NotifyPauseFn function);
+
+// Object-selection data: a folder of its own for each project.
+bool IsNewMaskingEnabled();
+class IObjectSelectionRasterStorage {
+public:
+    virtual ~IObjectSelectionRasterStorage() = default;
+    // The data folder of the project at the path (whether or not it exists yet).
+    virtual WideString GetDataFolder(const WideString& projectPath) const = 0;
+};
+std::shared_ptr<IObjectSelectionRasterStorage> GetObjectSelectionRasterStorage();
+
+// The search index of projects. Its operations may be called on any thread.
+class IVideoEmbeddingStorage {
+public:
+    virtual ~IVideoEmbeddingStorage() = default;
+    // The project moved: its index follows it.
+    virtual void UpdateProjectPath(const ByteString& oldProjectPath,
+                                   const ByteString& newProjectPath) = 0;
+};
+// The storage, made on first use; the future holds null when it cannot be had.
+std::shared_future<std::shared_ptr<IVideoEmbeddingStorage>> GetOrCreateVideoEmbeddingStorage();
 
 } // namespace host

@@ -8,4 +8,8 @@ namespace host {
 
 void CallAsyncOnMainThread(std::function<void()> call, int delayMs = 0);
 
+// Runs work on one of the host's worker threads (the default executor). Callable from any
+// thread; an exception escaping the work is logged.
+void RunOnDefaultExecutor(std::function<void()> work);
+
 } // namespace host

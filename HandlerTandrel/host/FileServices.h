@@ -73,6 +73,14 @@ void Copy(const WideString& from, const WideString& to);
 // as links. Returns 0, or a negative error number (-EEXIST when the destination is taken).
 int Move(const WideString& source, const WideString& destination);
 
+// What FindFilesOrDirectories lists.
+enum class FindFilter : int { Files = 1, Directories = 2, FilesAndDirectories = 3 };
+// The paths of the entries below a folder, folders before their contents, each folder's
+// entries in name order. recursive: sub-folders too. Symbolic links are listed as files and
+// never followed; "." and ".." never appear. An unreadable folder lists nothing.
+std::vector<WideString> FindFilesOrDirectories(const WideString& folder, bool recursive,
+                                               FindFilter filter);
+
 // Reads a whole file; false when it cannot be opened or read completely.
 bool ReadWholeFile(const WideString& path, std::string& bytes);
 // Replaces a file's content in one step (written beside it, then renamed over it): a failure

@@ -61,6 +61,11 @@ using ProjectPtr = std::shared_ptr<IProject>;
 
 ProjectPtr FindOpenProject(const ByteString& projectPath);
 std::vector<ProjectPtr> GetOpenProjectList();
+// Closes the projects, asking to save each modified one unless saveWithoutAsking; with
+// offerApplyToAll the question for a batch offers to apply the answer to all. False when the
+// user cancelled: the projects not closed yet stay open.
+bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAsking,
+                   bool offerApplyToAll);
 bool GetIsReadOnly(const ProjectPtr& project);
 bool IsProjectOutOfDate(const ProjectPtr& project);
 

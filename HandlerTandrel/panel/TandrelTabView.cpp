@@ -1,4 +1,5 @@
 #include "panel/TandrelTabView.h"
+#include "panel/TrashScriptingHook.h"
 
 #include "TandrelIDs.h"
 #include "columns/DisplayName.h"
@@ -26,6 +27,7 @@ void TandrelTabView::PostSharedPtrInit() {
     const auto self = std::static_pointer_cast<TandrelTabView>(shared_from_this());
     host::MessageStation::Get(host::kPanelFrameworkStation)
         ->Subscribe(std::weak_ptr<host::Listener>(self));
+    RegisterTrashScriptingHook(std::weak_ptr<host::TabView>(self));
 }
 
 void TandrelTabView::FinishCreateSelf() {
@@ -38,6 +40,7 @@ void TandrelTabView::FinishCreateSelf() {
 
 void TandrelTabView::RemoveUI() {
     Unsubscribe();
+    ClearScriptingHooks();
 }
 
 host::ByteString TandrelTabView::GetPanelMenuID() const {

@@ -14,6 +14,7 @@
 #include "Marvane/documents/Recovery.h"
 #include "Marvane/panelframework/PluginLoader.h"
 #include "Marvane/panelframework/Registries.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandRegistry.h"
 #include "Marvane/uiframework/DialogResponder.h"
@@ -163,6 +164,7 @@ void CloseProjectsKeepingChanges(std::ostream& err) {
         }
     }
     DocumentManager::Instance().CloseAllWithoutAsking();
+    ReleaseCreatedLocks();
 }
 
 void ShutDown(PluginLoader& loader) {

@@ -11,7 +11,10 @@
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 
+#include "Marvane/app/ProgressPanel.h"
+#include "host/ApplicationLayer.h"
 #include <QApplication>
+
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <algorithm>
@@ -26,6 +29,8 @@ public:
         if (type == MvProductionFolderOpenedMessage::kTypeID ||
             type == MvProductionFolderClosedMessage::kTypeID) {
             mWindow->UpdateProductionDisplay();
+        } else if (type == ShowProgressPanelMessage::kTypeID) {
+            mWindow->ShowProgressPanel();
         } else if (type == ProjectOpenedMessage::kTypeID || type == ProjectClosedMessage::kTypeID ||
                    type == ProjectReadOnlyChangedMessage::kTypeID) {
             mWindow->SyncProjectTabs();
@@ -86,6 +91,7 @@ MainWindow::MainWindow() {
     mListener = std::make_shared<ProductionListener>(this);
     MessageStation::Get(kPanelFrameworkStation)->Subscribe(mListener);
     MessageStation::Get(kProjectActivationStation)->Subscribe(mListener);
+    MessageStation::Get(kProgressStation)->Subscribe(mListener);
 
     BuildMenus();
     // Shortcuts only fire on enabled actions, so statuses are kept fresh between menu opens.
@@ -98,6 +104,7 @@ MainWindow::MainWindow() {
 MainWindow::~MainWindow() {
     MessageStation::Get(kPanelFrameworkStation)->Unsubscribe(mListener.get());
     MessageStation::Get(kProjectActivationStation)->Unsubscribe(mListener.get());
+    MessageStation::Get(kProgressStation)->Unsubscribe(mListener.get());
     CommandDispatcher::Instance().SetApplicationHandler(nullptr);
     mWorkspace->Shutdown();
     SetCurrentWorkspace(nullptr);
@@ -119,6 +126,13 @@ void MainWindow::OpenProductionFromUser() {
     HostSession& session = HostSession::Instance();
     session.preferences.lastProduction = ProductionSession::Instance().GetFolder();
     SavePreferences(session.profileDirectory, session.preferences);
+}
+
+void MainWindow::ShowProgressPanel() {
+    if (mProgressPanel == nullptr) {
+        mProgressPanel = new ProgressPanel(this);
+    }
+    mProgressPanel->Present();
 }
 
 void MainWindow::UpdateProductionDisplay() {

@@ -16,6 +16,7 @@ namespace host {
 
 class DockWorkspace;
 class HostCommandHandler;
+class ProgressPanel;
 
 class MainWindow final : public QMainWindow {
 public:
@@ -33,6 +34,9 @@ public:
     // One tab per open project, in the order they were opened.
     void SyncProjectTabs();
     QTabWidget* GetProjectTabs() const { return mProjectTabs; }
+    // Brings up the progress panel (made on first use).
+    void ShowProgressPanel();
+    ProgressPanel* GetProgressPanel() const { return mProgressPanel; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -51,6 +55,7 @@ private:
     QLabel* mCentre = nullptr;
     QStackedWidget* mCentreStack = nullptr;
     QTabWidget* mProjectTabs = nullptr;
+    ProgressPanel* mProgressPanel = nullptr;
     QTimer mStatusTimer;
     std::vector<QAction*> mCommandActions;
 };

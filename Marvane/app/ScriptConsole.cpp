@@ -2,6 +2,7 @@
 
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ScriptingHooks.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/Recovery.h"
 #include "Marvane/uiframework/DialogResponder.h"
@@ -116,6 +117,18 @@ std::string ScriptConsole::Execute(const std::string& line) {
     if (command == "recovered") {
         return "ok count=" +
                std::to_string(FindRecoveredCopies(HostSession::Instance().dataDirectory).size());
+    }
+    if (command == "move-to-trash" && fields.size() >= 2) {
+        // What a script does to move items to the production trash: the panel decides.
+        const TryToMoveToTrashFn tryToMove = GetTryToMoveToTandrelTrashFn();
+        if (!tryToMove) {
+            return "error no production panel";
+        }
+        std::vector<WideString> paths;
+        for (std::size_t index = 1; index < fields.size(); ++index) {
+            paths.push_back(ToUTF16(fields[index]));
+        }
+        return tryToMove(paths, false, true) ? "ok allowed" : "ok refused";
     }
     if (command == "quit") {
         mQuitting = true;

@@ -8,6 +8,7 @@
 //   add-sequence PATH NAME | read-only PATH 0|1 (ok reload=0|1)
 //   answer N | text T | dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
 //   recovered (ok count=N) | quit
+//   move-to-trash PATH...  ok allowed | ok refused (what the production panel decided)
 #include <QObject>
 #include <QSocketNotifier>
 #include <functional>

@@ -4,6 +4,7 @@
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/ProjectImport.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
@@ -52,6 +53,25 @@ bool GetProjectLockingPrefs(ByteString& name, ByteString& second) {
     name = locking.name;
     second = locking.second;
     return locking.enabled;
+}
+
+bool IsWithinCurrentMvProductionFolder(const WideString& path) {
+    return ProductionSession::Instance().IsOpen() &&
+           IsPathWithinDirectory(path, GetTandrelManagerFolderPath(), true);
+}
+
+WideString GetMvProductionItemCopyPath(const WideString& path,
+                                       const std::vector<WideString>& reserved) {
+    return MakeUniqueFilename(path, 1, u"_", reserved);
+}
+
+void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
+                               const WideString& destinationFolder) {
+    std::vector<std::filesystem::path> projects;
+    for (const WideString& path : projectPaths) {
+        projects.emplace_back(ToUTF8(StripTrailingSlash(path)));
+    }
+    ProjectImport::Instance().Add(projects, std::filesystem::path(ToUTF8(destinationFolder)));
 }
 
 } // namespace host

@@ -3,6 +3,7 @@
 #include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
 
+#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <pwd.h>
@@ -77,6 +78,17 @@ Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
         folderFormat != json.end() && folderFormat->is_boolean()) {
         preferences.folderProjectFormat = folderFormat->get<bool>();
     }
+    const auto flag = [&](const char* key, bool& value) {
+        if (const auto found = json.find(key); found != json.end() && found->is_boolean()) {
+            value = found->get<bool>();
+        }
+    };
+    flag("newMasking", preferences.newMasking);
+    flag("forcePolling", preferences.forcePolling);
+    if (const auto interval = json.find("pollIntervalMs");
+        interval != json.end() && interval->is_number_integer()) {
+        preferences.pollIntervalMs = std::clamp(interval->get<int>(), 50, 60000);
+    }
     if (const auto locking = json.find("locking"); locking != json.end() && locking->is_object()) {
         preferences.locking.name = text(*locking, "name", preferences.locking.name);
         preferences.locking.second = text(*locking, "second", preferences.locking.second);
@@ -110,6 +122,9 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
     json["lastProduction"] = preferences.lastProduction.string();
     json["trace"] = preferences.trace;
     json["folderProjectFormat"] = preferences.folderProjectFormat;
+    json["newMasking"] = preferences.newMasking;
+    json["forcePolling"] = preferences.forcePolling;
+    json["pollIntervalMs"] = preferences.pollIntervalMs;
     if (!json["locking"].is_object()) {
         json["locking"] = nlohmann::json::object();
     }

@@ -17,6 +17,9 @@ struct Preferences {
     LockingPreferences locking;
     std::string trace; // debug trace configuration, "Category=level,..."
     bool folderProjectFormat = true;
+    bool newMasking = false;   // projects keep object-selection data that moves with them
+    bool forcePolling = false; // watch every folder by polling, as on a network share
+    int pollIntervalMs = 2000; // how often polled folders are looked at
 };
 
 // The defaults of this user and machine: the full name from the system (else the login

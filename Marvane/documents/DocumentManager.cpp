@@ -1,5 +1,5 @@
 #include "Marvane/documents/DocumentManager.h"
-
+#include "Marvane/application/ProjectSideData.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
@@ -127,7 +127,8 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     return {project, {}};
 }
 
-bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects) {
+bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects, bool saveWithoutAsking,
+                            bool offerApplyToAll) {
     const auto modified = std::count_if(projects.begin(), projects.end(), [](const auto& p) {
         return p && p->IsModified() && !p->IsReadOnly();
     });
@@ -137,7 +138,10 @@ bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects) {
             continue;
         }
         if (project->IsModified() && !project->IsReadOnly()) {
-            const SaveAnswer answer = AskToSave(*project, modified > 1, applyToAll);
+            const SaveAnswer answer =
+                saveWithoutAsking
+                    ? SaveAnswer::Save
+                    : AskToSave(*project, offerApplyToAll && modified > 1, applyToAll);
             if (answer == SaveAnswer::Cancel) {
                 return false;
             }
@@ -193,6 +197,7 @@ bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
         return false;
     }
     project->MarkSaved(StampOf(ProjectContentFile(project->Path())));
+    UpdateProjectSideData(project->Path(), project->Content());
     return true;
 }
 
@@ -310,6 +315,17 @@ ProjectPtr FindOpenProject(const ByteString& projectPath) {
 std::vector<ProjectPtr> GetOpenProjectList() {
     const auto& all = DocumentManager::Instance().GetAll();
     return {all.begin(), all.end()};
+}
+
+bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAsking,
+                   bool offerApplyToAll) {
+    std::vector<OpenProjectPtr> open;
+    for (const ProjectPtr& project : projects) {
+        if (auto known = std::dynamic_pointer_cast<OpenProject>(project)) {
+            open.push_back(std::move(known));
+        }
+    }
+    return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
 }
 
 bool GetIsReadOnly(const ProjectPtr& project) {

@@ -37,7 +37,10 @@ public:
     // Closes projects, asking to save each modified one; with more than one modified project
     // the question offers to apply the answer to all. False when the user cancelled: the
     // projects not closed yet stay open.
-    bool Close(const std::vector<OpenProjectPtr>& projects);
+    // saveWithoutAsking: modified projects are saved without a question. offerApplyToAll:
+    // false keeps the question to one project at a time.
+    bool Close(const std::vector<OpenProjectPtr>& projects, bool saveWithoutAsking = false,
+               bool offerApplyToAll = true);
     bool CloseAll();
     // Closes without asking; changes not saved are lost (callers save a recovery copy first).
     void CloseAllWithoutAsking();

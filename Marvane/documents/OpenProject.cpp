@@ -25,6 +25,8 @@ bool OpenProject::IsOutOfDate() const {
 }
 
 void OpenProject::SetPath(const ByteString& newPath) {
+    // A lock left at the old path names a project that is not there any more.
+    ReleaseLock();
     mPath = std::filesystem::path(newPath).lexically_normal();
     // The lock at the old path is not this project's any more; until a lock is attached at
     // the new path, a writable project must not be saved.
@@ -41,6 +43,7 @@ void OpenProject::AttachLockFile(ProjectLockFilePtr lock) {
     // A lock of our identity left by a process that is gone is rewritten to name this one,
     // so that closing removes it; another running copy's lock is never taken.
     if (TakeOverOwnLockFile(mPath)) {
+        ForgetCreatedLock(mPath);
         mHoldsLock = true;
         mLostLock = false;
     }

@@ -1,5 +1,7 @@
 // Copying and moving files and folders without ever writing over anything, and without
 // losing a file when something fails part-way.
+#include "Marvane/fileservices/FileCopy.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
@@ -21,112 +23,6 @@ namespace {
 
 fs::path Native(const WideString& path) {
     return fs::path(ToUTF8(path));
-}
-
-std::string Reason(const fs::path& path, int errorNumber) {
-    return path.string() + ": " + std::strerror(errorNumber);
-}
-
-// Copies one regular file to a new path (never over an existing one), with its permissions
-// and modification time; throws FileException.
-void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat& status) {
-    const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-    if (in < 0) {
-        throw FileException("Cannot read " + Reason(from, errno));
-    }
-    const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (out < 0) {
-        const int error = errno;
-        ::close(in);
-        throw FileException("Cannot create " + Reason(to, error));
-    }
-    char buffer[1 << 16];
-    bool ok = true;
-    int error = 0;
-    while (ok) {
-        const ssize_t count = ::read(in, buffer, sizeof(buffer));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            ok = count == 0;
-            error = errno;
-            break;
-        }
-        std::size_t written = 0;
-        while (written < static_cast<std::size_t>(count)) {
-            const ssize_t result =
-                ::write(out, buffer + written, static_cast<std::size_t>(count) - written);
-            if (result < 0 && errno == EINTR) {
-                continue;
-            }
-            if (result <= 0) {
-                ok = false;
-                error = result == 0 ? EIO : errno;
-                break;
-            }
-            written += static_cast<std::size_t>(result);
-        }
-    }
-    if (ok && (::fchmod(out, status.st_mode & 07777) != 0 || ::fsync(out) != 0)) {
-        ok = false;
-        error = errno;
-    }
-    if (ok) {
-        const timespec times[2] = {status.st_atim, status.st_mtim};
-        ::futimens(out, times);
-    }
-    ::close(in);
-    ::close(out);
-    if (!ok) {
-        ::unlink(to.c_str());
-        throw FileException("Cannot copy to " + Reason(to, error));
-    }
-}
-
-// Copies a file, link or folder tree to a new path; records what it made, so that a failure
-// can take it away again.
-void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made) {
-    struct stat status {};
-    if (::lstat(from.c_str(), &status) != 0) {
-        throw FileException("Cannot read " + Reason(from, errno));
-    }
-    if (S_ISLNK(status.st_mode)) {
-        std::error_code error;
-        const fs::path target = fs::read_symlink(from, error);
-        if (error || ::symlink(target.c_str(), to.c_str()) != 0) {
-            throw FileException("Cannot copy the link " +
-                                Reason(to, error ? error.value() : errno));
-        }
-        made.push_back(to);
-    } else if (S_ISDIR(status.st_mode)) {
-        if (::mkdir(to.c_str(), 0700) != 0) {
-            throw FileException("Cannot create " + Reason(to, errno));
-        }
-        made.push_back(to);
-        std::error_code error;
-        for (fs::directory_iterator it(from, error), end; !error && it != end;
-             it.increment(error)) {
-            CopyTree(it->path(), to / it->path().filename(), made);
-        }
-        if (error) {
-            throw FileException("Cannot list " + Reason(from, error.value()));
-        }
-        ::chmod(to.c_str(), status.st_mode & 07777);
-    } else if (S_ISREG(status.st_mode)) {
-        CopyRegularFile(from, to, status);
-        made.push_back(to);
-    } else {
-        throw FileException("Cannot copy " + from.string() + ": not a file, folder or link");
-    }
-}
-
-void RemoveMade(std::vector<fs::path>& made) {
-    for (auto it = made.rbegin(); it != made.rend(); ++it) {
-        std::error_code ignored;
-        fs::remove(*it, ignored);
-    }
-    made.clear();
 }
 
 bool SameBytes(const fs::path& a, const fs::path& b) {
@@ -167,6 +63,15 @@ bool CopyMatches(const fs::path& from, const fs::path& to) {
         }
     }
     return true;
+}
+
+// After a project moved: a lock this process left at its old place names a project that is
+// not there any more.
+int Moved(const fs::path& from) {
+    if (IsMarvaneProjectFile(from.string())) {
+        RemoveOwnLockFile(from);
+    }
+    return 0;
 }
 
 } // namespace
@@ -240,6 +145,10 @@ void Copy(const WideString& from, const WideString& to) {
     if (FileOrDirExists(to)) {
         throw FileException("Cannot copy to " + target.string() + ": it exists already");
     }
+    if (IsPathWithinDirectory(to, from, true)) {
+        // A folder copied into itself would copy its own copy without end.
+        throw FileException("Cannot copy " + source.string() + " into itself");
+    }
     std::vector<fs::path> made;
     try {
         CopyTree(source, target, made);
@@ -254,7 +163,7 @@ int Move(const WideString& source, const WideString& destination) {
     const fs::path to = Native(StripTrailingSlash(destination));
     // A rename that never replaces what is at the destination.
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return 0;
+        return Moved(from);
     }
     const int renameError = errno;
     if (renameError == EEXIST) {
@@ -267,7 +176,7 @@ int Move(const WideString& source, const WideString& destination) {
             return -EEXIST;
         }
         if (::rename(from.c_str(), to.c_str()) == 0) {
-            return 0;
+            return Moved(from);
         }
         if (errno != EXDEV) {
             return -errno;
@@ -275,7 +184,8 @@ int Move(const WideString& source, const WideString& destination) {
     } else if (renameError != EXDEV) {
         return -renameError;
     }
-    // Across file systems: copy, verify, and only then remove the source.
+    // Across file systems: copy, verify, and only then remove the source. (A folder can
+    // never be moved into itself: that is a rename on one file system, refused above.)
     std::vector<fs::path> made;
     try {
         CopyTree(from, to, made);
@@ -289,7 +199,7 @@ int Move(const WideString& source, const WideString& destination) {
     }
     std::error_code error;
     fs::remove_all(from, error);
-    return error ? -error.value() : 0;
+    return error ? -error.value() : Moved(from);
 }
 
 } // namespace host

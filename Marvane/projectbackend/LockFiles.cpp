@@ -10,7 +10,9 @@
 #include <csignal>
 #include <ctime>
 #include <fstream>
+#include <mutex>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,7 +85,36 @@ fs::path LockFilePathFor(const fs::path& projectPath) {
 
 namespace {
 std::atomic<std::uint64_t> gLockFileReads{0};
+// Locks this process wrote for a module that no open project has taken over: they are
+// removed when the host stops, so that a project moved in this session is not left looking
+// locked by us.
+std::mutex gCreatedMutex;
+std::set<std::string> gCreatedLocks;
+
+void RememberCreatedLock(const std::string& projectPath) {
+    const std::lock_guard guard(gCreatedMutex);
+    gCreatedLocks.insert(fs::path(projectPath).lexically_normal().string());
+}
+
 } // namespace
+
+void ForgetCreatedLock(const fs::path& projectPath) {
+    const std::lock_guard guard(gCreatedMutex);
+    gCreatedLocks.erase(projectPath.lexically_normal().string());
+}
+
+std::size_t ReleaseCreatedLocks() {
+    std::set<std::string> created;
+    {
+        const std::lock_guard guard(gCreatedMutex);
+        created.swap(gCreatedLocks);
+    }
+    std::size_t removed = 0;
+    for (const std::string& project : created) {
+        removed += RemoveOwnLockFile(project) ? 1u : 0u;
+    }
+    return removed;
+}
 
 std::uint64_t LockFileReadCount() {
     return gLockFileReads.load();
@@ -240,6 +271,7 @@ ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const By
         std::string error;
         switch (PlaceNewFile(lockPath, text, error)) {
         case PlaceResult::Placed:
+            RememberCreatedLock(projectPath);
             return std::make_shared<LockFile>(true, name);
         case PlaceResult::Failed:
             Trace("Host", 3, "Could not create a lock file: " + error);

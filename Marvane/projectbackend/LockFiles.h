@@ -3,6 +3,7 @@
 // Host-internal API; modules use ReadProjectLockFile / CreateProjectLockFile.
 #include "host/ProjectBackEnd.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -42,5 +43,11 @@ bool TakeOverOwnLockFile(const std::filesystem::path& projectPath);
 // Removes the project's lock file when, and only when, this process wrote it. The check and
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.
 bool RemoveOwnLockFile(const std::filesystem::path& projectPath);
+
+// Locks made through CreateProjectLockFile stay until an open project takes one over
+// (ForgetCreatedLock) or the host stops: ReleaseCreatedLocks then removes those this process
+// wrote and returns how many it removed.
+void ForgetCreatedLock(const std::filesystem::path& projectPath);
+std::size_t ReleaseCreatedLocks();
 
 } // namespace host

@@ -93,6 +93,26 @@ TEST_F(SharedProductionTest, TwoEditorsSeeAndRespectEachOthersLocks) {
     EXPECT_FALSE(fs::exists(path + ".lock"));
 }
 
+TEST_F(SharedProductionTest, AScriptMovesToTheTrashOnlyWhatNobodyElseHolds) {
+    WriteProject(production / "Reels" / "Reel 1.mvproj", "Reel 1");
+    auto ana = StartEditor("Ana Ruiz");
+    auto ben = StartEditor("Ben Okafor");
+    // Ben is working on the scene: Ana's script may not move it, nor the production's folders.
+    ASSERT_EQ(ben->Send({"open", scene.string()}), "ok");
+    EXPECT_EQ(ana->Send({"move-to-trash", scene.string()}), "ok refused");
+    EXPECT_TRUE(fs::exists(scene));
+    // The reel is free: it goes to the trash, locked while it moves, and nothing is left
+    // locked once Ana stops.
+    const fs::path reel = production / "Reels" / "Reel 1.mvproj";
+    EXPECT_EQ(ana->Send({"move-to-trash", reel.string()}), "ok allowed");
+    EXPECT_FALSE(fs::exists(reel));
+    EXPECT_NE(ReadBytes(production / "Trash" / "Reel 1.mvproj").find("Reel 1"), std::string::npos);
+    EXPECT_FALSE(fs::exists(reel.string() + ".lock"));
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+    EXPECT_EQ(ben->Finish(), 0) << ben->ErrorOutput();
+    EXPECT_FALSE(fs::exists(production / "Trash" / "Reel 1.mvproj.lock"));
+}
+
 TEST_F(SharedProductionTest, AProjectNamedOnTheCommandLineOpens) {
     auto ana = StartEditor("Ana Ruiz", {scene.string()});
     EXPECT_EQ(ana->Send({"status", scene.string()}).rfind("ok read-only=0", 0), 0u);

@@ -10,33 +10,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "FileBytes.h"
+#include "Inventory.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-using Inventory = std::map<std::string, std::string>; // relative path -> kind, size, hash
+using testsupport::Inventory;
 
-// Every file, folder and link below a folder, with its size and a hash of its content.
 Inventory Take(const fs::path& root) {
-    Inventory inventory;
-    for (auto it = fs::recursive_directory_iterator(root); it != fs::recursive_directory_iterator();
-         ++it) {
-        const std::string relative = it->path().lexically_relative(root).string();
-        if (it->is_symlink()) {
-            inventory[relative] = "link->" + fs::read_symlink(it->path()).string();
-        } else if (it->is_directory()) {
-            inventory[relative] = "folder";
-        } else if (!it->is_regular_file()) {
-            inventory[relative] = "special"; // never opened: a pipe would wait for a writer
-        } else {
-            const std::string bytes = testsupport::ReadBytes(it->path());
-            inventory[relative] = "file " + std::to_string(bytes.size()) + " " +
-                                  std::to_string(std::hash<std::string>{}(bytes));
-        }
-    }
-    return inventory;
+    return testsupport::TakeInventory(root);
 }
 
 void Write(const fs::path& file, const std::string& text) {
@@ -171,6 +154,38 @@ TEST_F(FileOperationsTest, TheTrashIsTheProductionsTrashFolder) {
     EXPECT_TRUE(host::EnsureDirectoryExists(host::GetMvProductionTrashDirectoryPath()));
     EXPECT_TRUE(fs::is_directory(root / "Trash"));
     host::ProductionSession::Instance().Close();
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(FileOperationsTest, ListingAFolderNeverFollowsLinks) {
+    fs::create_symlink("/etc", root / "Edit" / "outside");
+    const auto found =
+        host::FindFilesOrDirectories(W(root / "Edit"), true, host::FindFilter::FilesAndDirectories);
+    std::vector<std::string> names;
+    for (const auto& path : found) {
+        names.push_back(fs::path(host::ToUTF8(path)).lexically_relative(root / "Edit").string());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"Reels", "Reels/Reel 1.mvproj", "Scene 12.mvproj",
+                                               "Scene 12.mvproj.lock", "latest reel", "notes.txt",
+                                               "outside"}));
+}
+
+TEST_F(FileOperationsTest, ListingFoldersOnlyGivesFoldersBeforeTheirContents) {
+    fs::create_directories(root / "Edit" / "Reels" / "Day 1");
+    fs::create_directories(root / "Edit" / "Audio");
+    const auto found =
+        host::FindFilesOrDirectories(W(root / "Edit"), true, host::FindFilter::Directories);
+    std::vector<std::string> names;
+    for (const auto& path : found) {
+        names.push_back(fs::path(host::ToUTF8(path)).lexically_relative(root / "Edit").string());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"Audio", "Reels", "Reels/Day 1"}));
+    EXPECT_TRUE(host::FindFilesOrDirectories(W(root / "missing"), true,
+                                             host::FindFilter::FilesAndDirectories)
+                    .empty());
 }
 
 } // namespace

@@ -1,0 +1,133 @@
+#include "utils/CopyFiles.h"
+
+#include "host/ApplicationLayer.h"
+#include "host/ExceptionLog.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+#include "host/UIFramework.h"
+#include "utils/MoveItems.h"
+
+#include <map>
+
+namespace HandlerTandrel::Utils {
+
+namespace {
+
+constexpr std::string_view kCopyToSubDirTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/CopyToSubDir=Copying to Sub-Directory";
+constexpr std::string_view kCannotCopyToSubDirKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/CannotCopyToSubDir=Can't copy a folder to one of "
+    "its sub-directories";
+constexpr std::string_view kFileExistsTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/FileExists=File Exists";
+constexpr std::string_view kFileAlreadyExistsKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/FileAlreadyExists=File already exists";
+
+void ShowRefusal(std::string_view titleKey, std::string_view messageKey) {
+    host::ShowMessageBox(host::Localize(titleKey), host::Localize(messageKey), {}, 0, 0);
+}
+
+host::WideString Join(const host::WideString& folder, const host::WideString& name) {
+    host::WideString joined = host::StripTrailingSlash(folder);
+    if (joined.empty() || joined.back() != u'/') {
+        joined += u'/';
+    }
+    return joined + name;
+}
+
+host::WideString WithTrailingSeparator(host::WideString path) {
+    if (path.empty() || path.back() != u'/') {
+        path += u'/';
+    }
+    return path;
+}
+
+char16_t FoldAscii(char16_t c) {
+    return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c;
+}
+
+// The work plan: normalised source to destination, carried out in the map's order.
+using Plan = std::map<host::WideString, host::WideString>;
+
+void Execute(const Plan& plan, bool move) {
+    for (const auto& [source, destination] : plan) {
+        if (!move) {
+            host::Copy(source, destination); // a folder is copied with all it holds
+        } else if (host::ProductionSupportsMarvaneProjectFile(source)) {
+            MoveProjectFile(source, destination);
+        } else if (MoveFileOrFolder(source, destination) &&
+                   !host::ProductionSupportsMarvaneProjectFile(destination) &&
+                   host::DirectoryExists(destination)) {
+            RelocateOpenProjects(source, destination);
+        }
+    }
+}
+
+} // namespace
+
+bool EqualsIgnoringAsciiCase(const host::WideString& a, const host::WideString& b) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (std::size_t index = 0; index < a.size(); ++index) {
+        if (FoldAscii(a[index]) != FoldAscii(b[index])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CopyFiles(const std::vector<host::WideString>& sources,
+               const host::WideString& destinationFolder, bool move, bool makeUnique) {
+    Plan plan;
+    for (const host::WideString& given : sources) {
+        const host::WideString source = host::ToNormalizedPath(given);
+        const host::WideString candidate =
+            host::ToNormalizedPath(Join(destinationFolder, host::GetPathFileName(source)));
+        if (!host::FileOrDirExists(candidate)) {
+            if (!host::ProductionSupportsMarvaneProjectFile(source) &&
+                host::DirectoryExists(source) &&
+                host::IsPathWithinDirectory(destinationFolder, source, true)) {
+                ShowRefusal(kCopyToSubDirTitleKey, kCannotCopyToSubDirKey);
+                return true;
+            }
+            plan[source] = candidate;
+        } else if (EqualsIgnoringAsciiCase(candidate, source)) {
+            continue; // dropped onto the folder that already holds it
+        } else if (!makeUnique) {
+            ShowRefusal(kFileExistsTitleKey, kFileAlreadyExistsKey);
+            return true;
+        } else {
+            plan[source] = host::MakeUniqueFilename(candidate, 1, u"_", {});
+        }
+    }
+    try {
+        Execute(plan, move);
+    } catch (const host::FileException& error) {
+        host::LogException("HandlerTandrel::Utils::CopyFiles", error);
+        return false;
+    }
+    return true;
+}
+
+void CopyDirectoryTree(const host::WideString& sourceFolder,
+                       const host::WideString& destinationFolder) {
+    const host::WideString source = WithTrailingSeparator(host::ToNormalizedPath(sourceFolder));
+    const host::WideString destination =
+        WithTrailingSeparator(host::ToNormalizedPath(destinationFolder));
+    for (const host::WideString& found :
+         host::FindFilesOrDirectories(source, true, host::FindFilter::Directories)) {
+        const host::WideString folder = WithTrailingSeparator(host::ToNormalizedPath(found));
+        if (folder.compare(0, source.size(), source) != 0) {
+            continue; // reached through a link out of the source: not part of its tree
+        }
+        const host::WideString target = destination + folder.substr(source.size());
+        if (!host::EnsureDirectoryExists(target)) {
+            host::LogException(
+                "HandlerTandrel::`anonymous-namespace'::CopyDirectoryTree",
+                host::FileException("Cannot create the folder " + host::ToUTF8(target)));
+        }
+    }
+}
+
+} // namespace HandlerTandrel::Utils

@@ -1,0 +1,28 @@
+#pragma once
+// Copying or moving a batch of production items into one folder: the whole batch is checked
+// first and refused with one message, or carried out item by item.
+#include "host/CoreTypes.h"
+
+#include <vector>
+
+namespace HandlerTandrel::Utils {
+
+// Copies (or with move, moves) each source into the destination folder under its own name.
+// A name that is taken refuses the batch ("File Exists"), unless makeUnique picks a free name
+// with "_1", "_2", ...; an item already in that folder is skipped. A folder is never put into
+// itself or its own sub-folder ("Copying to Sub-Directory"). Items are carried out in the
+// order of their paths, not the order given, and a source named twice is done once.
+// Returns false only when a file error stopped the batch part-way (what was done stays done);
+// a refusal also returns true, after the user saw why.
+bool CopyFiles(const std::vector<host::WideString>& sources,
+               const host::WideString& destinationFolder, bool move, bool makeUnique);
+
+// Makes, under destinationFolder, every folder found below sourceFolder (folders only, no
+// files). A folder that cannot be made is logged and the rest are still made.
+void CopyDirectoryTree(const host::WideString& sourceFolder,
+                       const host::WideString& destinationFolder);
+
+// Equal when they differ at most in the letter case of A-Z.
+bool EqualsIgnoringAsciiCase(const host::WideString& a, const host::WideString& b);
+
+} // namespace HandlerTandrel::Utils

@@ -1,0 +1,189 @@
+#include "utils/MoveItems.h"
+
+#include "host/ApplicationLayer.h"
+#include "host/DebugTrace.h"
+#include "host/DirectoryMonitor.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+#include "host/UIFramework.h"
+#include "utils/CopyFiles.h"
+#include "utils/MonitorTree.h"
+#include "utils/OpenProjects.h"
+#include "utils/ProjectLocks.h"
+#include "utils/ProjectSideData.h"
+#include "utils/TraceSwitch.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <thread>
+
+namespace HandlerTandrel::Utils {
+
+namespace {
+
+constexpr std::string_view kMoveErrorTitleKey =
+    "$$$/Marvane/TR/MvProduction/MoveError/Title=Unable to Move Project";
+constexpr std::string_view kMoveErrorMessageKey =
+    "$$$/Marvane/TR/MvProduction/MoveError/Message=The path @0 already exists. Please choose a "
+    "different location.";
+constexpr std::string_view kMoveErrorOKKey = "$$$/Marvane/TR/MvProduction/MoveError/OKText=OK";
+constexpr int kWarningIcon = 2;
+constexpr auto kSettleTime = std::chrono::milliseconds(100);
+
+TraceSwitch gMoveFailureTrace("Tandrel", 8);
+TraceSwitch gMoveErrorTrace("Tandrel", 5);
+
+// Gives the file system's watch a moment to let go of a folder before it moves. The whole
+// time is waited even when the sleep wakes early.
+void Settle() {
+    const auto deadline = std::chrono::steady_clock::now() + kSettleTime;
+    while (std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_until(deadline);
+    }
+}
+
+bool IsWatchedLocalFolder(const host::WideString& path) {
+    return host::DirectoryExists(path) && !host::DoesPathRequirePolling(path);
+}
+
+host::ByteString LowerHex(int code) {
+    char text[16] = {};
+    std::snprintf(text, sizeof(text), "%x", static_cast<std::uint32_t>(code));
+    return text;
+}
+
+void ReplaceAll(host::WideString& text, const host::WideString& from, const host::WideString& to) {
+    if (from.empty()) {
+        return;
+    }
+    for (std::size_t at = text.find(from); at != host::WideString::npos;
+         at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
+}
+
+} // namespace
+
+int ClassifyItems(const std::vector<host::WideString>& paths) {
+    int bits = 0;
+    for (const host::WideString& path : paths) {
+        if (bits == (kItemFile | kItemFolder | kItemTrashFolder | kItemInTrash)) {
+            break;
+        }
+        if (host::IsTheMvProductionTrashDirectory(path)) {
+            bits |= kItemTrashFolder;
+        } else if (host::IsInMvProductionTrash(path, false)) {
+            bits |= kItemInTrash;
+        } else if (host::ProductionSupportsMarvaneProjectFile(path) ||
+                   !host::DirectoryExists(path)) {
+            bits |= kItemFile;
+        } else {
+            bits |= kItemFolder;
+        }
+    }
+    return bits;
+}
+
+bool CanMoveItems(const std::vector<host::WideString>& paths) {
+    if (paths.empty()) {
+        return false;
+    }
+    for (const host::WideString& path : paths) {
+        if (host::IsInMvProductionTrash(path, true) || IsLockedByOtherUser(path) ||
+            host::DoesDirectoryContainLockedProjects(host::ToUTF8(path), true, true)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
+                 bool offerApplyToAll) {
+    const std::vector<host::ProjectPtr> open = CollectOpenProjects(paths);
+    if (!open.empty() && !host::CloseProjects(open, saveWithoutAsking, offerApplyToAll)) {
+        return; // the user kept them open: nothing moves
+    }
+    const host::WideString trash = host::GetMvProductionTrashDirectoryPath();
+    if (trash.empty() || !host::EnsureDirectoryExists(trash)) {
+        return;
+    }
+    CopyFiles(paths, trash, true, true);
+}
+
+bool MoveFileOrFolder(const host::WideString& source, const host::WideString& destination) {
+    if (IsWatchedLocalFolder(source)) {
+        StopMonitoringTree(source);
+        Settle();
+    }
+    const int code = host::Move(source, destination);
+    if (code < 0 && gMoveFailureTrace.IsOn()) {
+        host::Trace("Tandrel", 8,
+                    "File move failed: error: " + LowerHex(code) + ", source: " +
+                        host::ToUTF8(source) + ", dest: " + host::ToUTF8(destination) + "\n");
+    }
+    if (IsWatchedLocalFolder(source)) {
+        StartMonitoringTree(source); // it did not move: watch it again
+    }
+    return code >= 0;
+}
+
+void MoveProjectFile(const host::WideString& source, const host::WideString& destination) {
+    if (!host::ProductionSupportsMarvaneProjectFile(source) ||
+        !host::ProductionSupportsMarvaneProjectFile(destination)) {
+        return;
+    }
+    const ProjectMoveLocks locks = LockProjectForMove(source, destination);
+    if (!locks.proceed) {
+        return;
+    }
+    if (!MoveMaskingStorage(source, destination)) {
+        return;
+    }
+    if (!MoveFileOrFolder(source, destination)) {
+        ShowMoveError(destination);
+        MoveMaskingStorage(destination, source);
+        return;
+    }
+    if (locks.openProject) {
+        MoveIndexFiles(locks.openProject, destination);
+        locks.openProject->SetPath(host::ToUTF8(host::ToNormalizedPath(destination)));
+        // Only a project that carried our lock before takes the new one over; a project that
+        // had none (open read-only) stays without.
+        if (locks.sourceHadOwnLock) {
+            locks.openProject->AttachLockFile(locks.destinationLock);
+        }
+    }
+}
+
+void RelocateOpenProjects(const host::WideString& oldFolder, const host::WideString& newFolder) {
+    for (const host::ProjectPtr& project : host::GetOpenProjectList()) {
+        if (host::GetIsReadOnly(project)) {
+            continue;
+        }
+        host::WideString path = host::ToUTF16(project->GetPath());
+        if (!host::IsPathWithinDirectory(path, oldFolder, true)) {
+            continue;
+        }
+        ReplaceAll(path, oldFolder, newFolder);
+        if (host::FileOrDirExists(path)) {
+            project->SetPath(host::ToUTF8(host::ToNormalizedPath(path)));
+            RelockMovedProject(project, path);
+        }
+    }
+}
+
+void ShowMoveError(const host::WideString& path) {
+    const host::ByteString text = host::ToUTF8(path);
+    if (host::Workspace::Instance().GetCurrentWorkspace() != nullptr) {
+        host::ShowMessageBox(host::Localize(kMoveErrorTitleKey),
+                             host::Localize(kMoveErrorMessageKey, {text}),
+                             {host::Localize(kMoveErrorOKKey)}, kWarningIcon, 0);
+    }
+    if (gMoveErrorTrace.IsOn()) {
+        host::Trace("Tandrel", 5,
+                    "Unable to move project. The path " + text + " already exists.\n");
+    }
+}
+
+} // namespace HandlerTandrel::Utils

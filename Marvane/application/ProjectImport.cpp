@@ -1,0 +1,210 @@
+#include "Marvane/application/ProjectImport.h"
+
+#include "Marvane/fileservices/FileCopy.h"
+#include "host/ApplicationLayer.h"
+#include "host/DebugTrace.h"
+#include "host/FileServices.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void Measure(const fs::path& path, std::uint64_t& files, std::uint64_t& bytes) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        std::error_code error;
+        for (fs::directory_iterator it(path, error), end; !error && it != end;
+             it.increment(error)) {
+            Measure(it->path(), files, bytes);
+        }
+    } else {
+        ++files;
+        bytes += S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+    }
+}
+
+bool Reserved(const fs::path& path, const std::vector<fs::path>& reserved) {
+    for (const fs::path& taken : reserved) {
+        if (taken == path) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+ProjectImport& ProjectImport::Instance() {
+    static ProjectImport import;
+    return import;
+}
+
+ProjectImport::~ProjectImport() {
+    Cancel();
+    if (mWorker.joinable()) {
+        mWorker.join();
+    }
+}
+
+void ProjectImport::Add(const std::vector<fs::path>& projects, const fs::path& folder) {
+    if (projects.empty()) {
+        return;
+    }
+    std::unique_lock lock(mMutex);
+    std::uint64_t files = 0;
+    std::uint64_t bytes = 0;
+    for (const fs::path& project : projects) {
+        Measure(project, files, bytes);
+    }
+    if (!mWorking) {
+        // A new round of work: the panel shows it from the start.
+        mProgress = ImportProgress();
+    }
+    mProgress.state = ImportProgress::State::Running;
+    mProgress.projectsTotal += projects.size();
+    mProgress.filesTotal += files;
+    mProgress.bytesTotal += bytes;
+    mQueue.push_back({projects, folder});
+    mCancel = false;
+    if (!mWorking) {
+        mWorking = true;
+        if (mWorker.joinable()) {
+            lock.unlock();
+            mWorker.join();
+            lock.lock();
+        }
+        mWorker = std::thread([this] { Run(); });
+    }
+}
+
+ImportProgress ProjectImport::Progress() const {
+    const std::lock_guard guard(mMutex);
+    return mProgress;
+}
+
+void ProjectImport::Cancel() {
+    const std::lock_guard guard(mMutex);
+    if (mWorking) {
+        mCancel = true;
+        mQueue.clear();
+    }
+}
+
+bool ProjectImport::Wait(int timeoutMs) {
+    std::unique_lock lock(mMutex);
+    return mDone.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return !mWorking; });
+}
+
+void ProjectImport::ClearFinished() {
+    const std::lock_guard guard(mMutex);
+    if (!mWorking) {
+        mProgress = ImportProgress();
+    }
+}
+
+void ProjectImport::Run() {
+    for (;;) {
+        Batch batch;
+        {
+            std::unique_lock lock(mMutex);
+            if (mQueue.empty() || mCancel) {
+                mProgress.state =
+                    mCancel ? ImportProgress::State::Cancelled : ImportProgress::State::Finished;
+                mProgress.currentProject.clear();
+                mWorking = false;
+                mDone.notify_all();
+                return;
+            }
+            batch = std::move(mQueue.front());
+            mQueue.pop_front();
+        }
+        CopyBatch(batch);
+    }
+}
+
+void ProjectImport::CopyBatch(const Batch& batch) {
+    std::vector<fs::path> reserved;
+    for (const fs::path& project : batch.projects) {
+        {
+            const std::lock_guard guard(mMutex);
+            if (mCancel) {
+                return;
+            }
+            mProgress.currentProject = project.filename().string();
+        }
+        if (CopyOne(project, batch.folder, reserved)) {
+            const std::lock_guard guard(mMutex);
+            ++mProgress.projectsDone;
+        }
+    }
+}
+
+bool ProjectImport::CopyOne(const fs::path& project, const fs::path& folder,
+                            std::vector<fs::path>& reserved) {
+    static unsigned counter = 0;
+    const fs::path source = project.has_filename() ? project : project.parent_path();
+    const fs::path temporary =
+        folder / ("." + source.filename().string() + ".adding." + std::to_string(::getpid()) + "." +
+                  std::to_string(counter++));
+    std::vector<fs::path> made;
+    const CopyProgress progress = [this](std::uint64_t bytes, bool fileDone) {
+        const std::lock_guard guard(mMutex);
+        mProgress.bytesDone += bytes;
+        mProgress.filesDone += fileDone ? 1u : 0u;
+        return !mCancel;
+    };
+    try {
+        CopyTree(source, temporary, made, progress);
+    } catch (const CopyCancelled&) {
+        RemoveMade(made);
+        return false;
+    } catch (const FileException& error) {
+        RemoveMade(made);
+        const std::lock_guard guard(mMutex);
+        mProgress.failures.push_back(error.what());
+        Trace("Host", 2, std::string("Adding a project failed: ") + error.what());
+        return false;
+    }
+    // Into place under the project's own name, or a fresh one when that is taken; never over
+    // anything, even if someone else puts a file there meanwhile.
+    fs::path target = folder / source.filename();
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        if (Reserved(target, reserved) || FileOrDirExists(ToUTF16(target.string()))) {
+            std::vector<WideString> taken;
+            for (const fs::path& path : reserved) {
+                taken.push_back(ToUTF16(path.string()));
+            }
+            target = fs::path(ToUTF8(GetMvProductionItemCopyPath(ToUTF16(target.string()), taken)));
+        }
+        if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) ==
+            0) {
+            reserved.push_back(target);
+            const std::lock_guard guard(mMutex);
+            mProgress.added.push_back(target);
+            return true;
+        }
+        if (errno != EEXIST) {
+            break;
+        }
+    }
+    const int error = errno;
+    RemoveMade(made);
+    const std::lock_guard guard(mMutex);
+    mProgress.failures.push_back(source.string() + ": could not be put in place (" +
+                                 std::to_string(error) + ")");
+    return false;
+}
+
+} // namespace host

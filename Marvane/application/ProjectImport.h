@@ -1,0 +1,65 @@
+#pragma once
+// Adding outside projects to the production as copies, in the background. Each project is
+// copied under a hidden temporary name in the destination folder and renamed into place only
+// once complete, so a cancel or a failure never leaves half a project behind.
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace host {
+
+struct ImportProgress {
+    enum class State { Idle, Running, Finished, Cancelled };
+    State state = State::Idle;
+    std::size_t projectsTotal = 0;
+    std::size_t projectsDone = 0;
+    std::uint64_t filesTotal = 0;
+    std::uint64_t filesDone = 0;
+    std::uint64_t bytesTotal = 0;
+    std::uint64_t bytesDone = 0;
+    std::string currentProject;               // the file name being copied
+    std::vector<std::filesystem::path> added; // where the copies went, in order
+    std::vector<std::string> failures;        // one line for each project that failed
+};
+
+class ProjectImport {
+public:
+    static ProjectImport& Instance();
+    ~ProjectImport();
+
+    // Queues the projects to be copied into the folder; work starts at once when idle.
+    void Add(const std::vector<std::filesystem::path>& projects,
+             const std::filesystem::path& folder);
+    ImportProgress Progress() const;
+    // Stops the copy under way and drops what is queued. Projects already added stay.
+    void Cancel();
+    // Waits until everything queued is done; false when the time ran out.
+    bool Wait(int timeoutMs);
+    // Forgets the last results (the panel was closed).
+    void ClearFinished();
+
+private:
+    struct Batch {
+        std::vector<std::filesystem::path> projects;
+        std::filesystem::path folder;
+    };
+    void Run();
+    void CopyBatch(const Batch& batch);
+    bool CopyOne(const std::filesystem::path& project, const std::filesystem::path& folder,
+                 std::vector<std::filesystem::path>& reserved);
+
+    mutable std::mutex mMutex;
+    std::condition_variable mDone;
+    std::deque<Batch> mQueue;
+    ImportProgress mProgress;
+    bool mCancel = false;
+    bool mWorking = false;
+    std::thread mWorker;
+};
+
+} // namespace host

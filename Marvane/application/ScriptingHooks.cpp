@@ -1,0 +1,35 @@
+#include "Marvane/application/ScriptingHooks.h"
+
+namespace host {
+
+namespace {
+
+TryToMoveToTrashFn& TryToMove() {
+    static TryToMoveToTrashFn function;
+    return function;
+}
+
+NotifyPauseFn& NotifyPause() {
+    static NotifyPauseFn function;
+    return function;
+}
+
+} // namespace
+
+void SetTryToMoveToTandrelTrashFn(TryToMoveToTrashFn function) {
+    TryToMove() = std::move(function);
+}
+
+void SetTandrelNotifyPauseFn(NotifyPauseFn function) {
+    NotifyPause() = std::move(function);
+}
+
+TryToMoveToTrashFn GetTryToMoveToTandrelTrashFn() {
+    return TryToMove();
+}
+
+NotifyPauseFn GetTandrelNotifyPauseFn() {
+    return NotifyPause();
+}
+
+} // namespace host

@@ -1,0 +1,346 @@
+// Watching folders: inotify for local folders, polling for network file systems and for the
+// folders left over when the system has no watches to give.
+#include "Marvane/monitor/DirectoryMonitorImpl.h"
+
+#include "Marvane/application/HostSession.h"
+#include "host/DebugTrace.h"
+#include "host/DirectoryMonitor.h"
+#include "host/FileServices.h"
+
+#include <QSocketNotifier>
+#include <QTimer>
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <string>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+// Changes in one folder that arrive within this time are reported once.
+constexpr int kCoalesceMs = 100;
+
+constexpr std::uint32_t kEntryEvents =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB;
+constexpr std::uint32_t kContentEvents = IN_MODIFY | IN_CLOSE_WRITE;
+
+// File systems whose changes made elsewhere never reach this machine's notifications.
+bool IsRemoteFileSystem(long type) {
+    switch (static_cast<unsigned long>(type) & 0xFFFFFFFFul) {
+    case 0x6969ul:     // NFS
+    case 0x517Bul:     // SMB
+    case 0xFF534D42ul: // CIFS
+    case 0xFE534D42ul: // SMB2
+    case 0x65735546ul: // FUSE (sshfs and others)
+    case 0x73757245ul: // Coda
+    case 0x5346414Ful: // AFS
+    case 0x00C36400ul: // Ceph
+    case 0x01021997ul: // 9P
+    case 0x564Cul:     // NCP
+    case 0x7461636Ful: // OCFS2
+    case 0x01161970ul: // GFS2
+        return true;
+    default:
+        return false;
+    }
+}
+
+std::string Spelling(const WideString& path) {
+    return ToUTF8(ToNormalizedPath(path));
+}
+
+bool IsBelow(const std::string& path, const std::string& folder) {
+    return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0 &&
+           (folder == "/" || path[folder.size()] == '/');
+}
+
+std::vector<std::string> SubFolders(const std::string& folder) {
+    std::vector<std::string> found;
+    for (const WideString& path :
+         FindFilesOrDirectories(ToUTF16(folder), true, FindFilter::Directories)) {
+        found.push_back(ToUTF8(path));
+    }
+    return found;
+}
+
+} // namespace
+
+std::string FolderSnapshot(const std::string& folder) {
+    std::vector<std::string> lines;
+    DIR* directory = ::opendir(folder.c_str());
+    if (directory == nullptr) {
+        return {};
+    }
+    while (const dirent* item = ::readdir(directory)) {
+        const std::string name = item->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        struct stat status {};
+        if (::lstat((folder + "/" + name).c_str(), &status) != 0) {
+            continue;
+        }
+        lines.push_back(name + '\0' + std::to_string(status.st_mode) + ':' +
+                        std::to_string(status.st_size) + ':' +
+                        std::to_string(status.st_mtim.tv_sec) + '.' +
+                        std::to_string(status.st_mtim.tv_nsec) + '\n');
+    }
+    ::closedir(directory);
+    std::sort(lines.begin(), lines.end());
+    std::string snapshot = "+";
+    for (const std::string& line : lines) {
+        snapshot += line;
+    }
+    return snapshot;
+}
+
+DirectoryMonitor& DirectoryMonitor::Instance() {
+    static DirectoryMonitor monitor;
+    return monitor;
+}
+
+DirectoryMonitor::~DirectoryMonitor() {
+    Reset();
+}
+
+void DirectoryMonitor::Reset() {
+    mNotifier.reset();
+    mPollTimer.reset();
+    mDeliveryTimer.reset();
+    if (mNotifyFd >= 0) {
+        ::close(mNotifyFd);
+        mNotifyFd = -1;
+    }
+    mWatched.clear();
+    mByDescriptor.clear();
+    mRecursiveRoots.clear();
+    mPending.clear();
+    mNotificationCount = 0;
+    mNotificationLimit = static_cast<std::size_t>(-1);
+}
+
+void DirectoryMonitor::Monitor(const std::string& folder, bool recursive, bool reportFileChanges) {
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        return;
+    }
+    Add(folder, reportFileChanges);
+    if (recursive) {
+        mRecursiveRoots.insert(folder);
+        for (const std::string& sub : SubFolders(folder)) {
+            Add(sub, reportFileChanges);
+        }
+    }
+}
+
+void DirectoryMonitor::Stop(const std::string& folder, bool recursive) {
+    std::vector<std::string> gone = {folder};
+    if (recursive) {
+        for (const auto& [path, watch] : mWatched) {
+            if (IsBelow(path, folder)) {
+                gone.push_back(path);
+            }
+        }
+        std::erase_if(mRecursiveRoots, [&](const std::string& root) {
+            return root == folder || IsBelow(root, folder);
+        });
+    } else {
+        mRecursiveRoots.erase(folder);
+    }
+    for (const std::string& path : gone) {
+        Remove(path);
+    }
+}
+
+WatchKind DirectoryMonitor::KindOf(const std::string& folder) const {
+    const auto found = mWatched.find(folder);
+    return found == mWatched.end() ? WatchKind::None : found->second.kind;
+}
+
+void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
+    auto [entry, added] = mWatched.try_emplace(folder);
+    Watch& watch = entry->second;
+    if (!added && (watch.reportFileChanges || !reportFileChanges)) {
+        return;
+    }
+    watch.reportFileChanges = watch.reportFileChanges || reportFileChanges;
+    if (!DoesPathRequirePolling(ToUTF16(folder)) && mNotificationCount < mNotificationLimit &&
+        EnsureNotifications()) {
+        const std::uint32_t events = kEntryEvents | (watch.reportFileChanges ? kContentEvents : 0);
+        const int descriptor = ::inotify_add_watch(mNotifyFd, folder.c_str(), events);
+        if (descriptor >= 0) {
+            if (watch.descriptor < 0) {
+                ++mNotificationCount;
+            }
+            watch.kind = WatchKind::Notified;
+            watch.descriptor = descriptor;
+            mByDescriptor[descriptor] = folder;
+            return;
+        }
+        if (errno != ENOSPC) {
+            mWatched.erase(entry);
+            return; // gone or unreadable: nothing to watch
+        }
+    }
+    if (watch.kind != WatchKind::Polled && !DoesPathRequirePolling(ToUTF16(folder))) {
+        Trace("Host", 2, "No folder watches left; watching " + folder + " by polling instead");
+    }
+    watch.kind = WatchKind::Polled;
+    watch.snapshot = FolderSnapshot(folder);
+    if (!mPollTimer) {
+        mPollTimer = std::make_unique<QTimer>();
+        QObject::connect(mPollTimer.get(), &QTimer::timeout, [this] { Poll(); });
+    }
+    if (!mPollTimer->isActive()) {
+        mPollTimer->start(std::max(50, HostSession::Instance().preferences.pollIntervalMs));
+    }
+}
+
+void DirectoryMonitor::Remove(const std::string& folder) {
+    const auto found = mWatched.find(folder);
+    if (found == mWatched.end()) {
+        return;
+    }
+    if (found->second.descriptor >= 0) {
+        ::inotify_rm_watch(mNotifyFd, found->second.descriptor);
+        mByDescriptor.erase(found->second.descriptor);
+        --mNotificationCount;
+    }
+    mWatched.erase(found);
+}
+
+bool DirectoryMonitor::EnsureNotifications() {
+    if (mNotifyFd >= 0) {
+        return true;
+    }
+    mNotifyFd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (mNotifyFd < 0) {
+        Trace("Host", 2, "Folder notifications are not available; folders will be polled");
+        return false;
+    }
+    mNotifier = std::make_unique<QSocketNotifier>(mNotifyFd, QSocketNotifier::Read);
+    QObject::connect(mNotifier.get(), &QSocketNotifier::activated, [this] { ReadNotifications(); });
+    return true;
+}
+
+void DirectoryMonitor::ReadNotifications() {
+    alignas(inotify_event) char buffer[16 * 1024];
+    for (;;) {
+        const ssize_t length = ::read(mNotifyFd, buffer, sizeof(buffer));
+        if (length <= 0) {
+            return;
+        }
+        for (ssize_t offset = 0; offset < length;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
+            offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+            const auto found = mByDescriptor.find(event->wd);
+            if (found == mByDescriptor.end()) {
+                continue;
+            }
+            const std::string folder = found->second;
+            if ((event->mask & IN_IGNORED) != 0) {
+                // The folder went away: its watch is gone with it.
+                mByDescriptor.erase(found);
+                if (const auto watch = mWatched.find(folder); watch != mWatched.end()) {
+                    watch->second.descriptor = -1;
+                    --mNotificationCount;
+                    mWatched.erase(watch);
+                }
+                continue;
+            }
+            if ((event->mask & IN_ISDIR) != 0 && (event->mask & (IN_CREATE | IN_MOVED_TO)) != 0 &&
+                event->len > 0) {
+                const std::string made = folder + "/" + event->name;
+                if (UnderRecursiveRoot(made)) {
+                    Monitor(made, true, mWatched[folder].reportFileChanges);
+                }
+            }
+            Changed(folder);
+        }
+    }
+}
+
+void DirectoryMonitor::Poll() {
+    std::vector<std::string> changed;
+    for (auto& [folder, watch] : mWatched) {
+        if (watch.kind != WatchKind::Polled) {
+            continue;
+        }
+        std::string now = FolderSnapshot(folder);
+        if (now != watch.snapshot) {
+            watch.snapshot = std::move(now);
+            changed.push_back(folder);
+        }
+    }
+    for (const std::string& folder : changed) {
+        if (UnderRecursiveRoot(folder)) {
+            for (const std::string& sub : SubFolders(folder)) {
+                if (mWatched.find(sub) == mWatched.end()) {
+                    Add(sub, mWatched[folder].reportFileChanges);
+                }
+            }
+        }
+        Changed(folder);
+    }
+}
+
+bool DirectoryMonitor::UnderRecursiveRoot(const std::string& folder) const {
+    return std::any_of(
+        mRecursiveRoots.begin(), mRecursiveRoots.end(),
+        [&](const std::string& root) { return root == folder || IsBelow(folder, root); });
+}
+
+void DirectoryMonitor::Changed(const std::string& folder) {
+    mPending.insert(folder);
+    if (!mDeliveryTimer) {
+        mDeliveryTimer = std::make_unique<QTimer>();
+        mDeliveryTimer->setSingleShot(true);
+        QObject::connect(mDeliveryTimer.get(), &QTimer::timeout, [this] { DeliverChanges(); });
+    }
+    if (!mDeliveryTimer->isActive()) {
+        mDeliveryTimer->start(kCoalesceMs);
+    }
+}
+
+void DirectoryMonitor::DeliverChanges() {
+    std::set<std::string> folders;
+    folders.swap(mPending);
+    const auto station = MessageStation::Get(kDirectoryMonitorStation);
+    for (const std::string& folder : folders) {
+        station->Broadcast(DirectoryChangedMessage(ToUTF16(folder)));
+    }
+}
+
+bool DoesPathRequirePolling(const WideString& path) {
+    if (HostSession::Instance().preferences.forcePolling) {
+        return true;
+    }
+    // The nearest part of the path that exists decides.
+    std::string probe = Spelling(path);
+    struct statfs info {};
+    while (!probe.empty()) {
+        if (::statfs(probe.c_str(), &info) == 0) {
+            return IsRemoteFileSystem(static_cast<long>(info.f_type));
+        }
+        const std::size_t slash = probe.rfind('/');
+        probe = slash == 0 ? (probe == "/" ? std::string() : std::string("/"))
+                           : probe.substr(0, slash == std::string::npos ? 0 : slash);
+    }
+    return false;
+}
+
+void MonitorDirectory(const WideString& path, bool recursive, bool reportFileChanges) {
+    DirectoryMonitor::Instance().Monitor(Spelling(path), recursive, reportFileChanges);
+}
+
+void StopMonitoringDirectory(const WideString& path, bool recursive) {
+    DirectoryMonitor::Instance().Stop(Spelling(path), recursive);
+}
+
+} // namespace host

@@ -1,0 +1,68 @@
+#pragma once
+// The host's directory monitor behind host/DirectoryMonitor.h. Main thread only.
+#include "host/CoreTypes.h"
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+class QSocketNotifier;
+class QTimer;
+
+namespace host {
+
+enum class WatchKind { None, Notified, Polled };
+
+class DirectoryMonitor {
+public:
+    static DirectoryMonitor& Instance();
+    ~DirectoryMonitor();
+
+    void Monitor(const std::string& folder, bool recursive, bool reportFileChanges);
+    void Stop(const std::string& folder, bool recursive);
+    // How a folder (as the monitor spells it: normalised, UTF-8) is watched.
+    WatchKind KindOf(const std::string& folder) const;
+    std::size_t WatchedCount() const { return mWatched.size(); }
+    // Lets a test see the fallback when the system has no watches left: after this many
+    // notification watches, further folders are polled.
+    void LimitNotificationWatches(std::size_t limit) { mNotificationLimit = limit; }
+    // Stops everything (at shut-down, and between tests).
+    void Reset();
+
+private:
+    struct Watch {
+        WatchKind kind = WatchKind::None;
+        int descriptor = -1; // the notification watch
+        bool reportFileChanges = false;
+        std::string snapshot; // a polled folder's entries as last seen
+    };
+
+    DirectoryMonitor() = default;
+    void Add(const std::string& folder, bool reportFileChanges);
+    void Remove(const std::string& folder);
+    bool EnsureNotifications();
+    void ReadNotifications();
+    void Poll();
+    void Changed(const std::string& folder);
+    void DeliverChanges();
+    bool UnderRecursiveRoot(const std::string& folder) const;
+
+    int mNotifyFd = -1;
+    std::unique_ptr<QSocketNotifier> mNotifier;
+    std::unique_ptr<QTimer> mPollTimer;
+    std::unique_ptr<QTimer> mDeliveryTimer;
+    std::map<std::string, Watch> mWatched;
+    std::map<int, std::string> mByDescriptor;
+    std::set<std::string> mRecursiveRoots;
+    std::set<std::string> mPending;
+    std::size_t mNotificationLimit = static_cast<std::size_t>(-1);
+    std::size_t mNotificationCount = 0;
+};
+
+// What a polled folder holds, as a comparable text: each entry's name, kind, size and
+// modification time, in name order. Empty when the folder cannot be read.
+std::string FolderSnapshot(const std::string& folder);
+
+} // namespace host

@@ -1,0 +1,122 @@
+#pragma once
+// A real production in a temporary folder, open in the host, with a scripted answer for every
+// dialog, the trace and the exception log captured, and a workspace without windows.
+#include "Inventory.h"
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/core/ExceptionLogAccess.h"
+#include "Marvane/core/TraceConfiguration.h"
+#include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "Marvane/uiframework/DialogResponder.h"
+#include "Marvane/uiframework/DockWorkspace.h"
+#include "TestProjects.h"
+#include "host/CoreTypes.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace testsupport {
+
+class WindowlessWorkspace : public host::Workspace {
+public:
+    bool TabIsShown(host::HandlerID) const override { return false; }
+    void OpenTab(host::HandlerID) override {}
+    host::Window* GetMainWindow() const override { return nullptr; }
+};
+
+class ProductionFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        root = std::filesystem::temp_directory_path() /
+               ("marvane-production-" + std::to_string(::getpid()));
+        std::filesystem::remove_all(root);
+        production = root / "Production";
+        std::filesystem::create_directories(production);
+        SetIdentity("Ana Ruiz", "suite-1");
+        auto& preferences = host::HostSession::Instance().preferences;
+        preferences.newMasking = false;
+        preferences.forcePolling = false;
+        ASSERT_EQ(host::ProductionSession::Instance().Open(production), "");
+        responder = std::make_shared<host::ScriptedDialogResponder>(std::vector<int>{});
+        previousResponder = host::SetDialogResponder(responder);
+        host::SetTraceSink([this](std::string_view category, int level, std::string_view text) {
+            traced.push_back(std::string(category) + ":" + std::to_string(level) + ":" +
+                             std::string(text));
+        });
+        host::ConfigureTrace("");
+        host::ClearRecentExceptions();
+        host::SetCurrentWorkspace(&workspace);
+    }
+    void TearDown() override {
+        host::WaitForDefaultExecutor(10000);
+        CloseAllProjects();
+        host::DirectoryMonitor::Instance().Reset();
+        host::ProductionSession::Instance().Close();
+        host::SetTraceSink({});
+        host::ConfigureTrace("");
+        host::SetDialogResponder(previousResponder);
+        host::SetCurrentWorkspace(nullptr);
+        host::HostSession::Instance().preferences.newMasking = false;
+        host::HostSession::Instance().preferences.forcePolling = false;
+        std::error_code ignored;
+        std::filesystem::permissions(root, std::filesystem::perms::owner_all,
+                                     std::filesystem::perm_options::add, ignored);
+        std::filesystem::remove_all(root);
+    }
+
+    static void SetIdentity(const std::string& name, const std::string& second) {
+        auto& session = host::HostSession::Instance();
+        session.preferences.locking = {name, second, true};
+        session.userOverride.reset();
+    }
+    // Puts someone else's lock on a project.
+    static void LockAs(const std::filesystem::path& project, const std::string& name) {
+        const auto lock = host::CreateProjectLockFile(project.string(), name, "elsewhere");
+        ASSERT_NE(lock, nullptr) << project;
+        ASSERT_TRUE(lock->IsOwnedByCaller());
+    }
+    static void Write(const std::filesystem::path& file, const std::string& text) {
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::binary) << text;
+    }
+    static std::u16string W(const std::filesystem::path& path) {
+        return host::ToUTF16(path.string());
+    }
+    static std::vector<std::u16string> Ws(const std::vector<std::filesystem::path>& paths) {
+        std::vector<std::u16string> wide;
+        for (const auto& path : paths) {
+            wide.push_back(W(path));
+        }
+        return wide;
+    }
+    std::filesystem::path Trash() const { return production / "Trash"; }
+    bool Traced(const std::string& line) const {
+        for (const std::string& entry : traced) {
+            if (entry == line) {
+                return true;
+            }
+        }
+        return false;
+    }
+    std::vector<std::string> ExceptionPlaces() const {
+        std::vector<std::string> places;
+        for (const auto& entry : host::RecentExceptions()) {
+            places.push_back(entry.place);
+        }
+        return places;
+    }
+
+    std::filesystem::path root;
+    std::filesystem::path production;
+    WindowlessWorkspace workspace;
+    std::shared_ptr<host::ScriptedDialogResponder> responder;
+    std::shared_ptr<host::DialogResponder> previousResponder;
+    std::vector<std::string> traced;
+};
+
+} // namespace testsupport
