@@ -37,7 +37,7 @@ bool GetProjectLockingPrefs(ByteString& name, ByteString& second);
 // Whether the path lies in the open production (its folder included).
 bool IsWithinCurrentMvProductionFolder(const WideString& path);
 // A fresh path beside the given one for a copy of it ("Scene 12_1.mvproj", "Scene 12_2.mvproj",
-// ...): nothing exists there and it is none of the paths in reserved.
+// ...): nothing exists there and it is none of the paths in reserved. Safe on any thread.
 WideString GetMvProductionItemCopyPath(const WideString& path,
                                        const std::vector<WideString>& reserved);
 // Copies the projects into the folder of the production, in the background: each copy gets

@@ -32,7 +32,9 @@ constexpr std::string_view kConfirmCancelKey =
 constexpr int kNoticeIcon = 6;
 constexpr int kQuestionIcon = 4;
 
-void OpenProgressPanel() {
+} // namespace
+
+void NotifyProgressPanel() {
     const auto station = host::MessageStation::Get(host::kProgressStation);
     if (host::CurrentThreadIsMainThread()) {
         station->Broadcast(host::ShowProgressPanelMessage());
@@ -40,8 +42,6 @@ void OpenProgressPanel() {
         station->Post(std::make_shared<host::ShowProgressPanelMessage>());
     }
 }
-
-} // namespace
 
 void AddProjectsToProduction(const std::vector<host::WideString>& projectPaths,
                              const host::WideString& destinationFolder) {
@@ -59,7 +59,7 @@ void AddProjectsToProduction(const std::vector<host::WideString>& projectPaths,
         return;
     }
     host::AddProjectsToMvProduction(projectPaths, destinationFolder);
-    OpenProgressPanel();
+    NotifyProgressPanel();
 }
 
 bool ConfirmAddProjects() {

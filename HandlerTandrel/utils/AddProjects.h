@@ -17,4 +17,8 @@ void AddProjectsToProduction(const std::vector<host::WideString>& projectPaths,
 // nobody can be asked, so false.
 bool ConfirmAddProjects();
 
+// Asks the host to bring up its progress panel: at once on the main thread, queued for it
+// from any other.
+void NotifyProgressPanel();
+
 } // namespace HandlerTandrel::Utils

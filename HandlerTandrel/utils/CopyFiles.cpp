@@ -42,6 +42,19 @@ host::WideString WithTrailingSeparator(host::WideString path) {
     return path;
 }
 
+// The normalised folder of the item with the item's own name: a symbolic link given as an
+// item stays the link (it is moved or copied as a link, never its target).
+host::WideString NormalizeItem(const host::WideString& path) {
+    const host::WideString clean = host::StripTrailingSlash(path);
+    const std::size_t slash = clean.rfind(u'/');
+    const host::WideString name = host::GetPathFileName(clean);
+    if (slash == host::WideString::npos || name.empty() || name == u"." || name == u"..") {
+        return host::ToNormalizedPath(clean);
+    }
+    return Join(
+        host::ToNormalizedPath(slash == 0 ? host::WideString(u"/") : clean.substr(0, slash)), name);
+}
+
 char16_t FoldAscii(char16_t c) {
     return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c;
 }
@@ -81,9 +94,9 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
                const host::WideString& destinationFolder, bool move, bool makeUnique) {
     Plan plan;
     for (const host::WideString& given : sources) {
-        const host::WideString source = host::ToNormalizedPath(given);
+        const host::WideString source = NormalizeItem(given);
         const host::WideString candidate =
-            host::ToNormalizedPath(Join(destinationFolder, host::GetPathFileName(source)));
+            Join(host::ToNormalizedPath(destinationFolder), host::GetPathFileName(source));
         if (!host::FileOrDirExists(candidate)) {
             if (!host::ProductionSupportsMarvaneProjectFile(source) &&
                 host::DirectoryExists(source) &&

@@ -161,12 +161,14 @@ void RelocateOpenProjects(const host::WideString& oldFolder, const host::WideStr
         if (host::GetIsReadOnly(project)) {
             continue;
         }
-        host::WideString path = host::ToUTF16(project->GetPath());
-        if (!host::IsPathWithinDirectory(path, oldFolder, true)) {
+        // Spelled the way the moved folder was, so that the folder's name can be replaced.
+        const host::WideString oldPath = host::ToNormalizedPath(host::ToUTF16(project->GetPath()));
+        if (!host::IsPathWithinDirectory(oldPath, oldFolder, true)) {
             continue;
         }
+        host::WideString path = oldPath;
         ReplaceAll(path, oldFolder, newFolder);
-        if (host::FileOrDirExists(path)) {
+        if (path != oldPath && host::FileOrDirExists(path)) {
             project->SetPath(host::ToUTF8(host::ToNormalizedPath(path)));
             RelockMovedProject(project, path);
         }

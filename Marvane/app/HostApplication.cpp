@@ -7,11 +7,14 @@
 #include "Marvane/application/DemoProduction.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/ProjectImport.h"
 #include "Marvane/application/TuningStore.h"
+#include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/core/ProfilerReport.h"
 #include "Marvane/core/TraceConfiguration.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/Recovery.h"
+#include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/panelframework/PluginLoader.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -168,6 +171,12 @@ void CloseProjectsKeepingChanges(std::ostream& err) {
 }
 
 void ShutDown(PluginLoader& loader) {
+    // Projects still being added are cancelled (nothing half-copied stays) and background
+    // work ends before the services it uses go away.
+    ProjectImport::Instance().Cancel();
+    ProjectImport::Instance().Wait(60000);
+    WaitForDefaultExecutor(60000);
+    DirectoryMonitor::Instance().Reset();
     ProductionSession::Instance().Close();
     PanelFrameworkRegistry::Instance().ReleaseHandlers();
     loader.ReleaseModules();

@@ -63,21 +63,14 @@ void ProjectImport::Add(const std::vector<fs::path>& projects, const fs::path& f
         return;
     }
     std::unique_lock lock(mMutex);
-    std::uint64_t files = 0;
-    std::uint64_t bytes = 0;
-    for (const fs::path& project : projects) {
-        Measure(project, files, bytes);
-    }
     if (!mWorking) {
         // A new round of work: the panel shows it from the start.
         mProgress = ImportProgress();
+        mAnyCancelled = false;
     }
     mProgress.state = ImportProgress::State::Running;
     mProgress.projectsTotal += projects.size();
-    mProgress.filesTotal += files;
-    mProgress.bytesTotal += bytes;
-    mQueue.push_back({projects, folder});
-    mCancel = false;
+    mQueue.push_back({projects, folder, mNextBatch++});
     if (!mWorking) {
         mWorking = true;
         if (mWorker.joinable()) {
@@ -97,9 +90,20 @@ ImportProgress ProjectImport::Progress() const {
 void ProjectImport::Cancel() {
     const std::lock_guard guard(mMutex);
     if (mWorking) {
-        mCancel = true;
+        // Everything queued so far; work added later is not touched.
+        mCancelledBelow = mNextBatch;
+        mAnyCancelled = true;
         mQueue.clear();
     }
+}
+
+void ProjectImport::SetCopyHookForTesting(std::function<void()> hook) {
+    const std::lock_guard guard(mMutex);
+    mCopyHook = std::move(hook);
+}
+
+bool ProjectImport::IsCancelled(const Batch& batch) const {
+    return batch.id < mCancelledBelow;
 }
 
 bool ProjectImport::Wait(int timeoutMs) {
@@ -119,9 +123,9 @@ void ProjectImport::Run() {
         Batch batch;
         {
             std::unique_lock lock(mMutex);
-            if (mQueue.empty() || mCancel) {
-                mProgress.state =
-                    mCancel ? ImportProgress::State::Cancelled : ImportProgress::State::Finished;
+            if (mQueue.empty()) {
+                mProgress.state = mAnyCancelled ? ImportProgress::State::Cancelled
+                                                : ImportProgress::State::Finished;
                 mProgress.currentProject.clear();
                 mWorking = false;
                 mDone.notify_all();
@@ -135,37 +139,65 @@ void ProjectImport::Run() {
 }
 
 void ProjectImport::CopyBatch(const Batch& batch) {
+    // Measured here, off the main thread: a big project folder takes a while to walk.
+    std::uint64_t files = 0;
+    std::uint64_t bytes = 0;
+    for (const fs::path& project : batch.projects) {
+        Measure(project, files, bytes);
+    }
+    {
+        const std::lock_guard guard(mMutex);
+        mProgress.filesTotal += files;
+        mProgress.bytesTotal += bytes;
+    }
     std::vector<fs::path> reserved;
     for (const fs::path& project : batch.projects) {
         {
             const std::lock_guard guard(mMutex);
-            if (mCancel) {
+            if (IsCancelled(batch)) {
                 return;
             }
             mProgress.currentProject = project.filename().string();
         }
-        if (CopyOne(project, batch.folder, reserved)) {
+        if (CopyOne(batch, project, reserved)) {
             const std::lock_guard guard(mMutex);
             ++mProgress.projectsDone;
         }
     }
 }
 
-bool ProjectImport::CopyOne(const fs::path& project, const fs::path& folder,
+bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
                             std::vector<fs::path>& reserved) {
     static unsigned counter = 0;
-    const fs::path source = project.has_filename() ? project : project.parent_path();
+    const fs::path& folder = batch.folder;
+    // A project given through a link is copied itself, never as a link back to the original.
+    std::error_code resolveError;
+    fs::path source = project.has_filename() ? project : project.parent_path();
+    if (fs::is_symlink(source, resolveError)) {
+        source = fs::canonical(source, resolveError);
+    }
     const fs::path temporary =
         folder / ("." + source.filename().string() + ".adding." + std::to_string(::getpid()) + "." +
                   std::to_string(counter++));
     std::vector<fs::path> made;
-    const CopyProgress progress = [this](std::uint64_t bytes, bool fileDone) {
+    const CopyProgress progress = [this, &batch](std::uint64_t bytes, bool fileDone) {
+        std::function<void()> hook;
+        {
+            const std::lock_guard guard(mMutex);
+            mProgress.bytesDone += bytes;
+            mProgress.filesDone += fileDone ? 1u : 0u;
+            hook = mCopyHook;
+        }
+        if (hook) {
+            hook();
+        }
         const std::lock_guard guard(mMutex);
-        mProgress.bytesDone += bytes;
-        mProgress.filesDone += fileDone ? 1u : 0u;
-        return !mCancel;
+        return !IsCancelled(batch);
     };
     try {
+        if (resolveError) {
+            throw FileException("Cannot read " + project.string() + ": " + resolveError.message());
+        }
         CopyTree(source, temporary, made, progress);
     } catch (const CopyCancelled&) {
         RemoveMade(made);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -42,23 +43,31 @@ public:
     bool Wait(int timeoutMs);
     // Forgets the last results (the panel was closed).
     void ClearFinished();
+    // Called on the worker thread after each block copied, before it checks for a cancel: lets
+    // a test act at a known point of the copy. Empty to remove.
+    void SetCopyHookForTesting(std::function<void()> hook);
 
 private:
     struct Batch {
         std::vector<std::filesystem::path> projects;
         std::filesystem::path folder;
+        std::uint64_t id = 0;
     };
+    bool IsCancelled(const Batch& batch) const; // with mMutex held
     void Run();
     void CopyBatch(const Batch& batch);
-    bool CopyOne(const std::filesystem::path& project, const std::filesystem::path& folder,
+    bool CopyOne(const Batch& batch, const std::filesystem::path& project,
                  std::vector<std::filesystem::path>& reserved);
 
     mutable std::mutex mMutex;
     std::condition_variable mDone;
     std::deque<Batch> mQueue;
     ImportProgress mProgress;
-    bool mCancel = false;
+    std::uint64_t mNextBatch = 0;
+    std::uint64_t mCancelledBelow = 0; // batches with a smaller id were cancelled
+    bool mAnyCancelled = false;
     bool mWorking = false;
+    std::function<void()> mCopyHook;
     std::thread mWorker;
 };
 

@@ -17,6 +17,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The search index is written on the main thread and moved on a worker: one at a time.
+std::mutex gIndexMutex;
+
 fs::path Beside(const fs::path& projectPath, const char* suffix) {
     const fs::path project = projectPath.has_filename() ? projectPath : projectPath.parent_path();
     return project.parent_path() / ("." + project.filename().string() + suffix);
@@ -35,6 +38,7 @@ public:
                            const ByteString& newProjectPath) override {
         const fs::path from = SearchIndexFileFor(oldProjectPath);
         const fs::path to = SearchIndexFileFor(newProjectPath);
+        const std::lock_guard guard(gIndexMutex);
         std::error_code error;
         if (!fs::exists(from, error)) {
             return;
@@ -67,8 +71,11 @@ void UpdateProjectSideData(const fs::path& projectPath, const ProjectContent& co
     nlohmann::json index = {
         {"project", content.name}, {"bins", content.bins}, {"sequences", content.sequences}};
     std::string reason;
-    if (!ReplaceFile(SearchIndexFileFor(projectPath), index.dump() + "\n", reason)) {
-        Trace("Host", 2, "The search index could not be written: " + reason);
+    {
+        const std::lock_guard guard(gIndexMutex);
+        if (!ReplaceFile(SearchIndexFileFor(projectPath), index.dump() + "\n", reason)) {
+            Trace("Host", 2, "The search index could not be written: " + reason);
+        }
     }
     if (IsNewMaskingEnabled()) {
         const fs::path folder = ObjectSelectionFolderFor(projectPath);

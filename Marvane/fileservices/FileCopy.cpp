@@ -130,6 +130,13 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
 }
 
 void RemoveMade(std::vector<fs::path>& made) {
+    // A copied folder may have been given a read-only mode: open it up to empty it.
+    for (const fs::path& path : made) {
+        struct stat status {};
+        if (::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+            ::chmod(path.c_str(), (status.st_mode & 07777) | S_IRWXU);
+        }
+    }
     for (auto it = made.rbegin(); it != made.rend(); ++it) {
         std::error_code ignored;
         fs::remove(*it, ignored);

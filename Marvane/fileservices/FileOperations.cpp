@@ -3,6 +3,7 @@
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
+#include "host/DebugTrace.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 
@@ -197,9 +198,16 @@ int Move(const WideString& source, const WideString& destination) {
         RemoveMade(made);
         return -EIO;
     }
+    // The verified copy is the item now. A source that cannot be removed completely is
+    // reported, but the move counts as done: what is left behind is a second copy, not a loss.
     std::error_code error;
     fs::remove_all(from, error);
-    return error ? -error.value() : Moved(from);
+    if (error) {
+        Trace("Host", 2,
+              "Moved " + from.string() + " to " + to.string() +
+                  " but could not remove all of the original: " + error.message());
+    }
+    return Moved(from);
 }
 
 } // namespace host

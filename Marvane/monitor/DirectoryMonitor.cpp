@@ -175,16 +175,29 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
         const std::uint32_t events = kEntryEvents | (watch.reportFileChanges ? kContentEvents : 0);
         const int descriptor = ::inotify_add_watch(mNotifyFd, folder.c_str(), events);
         if (descriptor >= 0) {
+            // The system hands out one watch per folder: a name it is already known by is
+            // stale (the folder was renamed behind our back) and gives it up.
+            if (const auto known = mByDescriptor.find(descriptor);
+                known != mByDescriptor.end() && known->second != folder) {
+                const std::string stale = known->second;
+                mByDescriptor.erase(known);
+                if (const auto old = mWatched.find(stale); old != mWatched.end()) {
+                    mWatched.erase(old);
+                    --mNotificationCount;
+                }
+            }
             if (watch.descriptor < 0) {
                 ++mNotificationCount;
             }
+            struct stat status {};
+            watch.inode = ::stat(folder.c_str(), &status) == 0 ? status.st_ino : 0;
             watch.kind = WatchKind::Notified;
             watch.descriptor = descriptor;
             mByDescriptor[descriptor] = folder;
             return;
         }
         if (errno != ENOSPC) {
-            mWatched.erase(entry);
+            Remove(folder);
             return; // gone or unreadable: nothing to watch
         }
     }
@@ -239,11 +252,32 @@ void DirectoryMonitor::ReadNotifications() {
         for (ssize_t offset = 0; offset < length;) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
             offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+            if ((event->mask & IN_Q_OVERFLOW) != 0) {
+                // Events were lost: every watched folder may have changed.
+                for (const auto& [watched, watch] : mWatched) {
+                    Changed(watched);
+                }
+                continue;
+            }
             const auto found = mByDescriptor.find(event->wd);
             if (found == mByDescriptor.end()) {
                 continue;
             }
             const std::string folder = found->second;
+            if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0) {
+                // The folder is gone from this name, unless its watch already follows it
+                // under the new one (made when the parent reported the new name).
+                struct stat status {};
+                const auto watch = mWatched.find(folder);
+                const bool followed =
+                    (event->mask & IN_MOVE_SELF) != 0 && watch != mWatched.end() &&
+                    ::stat(folder.c_str(), &status) == 0 && status.st_ino == watch->second.inode;
+                if (!followed) {
+                    Changed(folder);
+                    Remove(folder);
+                }
+                continue;
+            }
             if ((event->mask & IN_IGNORED) != 0) {
                 // The folder went away: its watch is gone with it.
                 mByDescriptor.erase(found);
@@ -257,8 +291,11 @@ void DirectoryMonitor::ReadNotifications() {
             if ((event->mask & IN_ISDIR) != 0 && (event->mask & (IN_CREATE | IN_MOVED_TO)) != 0 &&
                 event->len > 0) {
                 const std::string made = folder + "/" + event->name;
-                if (UnderRecursiveRoot(made)) {
-                    Monitor(made, true, mWatched[folder].reportFileChanges);
+                const auto parent = mWatched.find(folder);
+                if (parent != mWatched.end() && UnderRecursiveRoot(made)) {
+                    Monitor(made, true, parent->second.reportFileChanges);
+                    // Entries made in it before its watch existed are reported with it.
+                    Changed(made);
                 }
             }
             Changed(folder);
@@ -281,8 +318,9 @@ void DirectoryMonitor::Poll() {
     for (const std::string& folder : changed) {
         if (UnderRecursiveRoot(folder)) {
             for (const std::string& sub : SubFolders(folder)) {
+                const auto parent = mWatched.find(folder);
                 if (mWatched.find(sub) == mWatched.end()) {
-                    Add(sub, mWatched[folder].reportFileChanges);
+                    Add(sub, parent != mWatched.end() && parent->second.reportFileChanges);
                 }
             }
         }

@@ -36,7 +36,8 @@ private:
         WatchKind kind = WatchKind::None;
         int descriptor = -1; // the notification watch
         bool reportFileChanges = false;
-        std::string snapshot; // a polled folder's entries as last seen
+        std::string snapshot;         // a polled folder's entries as last seen
+        unsigned long long inode = 0; // the folder the notification watch is on
     };
 
     DirectoryMonitor() = default;

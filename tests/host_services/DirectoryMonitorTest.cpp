@@ -154,6 +154,22 @@ TEST_F(DirectoryMonitorTest, StoppingARecursiveWatchStopsEveryFolderBelow) {
     EXPECT_TRUE(collector->folders.empty());
 }
 
+TEST_F(DirectoryMonitorTest, AFolderRenamedByAnotherProcessIsWatchedUnderItsNewName) {
+    host::MonitorDirectory(W(root / "Edit"), true, false);
+    Elsewhere("mv '" + (root / "Edit" / "Reels").string() + "' '" +
+              (root / "Edit" / "Dailies").string() + "'");
+    ASSERT_TRUE(WaitFor(root / "Edit"));
+    EXPECT_EQ(Kind(root / "Edit" / "Reels"), host::WatchKind::None);
+    EXPECT_EQ(Kind(root / "Edit" / "Dailies"), host::WatchKind::Notified);
+    collector->folders.clear();
+    Elsewhere("touch '" + (root / "Edit" / "Dailies" / "Take.mvproj").string() + "'");
+    EXPECT_TRUE(WaitFor(root / "Edit" / "Dailies"));
+    // The old name can be watched again when a folder appears there.
+    Elsewhere("mkdir '" + (root / "Edit" / "Reels").string() + "'");
+    ASSERT_TRUE(WaitFor(root / "Edit"));
+    EXPECT_EQ(Kind(root / "Edit" / "Reels"), host::WatchKind::Notified);
+}
+
 TEST_F(DirectoryMonitorTest, AFolderThatDoesNotExistIsNotWatched) {
     host::MonitorDirectory(W(root / "missing"), true, false);
     EXPECT_EQ(host::DirectoryMonitor::Instance().WatchedCount(), 0u);

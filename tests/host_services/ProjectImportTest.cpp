@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "Inventory.h"
+#include "TestProjects.h"
 
 namespace {
 
@@ -26,14 +27,11 @@ protected:
         fs::create_directories(root / "Production" / "Incoming");
     }
     void TearDown() override {
-        ProjectImport::Instance().Cancel();
-        ProjectImport::Instance().Wait(30000);
-        ProjectImport::Instance().ClearFinished();
+        testsupport::StopProjectImport();
         fs::remove_all(root);
     }
     static void Write(const fs::path& file, const std::string& text) {
-        fs::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << text;
+        testsupport::WriteBytes(file, text);
     }
     fs::path Incoming() const { return root / "Production" / "Incoming"; }
     fs::path root;
@@ -75,13 +73,11 @@ TEST_F(ProjectImportTest, ACancelledCopyLeavesNoHalfWrittenProject) {
         Write(root / "Outside" / "Feature.mvprojd" / "media" / ("reel" + std::to_string(reel)),
               std::string(1 << 20, 'm'));
     }
+    // Cancelled from the first block copied on: the copy is surely under way then.
+    ProjectImport::Instance().SetCopyHookForTesting([] { ProjectImport::Instance().Cancel(); });
     ProjectImport::Instance().Add({root / "Outside" / "Feature.mvprojd"}, Incoming());
-    while (ProjectImport::Instance().Progress().bytesDone == 0 &&
-           ProjectImport::Instance().Progress().state == ImportProgress::State::Running) {
-        std::this_thread::yield();
-    }
-    ProjectImport::Instance().Cancel();
     ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
+    ProjectImport::Instance().SetCopyHookForTesting({});
     const ImportProgress progress = ProjectImport::Instance().Progress();
     ASSERT_EQ(progress.state, ImportProgress::State::Cancelled);
     EXPECT_LT(progress.bytesDone, progress.bytesTotal);
@@ -98,6 +94,27 @@ TEST_F(ProjectImportTest, AProjectThatCannotBeReadIsReportedAndTheOthersAreAdded
     EXPECT_NE(progress.failures[0].find("Missing.mvproj"), std::string::npos);
     EXPECT_TRUE(fs::exists(Incoming() / "Promo.mvproj"));
     EXPECT_FALSE(fs::exists(Incoming() / "Missing.mvproj"));
+}
+
+TEST_F(ProjectImportTest, AProjectGivenThroughALinkIsCopiedItself) {
+    fs::create_symlink(root / "Outside" / "Promo.mvproj", root / "Promo link.mvproj");
+    ProjectImport::Instance().Add({root / "Promo link.mvproj"}, Incoming());
+    ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
+    EXPECT_FALSE(fs::is_symlink(Incoming() / "Promo.mvproj"));
+    EXPECT_EQ(fs::file_size(Incoming() / "Promo.mvproj"), 3000u);
+}
+
+TEST_F(ProjectImportTest, WorkAddedAfterACancelIsNotCancelled) {
+    // The first batch is cancelled from inside its copy; the second comes afterwards.
+    ProjectImport::Instance().SetCopyHookForTesting([] { ProjectImport::Instance().Cancel(); });
+    ProjectImport::Instance().Add({root / "Outside" / "Titles.mvprojd"}, Incoming());
+    ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
+    ProjectImport::Instance().SetCopyHookForTesting({});
+    ProjectImport::Instance().Add({root / "Outside" / "Promo.mvproj"}, Incoming());
+    ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
+    EXPECT_TRUE(fs::exists(Incoming() / "Promo.mvproj"));
+    EXPECT_FALSE(fs::exists(Incoming() / "Titles.mvprojd"));
+    EXPECT_EQ(ProjectImport::Instance().Progress().state, ImportProgress::State::Finished);
 }
 
 TEST_F(ProjectImportTest, ACopyPathIsFreshAndAvoidsTheReservedOnes) {

@@ -124,6 +124,10 @@ TEST_F(MoveItemsTest, AMoveAcrossFileSystemsLosesNothing) {
     const fs::path other = fs::path("/dev/shm") / ("marvane-move-" + std::to_string(::getpid()));
     fs::remove_all(other);
     fs::create_directories(other);
+    if (!OnDifferentFileSystems(production, other)) {
+        fs::remove_all(other);
+        GTEST_SKIP() << "/dev/shm is on the same file system as the temporary folder here";
+    }
     fs::create_symlink("Reel 1.mvproj", edit / "Reels" / "latest");
     const auto before = TakeInventory(edit);
     EXPECT_TRUE(CopyFiles(Ws({edit}), W(other), true, false));
@@ -137,6 +141,10 @@ TEST_F(MoveItemsTest, AMoveBatchWhoseThirdFailsMovesTheOthersAndLosesNothing) {
     const fs::path other = fs::path("/dev/shm") / ("marvane-batch-" + std::to_string(::getpid()));
     fs::remove_all(other);
     fs::create_directories(other);
+    if (!OnDifferentFileSystems(production, other)) {
+        fs::remove_all(other);
+        GTEST_SKIP() << "/dev/shm is on the same file system as the temporary folder here";
+    }
     const fs::path batch = production / "Batch";
     for (const char* name : {"a1", "a2", "a4", "a5"}) {
         Write(batch / name / "take.txt", name);
@@ -169,6 +177,28 @@ TEST_F(MoveItemsTest, AMoveBatchWhoseThirdFailsMovesTheOthersAndLosesNothing) {
     fs::remove_all(other);
 }
 
+TEST_F(MoveItemsTest, ALinkMovedToTheTrashIsTheLinkNeverWhatItPointsTo) {
+    const fs::path footage = root / "Footage";
+    Write(footage / "clip.txt", "clip");
+    fs::create_symlink(footage, edit / "Footage link");
+    fs::create_symlink(footage / "clip.txt", edit / "clip link");
+    MoveToTrash(Ws({edit / "Footage link", edit / "clip link"}), false, true);
+    EXPECT_TRUE(fs::is_symlink(Trash() / "Footage link"));
+    EXPECT_TRUE(fs::is_symlink(Trash() / "clip link"));
+    EXPECT_EQ(testsupport::ReadBytes(footage / "clip.txt"), "clip"); // the target stays put
+    EXPECT_FALSE(fs::exists(Trash() / "clip.txt"));
+}
+
+TEST_F(MoveItemsTest, ALinkInTheTrashWithTheSameNameDoesNotLeadTheItemOutOfTheProduction) {
+    const fs::path elsewhere = root / "Elsewhere";
+    fs::create_directories(elsewhere);
+    fs::create_directories(Trash());
+    fs::create_symlink(elsewhere / "notes.txt", Trash() / "notes.txt"); // a dangling link
+    MoveToTrash(Ws({edit / "notes.txt"}), false, true);
+    EXPECT_EQ(testsupport::ReadBytes(Trash() / "notes_1.txt"), "notes");
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+}
+
 TEST_F(MoveItemsTest, AFailedMoveIsTracedOnlyFromLevelEight) {
     Write(production / "Taken" / "notes.txt", "in the way");
     host::ConfigureTrace("Tandrel=7");
@@ -191,11 +221,14 @@ TEST_F(MoveItemsTest, AMoveOnOneFileSystemStaysARename) {
 }
 
 TEST_F(MoveItemsTest, AFailedFolderMoveWatchesTheSourceTreeAgain) {
-    StartMonitoringTree(W(edit));
-    ASSERT_EQ(Watch(edit / "Reels"), host::WatchKind::Notified);
+    // Not watched before: after the failed move it is, so the watch was started again.
+    fs::create_directories(edit / "Reels" / "Day 1");
+    ASSERT_EQ(Watch(edit / "Reels"), host::WatchKind::None);
     fs::create_directories(production / "Taken" / "Reels");
     EXPECT_FALSE(MoveFileOrFolder(W(edit / "Reels"), W(production / "Taken" / "Reels")));
     EXPECT_EQ(Watch(edit / "Reels"), host::WatchKind::Notified);
+    EXPECT_EQ(Watch(edit / "Reels" / "Day 1"), host::WatchKind::Notified);
+    EXPECT_EQ(Watch(production / "Taken" / "Reels"), host::WatchKind::None);
 }
 
 TEST_F(MoveItemsTest, ASuccessfulFolderMoveDoesNotWatchTheDestination) {

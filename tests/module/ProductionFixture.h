@@ -17,6 +17,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -95,6 +96,14 @@ protected:
         return wide;
     }
     std::filesystem::path Trash() const { return production / "Trash"; }
+    // Whether two folders lie on different file systems (a move between them is a copy).
+    static bool OnDifferentFileSystems(const std::filesystem::path& a,
+                                       const std::filesystem::path& b) {
+        struct stat first {};
+        struct stat second {};
+        return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 &&
+               first.st_dev != second.st_dev;
+    }
     bool Traced(const std::string& line) const {
         for (const std::string& entry : traced) {
             if (entry == line) {

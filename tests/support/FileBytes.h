@@ -1,5 +1,5 @@
 #pragma once
-// The exact bytes of a file, for tests that check a file was left as it was.
+// The exact bytes of a file, for tests that make files and check they were left as they were.
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -12,6 +12,12 @@ inline std::string ReadBytes(const std::filesystem::path& file) {
     std::stringstream bytes;
     bytes << in.rdbuf();
     return bytes.str();
+}
+
+// Writes a file with exactly these bytes, making its folders first.
+inline void WriteBytes(const std::filesystem::path& file, const std::string& bytes) {
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << bytes;
 }
 
 } // namespace testsupport

@@ -1,5 +1,6 @@
 #pragma once
 // Real project files and real open projects for tests.
+#include "Marvane/application/ProjectImport.h"
 #include "Marvane/documents/DocumentManager.h"
 
 #include <filesystem>
@@ -39,6 +40,14 @@ inline host::OpenProjectPtr OpenProject(const std::filesystem::path& path,
 inline bool CloseProject(const std::filesystem::path& path) {
     host::OpenProjectPtr project = host::DocumentManager::Instance().Find(path);
     return project && host::DocumentManager::Instance().Close({project});
+}
+
+// Stops any adding of projects a test started and forgets its results.
+inline void StopProjectImport() {
+    host::ProjectImport::Instance().SetCopyHookForTesting({});
+    host::ProjectImport::Instance().Cancel();
+    host::ProjectImport::Instance().Wait(30000);
+    host::ProjectImport::Instance().ClearFinished();
 }
 
 inline void CloseAllProjects() {
