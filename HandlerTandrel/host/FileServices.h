@@ -47,6 +47,8 @@ private:
 WideString GetPathFileName(const WideString& path);
 bool FileOrDirExists(const WideString& path);
 bool DirectoryExists(const WideString& path);
+// Whether the path itself is a symbolic link (whatever it points to, if anything).
+bool IsSymbolicLink(const WideString& path);
 // Whether path lies inside directory (at any depth); with includeEqual, the directory itself
 // counts as inside too. Both are normalised first.
 bool IsPathWithinDirectory(const WideString& path, const WideString& directory, bool includeEqual);

@@ -43,8 +43,10 @@ void Settle() {
     }
 }
 
+// A link to a folder moves as a link: the folder it points to keeps its watch.
 bool IsWatchedLocalFolder(const host::WideString& path) {
-    return host::DirectoryExists(path) && !host::DoesPathRequirePolling(path);
+    return host::DirectoryExists(path) && !host::IsSymbolicLink(path) &&
+           !host::DoesPathRequirePolling(path);
 }
 
 host::ByteString LowerHex(int code) {

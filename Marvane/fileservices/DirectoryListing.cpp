@@ -59,6 +59,12 @@ void Collect(const std::string& folder, bool recursive, FindFilter filter,
 
 } // namespace
 
+bool IsSymbolicLink(const WideString& path) {
+    struct stat status {};
+    return ::lstat(ToUTF8(StripTrailingSlash(path)).c_str(), &status) == 0 &&
+           S_ISLNK(status.st_mode);
+}
+
 std::vector<WideString> FindFilesOrDirectories(const WideString& folder, bool recursive,
                                                FindFilter filter) {
     std::vector<WideString> found;

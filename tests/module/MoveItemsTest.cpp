@@ -22,12 +22,31 @@ protected:
         reel = testsupport::WriteProject(edit / "Reels" / "Reel 1.mvproj");
         Write(edit / "notes.txt", "notes");
     }
+    void TearDown() override {
+        if (!otherFileSystem.empty()) {
+            fs::remove_all(otherFileSystem);
+        }
+        ProductionFixture::TearDown();
+    }
+    // A fresh folder on another file system than the production, or empty when there is none.
+    fs::path OtherFileSystemFolder(const std::string& name) const {
+        const fs::path folder =
+            fs::path("/dev/shm") / ("marvane-" + name + "-" + std::to_string(::getpid()));
+        fs::remove_all(folder);
+        fs::create_directories(folder);
+        if (!OnDifferentFileSystems(production, folder)) {
+            fs::remove_all(folder);
+            return {};
+        }
+        return folder;
+    }
     static host::WatchKind Watch(const fs::path& folder) {
         return host::DirectoryMonitor::Instance().KindOf(folder.string());
     }
     fs::path edit;
     fs::path scene;
     fs::path reel;
+    fs::path otherFileSystem; // for the tests that cross file systems
 };
 
 TEST_F(MoveItemsTest, AnEmptySelectionClassifiesAsNothing) {
@@ -121,11 +140,9 @@ TEST_F(MoveItemsTest, OpenProjectsInsideAMovedFolderAreClosedBeforeTheMove) {
 }
 
 TEST_F(MoveItemsTest, AMoveAcrossFileSystemsLosesNothing) {
-    const fs::path other = fs::path("/dev/shm") / ("marvane-move-" + std::to_string(::getpid()));
-    fs::remove_all(other);
-    fs::create_directories(other);
-    if (!OnDifferentFileSystems(production, other)) {
-        fs::remove_all(other);
+    otherFileSystem = OtherFileSystemFolder("move");
+    const fs::path other = otherFileSystem;
+    if (other.empty()) {
         GTEST_SKIP() << "/dev/shm is on the same file system as the temporary folder here";
     }
     fs::create_symlink("Reel 1.mvproj", edit / "Reels" / "latest");
@@ -134,15 +151,12 @@ TEST_F(MoveItemsTest, AMoveAcrossFileSystemsLosesNothing) {
     EXPECT_FALSE(fs::exists(edit));
     EXPECT_EQ(TakeInventory(other / "Edit"), before);
     EXPECT_TRUE(fs::is_symlink(other / "Edit" / "Reels" / "latest"));
-    fs::remove_all(other);
 }
 
 TEST_F(MoveItemsTest, AMoveBatchWhoseThirdFailsMovesTheOthersAndLosesNothing) {
-    const fs::path other = fs::path("/dev/shm") / ("marvane-batch-" + std::to_string(::getpid()));
-    fs::remove_all(other);
-    fs::create_directories(other);
-    if (!OnDifferentFileSystems(production, other)) {
-        fs::remove_all(other);
+    otherFileSystem = OtherFileSystemFolder("batch");
+    const fs::path other = otherFileSystem;
+    if (other.empty()) {
         GTEST_SKIP() << "/dev/shm is on the same file system as the temporary folder here";
     }
     const fs::path batch = production / "Batch";
@@ -174,7 +188,6 @@ TEST_F(MoveItemsTest, AMoveBatchWhoseThirdFailsMovesTheOthersAndLosesNothing) {
     ASSERT_NE(line, traced.end());
     EXPECT_EQ(*line, prefix + "fffffffb, source: " + (batch / "a3").string() +
                          ", dest: " + (other / "a3").string() + "\n");
-    fs::remove_all(other);
 }
 
 TEST_F(MoveItemsTest, ALinkMovedToTheTrashIsTheLinkNeverWhatItPointsTo) {
@@ -182,7 +195,9 @@ TEST_F(MoveItemsTest, ALinkMovedToTheTrashIsTheLinkNeverWhatItPointsTo) {
     Write(footage / "clip.txt", "clip");
     fs::create_symlink(footage, edit / "Footage link");
     fs::create_symlink(footage / "clip.txt", edit / "clip link");
+    StartMonitoringTree(W(footage));
     MoveToTrash(Ws({edit / "Footage link", edit / "clip link"}), false, true);
+    EXPECT_EQ(Watch(footage), host::WatchKind::Notified); // the folder itself did not move
     EXPECT_TRUE(fs::is_symlink(Trash() / "Footage link"));
     EXPECT_TRUE(fs::is_symlink(Trash() / "clip link"));
     EXPECT_EQ(testsupport::ReadBytes(footage / "clip.txt"), "clip"); // the target stays put
