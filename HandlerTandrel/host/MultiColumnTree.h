@@ -1,0 +1,141 @@
+#pragma once
+// The host UI toolkit's multi-column tree: rows in folders that open and close, columns from a
+// header row, one selection. The tree orders rows itself: for each sort it asks its owner once
+// per row for that row's key in the sort column and compares keys with the header row's
+// string sorting callback. Cells are drawn from the owner's text, or from a cell view (a
+// UI_SubView) the owner makes for the cell. All rows have one height. Main thread only.
+#include "host/CoreTypes.h"
+#include "host/UINodes.h"
+#include "host/UIToolkit.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace host {
+
+class TreeRowNode;
+class MultiColumnTreeImpl;
+
+// One row. Rows are shared: the tree holds its rows, and owners may keep them in maps.
+class UI_TreeRow {
+public:
+    explicit UI_TreeRow(bool canHaveChildren);
+    ~UI_TreeRow();
+    UI_TreeRow(const UI_TreeRow&) = delete;
+    UI_TreeRow& operator=(const UI_TreeRow&) = delete;
+
+    // The parent row; null at the top level or when the row is not in a tree.
+    UI_TreeRow* GetParent() const;
+    int GetChildCount() const;
+    std::shared_ptr<UI_TreeRow> GetChild(int index) const;
+    bool CanHaveChildren() const;
+    TreeRowNode& Node() const { return *mNode; }
+
+private:
+    std::unique_ptr<TreeRowNode> mNode;
+};
+using TreeRowPtr = std::shared_ptr<UI_TreeRow>;
+
+struct UI_Point {
+    float x = 0;
+    float y = 0;
+};
+
+// Modifier flags of clicks: the bit of value 4 stands for the alternative (Alt) key.
+inline constexpr std::uint32_t kModifierShift = 1;
+inline constexpr std::uint32_t kModifierControl = 2;
+inline constexpr std::uint32_t kModifierAlternative = 4;
+
+class UI_MultiColumnTree {
+public:
+    using ColumnID = UI_MultiColumnTreeHeaderRow::ColumnID;
+    using SortDataCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;
+    using CellTextCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;
+    // A cell view for the cell, or null to draw the cell's text.
+    using CellViewCallback =
+        std::function<std::unique_ptr<UI_SubView>(const TreeRowPtr& row, ColumnID column)>;
+    using RowCallback = std::function<void(const TreeRowPtr& row)>;
+    using DisclosureCallback = std::function<void(const TreeRowPtr& row, bool open)>;
+    using ClickCallback = std::function<void(const TreeRowPtr& row, UI_Point point,
+                                             std::uint32_t modifiers, std::uint32_t value)>;
+    using SelectionCallback = std::function<void()>;
+
+    explicit UI_MultiColumnTree(const ByteString& nodeID);
+    ~UI_MultiColumnTree();
+    UI_MultiColumnTree(const UI_MultiColumnTree&) = delete;
+    UI_MultiColumnTree& operator=(const UI_MultiColumnTree&) = delete;
+
+    const ByteString& GetNodeID() const;
+    // The tree takes the header row's columns, widths and sort as its own.
+    void SetHeaderRow(UI_MultiColumnTreeHeaderRow* header);
+    UI_MultiColumnTreeHeaderRow* GetHeaderRow() const;
+
+    // Rows. A null parent is the top level. Inserted rows are put in sort order.
+    void InsertRows(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows);
+    void RemoveRow(const TreeRowPtr& row);
+    void RemoveChildren(const TreeRowPtr& parent);
+    void RemoveAllRows();
+    int GetTopLevelRowCount() const;
+    TreeRowPtr GetTopLevelRow(int index) const;
+    // A folder row without children still shows that it can be opened (and shows nothing).
+    void SetRowHasCustomChild(const TreeRowPtr& row, bool hasCustomChild);
+    bool RowHasCustomChild(const TreeRowPtr& row) const;
+
+    // Opening and closing.
+    void OpenRow(const TreeRowPtr& row, bool open);
+    void ToggleRow(const TreeRowPtr& row);
+    bool IsRowOpen(const TreeRowPtr& row) const;
+    // The rows reachable through open folders, in display order.
+    std::vector<TreeRowPtr> GetOpenedRows() const;
+    // Indexes into GetOpenedRows of the first and last row that can be seen; -1 when none.
+    int GetFirstVisibleOpenedRowIndex() const;
+    int GetLastVisibleOpenedRowIndex() const;
+    // Whether the row is reachable through open folders and inside the visible area.
+    bool IsRowVisible(const TreeRowPtr& row) const;
+    // Scrolls so that the row can be seen: at the top when placeAtTop, else as little as
+    // needed, keeping marginRows rows around it.
+    void ScrollRowIntoView(const TreeRowPtr& row, bool placeAtTop, int marginRows, bool now);
+
+    // Selection.
+    // exclusive: the row becomes the only selected row. extend: select the range from the
+    // current row. notify: tell the selection callback.
+    void SelectRow(const TreeRowPtr& row, bool exclusive, bool extend, bool notify);
+    void DeselectAllRows();
+    // In display order.
+    std::vector<TreeRowPtr> GetSelectedRows() const;
+
+    // Sorting and drawing.
+    void SetSortDataCallback(SortDataCallback callback);
+    void SetCellTextCallback(CellTextCallback callback);
+    void SetCellViewCallback(CellViewCallback callback);
+    // Orders every row again by the header's sort column and direction.
+    void Resort();
+    // How many times rows were asked for their sort key since the tree was made.
+    std::uint64_t GetSortDataRequestCount() const;
+    // The cell view of a cell, made on first use and kept with the row; null for text cells.
+    UI_SubView* GetCellView(const TreeRowPtr& row, ColumnID column);
+    // Drops a row's cell views so that they are made again (its state changed), and redraws.
+    void RefreshRow(const TreeRowPtr& row);
+    // The cell's rectangle in the tree's visible area; empty when it cannot be seen.
+    UI_Rect GetCellFrame(const TreeRowPtr& row, ColumnID column) const;
+    void SetRowHeight(float height);
+    float GetRowHeight() const;
+    // The height of the area that shows rows.
+    float GetScrollViewHeight() const;
+
+    // What the user does.
+    void SetDisclosureChangedCallback(DisclosureCallback callback);
+    void SetSelectionChangedCallback(SelectionCallback callback);
+    void SetDoubleClickCallback(ClickCallback callback);
+    void SetSingleClickDownCallback(ClickCallback callback);
+    void SetSingleClickUpCallback(ClickCallback callback);
+
+    MultiColumnTreeImpl* GetImpl() const { return mImpl.get(); }
+
+private:
+    std::unique_ptr<MultiColumnTreeImpl> mImpl;
+};
+
+} // namespace host

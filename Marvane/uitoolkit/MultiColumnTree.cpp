@@ -1,0 +1,357 @@
+#include "Marvane/uitoolkit/HeaderRowImpl.h"
+#include "Marvane/uitoolkit/TreeView.h"
+
+#include <QItemSelectionModel>
+#include <QScrollBar>
+#include <algorithm>
+#include <cmath>
+
+namespace host {
+
+UI_TreeRow::UI_TreeRow(bool canHaveChildren)
+    : mNode(std::make_unique<TreeRowNode>(this, canHaveChildren)) {}
+
+UI_TreeRow::~UI_TreeRow() = default;
+
+UI_TreeRow* UI_TreeRow::GetParent() const {
+    return mNode->parent;
+}
+
+int UI_TreeRow::GetChildCount() const {
+    return static_cast<int>(mNode->children.size());
+}
+
+TreeRowPtr UI_TreeRow::GetChild(int index) const {
+    return index >= 0 && static_cast<std::size_t>(index) < mNode->children.size()
+               ? mNode->children[static_cast<std::size_t>(index)]
+               : nullptr;
+}
+
+bool UI_TreeRow::CanHaveChildren() const {
+    return mNode->canHaveChildren;
+}
+
+namespace {
+
+void CollectOpened(const TreeModel& model, const QTreeView& view,
+                   const std::vector<TreeRowPtr>& rows, std::vector<TreeRowPtr>& opened) {
+    for (const TreeRowPtr& row : rows) {
+        opened.push_back(row);
+        if (!row->Node().children.empty() && view.isExpanded(model.IndexOf(row))) {
+            CollectOpened(model, view, row->Node().children, opened);
+        }
+    }
+}
+
+void CollectSelected(const TreeModel& model, const QItemSelectionModel& selection,
+                     const std::vector<TreeRowPtr>& rows, std::vector<TreeRowPtr>& selected) {
+    for (const TreeRowPtr& row : rows) {
+        if (selection.isRowSelected(model.IndexOf(row).row(), model.IndexOf(row).parent())) {
+            selected.push_back(row);
+        }
+        CollectSelected(model, selection, row->Node().children, selected);
+    }
+}
+
+} // namespace
+
+UI_MultiColumnTree::UI_MultiColumnTree(const ByteString& nodeID)
+    : mImpl(std::make_unique<MultiColumnTreeImpl>(nodeID)) {
+    MultiColumnTreeImpl* impl = mImpl.get();
+    QTreeView* view = impl->view.data();
+    QObject::connect(view, &QTreeView::expanded, view, [impl](const QModelIndex& index) {
+        if (const TreeRowPtr row = impl->model.RowAt(index); row && impl->disclosureChanged) {
+            impl->disclosureChanged(row, true);
+        }
+    });
+    QObject::connect(view, &QTreeView::collapsed, view, [impl](const QModelIndex& index) {
+        if (const TreeRowPtr row = impl->model.RowAt(index); row && impl->disclosureChanged) {
+            impl->disclosureChanged(row, false);
+        }
+    });
+    QObject::connect(view->selectionModel(), &QItemSelectionModel::selectionChanged, view, [impl] {
+        if (impl->notifySelection && impl->selectionChanged) {
+            impl->selectionChanged();
+        }
+    });
+}
+
+UI_MultiColumnTree::~UI_MultiColumnTree() = default;
+
+const ByteString& UI_MultiColumnTree::GetNodeID() const {
+    return mImpl->nodeID;
+}
+
+void UI_MultiColumnTree::SetHeaderRow(UI_MultiColumnTreeHeaderRow* header) {
+    mImpl->header = header;
+    if (header == nullptr) {
+        mImpl->model.SetHeader(nullptr);
+        return;
+    }
+    HeaderRowImpl* headerImpl = header->GetImpl();
+    QHeaderView* headerView = headerImpl->view.data();
+    // The header keeps its columns' widths and order when the tree takes it over.
+    std::vector<int> widths;
+    std::vector<int> order;
+    for (int section = 0; section < headerView->count(); ++section) {
+        widths.push_back(headerView->sectionSize(section));
+        order.push_back(headerView->visualIndex(section));
+    }
+    mImpl->model.SetHeader(headerImpl);
+    mImpl->view->setHeader(headerView);
+    for (int section = 0; section < static_cast<int>(widths.size()); ++section) {
+        headerView->resizeSection(section, widths[static_cast<std::size_t>(section)]);
+    }
+    for (int section = 0; section < static_cast<int>(order.size()); ++section) {
+        const int from = headerView->visualIndex(section);
+        const int to = order[static_cast<std::size_t>(section)];
+        if (from != to) {
+            headerView->moveSection(from, to);
+        }
+    }
+    headerView->setSortIndicatorShown(true);
+    // After the owner heard of a new sort (the header tells it first), the rows follow.
+    MultiColumnTreeImpl* impl = mImpl.get();
+    QObject::connect(headerView, &QHeaderView::sectionClicked, mImpl->view.data(),
+                     [impl](int) { impl->model.Resort(); });
+}
+
+UI_MultiColumnTreeHeaderRow* UI_MultiColumnTree::GetHeaderRow() const {
+    return mImpl->header;
+}
+
+void UI_MultiColumnTree::InsertRows(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows) {
+    mImpl->model.Insert(parent, rows);
+}
+
+void UI_MultiColumnTree::RemoveRow(const TreeRowPtr& row) {
+    mImpl->model.Remove(row);
+}
+
+void UI_MultiColumnTree::RemoveChildren(const TreeRowPtr& parent) {
+    mImpl->model.RemoveChildren(parent.get());
+}
+
+void UI_MultiColumnTree::RemoveAllRows() {
+    mImpl->model.RemoveChildren(nullptr);
+}
+
+int UI_MultiColumnTree::GetTopLevelRowCount() const {
+    return static_cast<int>(mImpl->model.ChildrenOf(nullptr).size());
+}
+
+TreeRowPtr UI_MultiColumnTree::GetTopLevelRow(int index) const {
+    const auto& rows = mImpl->model.ChildrenOf(nullptr);
+    return index >= 0 && static_cast<std::size_t>(index) < rows.size()
+               ? rows[static_cast<std::size_t>(index)]
+               : nullptr;
+}
+
+void UI_MultiColumnTree::SetRowHasCustomChild(const TreeRowPtr& row, bool hasCustomChild) {
+    mImpl->model.SetCustomChild(row, hasCustomChild);
+}
+
+bool UI_MultiColumnTree::RowHasCustomChild(const TreeRowPtr& row) const {
+    return row && row->Node().customChild;
+}
+
+void UI_MultiColumnTree::OpenRow(const TreeRowPtr& row, bool open) {
+    const QModelIndex index = mImpl->model.IndexOf(row);
+    if (index.isValid()) {
+        mImpl->view->setExpanded(index, open);
+    }
+}
+
+void UI_MultiColumnTree::ToggleRow(const TreeRowPtr& row) {
+    OpenRow(row, !IsRowOpen(row));
+}
+
+bool UI_MultiColumnTree::IsRowOpen(const TreeRowPtr& row) const {
+    const QModelIndex index = mImpl->model.IndexOf(row);
+    return index.isValid() && mImpl->view->isExpanded(index);
+}
+
+std::vector<TreeRowPtr> UI_MultiColumnTree::GetOpenedRows() const {
+    std::vector<TreeRowPtr> opened;
+    CollectOpened(mImpl->model, *mImpl->view, mImpl->model.ChildrenOf(nullptr), opened);
+    return opened;
+}
+
+namespace {
+
+int OpenedIndexOf(const std::vector<TreeRowPtr>& opened, const TreeRowPtr& row) {
+    const auto found = std::find(opened.begin(), opened.end(), row);
+    return found == opened.end() ? -1 : static_cast<int>(found - opened.begin());
+}
+
+} // namespace
+
+int UI_MultiColumnTree::GetFirstVisibleOpenedRowIndex() const {
+    const std::vector<TreeRowPtr> opened = GetOpenedRows();
+    if (opened.empty()) {
+        return -1;
+    }
+    const TreeRowPtr row = mImpl->model.RowAt(mImpl->view->indexAt(QPoint(1, 1)));
+    return row ? OpenedIndexOf(opened, row) : 0;
+}
+
+int UI_MultiColumnTree::GetLastVisibleOpenedRowIndex() const {
+    const std::vector<TreeRowPtr> opened = GetOpenedRows();
+    if (opened.empty()) {
+        return -1;
+    }
+    const int bottom = mImpl->view->viewport()->height() - 1;
+    const TreeRowPtr row = mImpl->model.RowAt(mImpl->view->indexAt(QPoint(1, bottom)));
+    // Below the last row there is empty space: the last row is the last visible one.
+    return row ? OpenedIndexOf(opened, row) : static_cast<int>(opened.size()) - 1;
+}
+
+bool UI_MultiColumnTree::IsRowVisible(const TreeRowPtr& row) const {
+    const QModelIndex index = mImpl->model.IndexOf(row);
+    if (!index.isValid()) {
+        return false;
+    }
+    for (QModelIndex parent = index.parent(); parent.isValid(); parent = parent.parent()) {
+        if (!mImpl->view->isExpanded(parent)) {
+            return false;
+        }
+    }
+    return mImpl->view->visualRect(index).intersects(mImpl->view->viewport()->rect());
+}
+
+void UI_MultiColumnTree::ScrollRowIntoView(const TreeRowPtr& row, bool placeAtTop, int marginRows,
+                                           bool) {
+    const QModelIndex index = mImpl->model.IndexOf(row);
+    if (!index.isValid()) {
+        return;
+    }
+    mImpl->view->scrollTo(index, placeAtTop ? QAbstractItemView::PositionAtTop
+                                            : QAbstractItemView::EnsureVisible);
+    if (marginRows > 0 && !placeAtTop) {
+        QScrollBar* bar = mImpl->view->verticalScrollBar();
+        const QRect rect = mImpl->view->visualRect(index);
+        const int margin = marginRows * static_cast<int>(mImpl->rowHeight);
+        if (rect.top() < margin) {
+            bar->setValue(bar->value() - (margin - rect.top()));
+        } else if (rect.bottom() > mImpl->view->viewport()->height() - margin) {
+            bar->setValue(bar->value() + rect.bottom() -
+                          (mImpl->view->viewport()->height() - margin));
+        }
+    }
+}
+
+void UI_MultiColumnTree::SelectRow(const TreeRowPtr& row, bool exclusive, bool extend,
+                                   bool notify) {
+    const QModelIndex index = mImpl->model.IndexOf(row);
+    if (!index.isValid()) {
+        return;
+    }
+    mImpl->notifySelection = notify;
+    QItemSelectionModel* selection = mImpl->view->selectionModel();
+    const QModelIndex current = selection->currentIndex();
+    QItemSelection range(index, index);
+    if (extend && current.isValid()) {
+        range = QItemSelection(current, index);
+        if (mImpl->view->visualRect(index).top() < mImpl->view->visualRect(current).top()) {
+            range = QItemSelection(index, current);
+        }
+    }
+    const auto flags =
+        (exclusive ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::Select) |
+        QItemSelectionModel::Rows;
+    selection->select(range, flags);
+    selection->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    mImpl->notifySelection = true;
+}
+
+void UI_MultiColumnTree::DeselectAllRows() {
+    mImpl->view->selectionModel()->clearSelection();
+}
+
+std::vector<TreeRowPtr> UI_MultiColumnTree::GetSelectedRows() const {
+    std::vector<TreeRowPtr> selected;
+    CollectSelected(mImpl->model, *mImpl->view->selectionModel(), mImpl->model.ChildrenOf(nullptr),
+                    selected);
+    return selected;
+}
+
+void UI_MultiColumnTree::SetSortDataCallback(SortDataCallback callback) {
+    mImpl->model.sortData = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetCellTextCallback(CellTextCallback callback) {
+    mImpl->model.cellText = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetCellViewCallback(CellViewCallback callback) {
+    mImpl->cellViews = std::move(callback);
+}
+
+void UI_MultiColumnTree::Resort() {
+    mImpl->model.Resort();
+}
+
+std::uint64_t UI_MultiColumnTree::GetSortDataRequestCount() const {
+    return mImpl->model.sortDataRequests;
+}
+
+UI_SubView* UI_MultiColumnTree::GetCellView(const TreeRowPtr& row, ColumnID column) {
+    if (!row || row->Node().tree != &mImpl->model) {
+        return nullptr;
+    }
+    return mImpl->CellView(row, column);
+}
+
+void UI_MultiColumnTree::RefreshRow(const TreeRowPtr& row) {
+    if (!row) {
+        return;
+    }
+    row->Node().cells.clear();
+    mImpl->model.RowChanged(row);
+}
+
+UI_Rect UI_MultiColumnTree::GetCellFrame(const TreeRowPtr& row, ColumnID column) const {
+    const int section = mImpl->model.SectionOf(column);
+    const QModelIndex index = mImpl->model.IndexOf(row, std::max(section, 0));
+    if (!index.isValid() || (section < 0 && column != 0)) {
+        return {};
+    }
+    const QRect rect = mImpl->view->visualRect(index);
+    return {static_cast<float>(rect.left()), static_cast<float>(rect.top()),
+            static_cast<float>(rect.width()), static_cast<float>(rect.height())};
+}
+
+void UI_MultiColumnTree::SetRowHeight(float height) {
+    mImpl->rowHeight = std::max(1.0f, height);
+    mImpl->view->doItemsLayout();
+}
+
+float UI_MultiColumnTree::GetRowHeight() const {
+    return mImpl->rowHeight;
+}
+
+float UI_MultiColumnTree::GetScrollViewHeight() const {
+    return static_cast<float>(mImpl->view->viewport()->height());
+}
+
+void UI_MultiColumnTree::SetDisclosureChangedCallback(DisclosureCallback callback) {
+    mImpl->disclosureChanged = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetSelectionChangedCallback(SelectionCallback callback) {
+    mImpl->selectionChanged = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetDoubleClickCallback(ClickCallback callback) {
+    mImpl->doubleClick = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetSingleClickDownCallback(ClickCallback callback) {
+    mImpl->clickDown = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetSingleClickUpCallback(ClickCallback callback) {
+    mImpl->clickUp = std::move(callback);
+}
+
+} // namespace host

@@ -1,0 +1,302 @@
+#include "Marvane/uitoolkit/TreeModel.h"
+
+#include "Marvane/uitoolkit/HeaderRowImpl.h"
+
+#include <algorithm>
+
+namespace host {
+
+namespace {
+
+TreeRowNode* NodeOf(const QModelIndex& index) {
+    return index.isValid() ? static_cast<TreeRowNode*>(index.internalPointer()) : nullptr;
+}
+
+} // namespace
+
+TreeModel::~TreeModel() {
+    for (const TreeRowPtr& row : mTopLevel) {
+        Detach(row);
+    }
+}
+
+QModelIndex TreeModel::index(int row, int column, const QModelIndex& parent) const {
+    const TreeRowNode* parentNode = NodeOf(parent);
+    const std::vector<TreeRowPtr>& rows = ChildrenOf(parentNode ? parentNode->self : nullptr);
+    if (row < 0 || column < 0 || static_cast<std::size_t>(row) >= rows.size() ||
+        column >= columnCount()) {
+        return {};
+    }
+    return createIndex(row, column, &rows[static_cast<std::size_t>(row)]->Node());
+}
+
+QModelIndex TreeModel::parent(const QModelIndex& child) const {
+    const TreeRowNode* node = NodeOf(child);
+    if (node == nullptr || node->parent == nullptr) {
+        return {};
+    }
+    return IndexOf(node->parent);
+}
+
+int TreeModel::rowCount(const QModelIndex& parent) const {
+    if (parent.column() > 0) {
+        return 0;
+    }
+    const TreeRowNode* node = NodeOf(parent);
+    return static_cast<int>(ChildrenOf(node ? node->self : nullptr).size());
+}
+
+int TreeModel::columnCount(const QModelIndex&) const {
+    return mHeader ? std::max<int>(1, static_cast<int>(mHeader->ids.size())) : 1;
+}
+
+bool TreeModel::hasChildren(const QModelIndex& parent) const {
+    const TreeRowNode* node = NodeOf(parent);
+    if (node == nullptr) {
+        return !mTopLevel.empty();
+    }
+    if (parent.column() > 0) {
+        return false;
+    }
+    // A folder not read yet can be opened; so can one marked as having a custom child.
+    return !node->children.empty() || node->customChild ||
+           (node->canHaveChildren && !node->childrenLoaded);
+}
+
+QVariant TreeModel::data(const QModelIndex& index, int role) const {
+    if (role != Qt::DisplayRole || !cellText) {
+        return {};
+    }
+    const TreeRowPtr row = RowAt(index);
+    if (!row) {
+        return {};
+    }
+    const WideString text = cellText(row, ColumnAt(index.column()));
+    return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QVariant TreeModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    return mHeader ? mHeader->model.headerData(section, orientation, role) : QVariant();
+}
+
+Qt::ItemFlags TreeModel::flags(const QModelIndex& index) const {
+    return index.isValid() ? Qt::ItemIsEnabled | Qt::ItemIsSelectable : Qt::NoItemFlags;
+}
+
+void TreeModel::SetHeader(HeaderRowImpl* header) {
+    beginResetModel();
+    mHeader = header;
+    endResetModel();
+}
+
+UI_MultiColumnTree::ColumnID TreeModel::ColumnAt(int section) const {
+    if (!mHeader || section < 0 || static_cast<std::size_t>(section) >= mHeader->ids.size()) {
+        return 0;
+    }
+    return mHeader->ids[static_cast<std::size_t>(section)];
+}
+
+int TreeModel::SectionOf(UI_MultiColumnTree::ColumnID column) const {
+    return mHeader ? mHeader->SectionOf(column) : -1;
+}
+
+QModelIndex TreeModel::IndexOf(const TreeRowPtr& row, int column) const {
+    return IndexOf(row.get(), column);
+}
+
+QModelIndex TreeModel::IndexOf(const UI_TreeRow* row, int column) const {
+    if (row == nullptr || row->Node().tree != this) {
+        return {};
+    }
+    return createIndex(row->Node().index, column, &row->Node());
+}
+
+TreeRowPtr TreeModel::RowAt(const QModelIndex& index) const {
+    const TreeRowNode* node = NodeOf(index);
+    if (node == nullptr) {
+        return nullptr;
+    }
+    const std::vector<TreeRowPtr>& siblings = ChildrenOf(node->parent);
+    const auto position = static_cast<std::size_t>(node->index);
+    return position < siblings.size() ? siblings[position] : nullptr;
+}
+
+const std::vector<TreeRowPtr>& TreeModel::ChildrenOf(const UI_TreeRow* parent) const {
+    return parent ? parent->Node().children : mTopLevel;
+}
+
+std::vector<TreeRowPtr>& TreeModel::MutableChildrenOf(const UI_TreeRow* parent) {
+    return parent ? parent->Node().children : mTopLevel;
+}
+
+const WideString& TreeModel::KeyOf(const TreeRowPtr& row) {
+    TreeRowNode& node = row->Node();
+    if (!node.sortKeyValid) {
+        ++sortDataRequests;
+        node.sortKey = sortData && mHeader ? sortData(row, mHeader->sortColumn) : WideString();
+        node.sortKeyValid = true;
+    }
+    return node.sortKey;
+}
+
+bool TreeModel::Before(const TreeRowPtr& a, const TreeRowPtr& b) {
+    const WideString& first = KeyOf(a);
+    const WideString& second = KeyOf(b);
+    const bool ascending = !mHeader || mHeader->sortAscending;
+    const auto& less = mHeader ? mHeader->stringSorting : nullptr;
+    if (less) {
+        return ascending ? less(first, second) : less(second, first);
+    }
+    return ascending ? first < second : second < first;
+}
+
+void TreeModel::Reindex(std::vector<TreeRowPtr>& rows, std::size_t from) {
+    for (std::size_t position = from; position < rows.size(); ++position) {
+        rows[position]->Node().index = static_cast<int>(position);
+    }
+}
+
+void TreeModel::SortChildren(std::vector<TreeRowPtr>& rows, bool deep) {
+    for (const TreeRowPtr& row : rows) {
+        KeyOf(row); // one question per row, before any comparison
+    }
+    std::stable_sort(rows.begin(), rows.end(),
+                     [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); });
+    Reindex(rows);
+    if (deep) {
+        for (const TreeRowPtr& row : rows) {
+            SortChildren(row->Node().children, true);
+        }
+    }
+}
+
+void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows) {
+    if (parent && parent->Node().tree != this) {
+        return;
+    }
+    if (parent) {
+        parent->Node().childrenLoaded = true;
+    }
+    std::vector<TreeRowPtr> fresh;
+    for (const TreeRowPtr& row : rows) {
+        if (row && row->Node().tree == nullptr &&
+            std::find(fresh.begin(), fresh.end(), row) == fresh.end()) {
+            fresh.push_back(row);
+        }
+    }
+    if (fresh.empty()) {
+        if (parent) {
+            RowChanged(parent); // its disclosure may change
+        }
+        return;
+    }
+    for (const TreeRowPtr& row : fresh) {
+        row->Node().tree = this;
+        row->Node().parent = parent.get();
+        row->Node().sortKeyValid = false;
+    }
+    std::vector<TreeRowPtr>& siblings = MutableChildrenOf(parent.get());
+    const QModelIndex parentIndex = IndexOf(parent);
+    if (siblings.empty()) {
+        // A folder filled for the first time: ordered once, inserted at once.
+        SortChildren(fresh, false);
+        beginInsertRows(parentIndex, 0, static_cast<int>(fresh.size()) - 1);
+        siblings = fresh;
+        endInsertRows();
+        return;
+    }
+    // A few rows more: each goes to its place.
+    for (const TreeRowPtr& row : fresh) {
+        KeyOf(row);
+        const auto at = std::upper_bound(
+            siblings.begin(), siblings.end(), row,
+            [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); });
+        const int position = static_cast<int>(at - siblings.begin());
+        beginInsertRows(parentIndex, position, position);
+        siblings.insert(at, row);
+        Reindex(siblings, static_cast<std::size_t>(position));
+        endInsertRows();
+    }
+}
+
+void TreeModel::Detach(const TreeRowPtr& row) {
+    TreeRowNode& node = row->Node();
+    node.tree = nullptr;
+    node.parent = nullptr;
+    for (const TreeRowPtr& child : node.children) {
+        Detach(child);
+    }
+}
+
+void TreeModel::Remove(const TreeRowPtr& row) {
+    if (!row || row->Node().tree != this) {
+        return;
+    }
+    std::vector<TreeRowPtr>& siblings = MutableChildrenOf(row->Node().parent);
+    const int position = row->Node().index;
+    beginRemoveRows(IndexOf(row->Node().parent), position, position);
+    const TreeRowPtr keep = row; // the row may be held only by its parent
+    siblings.erase(siblings.begin() + position);
+    Reindex(siblings, static_cast<std::size_t>(position));
+    Detach(keep);
+    endRemoveRows();
+}
+
+void TreeModel::RemoveChildren(const UI_TreeRow* parent) {
+    if (parent && parent->Node().tree != this) {
+        return;
+    }
+    std::vector<TreeRowPtr>& rows = MutableChildrenOf(parent);
+    if (rows.empty()) {
+        return;
+    }
+    beginRemoveRows(IndexOf(parent), 0, static_cast<int>(rows.size()) - 1);
+    std::vector<TreeRowPtr> gone;
+    gone.swap(rows);
+    for (const TreeRowPtr& row : gone) {
+        Detach(row);
+    }
+    endRemoveRows();
+}
+
+void TreeModel::SetCustomChild(const TreeRowPtr& row, bool custom) {
+    if (!row || row->Node().tree != this || row->Node().customChild == custom) {
+        return;
+    }
+    row->Node().customChild = custom;
+    RowChanged(row);
+}
+
+void TreeModel::Resort() {
+    emit layoutAboutToBeChanged();
+    const QModelIndexList before = persistentIndexList();
+    std::vector<std::pair<TreeRowNode*, int>> places;
+    places.reserve(static_cast<std::size_t>(before.size()));
+    for (const QModelIndex& index : before) {
+        places.emplace_back(NodeOf(index), index.column());
+    }
+    std::vector<TreeRowPtr> all = mTopLevel;
+    for (std::size_t next = 0; next < all.size(); ++next) {
+        all[next]->Node().sortKeyValid = false;
+        for (const TreeRowPtr& child : all[next]->Node().children) {
+            all.push_back(child);
+        }
+    }
+    SortChildren(mTopLevel, true);
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const auto& [node, column] : places) {
+        after.push_back(node ? createIndex(node->index, column, node) : QModelIndex());
+    }
+    changePersistentIndexList(before, after);
+    emit layoutChanged();
+}
+
+void TreeModel::RowChanged(const TreeRowPtr& row) {
+    const QModelIndex first = IndexOf(row, 0);
+    if (first.isValid()) {
+        emit dataChanged(first, IndexOf(row, columnCount() - 1));
+    }
+}
+
+} // namespace host

@@ -1,0 +1,166 @@
+#include "Marvane/uitoolkit/TreeView.h"
+
+#include "Marvane/uitoolkit/PictureImpl.h"
+
+#include <QApplication>
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QPainter>
+
+namespace host {
+
+namespace {
+
+QString ToQString(const WideString& text) {
+    return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QRectF ToQRect(const UI_Rect& rect) {
+    return {rect.left, rect.top, rect.width, rect.height};
+}
+
+// Draws a node and, for containers, its children, in the cell's own coordinates.
+void PaintNode(QPainter& painter, const UI_Node& node, const QPalette::ColorRole textRole,
+               const QPalette& palette) {
+    if (!node.IsVisible()) {
+        return;
+    }
+    const QRectF bounds = ToQRect(node.GetBounds());
+    if (const auto* image = dynamic_cast<const UI_StaticImage*>(&node)) {
+        if (const UI_Picture picture = image->RequestPicture(static_cast<float>(bounds.width()),
+                                                             static_cast<float>(bounds.height()))) {
+            picture->Paint(painter, bounds);
+        }
+    } else if (const auto* text = dynamic_cast<const UI_StaticText*>(&node)) {
+        QFont font = painter.font();
+        font.setPixelSize(std::max(1, static_cast<int>(text->GetFontSize())));
+        font.setItalic(text->GetFontStyle() == "Italic");
+        font.setBold(text->GetFontStyle() == "Bold");
+        painter.setFont(font);
+        painter.setPen(palette.color(textRole));
+        const QString value = QFontMetrics(font).elidedText(
+            ToQString(text->GetValue()), Qt::ElideRight, static_cast<int>(bounds.width()));
+        painter.drawText(bounds, Qt::AlignLeft | Qt::AlignVCenter, value);
+    }
+    if (const auto* container = dynamic_cast<const UI_Container*>(&node)) {
+        for (const auto& child : container->GetChildren()) {
+            PaintNode(painter, *child, textRole, palette);
+        }
+    }
+}
+
+} // namespace
+
+std::uint32_t CurrentModifiers(Qt::KeyboardModifiers modifiers) {
+    std::uint32_t flags = 0;
+    flags |= modifiers.testFlag(Qt::ShiftModifier) ? kModifierShift : 0u;
+    flags |= modifiers.testFlag(Qt::ControlModifier) ? kModifierControl : 0u;
+    flags |= modifiers.testFlag(Qt::AltModifier) ? kModifierAlternative : 0u;
+    return flags;
+}
+
+void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                         const QModelIndex& index) const {
+    const TreeRowPtr row = mTree.model.RowAt(index);
+    UI_SubView* cell = row ? mTree.CellView(row, mTree.model.ColumnAt(index.column())) : nullptr;
+    if (cell == nullptr) {
+        QStyledItemDelegate::paint(painter, option, index);
+        return;
+    }
+    // The background and selection as for any cell, then the cell view on top.
+    QStyleOptionViewItem background = option;
+    initStyleOption(&background, index);
+    background.text.clear();
+    const QWidget* widget = option.widget;
+    QStyle* style = widget ? widget->style() : QApplication::style();
+    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+    cell->BoundsChanged(
+        {0, 0, static_cast<float>(option.rect.width()), static_cast<float>(option.rect.height())});
+    painter->save();
+    painter->translate(option.rect.topLeft());
+    painter->setClipRect(QRect(QPoint(0, 0), option.rect.size()));
+    const bool selected = option.state.testFlag(QStyle::State_Selected);
+    PaintNode(*painter, *cell, selected ? QPalette::HighlightedText : QPalette::Text,
+              option.palette);
+    painter->restore();
+}
+
+QSize CellDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    QSize size = QStyledItemDelegate::sizeHint(option, index);
+    size.setHeight(static_cast<int>(mTree.rowHeight));
+    return size;
+}
+
+TreeWidget::TreeWidget(MultiColumnTreeImpl& tree) : mTree(tree) {
+    setUniformRowHeights(true);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setExpandsOnDoubleClick(false);
+    setAllColumnsShowFocus(true);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+}
+
+void TreeWidget::mousePressEvent(QMouseEvent* event) {
+    QTreeView::mousePressEvent(event);
+    mPressedAt = event->position().toPoint();
+    if (const TreeRowPtr row = mTree.model.RowAt(indexAt(mPressedAt)); row && mTree.clickDown) {
+        mTree.clickDown(
+            row,
+            {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
+            CurrentModifiers(event->modifiers()), 0);
+    }
+}
+
+void TreeWidget::mouseReleaseEvent(QMouseEvent* event) {
+    QTreeView::mouseReleaseEvent(event);
+    const QPoint at = event->position().toPoint();
+    // A release after the pointer travelled (a drag) carries a non-zero value.
+    const std::uint32_t dragged =
+        (at - mPressedAt).manhattanLength() >= QApplication::startDragDistance() ? 1u : 0u;
+    if (const TreeRowPtr row = mTree.model.RowAt(indexAt(at)); row && mTree.clickUp) {
+        mTree.clickUp(
+            row,
+            {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
+            CurrentModifiers(event->modifiers()), dragged);
+    }
+}
+
+void TreeWidget::mouseDoubleClickEvent(QMouseEvent* event) {
+    QTreeView::mouseDoubleClickEvent(event);
+    if (const TreeRowPtr row = mTree.model.RowAt(indexAt(event->position().toPoint()));
+        row && mTree.doubleClick) {
+        mTree.doubleClick(
+            row,
+            {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
+            CurrentModifiers(event->modifiers()), 0);
+    }
+}
+
+MultiColumnTreeImpl::MultiColumnTreeImpl(ByteString id)
+    : nodeID(std::move(id)), delegate(*this), view(new TreeWidget(*this)) {
+    view->setObjectName(QString::fromStdString(nodeID));
+    view->setModel(&model);
+    view->setItemDelegate(&delegate);
+}
+
+MultiColumnTreeImpl::~MultiColumnTreeImpl() {
+    if (view) {
+        view->setItemDelegate(nullptr);
+        view->setModel(nullptr);
+        if (view->parent() == nullptr) {
+            delete view.data();
+        }
+    }
+}
+
+UI_SubView* MultiColumnTreeImpl::CellView(const TreeRowPtr& row,
+                                          UI_MultiColumnTree::ColumnID column) {
+    auto& cells = row->Node().cells;
+    auto found = cells.find(column);
+    if (found == cells.end()) {
+        found = cells.emplace(column, cellViews ? cellViews(row, column) : nullptr).first;
+    }
+    return found->second.get();
+}
+
+} // namespace host

@@ -1,0 +1,64 @@
+#pragma once
+// The Qt side of a multi-column tree: a QTreeView over the tree model, with a delegate that
+// draws cell views, and the user's clicks turned into the tree's callbacks.
+#include "Marvane/uitoolkit/TreeModel.h"
+
+#include <QPointer>
+#include <QStyledItemDelegate>
+#include <QTreeView>
+
+namespace host {
+
+class MultiColumnTreeImpl;
+
+class CellDelegate final : public QStyledItemDelegate {
+public:
+    explicit CellDelegate(MultiColumnTreeImpl& tree) : mTree(tree) {}
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+private:
+    MultiColumnTreeImpl& mTree;
+};
+
+class TreeWidget final : public QTreeView {
+public:
+    explicit TreeWidget(MultiColumnTreeImpl& tree);
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+
+private:
+    MultiColumnTreeImpl& mTree;
+    QPoint mPressedAt;
+};
+
+class MultiColumnTreeImpl {
+public:
+    explicit MultiColumnTreeImpl(ByteString nodeID);
+    ~MultiColumnTreeImpl();
+
+    ByteString nodeID;
+    TreeModel model;
+    CellDelegate delegate;
+    QPointer<TreeWidget> view;
+    UI_MultiColumnTreeHeaderRow* header = nullptr;
+    float rowHeight = 24.0f;
+    bool notifySelection = true;
+    UI_MultiColumnTree::CellViewCallback cellViews;
+    UI_MultiColumnTree::DisclosureCallback disclosureChanged;
+    UI_MultiColumnTree::SelectionCallback selectionChanged;
+    UI_MultiColumnTree::ClickCallback doubleClick;
+    UI_MultiColumnTree::ClickCallback clickDown;
+    UI_MultiColumnTree::ClickCallback clickUp;
+
+    UI_SubView* CellView(const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column);
+};
+
+// Modifier flags of the keys held now.
+std::uint32_t CurrentModifiers(Qt::KeyboardModifiers modifiers);
+
+} // namespace host

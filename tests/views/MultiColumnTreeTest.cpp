@@ -1,0 +1,291 @@
+#include "host/MultiColumnTree.h"
+#include "Marvane/uitoolkit/TreeView.h"
+#include "ViewTestSupport.h"
+
+#include <QHeaderView>
+#include <QMouseEvent>
+#include <QPixmap>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+using host::TreeRowPtr;
+using host::UI_MultiColumnTree;
+
+constexpr UI_MultiColumnTree::ColumnID kName = 1;
+constexpr UI_MultiColumnTree::ColumnID kSize = 2;
+
+// A cell view that records how it was laid out and drawn.
+class RecordingCell : public host::UI_SubView {
+public:
+    explicit RecordingCell(int& made) { ++made; }
+    void BoundsChanged(const host::UI_Rect& bounds) override {
+        SetBounds(bounds);
+        lastBounds = bounds;
+        ++layouts;
+    }
+    host::UI_Rect lastBounds;
+    int layouts = 0;
+};
+
+class MultiColumnTreeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        header.AppendColumn("Name", kName);
+        header.AppendColumn("Size", kSize);
+        header.SetSortColumn(kName);
+        header.SetSortDirection(true);
+        header.SetStringSortingCallback(
+            [](const std::u16string& a, const std::u16string& b) { return a < b; });
+        tree.SetHeaderRow(&header);
+        tree.SetSortDataCallback(
+            [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column) {
+                return column == kName ? names.at(row.get()) : sizes.at(row.get());
+            });
+        tree.SetCellTextCallback(
+            [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column) {
+                return column == kName ? names.at(row.get()) : sizes.at(row.get());
+            });
+        tree.SetRowHeight(20);
+        view()->resize(400, 200);
+        view()->show();
+        SettleEvents();
+    }
+    QTreeView* view() const { return tree.GetImpl()->view.data(); }
+    TreeRowPtr Row(const std::u16string& name, bool folder = false,
+                   const std::u16string& size = u"") {
+        auto row = std::make_shared<host::UI_TreeRow>(folder);
+        names[row.get()] = name;
+        sizes[row.get()] = size;
+        return row;
+    }
+    std::vector<std::u16string> Names(const std::vector<TreeRowPtr>& rows) const {
+        std::vector<std::u16string> result;
+        for (const auto& row : rows) {
+            result.push_back(names.at(row.get()));
+        }
+        return result;
+    }
+    std::vector<TreeRowPtr> TopLevel() const {
+        std::vector<TreeRowPtr> rows;
+        for (int index = 0; index < tree.GetTopLevelRowCount(); ++index) {
+            rows.push_back(tree.GetTopLevelRow(index));
+        }
+        return rows;
+    }
+
+    host::UI_MultiColumnTreeHeaderRow header;
+    UI_MultiColumnTree tree{"Test.Tree"};
+    std::map<const host::UI_TreeRow*, std::u16string> names;
+    std::map<const host::UI_TreeRow*, std::u16string> sizes;
+};
+
+TEST_F(MultiColumnTreeTest, RowsAreInsertedInSortOrderAskingEachRowForItsKeyOnce) {
+    tree.InsertRows(nullptr, {Row(u"c"), Row(u"a"), Row(u"b")});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c"}));
+    EXPECT_EQ(tree.GetSortDataRequestCount(), 3u);
+    tree.InsertRows(nullptr, {Row(u"bb")});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"bb", u"c"}));
+    EXPECT_EQ(tree.GetSortDataRequestCount(), 4u); // only the new row was asked
+}
+
+TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
+    const TreeRowPtr small = Row(u"z", false, u"1");
+    const TreeRowPtr big = Row(u"y", false, u"9");
+    const TreeRowPtr folder = Row(u"x", true, u"5");
+    tree.InsertRows(nullptr, {small, big, folder});
+    tree.InsertRows(folder, {Row(u"q", false, u"2"), Row(u"p", false, u"3")});
+    tree.SelectRow(big, true, false, true);
+    const std::uint64_t before = tree.GetSortDataRequestCount();
+    header.SetSortColumn(kSize);
+    header.SetSortDirection(false);
+    tree.Resort();
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 5u);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"y", u"x", u"z"}));
+    EXPECT_EQ(names.at(folder->GetChild(0).get()), u"p");
+    EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{big}); // the selection follows
+}
+
+TEST_F(MultiColumnTreeTest, AFolderCanBeOpenedUntilReadAndStaysSoOnlyWithACustomChild) {
+    const TreeRowPtr folder = Row(u"Reels", true);
+    const TreeRowPtr empty = Row(u"Empty", true);
+    const TreeRowPtr project = Row(u"Scene.mvproj");
+    tree.InsertRows(nullptr, {folder, empty, project});
+    auto& model = tree.GetImpl()->model;
+    EXPECT_TRUE(model.hasChildren(model.IndexOf(folder)));
+    EXPECT_FALSE(model.hasChildren(model.IndexOf(project)));
+    tree.InsertRows(empty, {});
+    EXPECT_FALSE(model.hasChildren(model.IndexOf(empty)));
+    tree.SetRowHasCustomChild(empty, true);
+    EXPECT_TRUE(model.hasChildren(model.IndexOf(empty)));
+    EXPECT_TRUE(tree.RowHasCustomChild(empty));
+}
+
+TEST_F(MultiColumnTreeTest, OpenedRowsAreThoseReachableThroughOpenFolders) {
+    const TreeRowPtr a = Row(u"a", true);
+    const TreeRowPtr b = Row(u"b", true);
+    tree.InsertRows(nullptr, {a, b});
+    tree.InsertRows(a, {Row(u"a1"), Row(u"a2")});
+    tree.InsertRows(b, {Row(u"b1")});
+    std::vector<std::pair<std::u16string, bool>> disclosures;
+    tree.SetDisclosureChangedCallback([&](const TreeRowPtr& row, bool open) {
+        disclosures.emplace_back(names.at(row.get()), open);
+    });
+    tree.OpenRow(a, true);
+    EXPECT_EQ(Names(tree.GetOpenedRows()), (std::vector<std::u16string>{u"a", u"a1", u"a2", u"b"}));
+    tree.ToggleRow(a);
+    tree.ToggleRow(b);
+    EXPECT_EQ(Names(tree.GetOpenedRows()), (std::vector<std::u16string>{u"a", u"b", u"b1"}));
+    EXPECT_EQ(disclosures, (std::vector<std::pair<std::u16string, bool>>{
+                               {u"a", true}, {u"a", false}, {u"b", true}}));
+}
+
+TEST_F(MultiColumnTreeTest, VisibleOpenedRowsFollowScrolling) {
+    std::vector<TreeRowPtr> rows;
+    for (int index = 0; index < 100; ++index) {
+        rows.push_back(Row(u"row " + std::u16string(1, static_cast<char16_t>(u'A' + index / 10)) +
+                           std::u16string(1, static_cast<char16_t>(u'0' + index % 10))));
+    }
+    tree.InsertRows(nullptr, rows);
+    SettleEvents();
+    EXPECT_EQ(tree.GetFirstVisibleOpenedRowIndex(), 0);
+    const int last = tree.GetLastVisibleOpenedRowIndex();
+    const int perPage = static_cast<int>(tree.GetScrollViewHeight() / tree.GetRowHeight());
+    EXPECT_NEAR(last, perPage - 1, 1);
+    const std::vector<TreeRowPtr> opened = tree.GetOpenedRows();
+    tree.ScrollRowIntoView(opened[50], true, 0, true);
+    SettleEvents();
+    EXPECT_EQ(tree.GetFirstVisibleOpenedRowIndex(), 50);
+    EXPECT_TRUE(tree.IsRowVisible(opened[50]));
+    EXPECT_FALSE(tree.IsRowVisible(opened[0]));
+    tree.ScrollRowIntoView(opened[99], false, 0, true);
+    SettleEvents();
+    EXPECT_EQ(tree.GetLastVisibleOpenedRowIndex(), 99);
+}
+
+TEST_F(MultiColumnTreeTest, SelectingExclusivelyAddingAndClearing) {
+    const TreeRowPtr a = Row(u"a");
+    const TreeRowPtr b = Row(u"b");
+    const TreeRowPtr c = Row(u"c");
+    tree.InsertRows(nullptr, {c, b, a});
+    int notified = 0;
+    tree.SetSelectionChangedCallback([&] { ++notified; });
+    tree.SelectRow(c, true, false, true);
+    tree.SelectRow(a, false, false, true);
+    EXPECT_EQ(tree.GetSelectedRows(), (std::vector<TreeRowPtr>{a, c})); // in display order
+    EXPECT_EQ(notified, 2);
+    tree.SelectRow(b, true, false, false);
+    EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{b});
+    EXPECT_EQ(notified, 2); // asked not to tell
+    tree.SelectRow(c, false, true, true);
+    EXPECT_EQ(tree.GetSelectedRows(), (std::vector<TreeRowPtr>{b, c}));
+    tree.DeselectAllRows();
+    EXPECT_TRUE(tree.GetSelectedRows().empty());
+}
+
+TEST_F(MultiColumnTreeTest, ARemovedRowLeavesTheTreeAndItsParentsCount) {
+    const TreeRowPtr folder = Row(u"f", true);
+    const TreeRowPtr child = Row(u"c");
+    tree.InsertRows(nullptr, {folder});
+    tree.InsertRows(folder, {child, Row(u"d")});
+    tree.RemoveRow(child);
+    EXPECT_EQ(folder->GetChildCount(), 1);
+    EXPECT_EQ(child->GetParent(), nullptr);
+    EXPECT_FALSE(tree.GetImpl()->model.IndexOf(child).isValid());
+    tree.RemoveAllRows();
+    EXPECT_EQ(tree.GetTopLevelRowCount(), 0);
+    EXPECT_EQ(folder->GetParent(), nullptr);
+}
+
+TEST_F(MultiColumnTreeTest, CellViewsAreMadeOnceLaidOutToTheCellAndDrawn) {
+    int made = 0;
+    std::vector<host::UI_StaticImage*> images;
+    tree.SetCellViewCallback(
+        [&](const TreeRowPtr&,
+            UI_MultiColumnTree::ColumnID column) -> std::unique_ptr<host::UI_SubView> {
+            if (column != kName) {
+                return nullptr;
+            }
+            auto cell = std::make_unique<RecordingCell>(made);
+            auto image = std::make_unique<host::UI_StaticImage>();
+            image->SetBounds({0, 0, 12, 12});
+            image->SetPictureSupplier([](host::UI_PictureRequest& request) {
+                request.stateFlags |= 4;
+                request.picture = host::GetGenericFolderIcon(256, 256);
+            });
+            images.push_back(image.get());
+            cell->ChildPushBack(std::move(image));
+            return cell;
+        });
+    const TreeRowPtr row = Row(u"Scene", false, u"3 KB");
+    tree.InsertRows(nullptr, {row});
+    SettleEvents();
+    view()->grab(); // draws every visible cell
+    auto* cell = dynamic_cast<RecordingCell*>(tree.GetCellView(row, kName));
+    ASSERT_NE(cell, nullptr);
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(tree.GetCellView(row, kSize), nullptr);
+    EXPECT_GE(cell->layouts, 1);
+    EXPECT_EQ(cell->lastBounds.height, 20.0f);
+    EXPECT_EQ(cell->lastBounds.top, 0.0f);
+    EXPECT_EQ(images.back()->GetLastRequestFlags() & 4u, 4u);
+    tree.RefreshRow(row);
+    EXPECT_NE(tree.GetCellView(row, kName), cell);
+    EXPECT_EQ(made, 2);
+}
+
+TEST_F(MultiColumnTreeTest, ClicksReachTheCallbacksWithTheirRowAndModifiers) {
+    const TreeRowPtr row = Row(u"Scene");
+    tree.InsertRows(nullptr, {row});
+    SettleEvents();
+    std::vector<std::string> calls;
+    const auto record = [&](const char* what) {
+        return [&calls, what](const TreeRowPtr&, host::UI_Point, std::uint32_t modifiers,
+                              std::uint32_t value) {
+            calls.push_back(std::string(what) + ":" + std::to_string(modifiers) + ":" +
+                            std::to_string(value));
+        };
+    };
+    tree.SetSingleClickDownCallback(record("down"));
+    tree.SetSingleClickUpCallback(record("up"));
+    tree.SetDoubleClickCallback(record("double"));
+    const QPoint at = view()->visualRect(tree.GetImpl()->model.IndexOf(row)).center();
+    QWidget* target = view()->viewport();
+    QMouseEvent press(QEvent::MouseButtonPress, at, target->mapToGlobal(at), Qt::LeftButton,
+                      Qt::LeftButton, Qt::AltModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, at, target->mapToGlobal(at), Qt::LeftButton,
+                        Qt::NoButton, Qt::AltModifier);
+    QMouseEvent twice(QEvent::MouseButtonDblClick, at, target->mapToGlobal(at), Qt::LeftButton,
+                      Qt::LeftButton, Qt::AltModifier);
+    QApplication::sendEvent(target, &press);
+    QApplication::sendEvent(target, &release);
+    QApplication::sendEvent(target, &twice);
+    EXPECT_EQ(calls, (std::vector<std::string>{"down:4:0", "up:4:0", "double:4:0"}));
+    EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{row});
+}
+
+TEST_F(MultiColumnTreeTest, TheHeaderKeepsItsWidthsAndTitlesInTheTree) {
+    EXPECT_EQ(view()->header()->count(), 2);
+    EXPECT_EQ(tree.GetImpl()->model.headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(),
+              QStringLiteral("Size"));
+    EXPECT_EQ(tree.GetHeaderRow(), &header);
+}
+
+TEST(IconSet, EveryBadgeAndTheFolderIconHaveAPicture) {
+    for (const char* name :
+         {"kHistoryActionDeleteDecal", "kMvProductionPanelProjectClosedNoLockDecal",
+          "kMvProductionPanelProjectClosedLockedDecal", "kMvProductionPanelProjectOpenNoLockDecal",
+          "kMvProductionPanelProjectOpenLockedDecal",
+          "kMvProductionPanelProjectOpenEditableDecal"}) {
+        const auto handler = host::MakeIconSetImageHandler(name);
+        ASSERT_NE(handler, nullptr) << name;
+        host::UI_PictureRequest request;
+        handler->Answer(request);
+        EXPECT_NE(request.picture, nullptr) << name;
+    }
+    EXPECT_NE(host::GetGenericFolderIcon(256, 256), nullptr);
+    EXPECT_EQ(host::MakeIconSetImageHandler("NoSuchBadge"), nullptr);
+}
+
+} // namespace
