@@ -2,6 +2,7 @@
 
 #include "ProductionCommands.h"
 #include "TandrelIDs.h"
+#include "columns/NameCellView.h"
 #include "handler/TandrelHandler.h"
 
 #include <memory>
@@ -13,7 +14,10 @@ namespace HandlerTandrel {
 
 TandrelModule::TandrelModule(const host::ByteString& moduleName) : host::Module(moduleName) {}
 
-TandrelModule::~TandrelModule() = default;
+TandrelModule::~TandrelModule() {
+    // The folder picture shared by every name cell goes with the module.
+    Columns::ReleaseSharedFolderPicture();
+}
 
 namespace {
 

@@ -1,0 +1,143 @@
+#include "columns/NameCellView.h"
+
+#include "columns/DisplayName.h"
+#include "columns/TuningValue.h"
+#include "host/ApplicationLayer.h"
+#include "host/ProjectBackEnd.h"
+#include "host/UIToolkit.h"
+#include "utils/ProjectLocks.h"
+
+namespace HandlerTandrel::Columns {
+
+namespace {
+
+const TuningValue gThumbFraction("Tandrel.Columns.Name.Thumb.Height.FractionOfRowHeight", 0.6f);
+const TuningValue gThumbSpacing("Tandrel.Columns.Name.SpaceBetweenThumbAndName", 10.0f);
+const TuningValue gFontFraction("Tandrel.FontSize.FractionOfCellHeight", 0.5f);
+
+host::UI_Picture& FolderPictureSlot() {
+    static host::UI_Picture picture;
+    return picture;
+}
+
+} // namespace
+
+const host::UI_Picture& SharedFolderPicture() {
+    host::UI_Picture& picture = FolderPictureSlot();
+    if (!picture) {
+        picture = host::GetGenericFolderIcon(256, 256);
+    }
+    return picture;
+}
+
+void ReleaseSharedFolderPicture() {
+    FolderPictureSlot().reset();
+}
+
+NameCellKind NameCellKindOf(const host::WideString& path, bool lockOwnedByCurrentUser,
+                            bool hasLockFile) {
+    if (path.empty()) {
+        return NameCellKind::Folder;
+    }
+    const host::ByteString utf8 = host::ToUTF8(path);
+    if (!host::IsMarvaneProjectFile(utf8)) {
+        return host::IsTheMvProductionTrashDirectory(path) ? NameCellKind::Trash
+                                                           : NameCellKind::Folder;
+    }
+    if (!host::FindOpenProject(utf8)) {
+        return hasLockFile ? NameCellKind::ProjectClosedLocked : NameCellKind::ProjectClosedNoLock;
+    }
+    if (!hasLockFile) {
+        return NameCellKind::ProjectOpenNoLock;
+    }
+    return lockOwnedByCurrentUser ? NameCellKind::ProjectOpenEditable
+                                  : NameCellKind::ProjectOpenLockedByOther;
+}
+
+std::string_view BadgeResourceOf(NameCellKind kind) {
+    switch (kind) {
+    case NameCellKind::Folder:
+        return {};
+    case NameCellKind::Trash:
+        return "kHistoryActionDeleteDecal";
+    case NameCellKind::ProjectClosedNoLock:
+        return "kMvProductionPanelProjectClosedNoLockDecal";
+    case NameCellKind::ProjectClosedLocked:
+        return "kMvProductionPanelProjectClosedLockedDecal";
+    case NameCellKind::ProjectOpenNoLock:
+        return "kMvProductionPanelProjectOpenNoLockDecal";
+    case NameCellKind::ProjectOpenLockedByOther:
+        return "kMvProductionPanelProjectOpenLockedDecal";
+    case NameCellKind::ProjectOpenEditable:
+        return "kMvProductionPanelProjectOpenEditableDecal";
+    }
+    return {};
+}
+
+NameCellView::NameCellView(const host::WideString& path, bool lockOwnedByCurrentUser,
+                           bool hasLockFile)
+    : mKind(NameCellKindOf(path, lockOwnedByCurrentUser, hasLockFile)) {
+    const host::WideString name = DisplayNameOf(path);
+    SetNodeID("Tandrel.NameCellView." + host::ToUTF8(path));
+    if (const std::string_view badge = BadgeResourceOf(mKind); !badge.empty()) {
+        mBadge = host::MakeIconSetImageHandler(host::ByteString(badge));
+    } else {
+        SharedFolderPicture();
+    }
+    auto image = std::make_unique<host::UI_StaticImage>();
+    image->SetPictureSupplier([this](host::UI_PictureRequest& request) { SupplyPicture(request); });
+    mImage = image.get();
+    ChildPushBack(std::move(image));
+    auto text = std::make_unique<host::UI_StaticText>();
+    text->SetValue(name);
+    if (Utils::IsOpenReadOnlyAndOutOfDate(path)) {
+        text->SetFontStyle("Italic");
+    }
+    mText = text.get();
+    ChildPushBack(std::move(text));
+}
+
+host::UI_StaticImage& NameCellView::Image() const {
+    if (mImage == nullptr) {
+        throw host::NullPointerException("UI_StaticImage");
+    }
+    return *mImage;
+}
+
+host::UI_StaticText& NameCellView::Text() const {
+    if (mText == nullptr) {
+        throw host::NullPointerException("UI_StaticText");
+    }
+    return *mText;
+}
+
+void NameCellView::SupplyPicture(host::UI_PictureRequest& request) const {
+    request.stateFlags |= kCellPictureFlag;
+    if (mBadge) {
+        mBadge->Answer(request);
+    } else {
+        request.picture = SharedFolderPicture();
+    }
+}
+
+void NameCellView::BoundsChanged(const host::UI_Rect& bounds) {
+    SetBounds(bounds);
+    const float side = gThumbFraction.Get() * bounds.height;
+    // The picture is centred from the cell's own origin, not from its top.
+    Image().SetBounds({bounds.left, (bounds.height - side) * 0.5f, side, side});
+    host::UI_StaticText& text = Text();
+    const float spacing = gThumbSpacing.Get();
+    const float textLeft = bounds.left + side + spacing;
+    const float textWidth = bounds.width - (spacing + side + bounds.left);
+    if (textWidth < kMinimumTextWidth) {
+        text.SetVisible(false);
+        mTrailingWidth = 0;
+        return;
+    }
+    text.SetBounds({textLeft, bounds.top, textWidth, bounds.height});
+    text.SetFontSize(gFontFraction.Get() * bounds.height);
+    text.SetVisible(true);
+    mTrailingWidth = 0;
+}
+
+} // namespace HandlerTandrel::Columns
