@@ -3,6 +3,7 @@
 #include "Marvane/uitoolkit/HeaderRowImpl.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace host {
 
@@ -178,9 +179,9 @@ void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& 
         parent->Node().childrenLoaded = true;
     }
     std::vector<TreeRowPtr> fresh;
+    std::unordered_set<const UI_TreeRow*> seen;
     for (const TreeRowPtr& row : rows) {
-        if (row && row->Node().tree == nullptr &&
-            std::find(fresh.begin(), fresh.end(), row) == fresh.end()) {
+        if (row && row->Node().tree == nullptr && seen.insert(row.get()).second) {
             fresh.push_back(row);
         }
     }

@@ -1,0 +1,93 @@
+#pragma once
+// The host media browser's directory view: a multi-column tree of a folder whose directories
+// are read on a worker thread and delivered on the main thread, with the maps between rows and
+// paths. A directory is read when its row opens, and read again when the directory monitor
+// reports a change; a re-read keeps the rows that are still there, so open folders and the
+// selection stay as they were. Main thread only, except where a function says otherwise.
+#include "host/CoreTypes.h"
+#include "host/Messaging.h"
+#include "host/MultiColumnTree.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace host {
+
+// One entry of a directory as read: named fields. kPathField holds the entry's full path as
+// a WideString; kIsDirectoryField a bool (a link to a folder counts as a folder); kSizeField
+// and kModifiedField numbers (bytes; 100-nanosecond ticks since 1970).
+using DirectoryEntryField = std::variant<WideString, bool, std::int64_t>;
+struct DirectoryEntry {
+    std::map<std::string, DirectoryEntryField, std::less<>> fields;
+};
+inline constexpr std::string_view kPathField = "path";
+inline constexpr std::string_view kIsDirectoryField = "isDirectory";
+inline constexpr std::string_view kSizeField = "size";
+inline constexpr std::string_view kModifiedField = "modified";
+using DirectoryContent = std::vector<DirectoryEntry>;
+
+// The entry's path; throws std::logic_error when the path field is missing or not a WideString.
+const WideString& EntryPath(const DirectoryEntry& entry);
+bool EntryIsDirectory(const DirectoryEntry& entry);
+
+class MediaBrowserDirectoryView : public UI_SubView,
+                                  public Listener,
+                                  public std::enable_shared_from_this<MediaBrowserDirectoryView> {
+public:
+    explicit MediaBrowserDirectoryView(const ByteString& treeNodeID);
+    ~MediaBrowserDirectoryView() override;
+
+    // Subscribes to the directory monitor; call once the view is held by a shared pointer.
+    void StartListening();
+
+    UI_MultiColumnTree& GetTree() { return *mTree; }
+    const UI_MultiColumnTree& GetTree() const { return *mTree; }
+
+    // The folder whose content forms the top level ("" for none), kept normalised so that
+    // its rows are spelled as the directory monitor spells folders.
+    void SetRootPath(const WideString& path);
+    const WideString& GetRootPath() const { return mRootPath; }
+
+    // Reads the directory on a worker thread; InsertDirectoryContent gets the entries later,
+    // on the main thread. row is null for the root. A directory that cannot be read delivers
+    // no entries.
+    void RequestDirectoryContent(const TreeRowPtr& row, const ByteString& directoryPath);
+    // Makes rows for the entries under row (null: the top level), keeping the rows of paths
+    // that are still there and removing those that are gone.
+    virtual void InsertDirectoryContent(const TreeRowPtr& row, const ByteString& directoryPath,
+                                        const DirectoryContent& content);
+    // The directory changed on disk: read it again, if it is shown.
+    virtual void OnDirectoryChanged(const ByteString& directoryPath);
+    // A folder row was opened or closed; an unread folder is read when it opens.
+    virtual void RowDisclosureChanged(const TreeRowPtr& row, bool open);
+    // Whether an entry's row can be opened; by default every directory's can.
+    virtual bool RowCanHaveChildren(const DirectoryEntry& entry) const;
+
+    WideString GetRowPath(const TreeRowPtr& row) const;
+    TreeRowPtr GetRowForPath(const WideString& path) const;
+    void AddRowToMaps(const TreeRowPtr& row, const WideString& path);
+    void RemoveRowFromMaps(const TreeRowPtr& row);
+    std::vector<WideString> GetSelectedPaths() const;
+    // The height of every row reachable through open folders.
+    float GetExactOpenedHeight() const;
+    // How many directory reads were requested since the view was made.
+    std::uint64_t GetDirectoryReadCount() const { return mReads; }
+
+    void ReceiveMessage(const Message& message) override;
+
+private:
+    void RemoveRowAndChildrenFromMaps(const TreeRowPtr& row);
+
+    std::unique_ptr<UI_MultiColumnTree> mTree;
+    WideString mRootPath;
+    std::map<const UI_TreeRow*, WideString> mPathOfRow;
+    std::map<WideString, std::weak_ptr<UI_TreeRow>> mRowOfPath;
+    std::uint64_t mReads = 0;
+    bool mListening = false;
+};
+
+} // namespace host

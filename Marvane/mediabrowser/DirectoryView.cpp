@@ -1,0 +1,218 @@
+// The media browser's directory view: directories read off the main thread, rows kept in step
+// with the disk.
+#include "Marvane/uitoolkit/TreeView.h"
+#include "host/AsyncCalls.h"
+#include "host/DirectoryMonitor.h"
+#include "host/FileServices.h"
+#include "host/MediaBrowser.h"
+
+#include <dirent.h>
+#include <set>
+#include <stdexcept>
+#include <sys/stat.h>
+
+namespace host {
+
+namespace {
+
+std::int64_t Ticks(const timespec& time) {
+    return static_cast<std::int64_t>(time.tv_sec) * 10'000'000 + time.tv_nsec / 100;
+}
+
+// Runs on a worker thread: everything in the folder with its kind, size and time.
+DirectoryContent ReadDirectory(const std::string& folder) {
+    DirectoryContent content;
+    DIR* directory = ::opendir(folder.c_str());
+    if (directory == nullptr) {
+        return content;
+    }
+    const std::string prefix = folder == "/" ? std::string() : folder;
+    while (const dirent* item = ::readdir(directory)) {
+        const std::string name = item->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        const std::string path = prefix + "/" + name;
+        struct stat status {};
+        const bool known = ::stat(path.c_str(), &status) == 0;
+        DirectoryEntry entry;
+        entry.fields.emplace(std::string(kPathField), ToUTF16(path));
+        entry.fields.emplace(std::string(kIsDirectoryField), known && S_ISDIR(status.st_mode));
+        entry.fields.emplace(std::string(kSizeField),
+                             known ? static_cast<std::int64_t>(status.st_size) : std::int64_t{0});
+        entry.fields.emplace(std::string(kModifiedField),
+                             known ? Ticks(status.st_mtim) : std::int64_t{0});
+        content.push_back(std::move(entry));
+    }
+    ::closedir(directory);
+    return content;
+}
+
+} // namespace
+
+const WideString& EntryPath(const DirectoryEntry& entry) {
+    const auto found = entry.fields.find(kPathField);
+    if (found == entry.fields.end() || !std::holds_alternative<WideString>(found->second)) {
+        throw std::logic_error("a directory entry without a text path field");
+    }
+    return std::get<WideString>(found->second);
+}
+
+bool EntryIsDirectory(const DirectoryEntry& entry) {
+    const auto found = entry.fields.find(kIsDirectoryField);
+    return found != entry.fields.end() && std::holds_alternative<bool>(found->second) &&
+           std::get<bool>(found->second);
+}
+
+MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeID)
+    : mTree(std::make_unique<UI_MultiColumnTree>(treeNodeID)) {
+    mTree->SetDisclosureChangedCallback(
+        [this](const TreeRowPtr& row, bool open) { RowDisclosureChanged(row, open); });
+}
+
+MediaBrowserDirectoryView::~MediaBrowserDirectoryView() {
+    if (mListening) {
+        MessageStation::Get(kDirectoryMonitorStation)->Unsubscribe(this);
+    }
+}
+
+void MediaBrowserDirectoryView::StartListening() {
+    if (!mListening) {
+        MessageStation::Get(kDirectoryMonitorStation)->Subscribe(weak_from_this());
+        mListening = true;
+    }
+}
+
+void MediaBrowserDirectoryView::SetRootPath(const WideString& path) {
+    mRootPath = path.empty() ? WideString() : ToNormalizedPath(path);
+}
+
+void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
+                                                        const ByteString& directoryPath) {
+    ++mReads;
+    const std::weak_ptr<MediaBrowserDirectoryView> self = weak_from_this();
+    const std::weak_ptr<UI_TreeRow> target = row;
+    const bool forRoot = row == nullptr;
+    RunOnDefaultExecutor([self, target, forRoot, directoryPath] {
+        DirectoryContent content = ReadDirectory(directoryPath);
+        CallAsyncOnMainThread([self, target, forRoot, directoryPath, content = std::move(content)] {
+            const auto view = self.lock();
+            const TreeRowPtr folder = target.lock();
+            // The view went, or the row left the tree while its folder was read.
+            if (!view || (!forRoot && (!folder || view->GetRowPath(folder).empty()))) {
+                return;
+            }
+            view->InsertDirectoryContent(folder, directoryPath, content);
+        });
+    });
+}
+
+bool MediaBrowserDirectoryView::RowCanHaveChildren(const DirectoryEntry& entry) const {
+    return EntryIsDirectory(entry);
+}
+
+void MediaBrowserDirectoryView::InsertDirectoryContent(const TreeRowPtr& row, const ByteString&,
+                                                       const DirectoryContent& content) {
+    std::set<WideString> present;
+    for (const DirectoryEntry& entry : content) {
+        present.insert(EntryPath(entry));
+    }
+    // Rows of entries that are gone leave; rows still there stay as they are.
+    std::vector<TreeRowPtr> existing;
+    const int count = row ? row->GetChildCount() : mTree->GetTopLevelRowCount();
+    for (int index = 0; index < count; ++index) {
+        existing.push_back(row ? row->GetChild(index) : mTree->GetTopLevelRow(index));
+    }
+    std::set<WideString> kept;
+    for (const TreeRowPtr& child : existing) {
+        const WideString path = GetRowPath(child);
+        if (present.count(path) == 0) {
+            RemoveRowAndChildrenFromMaps(child);
+            mTree->RemoveRow(child);
+        } else {
+            kept.insert(path);
+        }
+    }
+    std::vector<TreeRowPtr> fresh;
+    for (const DirectoryEntry& entry : content) {
+        const WideString& path = EntryPath(entry);
+        if (kept.count(path) != 0) {
+            continue;
+        }
+        auto child = std::make_shared<UI_TreeRow>(RowCanHaveChildren(entry));
+        AddRowToMaps(child, path);
+        fresh.push_back(std::move(child));
+    }
+    mTree->InsertRows(row, fresh);
+}
+
+void MediaBrowserDirectoryView::OnDirectoryChanged(const ByteString& directoryPath) {
+    const WideString path = ToUTF16(directoryPath);
+    if (!mRootPath.empty() && path == mRootPath) {
+        RequestDirectoryContent(nullptr, directoryPath);
+        return;
+    }
+    const TreeRowPtr row = GetRowForPath(path);
+    // A folder never read is read when it opens; one read before is kept up to date.
+    if (row &&
+        (row->GetChildCount() > 0 || mTree->IsRowOpen(row) || mTree->RowHasCustomChild(row))) {
+        RequestDirectoryContent(row, directoryPath);
+    }
+}
+
+void MediaBrowserDirectoryView::RowDisclosureChanged(const TreeRowPtr& row, bool open) {
+    if (open && row && row->GetChildCount() == 0 && !mTree->RowHasCustomChild(row)) {
+        RequestDirectoryContent(row, ToUTF8(GetRowPath(row)));
+    }
+}
+
+WideString MediaBrowserDirectoryView::GetRowPath(const TreeRowPtr& row) const {
+    const auto found = mPathOfRow.find(row.get());
+    return found == mPathOfRow.end() ? WideString() : found->second;
+}
+
+TreeRowPtr MediaBrowserDirectoryView::GetRowForPath(const WideString& path) const {
+    const auto found = mRowOfPath.find(path);
+    return found == mRowOfPath.end() ? nullptr : found->second.lock();
+}
+
+void MediaBrowserDirectoryView::AddRowToMaps(const TreeRowPtr& row, const WideString& path) {
+    mPathOfRow[row.get()] = path;
+    mRowOfPath[path] = row;
+}
+
+void MediaBrowserDirectoryView::RemoveRowFromMaps(const TreeRowPtr& row) {
+    const auto found = mPathOfRow.find(row.get());
+    if (found == mPathOfRow.end()) {
+        return;
+    }
+    mRowOfPath.erase(found->second);
+    mPathOfRow.erase(found);
+}
+
+void MediaBrowserDirectoryView::RemoveRowAndChildrenFromMaps(const TreeRowPtr& row) {
+    for (int index = 0; index < row->GetChildCount(); ++index) {
+        RemoveRowAndChildrenFromMaps(row->GetChild(index));
+    }
+    RemoveRowFromMaps(row);
+}
+
+std::vector<WideString> MediaBrowserDirectoryView::GetSelectedPaths() const {
+    std::vector<WideString> paths;
+    for (const TreeRowPtr& row : mTree->GetSelectedRows()) {
+        paths.push_back(GetRowPath(row));
+    }
+    return paths;
+}
+
+float MediaBrowserDirectoryView::GetExactOpenedHeight() const {
+    return static_cast<float>(mTree->GetOpenedRows().size()) * mTree->GetRowHeight();
+}
+
+void MediaBrowserDirectoryView::ReceiveMessage(const Message& message) {
+    if (message.GetTypeID() == DirectoryChangedMessage::kTypeID) {
+        OnDirectoryChanged(ToUTF8(static_cast<const DirectoryChangedMessage&>(message).folder));
+    }
+}
+
+} // namespace host
