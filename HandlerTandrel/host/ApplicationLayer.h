@@ -24,6 +24,9 @@ bool IsTheMvProductionTrashDirectory(const WideString& path);
 // Whether the path lies inside the trash; with includeTrashItself, the trash folder too.
 bool IsInMvProductionTrash(const WideString& path, bool includeTrashItself);
 
+// Whether the production leaves this path out of its tree: names starting with a dot (the
+// host's side data of projects, copies being added, hidden files).
+bool IsPathExcludedFromMvProduction(const WideString& path);
 // Whether the production shows this path as a project with its own record.
 bool ProductionSupportsMarvaneProjectFile(const WideString& path);
 

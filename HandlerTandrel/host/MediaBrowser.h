@@ -70,7 +70,7 @@ public:
     WideString GetRowPath(const TreeRowPtr& row) const;
     TreeRowPtr GetRowForPath(const WideString& path) const;
     void AddRowToMaps(const TreeRowPtr& row, const WideString& path);
-    void RemoveRowFromMaps(const TreeRowPtr& row);
+    virtual void RemoveRowFromMaps(const TreeRowPtr& row);
     std::vector<WideString> GetSelectedPaths() const;
     // The height of every row reachable through open folders.
     float GetExactOpenedHeight() const;

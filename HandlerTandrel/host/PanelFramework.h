@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace host {
 
@@ -91,6 +92,11 @@ struct MvProductionFolderOpenedMessage : Message {
 // Sent on the same station when the open production is closed.
 struct MvProductionFolderClosedMessage : Message {
     HOST_DECLARE_MESSAGE_TYPE(MvProductionFolderClosedMessage)
+    explicit MvProductionFolderClosedMessage(ByteString folder)
+        : MvProductionFolderClosedMessage() {
+        oldPath = std::move(folder);
+    }
+    ByteString oldPath; // the production that was closed (UTF-8)
 };
 inline constexpr std::string_view kPanelFrameworkStation = "zkr.mvproductionfolderpanel";
 

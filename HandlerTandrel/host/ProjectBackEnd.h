@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -13,6 +14,11 @@ namespace host {
 // Whether a path names a project by its extension: a project file ".mvproj" or a project
 // folder ".mvprojd" (when the host's folder format is switched on).
 bool IsMarvaneProjectFile(const ByteString& utf8Path);
+
+// The second project format: a project stored as a folder (".mvprojd"). Whether the host has
+// it switched on, and whether a path names a project of that format.
+bool IsFolderProjectFormatEnabled();
+bool IsFolderFormatProject(const ByteString& utf8Path);
 
 // A project's lock file as read or created for one locking identity (name and second).
 class IProjectLockFile {
@@ -73,12 +79,24 @@ bool IsProjectOutOfDate(const ProjectPtr& project);
 // read-only and read-write.
 struct ProjectOpenedMessage : Message {
     HOST_DECLARE_MESSAGE_TYPE(ProjectOpenedMessage)
+    explicit ProjectOpenedMessage(ByteString path) : ProjectOpenedMessage() {
+        projectPath = std::move(path);
+    }
+    ByteString projectPath; // the project's file (or folder)
 };
 struct ProjectClosedMessage : Message {
     HOST_DECLARE_MESSAGE_TYPE(ProjectClosedMessage)
+    explicit ProjectClosedMessage(ByteString path) : ProjectClosedMessage() {
+        projectPath = std::move(path);
+    }
+    ByteString projectPath; // the project's file (or folder)
 };
 struct ProjectReadOnlyChangedMessage : Message {
     HOST_DECLARE_MESSAGE_TYPE(ProjectReadOnlyChangedMessage)
+    explicit ProjectReadOnlyChangedMessage(ByteString path) : ProjectReadOnlyChangedMessage() {
+        projectPath = std::move(path);
+    }
+    ByteString projectPath; // the project's file (or folder)
 };
 inline constexpr std::string_view kProjectActivationStation = "zkr.projectactivation";
 

@@ -94,6 +94,7 @@ public:
 };
 
 class Window; // a host window; opaque to modules
+class UI_MultiColumnTree;
 class TabViewImpl;
 
 // A panel's content. Derived classes build their children in FinishCreateSelf.
@@ -113,6 +114,9 @@ public:
     ByteString GetTitle() const;
     // Brings the panel to the front of its dock area; with focus, also gives it focus.
     void Activate(bool raise, bool takeFocus);
+
+    // Puts a tree into the panel, below what is already there, taking the panel's space.
+    void EmbedTree(UI_MultiColumnTree& tree);
 
     // The id of the panel's own menu resource, or empty for none.
     virtual ByteString GetPanelMenuID() const;

@@ -3,7 +3,9 @@
 
 #include "TandrelIDs.h"
 #include "columns/DisplayName.h"
+#include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
+#include "host/ApplicationLayer.h"
 #include "host/ExceptionLog.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
@@ -33,6 +35,17 @@ void TandrelTabView::PostSharedPtrInit() {
 void TandrelTabView::FinishCreateSelf() {
     try {
         UpdateTabTitle();
+        const auto self = std::static_pointer_cast<TandrelTabView>(shared_from_this());
+        mDirectoryView =
+            TandrelDirectoryView::Create(host::ToUTF8(host::GetTandrelManagerFolderPath()), self);
+        EmbedTree(mDirectoryView->GetTree());
+        // The host pauses the tree's reaction to changes on disk through this.
+        const std::weak_ptr<TandrelDirectoryView> view = mDirectoryView;
+        host::SetTandrelNotifyPauseFn([view](bool paused) {
+            if (const auto alive = view.lock()) {
+                alive->SetNotifyPaused(paused);
+            }
+        });
     } catch (const std::exception& error) {
         host::LogException("HandlerTandrel::TandrelTabView::FinishCreateSelf", error);
     }
@@ -41,6 +54,7 @@ void TandrelTabView::FinishCreateSelf() {
 void TandrelTabView::RemoveUI() {
     Unsubscribe();
     ClearScriptingHooks();
+    mDirectoryView.reset();
 }
 
 host::ByteString TandrelTabView::GetPanelMenuID() const {

@@ -4,7 +4,11 @@
 #include "host/UIFramework.h"
 #include "panel/TabViewStateData.h"
 
+#include <memory>
+
 namespace HandlerTandrel {
+
+class TandrelDirectoryView;
 
 class TandrelTabView : public host::TabView, public host::Listener {
 public:
@@ -23,9 +27,13 @@ public:
 
     // "Production: <folder name>" while a production is open, else "Production".
     void UpdateTabTitle();
+    // The tree of the production; null until the panel was created.
+    const std::shared_ptr<TandrelDirectoryView>& GetDirectoryView() const { return mDirectoryView; }
 
 private:
     void Unsubscribe();
+
+    std::shared_ptr<TandrelDirectoryView> mDirectoryView;
 };
 
 // The tab title for a production folder path (empty when no production is open).

@@ -40,6 +40,11 @@ bool IsInMvProductionTrash(const WideString& path, bool includeTrashItself) {
     return !trash.empty() && IsPathWithinDirectory(path, trash, includeTrashItself);
 }
 
+bool IsPathExcludedFromMvProduction(const WideString& path) {
+    const WideString name = GetPathFileName(path);
+    return !name.empty() && name.front() == u'.';
+}
+
 bool ProductionSupportsMarvaneProjectFile(const WideString& path) {
     return IsMarvaneProjectFile(ToUTF8(path));
 }

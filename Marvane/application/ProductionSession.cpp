@@ -39,8 +39,10 @@ void ProductionSession::Close() {
     if (!IsOpen()) {
         return;
     }
+    const std::string oldPath = mFolder.string();
     mFolder.clear();
-    MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderClosedMessage());
+    MessageStation::Get(kPanelFrameworkStation)
+        ->Broadcast(MvProductionFolderClosedMessage(oldPath));
 }
 
 } // namespace host

@@ -123,7 +123,7 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     }
     mProjects.push_back(project);
     SetActive(project);
-    Announce(ProjectOpenedMessage());
+    Announce(ProjectOpenedMessage(project->Path().string()));
     return {project, {}};
 }
 
@@ -173,9 +173,11 @@ void DocumentManager::Remove(const OpenProjectPtr& project) {
     if (found == mProjects.end()) {
         return;
     }
+    // The caller's reference may be the very element erased here.
+    const std::string path = project->Path().string();
     project->ReleaseLock();
     mProjects.erase(found);
-    Announce(ProjectClosedMessage());
+    Announce(ProjectClosedMessage(path));
 }
 
 bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
@@ -208,7 +210,7 @@ bool DocumentManager::Reload(const OpenProjectPtr& project, std::string& error) 
         return false;
     }
     project->ReplaceContent(std::move(content), stamp);
-    Announce(ProjectReadOnlyChangedMessage());
+    Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
     return true;
 }
 
@@ -226,7 +228,7 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
         project->ReleaseLock();
         project->SetReadOnly(true);
         result.changed = true;
-        Announce(ProjectReadOnlyChangedMessage());
+        Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
         return result;
     }
     ByteString name;
@@ -265,7 +267,7 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
     }
     project->SetReadOnly(false);
     result.changed = true;
-    Announce(ProjectReadOnlyChangedMessage());
+    Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
     return result;
 }
 

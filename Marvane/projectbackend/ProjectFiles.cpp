@@ -31,6 +31,18 @@ void SetFolderProjectFormatEnabled(bool enabled) {
     FolderFormatEnabled() = enabled;
 }
 
+bool IsFolderProjectFormatEnabled() {
+    return FolderFormatEnabled();
+}
+
+bool IsFolderFormatProject(const ByteString& utf8Path) {
+    std::string_view path(utf8Path);
+    while (path.size() > 1 && path.back() == '/') {
+        path.remove_suffix(1);
+    }
+    return FolderFormatEnabled() && EndsWithNoCase(path, kProjectFolderExtension);
+}
+
 bool IsMarvaneProjectFile(const ByteString& utf8Path) {
     std::string_view path(utf8Path);
     while (path.size() > 1 && path.back() == '/') {

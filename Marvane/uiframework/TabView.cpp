@@ -1,5 +1,8 @@
 #include "Marvane/uiframework/TabViewImpl.h"
 #include "Marvane/uiframework/Window.h"
+#include "Marvane/uitoolkit/TreeView.h"
+
+#include <QVBoxLayout>
 
 namespace host {
 
@@ -27,6 +30,21 @@ void TabView::Create(HandlerID handlerID, const ByteString& title, Window* paren
     mImpl->content->setWindowTitle(QString::fromStdString(title));
     mImpl->created = true;
     FinishCreateSelf();
+}
+
+void TabView::EmbedTree(UI_MultiColumnTree& tree) {
+    QWidget* content = mImpl->content.data();
+    QWidget* widget = tree.GetImpl()->view.data();
+    if (content == nullptr || widget == nullptr) {
+        return;
+    }
+    auto* layout = qobject_cast<QVBoxLayout*>(content->layout());
+    if (layout == nullptr) {
+        layout = new QVBoxLayout(content);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(0);
+    }
+    layout->addWidget(widget, 1);
 }
 
 bool TabView::IsCreated() const {

@@ -1,0 +1,114 @@
+#pragma once
+// The production as a tree: its folders and the projects the production supports, at any
+// depth, with the panel's five columns. Folders are read when they open and again when they
+// change on disk; a project's lock state is read only once its row can be seen, so a large
+// production opens as fast as its top folder can be listed.
+#include "columns/FileMetadata.h"
+#include "directoryview/FolderOpener.h"
+#include "host/MediaBrowser.h"
+#include "host/Messaging.h"
+#include "panel/TabViewStateData.h"
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string_view>
+
+namespace HandlerTandrel {
+
+class TandrelTabView;
+
+// Broadcast on kDirectoryViewStation whenever the tree's selection changes.
+struct DirectoryViewSelectionChangedMessage : host::Message {
+    HOST_DECLARE_MESSAGE_TYPE(DirectoryViewSelectionChangedMessage)
+};
+inline constexpr std::string_view kDirectoryViewStation = "MvProduction.DirectoryView";
+inline constexpr std::string_view kDirectoryViewNodeID = "MvProduction.DirectoryView";
+inline constexpr std::string_view kDirectoryTreeNodeID =
+    "MvProduction.DirectoryView.MediaBrowserMultiColumnTree";
+
+class TandrelDirectoryView : public host::MediaBrowserDirectoryView {
+public:
+    // Makes the view for the production folder (UTF-8, may be empty) and starts loading it.
+    static std::shared_ptr<TandrelDirectoryView> Create(const host::ByteString& productionFolder,
+                                                        std::weak_ptr<TandrelTabView> tabView);
+    explicit TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView);
+    ~TandrelDirectoryView() override;
+
+    // Shows another production folder: stops watching the old one, removes every row, then
+    // loads and watches the new one when it exists.
+    void SetProductionFolder(const host::ByteString& oldPath, const host::ByteString& newPath);
+    // The production the host has open now, reloaded from scratch.
+    void ReloadProductionFolder();
+
+    void InsertDirectoryContent(const host::TreeRowPtr& row, const host::ByteString& directoryPath,
+                                const host::DirectoryContent& content) override;
+    void OnDirectoryChanged(const host::ByteString& directoryPath) override;
+    void RowDisclosureChanged(const host::TreeRowPtr& row, bool open) override;
+    bool RowCanHaveChildren(const host::DirectoryEntry& entry) const override;
+    void RemoveRowFromMaps(const host::TreeRowPtr& row) override;
+    void ReceiveMessage(const host::Message& message) override;
+
+    // Changes that arrive while a rename is under way, or while the host paused notifications,
+    // wait; each path is applied once when both are over.
+    void SetRenameInProgress(bool inProgress);
+    void SetNotifyPaused(bool paused);
+    const std::set<host::WideString>& GetPendingPaths() const { return mPending; }
+
+    // The record of a project row; null for other rows.
+    const Columns::FileMetadata* GetRowMetadata(const host::TreeRowPtr& row) const;
+    bool IsRowMetadataStale(const host::TreeRowPtr& row) const;
+    // Refreshes a project row's record: now when its folder is open, else only marked stale.
+    void RefreshRowMetadata(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen);
+
+    // Opens the saved folders, then selects the saved rows and scrolls to the saved top row.
+    void UpdateFromStateData(const DirectoryViewStateData& state, bool restoreSelection);
+    void SelectPaths(const std::vector<host::WideString>& paths);
+    const FolderOpener& GetFolderOpener() const { return mOpener; }
+    // Used by the folder opener: opens the folder's row, telling the opener when that makes a
+    // read.
+    void OpenFolderForOpener(const host::WideString& folder);
+
+    // Row movement and selection operations of the panel's commands.
+    void MoveHome();
+    void MoveEnd();
+    void MovePageDown();
+    void MovePageUp();
+    void SelectAll();
+    void DeselectAll();
+    int RowsPerPage() const;
+
+    host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
+    // The panel that shows the view, while it exists and has been created; else null.
+    std::shared_ptr<TandrelTabView> GetOwner() const;
+
+private:
+    void LoadRoot();
+    void Watch(const host::ByteString& path);
+    host::WideString SortKey(const host::TreeRowPtr& row, Columns::ColumnID column);
+    host::WideString CellText(const host::TreeRowPtr& row, Columns::ColumnID column);
+    std::unique_ptr<host::UI_SubView> CellView(const host::TreeRowPtr& row,
+                                               Columns::ColumnID column);
+    void BroadcastSelectionChanged();
+    void FlushPending();
+    void RefreshChildren(const host::TreeRowPtr& row, bool open);
+    void ProjectStateChanged(const host::ByteString& projectPath);
+    void MoveSelectionTo(const host::TreeRowPtr& row);
+
+    struct RowRecord {
+        Columns::FileMetadata record;
+        bool stale = false;
+    };
+
+    std::weak_ptr<TandrelTabView> mTabView;
+    std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
+    std::map<const host::UI_TreeRow*, RowRecord> mRecords;
+    host::ByteString mProductionFolder;
+    bool mRenameInProgress = false;
+    bool mNotifyPaused = false;
+    std::set<host::WideString> mPending;
+    FolderOpener mOpener{*this};
+    bool mRootDelivered = false;
+};
+
+} // namespace HandlerTandrel
