@@ -42,6 +42,9 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
     SetNodeID(host::ByteString(kDirectoryViewNodeID));
     host::UI_MultiColumnTree& tree = GetTree();
     Columns::SetupColumns(mHeaderRow.get(), Columns::SortStringIsLess, nullptr);
+    // By name until a saved layout says otherwise.
+    mHeaderRow->SetSortColumn(Columns::kNameColumn);
+    mHeaderRow->SetSortDirection(true);
     tree.SetHeaderRow(mHeaderRow.get());
     tree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return SortKey(row, column);

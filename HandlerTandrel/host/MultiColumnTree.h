@@ -89,7 +89,8 @@ public:
     bool IsRowOpen(const TreeRowPtr& row) const;
     // The rows reachable through open folders, in display order.
     std::vector<TreeRowPtr> GetOpenedRows() const;
-    // Indexes into GetOpenedRows of the first and last row that can be seen; -1 when none.
+    // Indexes into GetOpenedRows of the first and last row that can be seen whole; -1 when
+    // there are no rows.
     int GetFirstVisibleOpenedRowIndex() const;
     int GetLastVisibleOpenedRowIndex() const;
     // Whether the row is reachable through open folders and inside the visible area.

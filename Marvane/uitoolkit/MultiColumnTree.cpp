@@ -191,8 +191,15 @@ int UI_MultiColumnTree::GetFirstVisibleOpenedRowIndex() const {
     if (opened.empty()) {
         return -1;
     }
-    const TreeRowPtr row = mImpl->model.RowAt(mImpl->view->indexAt(QPoint(1, 1)));
-    return row ? OpenedIndexOf(opened, row) : 0;
+    const QModelIndex index = mImpl->view->indexAt(QPoint(1, 0));
+    const TreeRowPtr row = mImpl->model.RowAt(index);
+    if (!row) {
+        return 0;
+    }
+    // A row cut off at the top does not count as visible.
+    const int found = OpenedIndexOf(opened, row);
+    const bool cut = mImpl->view->visualRect(index).top() < 0;
+    return cut && found + 1 < static_cast<int>(opened.size()) ? found + 1 : found;
 }
 
 int UI_MultiColumnTree::GetLastVisibleOpenedRowIndex() const {
@@ -201,9 +208,16 @@ int UI_MultiColumnTree::GetLastVisibleOpenedRowIndex() const {
         return -1;
     }
     const int bottom = mImpl->view->viewport()->height() - 1;
-    const TreeRowPtr row = mImpl->model.RowAt(mImpl->view->indexAt(QPoint(1, bottom)));
-    // Below the last row there is empty space: the last row is the last visible one.
-    return row ? OpenedIndexOf(opened, row) : static_cast<int>(opened.size()) - 1;
+    const QModelIndex index = mImpl->view->indexAt(QPoint(1, bottom));
+    const TreeRowPtr row = mImpl->model.RowAt(index);
+    if (!row) {
+        // Below the last row there is empty space: the last row is the last visible one.
+        return static_cast<int>(opened.size()) - 1;
+    }
+    // A row cut off at the bottom does not count as visible.
+    const int found = OpenedIndexOf(opened, row);
+    const bool cut = mImpl->view->visualRect(index).bottom() > bottom;
+    return cut && found > 0 ? found - 1 : found;
 }
 
 bool UI_MultiColumnTree::IsRowVisible(const TreeRowPtr& row) const {

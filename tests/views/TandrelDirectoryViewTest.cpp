@@ -1,0 +1,310 @@
+#include "directoryview/TandrelDirectoryView.h"
+
+#include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/ProjectFormats.h"
+#include "Marvane/uiframework/TabViewImpl.h"
+#include "ProductionFixture.h"
+#include "ViewTestSupport.h"
+#include "columns/NameCellView.h"
+#include "host/ApplicationLayer.h"
+#include "host/FileServices.h"
+#include "panel/TandrelTabView.h"
+
+#include <QElapsedTimer>
+#include <cstdlib>
+#include <functional>
+
+namespace {
+
+namespace fs = std::filesystem;
+using HandlerTandrel::TandrelDirectoryView;
+using HandlerTandrel::TandrelTabView;
+using host::TreeRowPtr;
+
+// Counts the selection notices of the directory view.
+class SelectionNotices : public host::Listener {
+public:
+    void ReceiveMessage(const host::Message& message) override {
+        count +=
+            message.GetTypeID() == HandlerTandrel::DirectoryViewSelectionChangedMessage::kTypeID
+                ? 1
+                : 0;
+    }
+    int count = 0;
+};
+
+class TandrelDirectoryViewTest : public testsupport::ProductionFixture {
+protected:
+    void SetUp() override {
+        ProductionFixture::SetUp();
+        host::SetFolderProjectFormatEnabled(true);
+        testsupport::WriteProject(production / "Scene 12.mvproj");
+        testsupport::WriteProject(production / "Promo.mvproj");
+        testsupport::WriteProject(production / "Edit" / "Reel 1.mvproj");
+        testsupport::WriteProject(production / "Edit" / "Reel 2.mvproj");
+        testsupport::WriteProject(production / "Titles.mvprojd");
+        Write(production / "notes.txt", "notes");
+        Write(production / "Scene 12.mvproj.lock", "not a lock, but present");
+        Write(production / "cut.mvproj.bak", "a backup");
+        Write(production / "Hidden" / ".cache", "x");
+    }
+    void TearDown() override {
+        panel.reset();
+        host::WaitForDefaultExecutor(10000);
+        SettleEvents(20);
+        ProductionFixture::TearDown();
+    }
+    // Makes the panel (which makes the tree for the open production) and waits for the top.
+    void OpenPanel(std::size_t expectedTopRows) {
+        panel = std::make_shared<TandrelTabView>();
+        panel->PostSharedPtrInit();
+        panel->Create(1, "Production", nullptr, 0);
+        panel->GetImpl()->content->resize(600, 300);
+        panel->GetImpl()->content->show();
+        ASSERT_TRUE(WaitUntil([&] {
+            return static_cast<std::size_t>(View().GetTree().GetTopLevelRowCount()) ==
+                   expectedTopRows;
+        })) << "top rows: "
+            << View().GetTree().GetTopLevelRowCount();
+    }
+    TandrelDirectoryView& View() const { return *panel->GetDirectoryView(); }
+    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 10000) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!condition() && timer.elapsed() < timeoutMs) {
+            QApplication::processEvents(QEventLoop::AllEvents, 10);
+        }
+        return condition();
+    }
+    TreeRowPtr RowOf(const fs::path& path) const { return View().GetRowForPath(W(path)); }
+    std::vector<std::string> TopNames() const {
+        std::vector<std::string> names;
+        for (int index = 0; index < View().GetTree().GetTopLevelRowCount(); ++index) {
+            names.push_back(host::ToUTF8(
+                host::GetPathFileName(View().GetRowPath(View().GetTree().GetTopLevelRow(index)))));
+        }
+        return names;
+    }
+    void OpenFolder(const fs::path& folder, int expectedChildren) {
+        const TreeRowPtr row = RowOf(folder);
+        ASSERT_NE(row, nullptr) << folder;
+        View().GetTree().OpenRow(row, true);
+        ASSERT_TRUE(WaitUntil([&] {
+            return expectedChildren == 0 ? View().GetTree().RowHasCustomChild(row)
+                                         : row->GetChildCount() == expectedChildren;
+        }));
+    }
+
+    std::shared_ptr<TandrelTabView> panel;
+};
+
+TEST_F(TandrelDirectoryViewTest, ShowsFoldersAndSupportedProjectsOnly) {
+    OpenPanel(5);
+    EXPECT_EQ(TopNames(), (std::vector<std::string>{"Edit", "Hidden", "Promo.mvproj",
+                                                    "Scene 12.mvproj", "Titles.mvprojd"}));
+    EXPECT_EQ(RowOf(production / "notes.txt"), nullptr);
+    EXPECT_EQ(RowOf(production / "cut.mvproj.bak"), nullptr); // an extension it does not support
+    EXPECT_EQ(RowOf(production / "Scene 12.mvproj.lock"), nullptr);
+}
+
+TEST_F(TandrelDirectoryViewTest, AProductionOfPlainFilesShowsAnEmptyTree) {
+    fs::remove_all(production);
+    fs::create_directories(production);
+    Write(production / "readme.txt", "hello");
+    Write(production / "edl.xml", "<edl/>");
+    OpenPanel(0);
+    host::WaitForDefaultExecutor(10000);
+    SettleEvents(100);
+    EXPECT_EQ(View().GetTree().GetTopLevelRowCount(), 0);
+}
+
+TEST_F(TandrelDirectoryViewTest, AFolderOfExcludedItemsIsARowThatOpensToNothing) {
+    OpenPanel(5);
+    OpenFolder(production / "Hidden", 0);
+    EXPECT_EQ(RowOf(production / "Hidden")->GetChildCount(), 0);
+    EXPECT_TRUE(View().GetTree().RowHasCustomChild(RowOf(production / "Hidden")));
+}
+
+TEST_F(TandrelDirectoryViewTest, TheContentOfAFolderProjectIsNeverListed) {
+    OpenPanel(5);
+    const TreeRowPtr titles = RowOf(production / "Titles.mvprojd");
+    ASSERT_NE(titles, nullptr);
+    EXPECT_FALSE(titles->CanHaveChildren());
+    // Even when asked to, the view lists nothing from inside it.
+    View().InsertDirectoryContent(
+        titles, (production / "Titles.mvprojd").string(),
+        {host::DirectoryEntry{
+            {{std::string(host::kPathField), W(production / "Titles.mvprojd" / "inner.mvproj")}}}});
+    EXPECT_EQ(titles->GetChildCount(), 0);
+}
+
+TEST_F(TandrelDirectoryViewTest, OpeningAProductionReadsOneLockFilePerTopLevelProject) {
+    testsupport::WriteProject(production / "Edit" / "Deep" / "Reel 9.mvproj");
+    const std::uint64_t before = host::LockFileReadCount();
+    OpenPanel(5);
+    // Scene 12, Promo and Titles: three projects at the top; none of the folders' projects.
+    EXPECT_EQ(host::LockFileReadCount() - before, 3u);
+}
+
+TEST_F(TandrelDirectoryViewTest, RowsUnderAClosedFolderGetTheirLockStatusWhenItOpens) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    const TreeRowPtr reel = RowOf(production / "Edit" / "Reel 1.mvproj");
+    View().GetTree().OpenRow(RowOf(production / "Edit"), false);
+    LockAs(production / "Edit" / "Reel 1.mvproj", "Ben Okafor");
+    View().RefreshRowMetadata(reel, false, false);
+    EXPECT_TRUE(View().IsRowMetadataStale(reel));
+    EXPECT_FALSE(View().GetRowMetadata(reel)->hasLockFile);
+    View().GetTree().OpenRow(RowOf(production / "Edit"), true);
+    EXPECT_FALSE(View().IsRowMetadataStale(reel));
+    EXPECT_TRUE(View().GetRowMetadata(reel)->hasLockFile);
+}
+
+TEST_F(TandrelDirectoryViewTest, TenChangesDuringARenameLeadToOneReReadWhenItEnds) {
+    OpenPanel(5);
+    const std::uint64_t reads = View().GetDirectoryReadCount();
+    View().SetRenameInProgress(true);
+    for (int change = 0; change < 10; ++change) {
+        View().OnDirectoryChanged(host::ToUTF8(View().GetRootPath()));
+    }
+    EXPECT_EQ(View().GetDirectoryReadCount(), reads);
+    EXPECT_EQ(View().GetPendingPaths().size(), 1u);
+    View().SetRenameInProgress(false);
+    EXPECT_EQ(View().GetDirectoryReadCount(), reads + 1);
+    EXPECT_TRUE(View().GetPendingPaths().empty());
+}
+
+TEST_F(TandrelDirectoryViewTest, PausedNotificationsWaitUntilTheHostResumesThem) {
+    OpenPanel(5);
+    const std::uint64_t reads = View().GetDirectoryReadCount();
+    View().SetNotifyPaused(true);
+    View().SetNotifyPaused(true);
+    View().OnDirectoryChanged(host::ToUTF8(View().GetRootPath()));
+    View().SetRenameInProgress(true);
+    View().SetRenameInProgress(false); // still paused: nothing yet
+    EXPECT_EQ(View().GetDirectoryReadCount(), reads);
+    View().SetNotifyPaused(false);
+    EXPECT_EQ(View().GetDirectoryReadCount(), reads + 1);
+}
+
+TEST_F(TandrelDirectoryViewTest, ChangesMadeByAnotherProcessAppear) {
+    OpenPanel(5);
+    const auto run = [](const std::string& command) {
+        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    };
+    run("cp '" + (production / "Promo.mvproj").string() + "' '" +
+        (production / "Trailer.mvproj").string() + "'");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Trailer.mvproj") != nullptr; }));
+    run("mv '" + (production / "Promo.mvproj").string() + "' '" +
+        (production / "Teaser.mvproj").string() + "'");
+    EXPECT_TRUE(WaitUntil([&] {
+        return RowOf(production / "Teaser.mvproj") && !RowOf(production / "Promo.mvproj");
+    }));
+    run("mkdir '" + (production / "Dailies").string() + "'");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Dailies") != nullptr; }));
+    run("rm '" + (production / "Scene 12.mvproj").string() + "'");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Scene 12.mvproj") == nullptr; }));
+}
+
+TEST_F(TandrelDirectoryViewTest, ChangesAppearThroughPollingWhenItIsForced) {
+    host::HostSession::Instance().preferences.forcePolling = true;
+    host::HostSession::Instance().preferences.pollIntervalMs = 100;
+    OpenPanel(5);
+    ASSERT_EQ(std::system(("touch '" + (production / "Polled.mvproj").string() + "'").c_str()), 0);
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Polled.mvproj") != nullptr; }));
+    host::HostSession::Instance().preferences.pollIntervalMs = 2000;
+}
+
+TEST_F(TandrelDirectoryViewTest, SelectAllNeverSelectsRowsInTheTrash) {
+    testsupport::WriteProject(Trash() / "Old.mvproj");
+    OpenPanel(6);
+    OpenFolder(Trash(), 1);
+    View().SelectAll();
+    const auto selected = View().GetSelectedPaths();
+    EXPECT_EQ(selected.size(), 5u);
+    for (const auto& path : selected) {
+        EXPECT_FALSE(host::IsInMvProductionTrash(path, true)) << host::ToUTF8(path);
+    }
+    View().DeselectAll();
+    EXPECT_TRUE(View().GetSelectedPaths().empty());
+}
+
+TEST_F(TandrelDirectoryViewTest, HomeEndAndPagingMoveTheSelectionWithinTheOpenedRows) {
+    for (int index = 0; index < 60; ++index) {
+        Write(production / "Many" / ("Take " + std::to_string(100 + index) + ".mvproj"), "{}");
+    }
+    OpenPanel(6);
+    OpenFolder(production / "Many", 60);
+    const auto opened = View().GetTree().GetOpenedRows();
+    View().MoveEnd();
+    EXPECT_EQ(View().GetTree().GetSelectedRows(), std::vector<TreeRowPtr>{opened.back()});
+    View().MoveHome();
+    EXPECT_EQ(View().GetTree().GetSelectedRows(), std::vector<TreeRowPtr>{opened.front()});
+    SettleEvents();
+    const int last = View().GetTree().GetLastVisibleOpenedRowIndex();
+    View().MovePageDown(); // first press: to the bottom of the page
+    EXPECT_EQ(View().GetTree().GetSelectedRows(),
+              std::vector<TreeRowPtr>{opened[static_cast<std::size_t>(last)]});
+    SettleEvents();
+    View().MovePageDown(); // then by a page
+    EXPECT_EQ(
+        View().GetTree().GetSelectedRows(),
+        std::vector<TreeRowPtr>{opened[static_cast<std::size_t>(last + View().RowsPerPage())]});
+    for (int press = 0; press < 10; ++press) {
+        SettleEvents(10);
+        View().MovePageDown();
+    }
+    EXPECT_EQ(View().GetTree().GetSelectedRows(), std::vector<TreeRowPtr>{opened.back()});
+    View().MoveHome();
+    SettleEvents();
+    View().MovePageUp(); // at the first visible row near the top: row 0, never below
+    EXPECT_EQ(View().GetTree().GetSelectedRows(), std::vector<TreeRowPtr>{opened.front()});
+}
+
+TEST_F(TandrelDirectoryViewTest, SelectionChangesAreAnnounced) {
+    OpenPanel(5);
+    auto notices = std::make_shared<SelectionNotices>();
+    host::MessageStation::Get(HandlerTandrel::kDirectoryViewStation)->Subscribe(notices);
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    EXPECT_EQ(notices->count, 1);
+    host::MessageStation::Get(HandlerTandrel::kDirectoryViewStation)->Unsubscribe(notices.get());
+}
+
+TEST_F(TandrelDirectoryViewTest, OpeningAProjectRedrawsItsRowWithTheOpenBadge) {
+    OpenPanel(5);
+    const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
+    using HandlerTandrel::Columns::NameCellKind;
+    auto kind = [&] {
+        auto* cell = dynamic_cast<HandlerTandrel::Columns::NameCellView*>(
+            View().GetTree().GetCellView(promo, HandlerTandrel::Columns::kNameColumn));
+        return cell ? cell->GetKind() : NameCellKind::Folder;
+    };
+    EXPECT_EQ(kind(), NameCellKind::ProjectClosedNoLock);
+    testsupport::OpenProject(production / "Promo.mvproj");
+    EXPECT_EQ(kind(), NameCellKind::ProjectOpenEditable);
+    testsupport::CloseAllProjects();
+    EXPECT_EQ(kind(), NameCellKind::ProjectClosedNoLock);
+}
+
+TEST_F(TandrelDirectoryViewTest, ClosingTheProductionEmptiesTheTreeAndOpeningFillsItAgain) {
+    OpenPanel(5);
+    host::ProductionSession::Instance().Close();
+    EXPECT_EQ(View().GetTree().GetTopLevelRowCount(), 0);
+    ASSERT_EQ(host::ProductionSession::Instance().Open(production / "Edit"), "");
+    EXPECT_TRUE(WaitUntil([&] { return View().GetTree().GetTopLevelRowCount() == 2; }));
+}
+
+TEST_F(TandrelDirectoryViewTest, SavedOpenFoldersAndSelectionAreRestored) {
+    testsupport::WriteProject(production / "Edit" / "Day 1" / "Take 1.mvproj");
+    OpenPanel(5);
+    HandlerTandrel::DirectoryViewStateData state;
+    state.mOpenFolderPaths = {W(production / "Edit"), W(production / "Edit" / "Day 1")};
+    state.mSelectedRowPaths = {W(production / "Edit" / "Day 1" / "Take 1.mvproj")};
+    View().UpdateFromStateData(state, true);
+    ASSERT_TRUE(WaitUntil([&] { return !View().GetFolderOpener().IsRunning(); }));
+    EXPECT_TRUE(View().GetTree().IsRowOpen(RowOf(production / "Edit")));
+    EXPECT_TRUE(View().GetTree().IsRowOpen(RowOf(production / "Edit" / "Day 1")));
+    EXPECT_EQ(View().GetSelectedPaths(), state.mSelectedRowPaths);
+}
+
+} // namespace
