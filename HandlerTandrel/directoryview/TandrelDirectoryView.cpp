@@ -56,6 +56,9 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
         return CellView(row, column);
     });
     tree.SetSelectionChangedCallback([this] { BroadcastSelectionChanged(); });
+    tree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
+                                       std::uint32_t modifiers,
+                                       std::uint32_t) { RowDoubleClicked(row, modifiers); });
 }
 
 TandrelDirectoryView::~TandrelDirectoryView() {
@@ -367,6 +370,23 @@ void TandrelDirectoryView::SelectPaths(const std::vector<host::WideString>& path
             first = false;
         }
     }
+}
+
+void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers) {
+    const host::WideString path = GetRowPath(row);
+    if (path.empty() || !host::FileOrDirExists(path)) {
+        return;
+    }
+    if (!host::ProductionSupportsMarvaneProjectFile(path) && host::DirectoryExists(path)) {
+        GetTree().ToggleRow(row);
+        return;
+    }
+    if (host::IsInMvProductionTrash(path, true)) {
+        return; // a project in the trash is not opened
+    }
+    host::OpenProjectInHost(host::ToUTF8(path), (modifiers & host::kModifierAlternative) != 0
+                                                    ? host::kOpenModeAlternative
+                                                    : host::kOpenModePlain);
 }
 
 int TandrelDirectoryView::RowsPerPage() const {

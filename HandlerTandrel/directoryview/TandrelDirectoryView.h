@@ -69,6 +69,10 @@ public:
     // read.
     void OpenFolderForOpener(const host::WideString& folder);
 
+    // A double-click: a folder opens or closes; a project opens in the host (read-only with
+    // the alternative key held), unless it lies in the trash.
+    void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);
+
     // Row movement and selection operations of the panel's commands.
     void MoveHome();
     void MoveEnd();

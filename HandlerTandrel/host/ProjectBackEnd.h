@@ -73,6 +73,15 @@ std::vector<ProjectPtr> GetOpenProjectList();
 bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAsking,
                    bool offerApplyToAll);
 bool GetIsReadOnly(const ProjectPtr& project);
+
+// Opening a project from a panel: the plain mode opens it read-write when its lock can be
+// had (else read-only, naming the holder); the alternative mode opens it read-only without
+// touching the lock.
+inline constexpr int kOpenModePlain = 5;
+inline constexpr int kOpenModeAlternative = 11;
+// Opens the project and shows it; a project that cannot be opened is reported to the user.
+// False when it did not open.
+bool OpenProjectInHost(const ByteString& projectPath, int mode);
 bool IsProjectOutOfDate(const ProjectPtr& project);
 
 // Sent on kProjectActivationStation after a project was opened, closed, or switched between

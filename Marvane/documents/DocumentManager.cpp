@@ -330,6 +330,17 @@ bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAski
     return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
 }
 
+bool OpenProjectInHost(const ByteString& projectPath, int mode) {
+    const OpenResult result = DocumentManager::Instance().Open(
+        projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal);
+    if (!result.project) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), result.error,
+                       {}, 3, 0);
+        return false;
+    }
+    return true;
+}
+
 bool GetIsReadOnly(const ProjectPtr& project) {
     return project && project->IsReadOnly();
 }

@@ -308,3 +308,47 @@ TEST_F(TandrelDirectoryViewTest, SavedOpenFoldersAndSelectionAreRestored) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(TandrelDirectoryViewTest, DoubleClickTogglesAFolderAndOpensAProject) {
+    OpenPanel(5);
+    const TreeRowPtr edit = RowOf(production / "Edit");
+    View().RowDoubleClicked(edit, 0);
+    EXPECT_TRUE(View().GetTree().IsRowOpen(edit));
+    View().RowDoubleClicked(edit, 0);
+    EXPECT_FALSE(View().GetTree().IsRowOpen(edit));
+    View().RowDoubleClicked(RowOf(production / "Promo.mvproj"), 0);
+    const auto promo = host::DocumentManager::Instance().Find(production / "Promo.mvproj");
+    ASSERT_NE(promo, nullptr);
+    EXPECT_FALSE(promo->IsReadOnly());
+}
+
+TEST_F(TandrelDirectoryViewTest, DoubleClickWithTheAlternativeKeyOpensReadOnly) {
+    OpenPanel(5);
+    View().RowDoubleClicked(RowOf(production / "Scene 12.mvproj"), host::kModifierAlternative);
+    const auto scene = host::DocumentManager::Instance().Find(production / "Scene 12.mvproj");
+    ASSERT_NE(scene, nullptr);
+    EXPECT_TRUE(scene->IsReadOnly());
+}
+
+TEST_F(TandrelDirectoryViewTest, DoubleClickingAProjectInTheTrashDoesNothingButItsFolderOpens) {
+    testsupport::WriteProject(Trash() / "Old.mvproj");
+    OpenPanel(6);
+    View().RowDoubleClicked(RowOf(Trash()), 0);
+    ASSERT_TRUE(WaitUntil([&] { return RowOf(Trash() / "Old.mvproj") != nullptr; }));
+    EXPECT_TRUE(View().GetTree().IsRowOpen(RowOf(Trash())));
+    View().RowDoubleClicked(RowOf(Trash() / "Old.mvproj"), 0);
+    EXPECT_TRUE(host::DocumentManager::Instance().GetAll().empty());
+}
+
+TEST_F(TandrelDirectoryViewTest, DoubleClickingARowWhoseFileIsGoneDoesNothing) {
+    OpenPanel(5);
+    const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
+    fs::remove(production / "Promo.mvproj");
+    View().RowDoubleClicked(promo, 0);
+    EXPECT_TRUE(host::DocumentManager::Instance().GetAll().empty());
+    EXPECT_TRUE(responder->GetRequests().empty());
+}
+
+} // namespace
