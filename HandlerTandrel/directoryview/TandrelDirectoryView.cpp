@@ -251,8 +251,8 @@ host::WideString TandrelDirectoryView::SortKey(const host::TreeRowPtr& row,
         return column == Columns::kNameColumn ? DisplayNameOf(path) : host::WideString();
     }
     auto [found, added] = mRecords.try_emplace(row.get(), RowRecord{Columns::FileMetadata(path)});
-    if (added) {
-        // Only what the sort needs: the sort column's field.
+    if (added || found->second.stale) {
+        // A row not shown yet reads only what the sort needs: the sort column's field.
         found->second.record.Update(false, column);
         found->second.stale = true;
     }

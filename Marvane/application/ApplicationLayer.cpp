@@ -42,7 +42,12 @@ bool IsInMvProductionTrash(const WideString& path, bool includeTrashItself) {
 
 bool IsPathExcludedFromMvProduction(const WideString& path) {
     const WideString name = GetPathFileName(path);
-    return !name.empty() && name.front() == u'.';
+    if (name.empty() || name.front() != u'.') {
+        return false;
+    }
+    // The production folder itself is never left out, whatever its name.
+    return !IsTandrelManagerActive() ||
+           ToNormalizedPath(path) != ToNormalizedPath(GetTandrelManagerFolderPath());
 }
 
 bool ProductionSupportsMarvaneProjectFile(const WideString& path) {

@@ -352,3 +352,39 @@ TEST_F(TandrelDirectoryViewTest, DoubleClickingARowWhoseFileIsGoneDoesNothing) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(TandrelDirectoryViewTest, AProductionFolderWhoseNameStartsWithADotIsStillShown) {
+    const fs::path dotted = root / ".Pilot";
+    testsupport::WriteProject(dotted / "Scene 1.mvproj");
+    testsupport::WriteProject(dotted / ".Scene 1.mvproj.objsel" / "inner.mvproj");
+    host::ProductionSession::Instance().Close();
+    ASSERT_EQ(host::ProductionSession::Instance().Open(dotted), "");
+    OpenPanel(1);
+    EXPECT_NE(RowOf(dotted / "Scene 1.mvproj"), nullptr);
+    EXPECT_EQ(RowOf(dotted / ".Scene 1.mvproj.objsel"), nullptr); // side data stays hidden
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(TandrelDirectoryViewTest, ReSortingReadsTheNewColumnForRowsUnderClosedFolders) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    View().GetTree().OpenRow(RowOf(production / "Edit"), false);
+    // Reel 2 grows on disk while its folder is closed; sorting by size must see it.
+    testsupport::WriteProject(production / "Edit" / "Reel 2.mvproj",
+                              std::vector<std::string>(200, "A long sequence name"));
+    const TreeRowPtr reel2 = RowOf(production / "Edit" / "Reel 2.mvproj");
+    View().RefreshRowMetadata(reel2, false, false);
+    auto& header = View().GetHeaderRow();
+    header.SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
+    header.SetSortDirection(false);
+    View().GetTree().Resort();
+    EXPECT_EQ(RowOf(production / "Edit")->GetChild(0), reel2);
+    EXPECT_TRUE(View().IsRowMetadataStale(reel2)); // still only the size was read
+}
+
+} // namespace
