@@ -56,6 +56,13 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
         return CellView(row, column);
     });
     tree.SetSelectionChangedCallback([this] { BroadcastSelectionChanged(); });
+    tree.SetKeyboardCallback(
+        [this](const host::KeyboardEvent& event) { return UI_DoKeyboardEvent(event); });
+    tree.SetSingleClickDownCallback([this](const host::TreeRowPtr& row, host::UI_Point,
+                                           std::uint32_t, std::uint32_t) { RowClickDown(row); });
+    tree.SetSingleClickUpCallback([this](const host::TreeRowPtr& row, host::UI_Point point,
+                                         std::uint32_t,
+                                         std::uint32_t value) { RowClickUp(row, point, value); });
     tree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
                                        std::uint32_t modifiers,
                                        std::uint32_t) { RowDoubleClicked(row, modifiers); });
@@ -372,7 +379,75 @@ void TandrelDirectoryView::SelectPaths(const std::vector<host::WideString>& path
     }
 }
 
+host::UI_TimerID TandrelDirectoryView::RenameTimerID() {
+    static const host::UI_TimerID id = host::UI_NodeManager::GetUniqueTimerID();
+    return id;
+}
+
+bool TandrelDirectoryView::IsRenameTimerInstalled() const {
+    return mTimers.IsTimerInstalled(RenameTimerID());
+}
+
+void TandrelDirectoryView::InstallNameEdit(const host::TreeRowPtr& row) {
+    if (row && mStartRename) {
+        mStartRename(row);
+    }
+}
+
+bool TandrelDirectoryView::UI_DoKeyboardEvent(const host::KeyboardEvent& event) {
+    if (!mKeyboardEvents) {
+        return false;
+    }
+    if (!event.actionKeyDown || event.modifiers != 0) {
+        return false; // the tree handles it
+    }
+    if (event.keyCode != host::kKeyCodeReturn && event.keyCode != host::kKeyCodeEnter) {
+        return false;
+    }
+    const std::vector<host::TreeRowPtr> selected = GetTree().GetSelectedRows();
+    if (selected.size() == 1 && GetTree().IsRowVisible(selected.front())) {
+        InstallNameEdit(selected.front());
+    }
+    return true; // these keys never reach the tree
+}
+
+bool TandrelDirectoryView::UI_DoTimerNotify(host::UI_TimerID id) {
+    if (id != RenameTimerID()) {
+        return false;
+    }
+    mTimers.UI_RemoveTimer(id);
+    InstallNameEdit(mRenameCandidate.lock());
+    return true;
+}
+
+void TandrelDirectoryView::RowClickDown(const host::TreeRowPtr&) {
+    const std::vector<host::TreeRowPtr> selected = GetTree().GetSelectedRows();
+    mRenameCandidate = selected.size() == 1 ? selected.front() : nullptr;
+}
+
+void TandrelDirectoryView::RowClickUp(const host::TreeRowPtr& row, host::UI_Point point,
+                                      std::uint32_t value) {
+    if (!row || value != 0) {
+        return;
+    }
+    host::UI_Rect frame = GetTree().GetCellFrame(row, Columns::kNameColumn);
+    if (const auto* cell = dynamic_cast<const Columns::NameCellView*>(
+            GetTree().GetCellView(row, Columns::kNameColumn))) {
+        frame.width -= cell->GetTrailingWidth();
+    }
+    const bool inside = frame.width > 0 && frame.height > 0 && point.x >= frame.left &&
+                        point.x < frame.left + frame.width && point.y >= frame.top &&
+                        point.y < frame.top + frame.height;
+    if (inside) {
+        mTimers.UI_RemoveTimer(RenameTimerID());
+    } else if (row == mRenameCandidate.lock()) {
+        mTimers.UI_RemoveTimer(RenameTimerID());
+        mTimers.UI_InstallTimer(kRenameDelaySeconds, RenameTimerID());
+    }
+}
+
 void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers) {
+    mTimers.UI_RemoveTimer(RenameTimerID()); // a double-click never starts a rename
     const host::WideString path = GetRowPath(row);
     if (path.empty() || !host::FileOrDirExists(path)) {
         return;

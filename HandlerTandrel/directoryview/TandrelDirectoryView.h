@@ -9,6 +9,7 @@
 #include "host/Messaging.h"
 #include "panel/TabViewStateData.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -69,6 +70,27 @@ public:
     // read.
     void OpenFolderForOpener(const host::WideString& folder);
 
+    // Keys: Return and Enter start renaming the one selected row when it can be seen (and are
+    // used up either way); keys with a modifier, and every other key, go to the tree.
+    bool UI_DoKeyboardEvent(const host::KeyboardEvent& event);
+    // The rename timer fired: renaming starts on the rename candidate.
+    bool UI_DoTimerNotify(host::UI_TimerID id);
+    void RowClickDown(const host::TreeRowPtr& row);
+    void RowClickUp(const host::TreeRowPtr& row, host::UI_Point point, std::uint32_t value);
+    // Starts renaming a row in place. The rename itself comes with its own feature; until
+    // then the handler set here is told which row.
+    void InstallNameEdit(const host::TreeRowPtr& row);
+    void SetStartRenameHandler(std::function<void(const host::TreeRowPtr&)> handler) {
+        mStartRename = std::move(handler);
+    }
+    void EnableKeyboardEvents(bool enabled) { mKeyboardEvents = enabled; }
+    bool AreKeyboardEventsEnabled() const { return mKeyboardEvents; }
+    host::TreeRowPtr GetRenameCandidate() const { return mRenameCandidate.lock(); }
+    bool IsRenameTimerInstalled() const;
+    // The one id of the rename timer, shared by every directory view.
+    static host::UI_TimerID RenameTimerID();
+    static constexpr double kRenameDelaySeconds = 0.5;
+
     // A double-click: a folder opens or closes; a project opens in the host (read-only with
     // the alternative key held), unless it lies in the trash.
     void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);
@@ -113,6 +135,10 @@ private:
     std::set<host::WideString> mPending;
     FolderOpener mOpener{*this};
     bool mRootDelivered = false;
+    std::weak_ptr<host::UI_TreeRow> mRenameCandidate;
+    bool mKeyboardEvents = true;
+    std::function<void(const host::TreeRowPtr&)> mStartRename;
+    host::UI_TimerOwner mTimers{[this](host::UI_TimerID id) { UI_DoTimerNotify(id); }};
 };
 
 } // namespace HandlerTandrel

@@ -6,6 +6,7 @@
 // UI_SubView) the owner makes for the cell. All rows have one height. Main thread only.
 #include "host/CoreTypes.h"
 #include "host/UINodes.h"
+#include "host/UITimers.h"
 #include "host/UIToolkit.h"
 
 #include <cstdint>
@@ -61,6 +62,8 @@ public:
     using ClickCallback = std::function<void(const TreeRowPtr& row, UI_Point point,
                                              std::uint32_t modifiers, std::uint32_t value)>;
     using SelectionCallback = std::function<void()>;
+    // Answers whether the key was handled; an unhandled key goes on to the tree.
+    using KeyboardCallback = std::function<bool(const KeyboardEvent& event)>;
 
     explicit UI_MultiColumnTree(const ByteString& nodeID);
     ~UI_MultiColumnTree();
@@ -132,6 +135,7 @@ public:
     void SetDoubleClickCallback(ClickCallback callback);
     void SetSingleClickDownCallback(ClickCallback callback);
     void SetSingleClickUpCallback(ClickCallback callback);
+    void SetKeyboardCallback(KeyboardCallback callback);
 
     MultiColumnTreeImpl* GetImpl() const { return mImpl.get(); }
 

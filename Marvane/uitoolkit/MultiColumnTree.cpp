@@ -368,4 +368,8 @@ void UI_MultiColumnTree::SetSingleClickUpCallback(ClickCallback callback) {
     mImpl->clickUp = std::move(callback);
 }
 
+void UI_MultiColumnTree::SetKeyboardCallback(KeyboardCallback callback) {
+    mImpl->keyboard = std::move(callback);
+}
+
 } // namespace host

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -101,14 +102,15 @@ TreeWidget::TreeWidget(MultiColumnTreeImpl& tree) : mTree(tree) {
 }
 
 void TreeWidget::mousePressEvent(QMouseEvent* event) {
-    QTreeView::mousePressEvent(event);
     mPressedAt = event->position().toPoint();
+    // The owner hears of the click before it changes the selection.
     if (const TreeRowPtr row = mTree.model.RowAt(indexAt(mPressedAt)); row && mTree.clickDown) {
         mTree.clickDown(
             row,
             {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
             CurrentModifiers(event->modifiers()), 0);
     }
+    QTreeView::mousePressEvent(event);
 }
 
 void TreeWidget::mouseReleaseEvent(QMouseEvent* event) {
@@ -134,6 +136,22 @@ void TreeWidget::mouseDoubleClickEvent(QMouseEvent* event) {
             {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
             CurrentModifiers(event->modifiers()), 0);
     }
+}
+
+void TreeWidget::keyPressEvent(QKeyEvent* event) {
+    if (mTree.keyboard) {
+        KeyboardEvent key;
+        key.actionKeyDown = !event->isAutoRepeat();
+        key.modifiers = CurrentModifiers(event->modifiers() & ~Qt::KeypadModifier);
+        key.keyCode = event->key() == Qt::Key_Return  ? kKeyCodeReturn
+                      : event->key() == Qt::Key_Enter ? kKeyCodeEnter
+                                                      : 1000 + event->key();
+        if (mTree.keyboard(key)) {
+            event->accept();
+            return;
+        }
+    }
+    QTreeView::keyPressEvent(event);
 }
 
 MultiColumnTreeImpl::MultiColumnTreeImpl(ByteString id)

@@ -30,6 +30,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     MultiColumnTreeImpl& mTree;
@@ -54,6 +55,7 @@ public:
     UI_MultiColumnTree::ClickCallback doubleClick;
     UI_MultiColumnTree::ClickCallback clickDown;
     UI_MultiColumnTree::ClickCallback clickUp;
+    UI_MultiColumnTree::KeyboardCallback keyboard;
 
     UI_SubView* CellView(const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column);
 };

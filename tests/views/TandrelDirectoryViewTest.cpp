@@ -3,6 +3,7 @@
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/TabViewImpl.h"
+#include "Marvane/uitoolkit/TreeView.h"
 #include "ProductionFixture.h"
 #include "ViewTestSupport.h"
 #include "columns/NameCellView.h"
@@ -11,6 +12,8 @@
 #include "panel/TandrelTabView.h"
 
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <cstdlib>
 #include <functional>
 
@@ -385,6 +388,159 @@ TEST_F(TandrelDirectoryViewTest, ReSortingReadsTheNewColumnForRowsUnderClosedFol
     View().GetTree().Resort();
     EXPECT_EQ(RowOf(production / "Edit")->GetChild(0), reel2);
     EXPECT_TRUE(View().IsRowMetadataStale(reel2)); // still only the size was read
+}
+
+} // namespace
+
+namespace {
+
+class RenameStartTest : public TandrelDirectoryViewTest {
+protected:
+    void SetUp() override {
+        TandrelDirectoryViewTest::SetUp();
+        OpenPanel(5);
+        View().SetStartRenameHandler([this](const TreeRowPtr& row) { renamed.push_back(row); });
+        promo = RowOf(production / "Promo.mvproj");
+        scene = RowOf(production / "Scene 12.mvproj");
+    }
+    void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QKeyEvent press(QEvent::KeyPress, key, modifiers);
+        QApplication::sendEvent(View().GetTree().GetImpl()->view.data(), &press);
+    }
+    // A point in the row's Size column, away from its name.
+    host::UI_Point InSizeColumn(const TreeRowPtr& row) const {
+        const host::UI_Rect frame =
+            View().GetTree().GetCellFrame(row, HandlerTandrel::Columns::kSizeColumn);
+        return {frame.left + 5, frame.top + frame.height / 2};
+    }
+    std::vector<TreeRowPtr> renamed;
+    TreeRowPtr promo;
+    TreeRowPtr scene;
+};
+
+TEST_F(RenameStartTest, ReturnStartsRenamingTheOneVisibleSelectedRow) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    Key(Qt::Key_Return);
+    EXPECT_EQ(renamed, std::vector<TreeRowPtr>{promo});
+    Key(Qt::Key_Enter, Qt::KeypadModifier);
+    EXPECT_EQ(renamed.size(), 2u);
+}
+
+TEST_F(RenameStartTest, WithTwoRowsSelectedReturnStartsNothingAndIsStillUsedUp) {
+    View().SelectPaths({W(production / "Promo.mvproj"), W(production / "Scene 12.mvproj")});
+    host::KeyboardEvent key;
+    key.keyCode = host::kKeyCodeReturn;
+    EXPECT_TRUE(View().UI_DoKeyboardEvent(key));
+    EXPECT_TRUE(renamed.empty());
+}
+
+TEST_F(RenameStartTest, ASelectedRowScrolledOutOfViewIsNotRenamed) {
+    for (int index = 0; index < 60; ++index) {
+        Write(production / "Many" / ("Take " + std::to_string(100 + index) + ".mvproj"), "{}");
+    }
+    ASSERT_TRUE(WaitUntil([&] { return RowOf(production / "Many") != nullptr; }));
+    OpenFolder(production / "Many", 60);
+    const auto opened = View().GetTree().GetOpenedRows();
+    View().GetTree().SelectRow(opened.back(), true, false, false);
+    View().GetTree().ScrollRowIntoView(opened.front(), true, 0, true);
+    SettleEvents();
+    host::KeyboardEvent key;
+    key.keyCode = host::kKeyCodeReturn;
+    EXPECT_TRUE(View().UI_DoKeyboardEvent(key));
+    EXPECT_TRUE(renamed.empty());
+}
+
+TEST_F(RenameStartTest, ReturnWithShiftGoesToTheTree) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    host::KeyboardEvent key;
+    key.keyCode = host::kKeyCodeReturn;
+    key.modifiers = host::kModifierShift;
+    EXPECT_FALSE(View().UI_DoKeyboardEvent(key));
+    Key(Qt::Key_Return, Qt::ShiftModifier);
+    EXPECT_TRUE(renamed.empty());
+}
+
+TEST_F(RenameStartTest, KeysAreNotHandledWhileKeyboardEventsAreOff) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    View().EnableKeyboardEvents(false);
+    host::KeyboardEvent key;
+    key.keyCode = host::kKeyCodeReturn;
+    EXPECT_FALSE(View().UI_DoKeyboardEvent(key));
+    EXPECT_TRUE(renamed.empty());
+}
+
+TEST_F(RenameStartTest, ASlowSecondClickStartsTheRenameHalfASecondLater) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    SettleEvents();
+    View().RowClickDown(promo);
+    EXPECT_EQ(View().GetRenameCandidate(), promo);
+    View().RowClickUp(promo, InSizeColumn(promo), 0);
+    EXPECT_TRUE(View().IsRenameTimerInstalled());
+    EXPECT_TRUE(renamed.empty()); // not at once
+    ASSERT_TRUE(WaitUntil([&] { return !renamed.empty(); }, 5000));
+    EXPECT_EQ(renamed, std::vector<TreeRowPtr>{promo});
+    EXPECT_FALSE(View().IsRenameTimerInstalled()); // it fires once
+}
+
+TEST_F(RenameStartTest, TheSecondClickThroughTheTreeInstallsTheTimer) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    SettleEvents();
+    QWidget* viewport = View().GetTree().GetImpl()->view->viewport();
+    const host::UI_Point at = InSizeColumn(promo);
+    const QPoint point(static_cast<int>(at.x), static_cast<int>(at.y));
+    QMouseEvent press(QEvent::MouseButtonPress, point, viewport->mapToGlobal(point), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, point, viewport->mapToGlobal(point),
+                        Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(viewport, &press);
+    QApplication::sendEvent(viewport, &release);
+    EXPECT_TRUE(View().IsRenameTimerInstalled());
+}
+
+TEST_F(RenameStartTest, AFirstClickOnAnUnselectedRowStartsNothing) {
+    View().SelectPaths({W(production / "Scene 12.mvproj")});
+    View().RowClickDown(promo); // the candidate is the row selected before this click
+    View().RowClickUp(promo, InSizeColumn(promo), 0);
+    EXPECT_FALSE(View().IsRenameTimerInstalled());
+}
+
+TEST_F(RenameStartTest, ADoubleClickWithinTheDelayCancelsTheRenameAndOpensTheProject) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    SettleEvents();
+    View().RowClickDown(promo);
+    View().RowClickUp(promo, InSizeColumn(promo), 0);
+    View().RowDoubleClicked(promo, 0);
+    EXPECT_FALSE(View().IsRenameTimerInstalled());
+    SettleEvents(700);
+    EXPECT_TRUE(renamed.empty());
+    EXPECT_NE(host::DocumentManager::Instance().Find(production / "Promo.mvproj"), nullptr);
+}
+
+TEST_F(RenameStartTest, AClickDownWithTwoRowsSelectedLeavesTheTimerWithoutACandidate) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    SettleEvents();
+    View().RowClickDown(promo);
+    View().RowClickUp(promo, InSizeColumn(promo), 0);
+    View().SelectPaths({W(production / "Promo.mvproj"), W(production / "Scene 12.mvproj")});
+    View().RowClickDown(scene);
+    EXPECT_EQ(View().GetRenameCandidate(), nullptr);
+    SettleEvents(700);
+    EXPECT_TRUE(renamed.empty());
+}
+
+TEST_F(RenameStartTest, AReleaseOnTheNameItselfRemovesTheTimer) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    SettleEvents();
+    View().RowClickDown(promo);
+    View().RowClickUp(promo, InSizeColumn(promo), 0);
+    ASSERT_TRUE(View().IsRenameTimerInstalled());
+    const host::UI_Rect name =
+        View().GetTree().GetCellFrame(promo, HandlerTandrel::Columns::kNameColumn);
+    View().RowClickUp(promo, {name.left + 2, name.top + 2}, 0);
+    EXPECT_FALSE(View().IsRenameTimerInstalled());
+    // A release that ends a drag is ignored.
+    View().RowClickUp(promo, InSizeColumn(promo), 1);
+    EXPECT_FALSE(View().IsRenameTimerInstalled());
 }
 
 } // namespace
