@@ -98,16 +98,7 @@ void TandrelDirectoryView::SetProductionFolder(const host::ByteString& oldPath,
 }
 
 void TandrelDirectoryView::ReloadProductionFolder() {
-    const host::ByteString folder = host::ToUTF8(host::GetTandrelManagerFolderPath());
-    GetTree().RemoveAllRows();
-    mRecords.clear();
-    mRootDelivered = false;
-    mProductionFolder = folder;
-    SetRootPath(folder.empty() ? host::WideString() : host::ToUTF16(folder));
-    if (Exists(folder)) {
-        LoadRoot();
-        Watch(folder);
-    }
+    SetProductionFolder(mProductionFolder, host::ToUTF8(host::GetTandrelManagerFolderPath()));
 }
 
 void TandrelDirectoryView::LoadRoot() {
