@@ -7,6 +7,8 @@
 #include "host/UIToolkit.h"
 #include "utils/ProjectLocks.h"
 
+#include <algorithm>
+
 namespace HandlerTandrel::Columns {
 
 namespace {
@@ -130,14 +132,18 @@ void NameCellView::BoundsChanged(const host::UI_Rect& bounds) {
     const float textLeft = bounds.left + side + spacing;
     const float textWidth = bounds.width - (spacing + side + bounds.left);
     if (textWidth < kMinimumTextWidth) {
+        // Only the picture is shown: everything after it is unused.
         text.SetVisible(false);
-        mTrailingWidth = 0;
+        mTrailingWidth = std::max(0.0f, bounds.width - (bounds.left + side));
         return;
     }
     text.SetBounds({textLeft, bounds.top, textWidth, bounds.height});
     text.SetFontSize(gFontFraction.Get() * bounds.height);
     text.SetVisible(true);
-    mTrailingWidth = 0;
+    // A name shorter than its area leaves the rest of the cell unused; a long one is cut to
+    // fit and leaves nothing.
+    const float nameWidth = text.MeasureValueWidth();
+    mTrailingWidth = nameWidth < 0 ? 0.0f : std::max(0.0f, textWidth - nameWidth);
 }
 
 } // namespace HandlerTandrel::Columns

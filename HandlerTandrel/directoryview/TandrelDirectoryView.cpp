@@ -422,8 +422,10 @@ void TandrelDirectoryView::RowClickUp(const host::TreeRowPtr& row, host::UI_Poin
         return;
     }
     host::UI_Rect frame = GetTree().GetCellFrame(row, Columns::kNameColumn);
-    if (const auto* cell = dynamic_cast<const Columns::NameCellView*>(
+    if (auto* cell = dynamic_cast<Columns::NameCellView*>(
             GetTree().GetCellView(row, Columns::kNameColumn))) {
+        // Laid out for the frame as it is drawn now, so its unused part is current.
+        cell->BoundsChanged({0, 0, frame.width, frame.height});
         frame.width -= cell->GetTrailingWidth();
     }
     const bool inside = frame.width > 0 && frame.height > 0 && point.x >= frame.left &&

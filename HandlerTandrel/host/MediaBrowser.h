@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -48,13 +49,15 @@ public:
     const UI_MultiColumnTree& GetTree() const { return *mTree; }
 
     // The folder whose content forms the top level ("" for none), kept normalised so that
-    // its rows are spelled as the directory monitor spells folders.
+    // its rows are spelled as the directory monitor spells folders. Forgets the rows and the
+    // watches of the previous root.
     void SetRootPath(const WideString& path);
     const WideString& GetRootPath() const { return mRootPath; }
 
     // Reads the directory on a worker thread; InsertDirectoryContent gets the entries later,
     // on the main thread. row is null for the root. A directory that cannot be read delivers
-    // no entries.
+    // no entries. A folder row's directory is watched from its first read until its row
+    // leaves the tree (the root is watched by the owner).
     void RequestDirectoryContent(const TreeRowPtr& row, const ByteString& directoryPath);
     // Makes rows for the entries under row (null: the top level), keeping the rows of paths
     // that are still there and removing those that are gone.
@@ -76,16 +79,20 @@ public:
     float GetExactOpenedHeight() const;
     // How many directory reads were requested since the view was made.
     std::uint64_t GetDirectoryReadCount() const { return mReads; }
+    // The folders under the root that this view watches.
+    const std::set<WideString>& GetWatchedFolders() const { return mWatchedFolders; }
 
     void ReceiveMessage(const Message& message) override;
 
 private:
     void RemoveRowAndChildrenFromMaps(const TreeRowPtr& row);
+    void StopWatchingFolders();
 
     std::unique_ptr<UI_MultiColumnTree> mTree;
     WideString mRootPath;
     std::map<const UI_TreeRow*, WideString> mPathOfRow;
     std::map<WideString, std::weak_ptr<UI_TreeRow>> mRowOfPath;
+    std::set<WideString> mWatchedFolders;
     std::uint64_t mReads = 0;
     bool mListening = false;
 };

@@ -109,6 +109,9 @@ public:
     const ByteString& GetFontStyle() const { return mFontStyle; }
     void SetFontSize(float size) { mFontSize = size; }
     float GetFontSize() const { return mFontSize; }
+    // The width the value takes when drawn in this style and size; negative where the host
+    // has no fonts to measure with.
+    float MeasureValueWidth() const;
 
 private:
     WideString mText;

@@ -71,6 +71,7 @@ MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeI
 }
 
 MediaBrowserDirectoryView::~MediaBrowserDirectoryView() {
+    StopWatchingFolders();
     if (mListening) {
         MessageStation::Get(kDirectoryMonitorStation)->Unsubscribe(this);
     }
@@ -84,12 +85,29 @@ void MediaBrowserDirectoryView::StartListening() {
 }
 
 void MediaBrowserDirectoryView::SetRootPath(const WideString& path) {
+    StopWatchingFolders();
+    mPathOfRow.clear();
+    mRowOfPath.clear();
     mRootPath = path.empty() ? WideString() : ToNormalizedPath(path);
+}
+
+void MediaBrowserDirectoryView::StopWatchingFolders() {
+    for (const WideString& folder : mWatchedFolders) {
+        StopMonitoringDirectory(folder, false);
+    }
+    mWatchedFolders.clear();
 }
 
 void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
                                                         const ByteString& directoryPath) {
     ++mReads;
+    if (row != nullptr) {
+        // Changes to a folder that was shown once are followed, whether it is open or not.
+        if (const WideString folder = ToUTF16(directoryPath);
+            mWatchedFolders.insert(folder).second) {
+            MonitorDirectory(folder, false, false);
+        }
+    }
     const std::weak_ptr<MediaBrowserDirectoryView> self = weak_from_this();
     const std::weak_ptr<UI_TreeRow> target = row;
     const bool forRoot = row == nullptr;
@@ -185,6 +203,9 @@ void MediaBrowserDirectoryView::RemoveRowFromMaps(const TreeRowPtr& row) {
     const auto found = mPathOfRow.find(row.get());
     if (found == mPathOfRow.end()) {
         return;
+    }
+    if (mWatchedFolders.erase(found->second) != 0) {
+        StopMonitoringDirectory(found->second, false);
     }
     mRowOfPath.erase(found->second);
     mPathOfRow.erase(found);

@@ -1,6 +1,7 @@
 #include "Marvane/uitoolkit/TreeView.h"
 
 #include "Marvane/uitoolkit/PictureImpl.h"
+#include "Marvane/uitoolkit/TextMetrics.h"
 
 #include <QApplication>
 #include <QHeaderView>
@@ -11,10 +12,6 @@
 namespace host {
 
 namespace {
-
-QString ToQString(const WideString& text) {
-    return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 QRectF ToQRect(const UI_Rect& rect) {
     return {rect.left, rect.top, rect.width, rect.height};
@@ -33,14 +30,11 @@ void PaintNode(QPainter& painter, const UI_Node& node, const QPalette::ColorRole
             picture->Paint(painter, bounds);
         }
     } else if (const auto* text = dynamic_cast<const UI_StaticText*>(&node)) {
-        QFont font = painter.font();
-        font.setPixelSize(std::max(1, static_cast<int>(text->GetFontSize())));
-        font.setItalic(text->GetFontStyle() == "Italic");
-        font.setBold(text->GetFontStyle() == "Bold");
+        const QFont font = StaticTextFont(*text, painter.font());
         painter.setFont(font);
         painter.setPen(palette.color(textRole));
-        const QString value = QFontMetrics(font).elidedText(
-            ToQString(text->GetValue()), Qt::ElideRight, static_cast<int>(bounds.width()));
+        const QString value = QFontMetrics(font).elidedText(StaticTextValue(*text), Qt::ElideRight,
+                                                            static_cast<int>(bounds.width()));
         painter.drawText(bounds, Qt::AlignLeft | Qt::AlignVCenter, value);
     }
     if (const auto* container = dynamic_cast<const UI_Container*>(&node)) {

@@ -43,6 +43,42 @@ TEST_F(NameCellViewTest, ACellFortyHighHasATwentyFourPictureAtEightAndTextAtThir
     EXPECT_EQ(cell.Text().GetValue(), u"Scene 12");
 }
 
+TEST_F(NameCellViewTest, TheTrailingWidthIsWhatTheNameLeavesOfItsArea) {
+    NameCellView cell(W(scene), false, false);
+    cell.BoundsChanged({0, 0, 300, 40});
+    const float nameWidth = cell.Text().MeasureValueWidth();
+    ASSERT_GT(nameWidth, 0.0f);
+    EXPECT_FLOAT_EQ(cell.GetTrailingWidth(), 266.0f - nameWidth);
+    // A wider column leaves that much more unused.
+    cell.BoundsChanged({0, 0, 400, 40});
+    EXPECT_FLOAT_EQ(cell.GetTrailingWidth(), 366.0f - nameWidth);
+}
+
+TEST_F(NameCellViewTest, ANameCutToFitLeavesNoTrailingWidth) {
+    NameCellView cell(W(scene), false, false);
+    cell.BoundsChanged({0, 0, 34 + 12, 40}); // room for a letter or two of "Scene 12"
+    ASSERT_TRUE(cell.Text().IsVisible());
+    EXPECT_FLOAT_EQ(cell.GetTrailingWidth(), 0.0f);
+}
+
+TEST_F(NameCellViewTest, AHiddenNameLeavesEverythingAfterThePictureUnused) {
+    NameCellView cell(W(scene), false, false);
+    cell.BoundsChanged({0, 0, 40, 40});
+    ASSERT_FALSE(cell.Text().IsVisible());
+    EXPECT_FLOAT_EQ(cell.GetTrailingWidth(), 40.0f - 24.0f);
+}
+
+TEST_F(NameCellViewTest, ABoldOrLargerNameMeasuresWider) {
+    host::UI_StaticText text;
+    text.SetValue(u"Scene 12 final final");
+    text.SetFontSize(20);
+    const float regular = text.MeasureValueWidth();
+    text.SetFontStyle("Bold");
+    EXPECT_GT(text.MeasureValueWidth(), regular);
+    text.SetFontSize(40);
+    EXPECT_GT(text.MeasureValueWidth(), regular * 1.5f);
+}
+
 TEST_F(NameCellViewTest, ThePictureOffsetIsMeasuredFromTheCellsOwnOrigin) {
     NameCellView cell(W(scene), false, false);
     cell.BoundsChanged({5, 100, 300, 40});

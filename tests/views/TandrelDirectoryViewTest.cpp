@@ -1,105 +1,20 @@
-#include "directoryview/TandrelDirectoryView.h"
+#include "TandrelDirectoryViewFixture.h"
 
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
-#include "Marvane/uiframework/TabViewImpl.h"
 #include "Marvane/uitoolkit/TreeView.h"
-#include "ProductionFixture.h"
-#include "ViewTestSupport.h"
 #include "columns/NameCellView.h"
-#include "host/ApplicationLayer.h"
-#include "host/FileServices.h"
-#include "panel/TandrelTabView.h"
 
-#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <cstdlib>
-#include <functional>
 
 namespace {
 
 namespace fs = std::filesystem;
-using HandlerTandrel::TandrelDirectoryView;
-using HandlerTandrel::TandrelTabView;
 using host::TreeRowPtr;
-
-// Counts the selection notices of the directory view.
-class SelectionNotices : public host::Listener {
-public:
-    void ReceiveMessage(const host::Message& message) override {
-        count +=
-            message.GetTypeID() == HandlerTandrel::DirectoryViewSelectionChangedMessage::kTypeID
-                ? 1
-                : 0;
-    }
-    int count = 0;
-};
-
-class TandrelDirectoryViewTest : public testsupport::ProductionFixture {
-protected:
-    void SetUp() override {
-        ProductionFixture::SetUp();
-        host::SetFolderProjectFormatEnabled(true);
-        testsupport::WriteProject(production / "Scene 12.mvproj");
-        testsupport::WriteProject(production / "Promo.mvproj");
-        testsupport::WriteProject(production / "Edit" / "Reel 1.mvproj");
-        testsupport::WriteProject(production / "Edit" / "Reel 2.mvproj");
-        testsupport::WriteProject(production / "Titles.mvprojd");
-        Write(production / "notes.txt", "notes");
-        Write(production / "Scene 12.mvproj.lock", "not a lock, but present");
-        Write(production / "cut.mvproj.bak", "a backup");
-        Write(production / "Hidden" / ".cache", "x");
-    }
-    void TearDown() override {
-        panel.reset();
-        host::WaitForDefaultExecutor(10000);
-        SettleEvents(20);
-        ProductionFixture::TearDown();
-    }
-    // Makes the panel (which makes the tree for the open production) and waits for the top.
-    void OpenPanel(std::size_t expectedTopRows) {
-        panel = std::make_shared<TandrelTabView>();
-        panel->PostSharedPtrInit();
-        panel->Create(1, "Production", nullptr, 0);
-        panel->GetImpl()->content->resize(600, 300);
-        panel->GetImpl()->content->show();
-        ASSERT_TRUE(WaitUntil([&] {
-            return static_cast<std::size_t>(View().GetTree().GetTopLevelRowCount()) ==
-                   expectedTopRows;
-        })) << "top rows: "
-            << View().GetTree().GetTopLevelRowCount();
-    }
-    TandrelDirectoryView& View() const { return *panel->GetDirectoryView(); }
-    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 10000) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!condition() && timer.elapsed() < timeoutMs) {
-            QApplication::processEvents(QEventLoop::AllEvents, 10);
-        }
-        return condition();
-    }
-    TreeRowPtr RowOf(const fs::path& path) const { return View().GetRowForPath(W(path)); }
-    std::vector<std::string> TopNames() const {
-        std::vector<std::string> names;
-        for (int index = 0; index < View().GetTree().GetTopLevelRowCount(); ++index) {
-            names.push_back(host::ToUTF8(
-                host::GetPathFileName(View().GetRowPath(View().GetTree().GetTopLevelRow(index)))));
-        }
-        return names;
-    }
-    void OpenFolder(const fs::path& folder, int expectedChildren) {
-        const TreeRowPtr row = RowOf(folder);
-        ASSERT_NE(row, nullptr) << folder;
-        View().GetTree().OpenRow(row, true);
-        ASSERT_TRUE(WaitUntil([&] {
-            return expectedChildren == 0 ? View().GetTree().RowHasCustomChild(row)
-                                         : row->GetChildCount() == expectedChildren;
-        }));
-    }
-
-    std::shared_ptr<TandrelTabView> panel;
-};
+using testsupport::SelectionNotices;
+using testsupport::TandrelDirectoryViewTest;
 
 TEST_F(TandrelDirectoryViewTest, ShowsFoldersAndSupportedProjectsOnly) {
     OpenPanel(5);
@@ -541,6 +456,72 @@ TEST_F(RenameStartTest, AReleaseOnTheNameItselfRemovesTheTimer) {
     // A release that ends a drag is ignored.
     View().RowClickUp(promo, InSizeColumn(promo), 1);
     EXPECT_FALSE(View().IsRenameTimerInstalled());
+}
+
+TEST_F(RenameStartTest, AReleaseInTheNameCellPastTheEndOfTheNameInstallsTheTimer) {
+    View().SelectPaths({W(production / "Promo.mvproj")});
+    SettleEvents();
+    const host::UI_Rect name =
+        View().GetTree().GetCellFrame(promo, HandlerTandrel::Columns::kNameColumn);
+    const auto* cell = dynamic_cast<const HandlerTandrel::Columns::NameCellView*>(
+        View().GetTree().GetCellView(promo, HandlerTandrel::Columns::kNameColumn));
+    ASSERT_NE(cell, nullptr);
+    View().RowClickDown(promo);
+    View().RowClickUp(promo, {name.left + name.width - 2, name.top + 2}, 0);
+    // "Promo" is far shorter than its column: the end of the cell is not the name.
+    EXPECT_GT(cell->GetTrailingWidth(), 2.0f);
+    EXPECT_TRUE(View().IsRenameTimerInstalled());
+}
+
+} // namespace
+namespace {
+
+TEST_F(TandrelDirectoryViewTest, ChangesInAnOpenFolderAppear) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    testsupport::WriteProject(production / "Edit" / "Reel 3.mvproj");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }));
+    fs::remove(production / "Edit" / "Reel 1.mvproj");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 1.mvproj") == nullptr; }));
+    EXPECT_EQ(RowOf(production / "Edit")->GetChildCount(), 2);
+}
+
+TEST_F(TandrelDirectoryViewTest, ChangesInAnOpenFolderAppearThroughPolling) {
+    host::HostSession::Instance().preferences.forcePolling = true;
+    host::HostSession::Instance().preferences.pollIntervalMs = 100;
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    testsupport::WriteProject(production / "Edit" / "Reel 3.mvproj");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }));
+    host::HostSession::Instance().preferences.pollIntervalMs = 2000;
+}
+
+TEST_F(TandrelDirectoryViewTest, AFolderThatWasOpenedOnceStaysUpToDateWhenClosed) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    View().GetTree().OpenRow(RowOf(production / "Edit"), false);
+    testsupport::WriteProject(production / "Edit" / "Reel 3.mvproj");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }));
+}
+
+TEST_F(TandrelDirectoryViewTest, AFolderIsWatchedOnlyWhileItsRowIsInTheTree) {
+    OpenPanel(5);
+    EXPECT_TRUE(View().GetWatchedFolders().empty()); // nothing opened yet
+    OpenFolder(production / "Edit", 2);
+    EXPECT_EQ(View().GetWatchedFolders(), (std::set<host::WideString>{W(production / "Edit")}));
+    fs::remove_all(production / "Edit");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit") == nullptr; }));
+    EXPECT_TRUE(View().GetWatchedFolders().empty());
+}
+
+TEST_F(TandrelDirectoryViewTest, ClosingTheProductionStopsWatchingItsFolders) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    ASSERT_FALSE(View().GetWatchedFolders().empty());
+    host::ProductionSession::Instance().Close();
+    EXPECT_TRUE(WaitUntil([&] { return View().GetTree().GetTopLevelRowCount() == 0; }));
+    EXPECT_TRUE(View().GetWatchedFolders().empty());
+    EXPECT_EQ(RowOf(production / "Edit"), nullptr);
 }
 
 } // namespace

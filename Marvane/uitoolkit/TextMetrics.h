@@ -1,0 +1,13 @@
+#pragma once
+// The font a static text is drawn and measured in: the base font at the text's size and style.
+#include "host/UINodes.h"
+
+#include <QFont>
+#include <QString>
+
+namespace host {
+
+QFont StaticTextFont(const UI_StaticText& text, QFont base);
+QString StaticTextValue(const UI_StaticText& text);
+
+} // namespace host

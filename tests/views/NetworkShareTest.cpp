@@ -1,0 +1,98 @@
+// The production on a real network share: our own SSH server on 127.0.0.1 exports the
+// production folder, sshfs mounts it, the panel opens the mount, and the export is changed
+// directly, as another editor's machine would change it.
+#include "SshShare.h"
+#include "TandrelDirectoryViewFixture.h"
+#include "host/DirectoryMonitor.h"
+
+#include <array>
+#include <poll.h>
+#include <sys/inotify.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class NetworkShareTest : public testsupport::TandrelDirectoryViewTest {
+protected:
+    void SetUp() override {
+        TandrelDirectoryViewTest::SetUp();
+        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+            GTEST_SKIP() << why;
+        }
+        exported = production;
+        const fs::path mount = root / "Share";
+        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
+        ASSERT_EQ(host::ProductionSession::Instance().Open(mount), "");
+        production = mount;
+    }
+    void TearDown() override {
+        panel.reset();
+        host::WaitForDefaultExecutor(10000);
+        host::DirectoryMonitor::Instance().Reset();
+        host::ProductionSession::Instance().Close();
+        share.Stop(); // before the fixture removes the folders
+        TandrelDirectoryViewTest::TearDown();
+    }
+    static void Run(const std::string& command) {
+        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+    }
+    static std::string Quoted(const fs::path& path) { return "'" + path.string() + "'"; }
+
+    testsupport::SshShare share;
+    fs::path exported;
+};
+
+// Whether inotify reports anything for `folder` while `change` runs, within a second.
+bool NotifiedOf(const fs::path& folder, const std::function<void()>& change) {
+    const int handle = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (handle < 0) {
+        return false;
+    }
+    ::inotify_add_watch(handle, folder.c_str(), IN_CREATE | IN_DELETE | IN_MOVE | IN_MODIFY);
+    change();
+    pollfd ready{handle, POLLIN, 0};
+    const bool notified = ::poll(&ready, 1, 1000) > 0;
+    ::close(handle);
+    return notified;
+}
+
+TEST_F(NetworkShareTest, TheKernelNotifiesChangesThroughTheMountButNotThoseMadeBesideIt) {
+    EXPECT_FALSE(
+        NotifiedOf(production, [&] { Write(exported / "beside.mvproj", "another machine"); }));
+    EXPECT_TRUE(NotifiedOf(production, [&] { Write(production / "through.mvproj", "this one"); }));
+}
+
+TEST_F(NetworkShareTest, AProductionOnTheShareIsPolledWithoutAnyPreference) {
+    ASSERT_FALSE(host::HostSession::Instance().preferences.forcePolling);
+    EXPECT_TRUE(host::DoesPathRequirePolling(W(production)));
+    EXPECT_TRUE(host::DoesPathRequirePolling(W(production / "Edit")));
+    EXPECT_FALSE(host::DoesPathRequirePolling(W(exported)));
+}
+
+TEST_F(NetworkShareTest, ChangesMadeOnAnotherMachineAppearInTheTree) {
+    OpenPanel(5);
+    ASSERT_NE(RowOf(production / "Promo.mvproj"), nullptr);
+    const int wait = 20000; // a few polling rounds
+    Run("cp " + Quoted(exported / "Promo.mvproj") + " " + Quoted(exported / "Trailer.mvproj"));
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Trailer.mvproj") != nullptr; }, wait));
+    Run("mv " + Quoted(exported / "Promo.mvproj") + " " + Quoted(exported / "Teaser.mvproj"));
+    EXPECT_TRUE(WaitUntil(
+        [&] { return RowOf(production / "Teaser.mvproj") && !RowOf(production / "Promo.mvproj"); },
+        wait));
+    Run("mkdir " + Quoted(exported / "Dailies"));
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Dailies") != nullptr; }, wait));
+    Run("rm " + Quoted(exported / "Scene 12.mvproj"));
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Scene 12.mvproj") == nullptr; }, wait));
+}
+
+TEST_F(NetworkShareTest, AProjectAddedOnAnotherMachineInAnOpenFolderAppears) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    testsupport::WriteProject(exported / "Edit" / "Reel 3.mvproj");
+    EXPECT_TRUE(
+        WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }, 20000));
+    EXPECT_EQ(RowOf(production / "Edit")->GetChildCount(), 3);
+}
+
+} // namespace
