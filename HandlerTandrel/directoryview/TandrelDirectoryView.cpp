@@ -186,6 +186,8 @@ void TandrelDirectoryView::RefreshRowMetadata(const host::TreeRowPtr& row, bool 
         entry.record.Update(true, mHeaderRow->GetSortColumn());
         entry.stale = false;
         GetTree().RefreshRow(row);
+        // What was read may order it differently (someone took the lock since it was listed).
+        GetTree().RowSortKeyChanged(row);
     } else if (!onlyIfStale) {
         entry.stale = true;
     }

@@ -116,6 +116,9 @@ public:
     void SetCellViewCallback(CellViewCallback callback);
     // Orders every row again by the header's sort column and direction.
     void Resort();
+    // The row's sort key may have changed: it is asked once more and, when the key differs,
+    // the row moves to its place among its siblings. Nothing else is asked.
+    void RowSortKeyChanged(const TreeRowPtr& row);
     // How many times rows were asked for their sort key since the tree was made.
     std::uint64_t GetSortDataRequestCount() const;
     // The cell view of a cell, made on first use and kept with the row; null for text cells.

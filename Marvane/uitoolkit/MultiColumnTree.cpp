@@ -305,6 +305,10 @@ void UI_MultiColumnTree::Resort() {
     mImpl->model.Resort();
 }
 
+void UI_MultiColumnTree::RowSortKeyChanged(const TreeRowPtr& row) {
+    mImpl->model.Replace(row);
+}
+
 std::uint64_t UI_MultiColumnTree::GetSortDataRequestCount() const {
     return mImpl->model.sortDataRequests;
 }

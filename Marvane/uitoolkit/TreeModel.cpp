@@ -293,6 +293,44 @@ void TreeModel::Resort() {
     emit layoutChanged();
 }
 
+void TreeModel::Replace(const TreeRowPtr& row) {
+    if (!row || row->Node().tree != this) {
+        return;
+    }
+    TreeRowNode& node = row->Node();
+    const bool known = node.sortKeyValid;
+    const WideString before = node.sortKey;
+    node.sortKeyValid = false;
+    if (known && KeyOf(row) == before) {
+        return;
+    }
+    std::vector<TreeRowPtr>& siblings = MutableChildrenOf(node.parent);
+    const int from = node.index;
+    const auto at = [&](int index) { return siblings[static_cast<std::size_t>(index)]; };
+    const bool afterPrevious = from == 0 || !Before(row, at(from - 1));
+    const bool beforeNext =
+        from + 1 == static_cast<int>(siblings.size()) || !Before(at(from + 1), row);
+    if (afterPrevious && beforeNext) {
+        return; // still in order where it is
+    }
+    const TreeRowPtr moving = row;
+    std::vector<TreeRowPtr> others = siblings;
+    others.erase(others.begin() + from);
+    const int to =
+        static_cast<int>(std::upper_bound(others.begin(), others.end(), moving,
+                                          [this](const TreeRowPtr& a, const TreeRowPtr& b) {
+                                              return Before(a, b);
+                                          }) -
+                         others.begin());
+    const QModelIndex parentIndex = IndexOf(node.parent);
+    // The destination is counted before the move, as the view expects.
+    beginMoveRows(parentIndex, from, from, parentIndex, to > from ? to + 1 : to);
+    others.insert(others.begin() + to, moving);
+    siblings.swap(others);
+    Reindex(siblings, static_cast<std::size_t>(std::min(from, to)));
+    endMoveRows();
+}
+
 void TreeModel::RowChanged(const TreeRowPtr& row) {
     const QModelIndex first = IndexOf(row, 0);
     if (first.isValid()) {

@@ -41,6 +41,8 @@ public:
     void SetCustomChild(const TreeRowPtr& row, bool custom);
     // Orders every row again; every row is asked for its key once.
     void Resort();
+    // Asks the row for its key again and moves it to its place when the key changed.
+    void Replace(const TreeRowPtr& row);
     void RowChanged(const TreeRowPtr& row);
 
     UI_MultiColumnTree::SortDataCallback sortData;

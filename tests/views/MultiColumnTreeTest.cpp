@@ -107,6 +107,43 @@ TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
     EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{big}); // the selection follows
 }
 
+TEST_F(MultiColumnTreeTest, ARowWhoseKeyChangedMovesToItsPlaceKeepingTheSelection) {
+    const TreeRowPtr a = Row(u"a");
+    const TreeRowPtr b = Row(u"b");
+    const TreeRowPtr c = Row(u"c");
+    const TreeRowPtr d = Row(u"d");
+    tree.InsertRows(nullptr, {a, b, c, d});
+    tree.SelectRow(a, true, false, true);
+    const std::uint64_t before = tree.GetSortDataRequestCount();
+    names[a.get()] = u"cc"; // down, between c and d
+    tree.RowSortKeyChanged(a);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"b", u"c", u"cc", u"d"}));
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 1u); // only that row was asked
+    EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{a});
+    names[d.get()] = u"0"; // up, to the front
+    tree.RowSortKeyChanged(d);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"0", u"b", u"c", u"cc"}));
+    names[c.get()] = u"bz"; // changed, but still in order
+    tree.RowSortKeyChanged(c);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"0", u"b", u"bz", u"cc"}));
+    // The view's rows follow the model.
+    EXPECT_EQ(view()->model()->index(0, 0).data().toString(), QString("0"));
+    EXPECT_EQ(view()->model()->index(3, 0).data().toString(), QString("cc"));
+}
+
+TEST_F(MultiColumnTreeTest, AChildWhoseKeyChangedMovesAmongItsSiblingsOnly) {
+    const TreeRowPtr folder = Row(u"m", true);
+    tree.InsertRows(nullptr, {Row(u"a"), folder, Row(u"z")});
+    const TreeRowPtr p = Row(u"p");
+    const TreeRowPtr q = Row(u"q");
+    tree.InsertRows(folder, {p, q});
+    names[p.get()] = u"zz";
+    tree.RowSortKeyChanged(p);
+    EXPECT_EQ(folder->GetChild(0), q);
+    EXPECT_EQ(folder->GetChild(1), p);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"m", u"z"}));
+}
+
 TEST_F(MultiColumnTreeTest, AFolderCanBeOpenedUntilReadAndStaysSoOnlyWithACustomChild) {
     const TreeRowPtr folder = Row(u"Reels", true);
     const TreeRowPtr empty = Row(u"Empty", true);

@@ -288,6 +288,32 @@ TEST_F(TandrelDirectoryViewTest, AProductionFolderWhoseNameStartsWithADotIsStill
 
 namespace {
 
+TEST_F(TandrelDirectoryViewTest, ARowWhoseSortFieldChangedWhileItsFolderWasClosedMovesWhenItOpens) {
+    testsupport::WriteProject(production / "Edit" / "Reel 2.mvproj",
+                              std::vector<std::string>(50, "A long sequence name"));
+    OpenPanel(5);
+    auto& header = View().GetHeaderRow();
+    header.SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
+    header.SetSortDirection(false); // largest first
+    View().GetTree().Resort();
+    OpenFolder(production / "Edit", 2);
+    const TreeRowPtr edit = RowOf(production / "Edit");
+    const TreeRowPtr reel1 = RowOf(production / "Edit" / "Reel 1.mvproj");
+    ASSERT_EQ(edit->GetChild(1), reel1);
+    View().GetTree().OpenRow(edit, false);
+    // Reel 1 grows on disk while its folder is closed: the folder is read again, its rows
+    // are only marked stale.
+    const std::uint64_t reads = View().GetDirectoryReadCount();
+    testsupport::WriteProject(production / "Edit" / "Reel 1.mvproj",
+                              std::vector<std::string>(200, "A long sequence name"));
+    ASSERT_TRUE(WaitUntil([&] { return View().GetDirectoryReadCount() > reads; }));
+    SettleEvents(200);
+    EXPECT_EQ(edit->GetChild(1), reel1);
+    View().GetTree().OpenRow(edit, true);
+    EXPECT_EQ(edit->GetChild(0), reel1);
+    EXPECT_FALSE(View().IsRowMetadataStale(reel1));
+}
+
 TEST_F(TandrelDirectoryViewTest, ReSortingReadsTheNewColumnForRowsUnderClosedFolders) {
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
