@@ -1,19 +1,31 @@
 #pragma once
-// Writes a realistic production for benchmarks: folders at two levels holding project files
-// of varied names and sizes, a share of them locked by other editors.
+// Writes a realistic production for benchmarks: projects at the top and in episode and day
+// folders, of varied names and sizes, a share of them locked by other editors, and ordinary
+// files (notes, exports) beside them that the panel never lists.
 #include <filesystem>
 #include <string>
 #include <vector>
 
 namespace bench {
 
+struct ProductionShape {
+    int projects = 10'000;    // in all, the top level included
+    int topLevelProjects = 0; // how many of them sit at the top
+    int episodes = 20;        // folders at the top
+    int daysPerEpisode = 7;   // folders in each episode; the other projects are spread here
+    int lockEvery = 3;        // every n-th project has another editor's lock file (0: none)
+    int ordinaryFilesPerFolder = 0;
+};
+
 struct GeneratedProduction {
     std::filesystem::path root;
     std::vector<std::filesystem::path> projects;
+    int folders = 0;
 };
 
-// Makes `count` projects under a fresh folder in the temporary directory; every `lockEvery`-th
-// project gets a lock file of another editor (0: none).
+GeneratedProduction GenerateProduction(const std::string& name, const ProductionShape& shape);
+
+// `count` projects, all in episode and day folders; every `lockEvery`-th is locked (0: none).
 GeneratedProduction GenerateProduction(const std::string& name, int count, int lockEvery);
 
 } // namespace bench

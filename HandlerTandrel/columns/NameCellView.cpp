@@ -134,16 +134,24 @@ void NameCellView::BoundsChanged(const host::UI_Rect& bounds) {
     if (textWidth < kMinimumTextWidth) {
         // Only the picture is shown: everything after it is unused.
         text.SetVisible(false);
-        mTrailingWidth = std::max(0.0f, bounds.width - (bounds.left + side));
+        mTextAreaWidth = 0;
+        mHiddenTrailingWidth = std::max(0.0f, bounds.width - (bounds.left + side));
         return;
     }
     text.SetBounds({textLeft, bounds.top, textWidth, bounds.height});
     text.SetFontSize(gFontFraction.Get() * bounds.height);
     text.SetVisible(true);
+    mTextAreaWidth = textWidth;
+}
+
+float NameCellView::GetTrailingWidth() const {
+    if (mTextAreaWidth <= 0) {
+        return mHiddenTrailingWidth;
+    }
     // A name shorter than its area leaves the rest of the cell unused; a long one is cut to
     // fit and leaves nothing.
-    const float nameWidth = text.MeasureValueWidth();
-    mTrailingWidth = nameWidth < 0 ? 0.0f : std::max(0.0f, textWidth - nameWidth);
+    const float nameWidth = Text().MeasureValueWidth();
+    return nameWidth < 0 ? 0.0f : std::max(0.0f, mTextAreaWidth - nameWidth);
 }
 
 } // namespace HandlerTandrel::Columns

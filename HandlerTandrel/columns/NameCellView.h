@@ -41,8 +41,9 @@ public:
     NameCellKind GetKind() const { return mKind; }
     host::UI_StaticImage& Image() const;
     host::UI_StaticText& Text() const;
-    // The width at the end of the cell that the name does not use (for the slow click).
-    float GetTrailingWidth() const { return mTrailingWidth; }
+    // The width at the end of the cell that the name does not use (for the slow click), for
+    // the last layout. The name is measured when this is asked, not on every layout.
+    float GetTrailingWidth() const;
 
 private:
     void SupplyPicture(host::UI_PictureRequest& request) const;
@@ -51,7 +52,8 @@ private:
     host::UI_StaticImage* mImage = nullptr;
     host::UI_StaticText* mText = nullptr;
     std::shared_ptr<host::UI_ImageHandler> mBadge;
-    float mTrailingWidth = 0;
+    float mTextAreaWidth = 0; // 0 while the name is hidden
+    float mHiddenTrailingWidth = 0;
 };
 
 // The folder picture, asked of the host once and shared by every cell until the module goes.

@@ -14,6 +14,7 @@
 #include <memory>
 #include <set>
 #include <string_view>
+#include <unordered_map>
 
 namespace HandlerTandrel {
 
@@ -128,7 +129,7 @@ private:
 
     std::weak_ptr<TandrelTabView> mTabView;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
-    std::map<const host::UI_TreeRow*, RowRecord> mRecords;
+    std::unordered_map<const host::UI_TreeRow*, RowRecord> mRecords;
     host::ByteString mProductionFolder;
     bool mRenameInProgress = false;
     bool mNotifyPaused = false;

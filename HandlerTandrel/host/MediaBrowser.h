@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -90,8 +91,8 @@ private:
 
     std::unique_ptr<UI_MultiColumnTree> mTree;
     WideString mRootPath;
-    std::map<const UI_TreeRow*, WideString> mPathOfRow;
-    std::map<WideString, std::weak_ptr<UI_TreeRow>> mRowOfPath;
+    std::unordered_map<const UI_TreeRow*, WideString> mPathOfRow;
+    std::unordered_map<WideString, std::weak_ptr<UI_TreeRow>> mRowOfPath;
     std::set<WideString> mWatchedFolders;
     std::uint64_t mReads = 0;
     bool mListening = false;

@@ -78,10 +78,21 @@ LeadByte DescribeLeadByte(unsigned char byte) {
 } // namespace
 
 ByteString ToUTF8(const WideString& text) {
-    ByteString out;
-    out.reserve(text.size());
     const std::size_t size = text.size();
-    for (std::size_t i = 0; i < size; ++i) {
+    // Paths are mostly ASCII: copy the leading ASCII run in one go.
+    std::size_t ascii = 0;
+    while (ascii < size && text[ascii] < 0x80) {
+        ++ascii;
+    }
+    ByteString out(ascii, '\0');
+    for (std::size_t i = 0; i < ascii; ++i) {
+        out[i] = static_cast<char>(text[i]);
+    }
+    if (ascii == size) {
+        return out;
+    }
+    out.reserve(size + (size - ascii) * 2);
+    for (std::size_t i = ascii; i < size; ++i) {
         const char16_t unit = text[i];
         if (IsHighSurrogate(unit) && i + 1 < size && IsLowSurrogate(text[i + 1])) {
             const char32_t high = unit - 0xD800u;
@@ -101,10 +112,20 @@ ByteString ToUTF8(const WideString& text) {
 // that still looked like the start of a valid sequence are consumed together, and decoding
 // resumes at the first byte that broke it.
 WideString ToUTF16(const ByteString& text) {
-    WideString out;
-    out.reserve(text.size());
     const std::size_t size = text.size();
+    // The leading ASCII run in one go, as for ToUTF8.
     std::size_t i = 0;
+    while (i < size && static_cast<unsigned char>(text[i]) < 0x80) {
+        ++i;
+    }
+    WideString out(i, u'\0');
+    for (std::size_t k = 0; k < i; ++k) {
+        out[k] = static_cast<char16_t>(static_cast<unsigned char>(text[k]));
+    }
+    if (i == size) {
+        return out;
+    }
+    out.reserve(size);
     while (i < size) {
         const auto byte = static_cast<unsigned char>(text[i]);
         if (byte < 0x80) {

@@ -1,5 +1,6 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/IoCounters.h"
 #include "host/FileServices.h"
 
 #include <fcntl.h>
@@ -32,6 +33,7 @@ std::int64_t Ticks(const struct statx_timestamp& time) {
 FileInfo::FileInfo(const WideString& path) {
     struct statx status {};
     const std::string utf8 = ToUTF8(path);
+    CountFileInfoStat();
     if (::statx(AT_FDCWD, utf8.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
                 &status) != 0) {
         return;

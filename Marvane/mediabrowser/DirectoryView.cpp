@@ -1,5 +1,6 @@
 // The media browser's directory view: directories read off the main thread, rows kept in step
 // with the disk.
+#include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "host/AsyncCalls.h"
 #include "host/DirectoryMonitor.h"
@@ -34,6 +35,7 @@ DirectoryContent ReadDirectory(const std::string& folder) {
         }
         const std::string path = prefix + "/" + name;
         struct stat status {};
+        CountListingStat();
         const bool known = ::stat(path.c_str(), &status) == 0;
         DirectoryEntry entry;
         entry.fields.emplace(std::string(kPathField), ToUTF16(path));

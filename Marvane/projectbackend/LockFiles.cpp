@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <fcntl.h>
 #include <fstream>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -122,22 +123,35 @@ std::uint64_t LockFileReadCount() {
 
 LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
     gLockFileReads.fetch_add(1);
-    struct stat status {};
-    if (::lstat(lockPath.c_str(), &status) != 0) {
+    // One open for the common cases: missing, or a small regular file. A link, a folder or a
+    // pipe in its place is unreadable (and a pipe must not block the open).
+    const int file = ::open(lockPath.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) {
         return errno == ENOENT || errno == ENOTDIR ? LockFileState::Missing
                                                    : LockFileState::Unreadable;
     }
-    if (!S_ISREG(status.st_mode)) {
-        return LockFileState::Unreadable;
+    std::string text;
+    struct stat status {};
+    bool readable = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
+                    static_cast<std::size_t>(status.st_size) <= kMaximumLockFileBytes;
+    if (readable) {
+        text.resize(static_cast<std::size_t>(status.st_size));
+        std::size_t filled = 0;
+        while (filled < text.size()) {
+            const ssize_t got = ::read(file, text.data() + filled, text.size() - filled);
+            if (got < 0 && errno == EINTR) {
+                continue;
+            }
+            if (got <= 0) {
+                readable = got == 0;
+                break;
+            }
+            filled += static_cast<std::size_t>(got);
+        }
+        text.resize(filled);
     }
-    std::ifstream in(lockPath, std::ios::binary);
-    if (!in) {
-        return LockFileState::Unreadable;
-    }
-    std::string text(kMaximumLockFileBytes + 1, '\0');
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(in.gcount()));
-    if (text.empty() || text.size() > kMaximumLockFileBytes) {
+    ::close(file);
+    if (!readable || text.empty() || text.size() > kMaximumLockFileBytes) {
         return LockFileState::Unreadable;
     }
     const auto json = nlohmann::json::parse(text, nullptr, false);

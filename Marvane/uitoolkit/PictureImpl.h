@@ -3,9 +3,12 @@
 #include "host/UINodes.h"
 
 #include <QPainter>
+#include <QPixmap>
 #include <QString>
 #include <QSvgRenderer>
+#include <map>
 #include <memory>
+#include <utility>
 
 namespace host {
 
@@ -14,11 +17,37 @@ public:
     explicit UI_PictureImpl(const QString& resourcePath, QString name)
         : mRenderer(std::make_unique<QSvgRenderer>(resourcePath)), mName(std::move(name)) {}
     bool IsValid() const { return mRenderer->isValid(); }
-    void Paint(QPainter& painter, const QRectF& rect) const { mRenderer->render(&painter, rect); }
+    // Drawn from a picture made once per size: the vector drawing happens once, not on every
+    // paint of every row.
+    void Paint(QPainter& painter, const QRectF& rect) const {
+        const qreal ratio = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
+        const QSize pixels = (rect.size() * ratio).toSize();
+        if (pixels.isEmpty()) {
+            return;
+        }
+        const auto key = std::make_pair(pixels.width(), pixels.height());
+        auto found = mSized.find(key);
+        if (found == mSized.end()) {
+            if (mSized.size() >= kMaximumSizes) {
+                mSized.clear();
+            }
+            QPixmap pixmap(pixels);
+            pixmap.fill(Qt::transparent);
+            QPainter onto(&pixmap);
+            mRenderer->render(&onto, QRectF(QPointF(0, 0), QSizeF(pixels)));
+            onto.end();
+            pixmap.setDevicePixelRatio(ratio);
+            found = mSized.emplace(key, std::move(pixmap)).first;
+        }
+        painter.drawPixmap(rect.topLeft(), found->second);
+    }
     const QString& Name() const { return mName; }
 
 private:
+    static constexpr std::size_t kMaximumSizes = 8;
+
     std::unique_ptr<QSvgRenderer> mRenderer;
+    mutable std::map<std::pair<int, int>, QPixmap> mSized;
     QString mName;
 };
 

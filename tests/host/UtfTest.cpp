@@ -40,6 +40,16 @@ TEST(UtfTest, AsciiConvertsUnchangedBothWays) {
     EXPECT_EQ(ToUTF8(wide), ascii);
 }
 
+TEST(UtfTest, AnAsciiPathWithAccentedNameConvertsBothWays) {
+    const std::string utf8 = "/Volumes/Share/Production/Sc\xC3\xA8ne 12/Caf\xC3\xA9.mvproj";
+    const std::u16string utf16 = u"/Volumes/Share/Production/Sc\u00E8ne 12/Caf\u00E9.mvproj";
+    EXPECT_EQ(host::ToUTF8(utf16), utf8);
+    EXPECT_EQ(host::ToUTF16(utf8), utf16);
+    // A lone surrogate after a long ASCII run is still replaced.
+    EXPECT_EQ(host::ToUTF8(u"/Production/" + std::u16string(1, char16_t{0xD800})),
+              "/Production/\xEF\xBF\xBD");
+}
+
 TEST(UtfTest, LatinAccentsUseTwoBytes) {
     EXPECT_EQ(ToUTF16(kCafe), kCafeWide);
     EXPECT_EQ(ToUTF8(kCafeWide), kCafe);

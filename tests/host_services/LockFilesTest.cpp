@@ -148,6 +148,28 @@ TEST_F(LockFilesTest, ASpecialFileInPlaceOfTheLockCountsAsHeldBySomeoneElse) {
     EXPECT_EQ(read->GetOwnerName(), host::kUnreadableLockHolder);
 }
 
+TEST_F(LockFilesTest, ALinkToAValidLockInPlaceOfTheLockIsUnreadable) {
+    const fs::path elsewhere = root / "elsewhere.lock";
+    std::ofstream(elsewhere) << host::SerialiseLockFile(
+        host::MakeLockFileContent("Ana Ruiz", "suite-1"));
+    fs::create_symlink(elsewhere, LockPath());
+    host::LockFileContent content;
+    EXPECT_EQ(host::ReadLockFile(LockPath(), content), host::LockFileState::Unreadable);
+    const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");
+    ASSERT_NE(read, nullptr);
+    EXPECT_FALSE(read->IsOwnedByCaller());
+}
+
+TEST_F(LockFilesTest, ALockFileOverSixtyFourKilobytesIsUnreadable) {
+    const std::string valid = host::SerialiseLockFile(host::MakeLockFileContent("Ana", "x"));
+    WriteLock(valid + std::string(64 * 1024, ' '));
+    host::LockFileContent content;
+    EXPECT_EQ(host::ReadLockFile(LockPath(), content), host::LockFileState::Unreadable);
+    WriteLock(valid + std::string(1024, ' ')); // trailing space is still a valid lock
+    EXPECT_EQ(host::ReadLockFile(LockPath(), content), host::LockFileState::Valid);
+    EXPECT_EQ(content.lockingName, "Ana");
+}
+
 TEST_F(LockFilesTest, ADanglingLinkInPlaceOfTheLockCountsAsHeldBySomeoneElse) {
     fs::create_symlink(root / "nowhere", LockPath());
     const auto read = host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1");

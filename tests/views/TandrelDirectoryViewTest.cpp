@@ -1,5 +1,6 @@
 #include "TandrelDirectoryViewFixture.h"
 
+#include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uitoolkit/TreeView.h"
@@ -59,9 +60,11 @@ TEST_F(TandrelDirectoryViewTest, TheContentOfAFolderProjectIsNeverListed) {
 TEST_F(TandrelDirectoryViewTest, OpeningAProductionReadsOneLockFilePerTopLevelProject) {
     testsupport::WriteProject(production / "Edit" / "Deep" / "Reel 9.mvproj");
     const std::uint64_t before = host::LockFileReadCount();
+    const std::uint64_t statsBefore = host::FileInfoStatCount();
     OpenPanel(5);
     // Scene 12, Promo and Titles: three projects at the top; none of the folders' projects.
     EXPECT_EQ(host::LockFileReadCount() - before, 3u);
+    EXPECT_EQ(host::FileInfoStatCount() - statsBefore, 3u);
 }
 
 TEST_F(TandrelDirectoryViewTest, RowsUnderAClosedFolderGetTheirLockStatusWhenItOpens) {

@@ -1,0 +1,30 @@
+#include "Marvane/fileservices/IoCounters.h"
+
+#include <atomic>
+
+namespace host {
+
+namespace {
+
+std::atomic<std::uint64_t> gFileInfoStats{0};
+std::atomic<std::uint64_t> gListingStats{0};
+
+} // namespace
+
+void CountFileInfoStat() {
+    gFileInfoStats.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t FileInfoStatCount() {
+    return gFileInfoStats.load(std::memory_order_relaxed);
+}
+
+void CountListingStat() {
+    gListingStats.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t ListingStatCount() {
+    return gListingStats.load(std::memory_order_relaxed);
+}
+
+} // namespace host

@@ -1,0 +1,16 @@
+#pragma once
+// How many file-system calls the host made, by kind: for the tests and benchmarks that check
+// that the work of showing a production follows what is shown, not how big the production is.
+#include <cstdint>
+
+namespace host {
+
+// A file object (size, dates) was read from disk: one stat call.
+void CountFileInfoStat();
+std::uint64_t FileInfoStatCount();
+
+// A directory listing looked at one entry: one stat call.
+void CountListingStat();
+std::uint64_t ListingStatCount();
+
+} // namespace host
