@@ -19,7 +19,7 @@ QRectF ToQRect(const UI_Rect& rect) {
 
 // Draws a node and, for containers, its children, in the cell's own coordinates.
 void PaintNode(QPainter& painter, const UI_Node& node, const QPalette::ColorRole textRole,
-               const QPalette& palette) {
+               const QPalette& palette, CellTextCache& texts) {
     if (!node.IsVisible()) {
         return;
     }
@@ -30,16 +30,12 @@ void PaintNode(QPainter& painter, const UI_Node& node, const QPalette::ColorRole
             picture->Paint(painter, bounds);
         }
     } else if (const auto* text = dynamic_cast<const UI_StaticText*>(&node)) {
-        const QFont font = StaticTextFont(*text, painter.font());
-        painter.setFont(font);
         painter.setPen(palette.color(textRole));
-        const QString value = QFontMetrics(font).elidedText(StaticTextValue(*text), Qt::ElideRight,
-                                                            static_cast<int>(bounds.width()));
-        painter.drawText(bounds, Qt::AlignLeft | Qt::AlignVCenter, value);
+        texts.Draw(painter, bounds, StaticTextValue(*text), StaticTextFont(*text, painter.font()));
     }
     if (const auto* container = dynamic_cast<const UI_Container*>(&node)) {
         for (const auto& child : container->GetChildren()) {
-            PaintNode(painter, *child, textRole, palette);
+            PaintNode(painter, *child, textRole, palette, texts);
         }
     }
 }
@@ -58,25 +54,41 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                          const QModelIndex& index) const {
     const TreeRowPtr row = mTree.model.RowAt(index);
     UI_SubView* cell = row ? mTree.CellView(row, mTree.model.ColumnAt(index.column())) : nullptr;
-    if (cell == nullptr) {
-        QStyledItemDelegate::paint(painter, option, index);
-        return;
-    }
-    // The background and selection as for any cell, then the cell view on top.
+    // The background, selection and focus as for any cell, then its text or its view.
     QStyleOptionViewItem background = option;
     initStyleOption(&background, index);
+    const QString text = cell == nullptr ? background.text : QString();
     background.text.clear();
     const QWidget* widget = option.widget;
     QStyle* style = widget ? widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &background, painter, widget);
+    if (background.state.testFlag(QStyle::State_HasFocus)) {
+        QStyleOptionFocusRect focus;
+        focus.QStyleOption::operator=(background);
+        focus.state |= QStyle::State_KeyboardFocusChange | QStyle::State_Item;
+        focus.backgroundColor = background.palette.color(
+            background.state.testFlag(QStyle::State_Selected) ? QPalette::Highlight
+                                                              : QPalette::Window);
+        style->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, painter, widget);
+    }
+    const bool selected = option.state.testFlag(QStyle::State_Selected);
+    const QPalette::ColorRole textRole = selected ? QPalette::HighlightedText : QPalette::Text;
+    painter->save();
+    if (cell == nullptr) {
+        // A text cell, with the margins the style gives item texts.
+        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+        painter->setClipRect(option.rect);
+        painter->setPen(option.palette.color(textRole));
+        mTexts.Draw(*painter, QRectF(option.rect.adjusted(margin, 0, -margin, 0)), text,
+                    background.font);
+        painter->restore();
+        return;
+    }
     cell->BoundsChanged(
         {0, 0, static_cast<float>(option.rect.width()), static_cast<float>(option.rect.height())});
-    painter->save();
     painter->translate(option.rect.topLeft());
     painter->setClipRect(QRect(QPoint(0, 0), option.rect.size()));
-    const bool selected = option.state.testFlag(QStyle::State_Selected);
-    PaintNode(*painter, *cell, selected ? QPalette::HighlightedText : QPalette::Text,
-              option.palette);
+    PaintNode(*painter, *cell, textRole, option.palette, mTexts);
     painter->restore();
 }
 

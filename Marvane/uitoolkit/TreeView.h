@@ -1,6 +1,7 @@
 #pragma once
 // The Qt side of a multi-column tree: a QTreeView over the tree model, with a delegate that
 // draws cell views, and the user's clicks turned into the tree's callbacks.
+#include "Marvane/uitoolkit/CellTextCache.h"
 #include "Marvane/uitoolkit/TreeModel.h"
 
 #include <QPointer>
@@ -20,6 +21,7 @@ public:
 
 private:
     MultiColumnTreeImpl& mTree;
+    mutable CellTextCache mTexts;
 };
 
 class TreeWidget final : public QTreeView {

@@ -1,0 +1,26 @@
+#pragma once
+// Laid-out texts of the tree's cells, kept between paints. Shaping a text is most of what
+// drawing a cell costs, and the same texts are drawn again on every update and scroll.
+#include <QFont>
+#include <QPainter>
+#include <QStaticText>
+#include <QString>
+#include <unordered_map>
+
+namespace host {
+
+class CellTextCache {
+public:
+    // Draws `text` at the left of `rect`, centred vertically, with an ellipsis at the end when
+    // it is wider than the rectangle. The painter's pen gives the colour.
+    void Draw(QPainter& painter, const QRectF& rect, const QString& text, const QFont& font);
+    std::size_t Size() const { return mTexts.size(); }
+
+private:
+    // More cells than a window shows many times over; past this the cache starts again.
+    static constexpr std::size_t kMaximumTexts = 8192;
+
+    std::unordered_map<QString, QStaticText> mTexts;
+};
+
+} // namespace host
