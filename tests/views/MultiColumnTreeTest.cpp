@@ -1,9 +1,12 @@
 #include "host/MultiColumnTree.h"
+#include "Marvane/uitoolkit/CellTextCache.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "ViewTestSupport.h"
 
 #include <QHeaderView>
+#include <QImage>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPixmap>
 #include <gtest/gtest.h>
 #include <map>
@@ -307,6 +310,43 @@ TEST_F(MultiColumnTreeTest, TheHeaderKeepsItsWidthsAndTitlesInTheTree) {
     EXPECT_EQ(tree.GetImpl()->model.headerData(1, Qt::Horizontal, Qt::DisplayRole).toString(),
               QStringLiteral("Size"));
     EXPECT_EQ(tree.GetHeaderRow(), &header);
+}
+
+// The right-most column with ink in it, or -1 for a blank image.
+int RightmostInk(const QImage& image) {
+    for (int x = image.width() - 1; x >= 0; --x) {
+        for (int y = 0; y < image.height(); ++y) {
+            if (qGray(image.pixel(x, y)) < 128) {
+                return x;
+            }
+        }
+    }
+    return -1;
+}
+
+TEST(CellTextCache, EachTextIsLaidOutOnceAndALongOneIsCutToFit) {
+    host::CellTextCache texts;
+    QImage image(300, 20, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setPen(Qt::black);
+    QFont font = QApplication::font();
+    font.setPixelSize(12);
+    const QString name = "Interview 42 with the director, final";
+    texts.Draw(painter, QRectF(0, 0, 300, 20), name, font);
+    texts.Draw(painter, QRectF(0, 0, 300, 20), name, font);
+    EXPECT_EQ(texts.Size(), 1u); // drawn twice, laid out once
+    const int whole = RightmostInk(image);
+    EXPECT_GT(whole, 100);
+    image.fill(Qt::white);
+    texts.Draw(painter, QRectF(0, 0, 80, 20), name, font);
+    EXPECT_EQ(texts.Size(), 2u); // another width is another layout
+    const int cut = RightmostInk(image);
+    EXPECT_GT(cut, 20);
+    EXPECT_LT(cut, 80); // the ellipsis keeps it inside its width
+    font.setItalic(true);
+    texts.Draw(painter, QRectF(0, 0, 80, 20), name, font);
+    EXPECT_EQ(texts.Size(), 3u); // and another font another
 }
 
 TEST(IconSet, EveryBadgeAndTheFolderIconHaveAPicture) {
