@@ -1,7 +1,8 @@
 // The production tree over generated productions of 10,000 and 100,000 projects (the same top
 // level in both: 100 projects, 20 episode folders and a few ordinary files):
 // - FirstRows: from the production being opened to its first rows drawn, all folders closed,
-//   against listing and stat-ing the top folder alone, measured in the same iterations;
+//   against listing and stat-ing the top folder alone, measured in the same iterations; the
+//   same again through an sshfs mount of the production (FirstRowsOnShare);
 // - Expand: opening one day folder for the first time;
 // - Resort: re-sorting by size and back by name with one read-then-closed day folder;
 // - MemoryPerRow: heap per row with every folder open.
@@ -17,6 +18,7 @@
 #include "Marvane/uiframework/TabViewImpl.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "ProductionGenerator.h"
+#include "SshShare.h"
 #include "columns/ColumnIDs.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "panel/TandrelTabView.h"
@@ -291,6 +293,51 @@ void BM_FirstRows(benchmark::State& state) {
     state.counters["open_call_ms"] = panel.openCallSeconds * 1000.0 / iterations;
 }
 
+// The same over the production served by our own SSH server and mounted with sshfs, where
+// every call crosses the network (here the loopback) as on a shared drive.
+void BM_FirstRowsOnShare(benchmark::State& state) {
+    const int size = static_cast<int>(state.range(0));
+    const bench::GeneratedProduction& production = ProductionOf(size);
+    if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        state.SkipWithError(why.c_str());
+        return;
+    }
+    testsupport::SshShare share;
+    const fs::path work =
+        production.root.parent_path() / (production.root.filename().string() + "-share");
+    if (const std::string failed = share.Start(production.root, work / "mount", work / "ssh");
+        !failed.empty()) {
+        state.SkipWithError(failed.c_str());
+        return;
+    }
+    const fs::path mount = work / "mount";
+    {
+        Panel panel;
+        Counters counters;
+        double baselineSeconds = 0;
+        for (auto _ : state) {
+            panel.Close();
+            const auto listStart = Clock::now();
+            benchmark::DoNotOptimize(ListAndStatTopFolder(mount));
+            baselineSeconds += std::chrono::duration<double>(Clock::now() - listStart).count();
+            const IoSnapshot before;
+            const auto start = Clock::now();
+            if (!panel.Open(mount, TopRows())) {
+                state.SkipWithError("the production's rows did not appear");
+                break;
+            }
+            state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+            counters.Add(before);
+        }
+        counters.Report(state, TopRows());
+        state.counters["list_stat_ms"] =
+            baselineSeconds * 1000.0 /
+            static_cast<double>(std::max<benchmark::IterationCount>(1, state.iterations()));
+    }
+    share.Stop();
+    fs::remove_all(work);
+}
+
 void BM_Expand(benchmark::State& state) {
     const int size = static_cast<int>(state.range(0));
     const bench::GeneratedProduction& production = ProductionOf(size);
@@ -395,6 +442,12 @@ void BM_MemoryPerRow(benchmark::State& state) {
 }
 
 BENCHMARK(BM_FirstRows)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(20);
+BENCHMARK(BM_FirstRowsOnShare)
     ->Arg(10'000)
     ->Arg(100'000)
     ->UseManualTime()
