@@ -263,9 +263,9 @@ int ProjectsPerDay(int projects) {
     return count;
 }
 
-void BM_FirstRows(benchmark::State& state) {
-    const int size = static_cast<int>(state.range(0));
-    const bench::GeneratedProduction& production = ProductionOf(size);
+// Opens the production at `folder` once per iteration, timed to its first rows drawn, and
+// lists and stats its top folder in the same iterations for comparison.
+void MeasureFirstRows(benchmark::State& state, const fs::path& folder) {
     Panel panel;
     Counters counters;
     double baselineSeconds = 0;
@@ -273,12 +273,12 @@ void BM_FirstRows(benchmark::State& state) {
     for (auto _ : state) {
         panel.Close();
         const auto listStart = Clock::now();
-        benchmark::DoNotOptimize(ListAndStatTopFolder(production.root));
+        benchmark::DoNotOptimize(ListAndStatTopFolder(folder));
         baselineSeconds += std::chrono::duration<double>(Clock::now() - listStart).count();
         const IoSnapshot before;
         Clock::time_point rowsIn;
         const auto start = Clock::now();
-        if (!panel.Open(production.root, TopRows(), &rowsIn)) {
+        if (!panel.Open(folder, TopRows(), &rowsIn)) {
             state.SkipWithError("the production's rows did not appear");
             return;
         }
@@ -293,47 +293,27 @@ void BM_FirstRows(benchmark::State& state) {
     state.counters["open_call_ms"] = panel.openCallSeconds * 1000.0 / iterations;
 }
 
+void BM_FirstRows(benchmark::State& state) {
+    MeasureFirstRows(state, ProductionOf(static_cast<int>(state.range(0))).root);
+}
+
 // The same over the production served by our own SSH server and mounted with sshfs, where
 // every call crosses the network (here the loopback) as on a shared drive.
 void BM_FirstRowsOnShare(benchmark::State& state) {
-    const int size = static_cast<int>(state.range(0));
-    const bench::GeneratedProduction& production = ProductionOf(size);
+    const bench::GeneratedProduction& production = ProductionOf(static_cast<int>(state.range(0)));
     if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
         state.SkipWithError(why.c_str());
         return;
     }
-    testsupport::SshShare share;
     const fs::path work =
         production.root.parent_path() / (production.root.filename().string() + "-share");
+    testsupport::SshShare share;
     if (const std::string failed = share.Start(production.root, work / "mount", work / "ssh");
         !failed.empty()) {
         state.SkipWithError(failed.c_str());
         return;
     }
-    const fs::path mount = work / "mount";
-    {
-        Panel panel;
-        Counters counters;
-        double baselineSeconds = 0;
-        for (auto _ : state) {
-            panel.Close();
-            const auto listStart = Clock::now();
-            benchmark::DoNotOptimize(ListAndStatTopFolder(mount));
-            baselineSeconds += std::chrono::duration<double>(Clock::now() - listStart).count();
-            const IoSnapshot before;
-            const auto start = Clock::now();
-            if (!panel.Open(mount, TopRows())) {
-                state.SkipWithError("the production's rows did not appear");
-                break;
-            }
-            state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-            counters.Add(before);
-        }
-        counters.Report(state, TopRows());
-        state.counters["list_stat_ms"] =
-            baselineSeconds * 1000.0 /
-            static_cast<double>(std::max<benchmark::IterationCount>(1, state.iterations()));
-    }
+    MeasureFirstRows(state, work / "mount");
     share.Stop();
     fs::remove_all(work);
 }
