@@ -143,10 +143,9 @@ void TandrelDirectoryView::InsertDirectoryContent(const host::TreeRowPtr& row,
             GetTree().SetRowHasCustomChild(row, true);
         }
         const bool parentOpen = isRoot || GetTree().IsRowOpen(row);
-        const int count = isRoot ? GetTree().GetTopLevelRowCount() : row->GetChildCount();
-        for (int index = 0; index < count; ++index) {
-            RefreshRowMetadata(isRoot ? GetTree().GetTopLevelRow(index) : row->GetChild(index),
-                               false, parentOpen);
+        // A refresh can move a row among its siblings: go through them as they are now.
+        for (const host::TreeRowPtr& child : ChildRows(row)) {
+            RefreshRowMetadata(child, false, parentOpen);
         }
     }
     if (mOpener.IsRunning()) {
@@ -193,9 +192,19 @@ void TandrelDirectoryView::RefreshRowMetadata(const host::TreeRowPtr& row, bool 
     }
 }
 
+std::vector<host::TreeRowPtr> TandrelDirectoryView::ChildRows(const host::TreeRowPtr& row) const {
+    const int count = row ? row->GetChildCount() : GetTree().GetTopLevelRowCount();
+    std::vector<host::TreeRowPtr> children;
+    children.reserve(static_cast<std::size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        children.push_back(row ? row->GetChild(index) : GetTree().GetTopLevelRow(index));
+    }
+    return children;
+}
+
 void TandrelDirectoryView::RefreshChildren(const host::TreeRowPtr& row, bool open) {
-    for (int index = 0; index < row->GetChildCount(); ++index) {
-        const host::TreeRowPtr child = row->GetChild(index);
+    // A refresh can move a row among its siblings: go through them as they are now.
+    for (const host::TreeRowPtr& child : ChildRows(row)) {
         RefreshRowMetadata(child, open, open);
         if (!open || GetTree().IsRowOpen(child)) {
             RefreshChildren(child, open && GetTree().IsRowOpen(child));

@@ -118,6 +118,8 @@ private:
                                                Columns::ColumnID column);
     void BroadcastSelectionChanged();
     void FlushPending();
+    // The rows under row (null: the top level), in their order now.
+    std::vector<host::TreeRowPtr> ChildRows(const host::TreeRowPtr& row) const;
     void RefreshChildren(const host::TreeRowPtr& row, bool open);
     void ProjectStateChanged(const host::ByteString& projectPath);
     void MoveSelectionTo(const host::TreeRowPtr& row);

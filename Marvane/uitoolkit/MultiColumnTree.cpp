@@ -306,7 +306,7 @@ void UI_MultiColumnTree::Resort() {
 }
 
 void UI_MultiColumnTree::RowSortKeyChanged(const TreeRowPtr& row) {
-    mImpl->model.Replace(row);
+    mImpl->model.MoveToSortedPlace(row);
 }
 
 std::uint64_t UI_MultiColumnTree::GetSortDataRequestCount() const {

@@ -293,7 +293,7 @@ void TreeModel::Resort() {
     emit layoutChanged();
 }
 
-void TreeModel::Replace(const TreeRowPtr& row) {
+void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {
     if (!row || row->Node().tree != this) {
         return;
     }
@@ -305,29 +305,35 @@ void TreeModel::Replace(const TreeRowPtr& row) {
         return;
     }
     std::vector<TreeRowPtr>& siblings = MutableChildrenOf(node.parent);
-    const int from = node.index;
-    const auto at = [&](int index) { return siblings[static_cast<std::size_t>(index)]; };
-    const bool afterPrevious = from == 0 || !Before(row, at(from - 1));
-    const bool beforeNext =
-        from + 1 == static_cast<int>(siblings.size()) || !Before(at(from + 1), row);
-    if (afterPrevious && beforeNext) {
+    const auto from = siblings.begin() + node.index;
+    const auto less = [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); };
+    // Its place among the others: they are in order, so search the part on its far side.
+    const auto place = from != siblings.begin() && less(row, *(from - 1))
+                           ? std::upper_bound(siblings.begin(), from, row, less)
+                       : from + 1 != siblings.end() && less(*(from + 1), row)
+                           ? std::upper_bound(from + 1, siblings.end(), row, less)
+                           : from;
+    if (place == from) {
         return; // still in order where it is
     }
-    const TreeRowPtr moving = row;
-    std::vector<TreeRowPtr> others = siblings;
-    others.erase(others.begin() + from);
-    const int to =
-        static_cast<int>(std::upper_bound(others.begin(), others.end(), moving,
-                                          [this](const TreeRowPtr& a, const TreeRowPtr& b) {
-                                              return Before(a, b);
-                                          }) -
-                         others.begin());
+    const int first = node.index;
+    const int destination = static_cast<int>(place - siblings.begin()); // counted before the move
     const QModelIndex parentIndex = IndexOf(node.parent);
-    // The destination is counted before the move, as the view expects.
-    beginMoveRows(parentIndex, from, from, parentIndex, to > from ? to + 1 : to);
-    others.insert(others.begin() + to, moving);
-    siblings.swap(others);
-    Reindex(siblings, static_cast<std::size_t>(std::min(from, to)));
+    if (!beginMoveRows(parentIndex, first, first, parentIndex, destination)) {
+        return;
+    }
+    // Only the rows between its old and new places change their index.
+    const bool up = place < from;
+    if (up) {
+        std::rotate(place, from, from + 1);
+    } else {
+        std::rotate(from, from + 1, place);
+    }
+    const int low = up ? destination : first;
+    const int high = up ? first : destination - 1;
+    for (int index = low; index <= high; ++index) {
+        siblings[static_cast<std::size_t>(index)]->Node().index = index;
+    }
     endMoveRows();
 }
 

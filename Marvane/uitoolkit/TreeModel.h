@@ -42,7 +42,7 @@ public:
     // Orders every row again; every row is asked for its key once.
     void Resort();
     // Asks the row for its key again and moves it to its place when the key changed.
-    void Replace(const TreeRowPtr& row);
+    void MoveToSortedPlace(const TreeRowPtr& row);
     void RowChanged(const TreeRowPtr& row);
 
     UI_MultiColumnTree::SortDataCallback sortData;

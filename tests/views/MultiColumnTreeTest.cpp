@@ -129,9 +129,13 @@ TEST_F(MultiColumnTreeTest, ARowWhoseKeyChangedMovesToItsPlaceKeepingTheSelectio
     names[c.get()] = u"bz"; // changed, but still in order
     tree.RowSortKeyChanged(c);
     EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"0", u"b", u"bz", u"cc"}));
-    // The view's rows follow the model.
+    // The view's rows follow the model, and every row knows its new place.
     EXPECT_EQ(view()->model()->index(0, 0).data().toString(), QString("0"));
     EXPECT_EQ(view()->model()->index(3, 0).data().toString(), QString("cc"));
+    const std::vector<TreeRowPtr> rows = TopLevel();
+    for (std::size_t place = 0; place < rows.size(); ++place) {
+        EXPECT_EQ(tree.GetImpl()->model.IndexOf(rows[place]).row(), static_cast<int>(place));
+    }
 }
 
 TEST_F(MultiColumnTreeTest, AChildWhoseKeyChangedMovesAmongItsSiblingsOnly) {

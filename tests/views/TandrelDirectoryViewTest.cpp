@@ -317,6 +317,39 @@ TEST_F(TandrelDirectoryViewTest, ARowWhoseSortFieldChangedWhileItsFolderWasClose
     EXPECT_FALSE(View().IsRowMetadataStale(reel1));
 }
 
+TEST_F(TandrelDirectoryViewTest, ARowMovingDownWhileItsFolderOpensLeavesNoSiblingUnread) {
+    const auto sequences = [](std::size_t count) {
+        return std::vector<std::string>(count, "A long sequence name");
+    };
+    const fs::path edit = production / "Edit";
+    testsupport::WriteProject(edit / "Reel 1.mvproj", sequences(200));
+    testsupport::WriteProject(edit / "Reel 2.mvproj", sequences(100));
+    testsupport::WriteProject(edit / "Reel 3.mvproj", sequences(50));
+    OpenPanel(5);
+    auto& header = View().GetHeaderRow();
+    header.SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
+    header.SetSortDirection(false); // largest first
+    View().GetTree().Resort();
+    OpenFolder(edit, 3);
+    const TreeRowPtr folder = RowOf(edit);
+    View().GetTree().OpenRow(folder, false);
+    // While it is closed the largest becomes the smallest, and the middle one the largest.
+    const std::uint64_t reads = View().GetDirectoryReadCount();
+    testsupport::WriteProject(edit / "Reel 1.mvproj", sequences(10));
+    testsupport::WriteProject(edit / "Reel 2.mvproj", sequences(150));
+    ASSERT_TRUE(WaitUntil([&] { return View().GetDirectoryReadCount() > reads; }));
+    SettleEvents(200);
+    View().GetTree().OpenRow(folder, true);
+    const std::vector<TreeRowPtr> order = {folder->GetChild(0), folder->GetChild(1),
+                                           folder->GetChild(2)};
+    EXPECT_EQ(order,
+              (std::vector<TreeRowPtr>{RowOf(edit / "Reel 2.mvproj"), RowOf(edit / "Reel 3.mvproj"),
+                                       RowOf(edit / "Reel 1.mvproj")}));
+    for (const TreeRowPtr& row : order) {
+        EXPECT_FALSE(View().IsRowMetadataStale(row)) << host::ToUTF8(View().GetRowPath(row));
+    }
+}
+
 TEST_F(TandrelDirectoryViewTest, ReSortingReadsTheNewColumnForRowsUnderClosedFolders) {
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
