@@ -2,6 +2,8 @@
 // folders left over when the system has no watches to give.
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 
+#include "host/AsyncCalls.h"
+
 #include "Marvane/application/HostSession.h"
 #include "host/DebugTrace.h"
 #include "host/DirectoryMonitor.h"
@@ -123,6 +125,8 @@ void DirectoryMonitor::Reset() {
     mPending.clear();
     mNotificationCount = 0;
     mNotificationLimit = static_cast<std::size_t>(-1);
+    ++mGeneration;
+    mPolling = false;
 }
 
 void DirectoryMonitor::Monitor(const std::string& folder, bool recursive, bool reportFileChanges) {
@@ -304,14 +308,47 @@ void DirectoryMonitor::ReadNotifications() {
 }
 
 void DirectoryMonitor::Poll() {
+    if (mPolling) {
+        return; // the last round is still listing
+    }
+    std::vector<std::string> folders;
+    for (const auto& [folder, watch] : mWatched) {
+        if (watch.kind == WatchKind::Polled) {
+            folders.push_back(folder);
+        }
+    }
+    if (folders.empty()) {
+        return;
+    }
+    mPolling = true;
+    const std::uint64_t generation = mGeneration;
+    RunOnDefaultExecutor([folders = std::move(folders), generation] {
+        std::vector<std::pair<std::string, std::string>> seen;
+        seen.reserve(folders.size());
+        for (const std::string& folder : folders) {
+            seen.emplace_back(folder, FolderSnapshot(folder));
+        }
+        CallAsyncOnMainThread([seen = std::move(seen), generation] {
+            DirectoryMonitor::Instance().PollSeen(generation, seen);
+        });
+    });
+}
+
+void DirectoryMonitor::PollSeen(std::uint64_t generation,
+                                const std::vector<std::pair<std::string, std::string>>& seen) {
+    if (generation != mGeneration) {
+        return;
+    }
+    mPolling = false;
     std::vector<std::string> changed;
-    for (auto& [folder, watch] : mWatched) {
-        if (watch.kind != WatchKind::Polled) {
+    for (const auto& [folder, now] : seen) {
+        const auto watch = mWatched.find(folder);
+        // A folder no longer polled, or given up, while the round was listing.
+        if (watch == mWatched.end() || watch->second.kind != WatchKind::Polled) {
             continue;
         }
-        std::string now = FolderSnapshot(folder);
-        if (now != watch.snapshot) {
-            watch.snapshot = std::move(now);
+        if (now != watch->second.snapshot) {
+            watch->second.snapshot = now;
             changed.push_back(folder);
         }
     }

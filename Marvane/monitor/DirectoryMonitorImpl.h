@@ -3,10 +3,13 @@
 #include "host/CoreTypes.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 class QSocketNotifier;
 class QTimer;
@@ -45,7 +48,11 @@ private:
     void Remove(const std::string& folder);
     bool EnsureNotifications();
     void ReadNotifications();
+    // Polling lists the folders on a worker thread (on a share every call is a round trip)
+    // and compares the lists here, on the main thread; one round at a time.
     void Poll();
+    void PollSeen(std::uint64_t generation,
+                  const std::vector<std::pair<std::string, std::string>>& seen);
     void Changed(const std::string& folder);
     void DeliverChanges();
     bool UnderRecursiveRoot(const std::string& folder) const;
@@ -60,6 +67,8 @@ private:
     std::set<std::string> mPending;
     std::size_t mNotificationLimit = static_cast<std::size_t>(-1);
     std::size_t mNotificationCount = 0;
+    std::uint64_t mGeneration = 0; // a Reset makes rounds still under way void
+    bool mPolling = false;
 };
 
 // What a polled folder holds, as a comparable text: each entry's name, kind, size and
