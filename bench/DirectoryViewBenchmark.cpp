@@ -310,6 +310,7 @@ void BM_FirstRowsOnShare(benchmark::State& state) {
     testsupport::SshShare share;
     if (const std::string failed = share.Start(production.root, work / "mount", work / "ssh");
         !failed.empty()) {
+        fs::remove_all(work);
         state.SkipWithError(failed.c_str());
         return;
     }

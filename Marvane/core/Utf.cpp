@@ -84,14 +84,13 @@ ByteString ToUTF8(const WideString& text) {
     while (ascii < size && text[ascii] < 0x80) {
         ++ascii;
     }
-    ByteString out(ascii, '\0');
+    ByteString out;
+    // At most three bytes for each unit past the run (a pair of units makes four).
+    out.reserve(ascii + (size - ascii) * 3);
+    out.resize(ascii);
     for (std::size_t i = 0; i < ascii; ++i) {
         out[i] = static_cast<char>(text[i]);
     }
-    if (ascii == size) {
-        return out;
-    }
-    out.reserve(size + (size - ascii) * 2);
     for (std::size_t i = ascii; i < size; ++i) {
         const char16_t unit = text[i];
         if (IsHighSurrogate(unit) && i + 1 < size && IsLowSurrogate(text[i + 1])) {
@@ -118,14 +117,12 @@ WideString ToUTF16(const ByteString& text) {
     while (i < size && static_cast<unsigned char>(text[i]) < 0x80) {
         ++i;
     }
-    WideString out(i, u'\0');
+    WideString out;
+    out.reserve(size);
+    out.resize(i);
     for (std::size_t k = 0; k < i; ++k) {
         out[k] = static_cast<char16_t>(static_cast<unsigned char>(text[k]));
     }
-    if (i == size) {
-        return out;
-    }
-    out.reserve(size);
     while (i < size) {
         const auto byte = static_cast<unsigned char>(text[i]);
         if (byte < 0x80) {

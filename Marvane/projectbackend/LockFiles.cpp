@@ -123,9 +123,18 @@ std::uint64_t LockFileReadCount() {
 
 LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
     gLockFileReads.fetch_add(1);
-    // One open for the common cases: missing, or a small regular file. A link, a folder or a
-    // pipe in its place is unreadable (and a pipe must not block the open).
-    const int file = ::open(lockPath.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    // Anything but a regular file in its place (a link, a folder, a pipe, a device) is
+    // unreadable and never opened; the open checks again, in case it was swapped meanwhile.
+    struct stat found {};
+    if (::lstat(lockPath.c_str(), &found) != 0) {
+        return errno == ENOENT || errno == ENOTDIR ? LockFileState::Missing
+                                                   : LockFileState::Unreadable;
+    }
+    if (!S_ISREG(found.st_mode)) {
+        return LockFileState::Unreadable;
+    }
+    const int file =
+        ::open(lockPath.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (file < 0) {
         return errno == ENOENT || errno == ENOTDIR ? LockFileState::Missing
                                                    : LockFileState::Unreadable;

@@ -1,6 +1,7 @@
 #include "Marvane/uitoolkit/CellTextCache.h"
 
 #include <QFontMetrics>
+#include <utility>
 
 namespace host {
 
@@ -10,19 +11,19 @@ void CellTextCache::Draw(QPainter& painter, const QRectF& rect, const QString& t
     if (text.isEmpty() || width <= 0) {
         return;
     }
-    // The font, the width and the text make the key: any of them changes the layout.
-    const QString key =
-        font.key() + QChar(u'\x1f') + QString::number(width) + QChar(u'\x1f') + text;
+    // The text, the font and the width make the key: any of them changes the layout.
+    Key key{text, font, width};
     auto found = mTexts.find(key);
     if (found == mTexts.end()) {
         if (mTexts.size() >= kMaximumTexts) {
             mTexts.clear();
         }
+        ++mLayouts;
         QStaticText laidOut(QFontMetrics(font).elidedText(text, Qt::ElideRight, width));
         laidOut.setTextFormat(Qt::PlainText);
         laidOut.setPerformanceHint(QStaticText::AggressiveCaching);
         laidOut.prepare(painter.transform(), font);
-        found = mTexts.emplace(key, std::move(laidOut)).first;
+        found = mTexts.emplace(std::move(key), std::move(laidOut)).first;
     }
     const QSizeF size = found->second.size();
     painter.setFont(font);

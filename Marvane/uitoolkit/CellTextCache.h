@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QStaticText>
 #include <QString>
+#include <cstdint>
 #include <unordered_map>
 
 namespace host {
@@ -15,12 +16,29 @@ public:
     // it is wider than the rectangle. The painter's pen gives the colour.
     void Draw(QPainter& painter, const QRectF& rect, const QString& text, const QFont& font);
     std::size_t Size() const { return mTexts.size(); }
+    // How many texts were laid out since the cache was made.
+    std::uint64_t LayoutCount() const { return mLayouts; }
 
 private:
     // More cells than a window shows many times over; past this the cache starts again.
     static constexpr std::size_t kMaximumTexts = 8192;
 
-    std::unordered_map<QString, QStaticText> mTexts;
+    struct Key {
+        QString text;
+        QFont font;
+        int width;
+        bool operator==(const Key& other) const {
+            return width == other.width && text == other.text && font == other.font;
+        }
+    };
+    struct KeyHash {
+        std::size_t operator()(const Key& key) const {
+            return qHash(key.text) ^ (qHash(key.font) * 31u) ^ static_cast<std::size_t>(key.width);
+        }
+    };
+
+    std::unordered_map<Key, QStaticText, KeyHash> mTexts;
+    std::uint64_t mLayouts = 0;
 };
 
 } // namespace host

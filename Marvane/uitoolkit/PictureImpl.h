@@ -2,13 +2,13 @@
 // A host picture: an SVG of the host's icon set, drawn at any size.
 #include "host/UINodes.h"
 
+#include <QImage>
 #include <QPainter>
-#include <QPixmap>
 #include <QString>
 #include <QSvgRenderer>
 #include <map>
 #include <memory>
-#include <utility>
+#include <tuple>
 
 namespace host {
 
@@ -25,21 +25,21 @@ public:
         if (pixels.isEmpty()) {
             return;
         }
-        const auto key = std::make_pair(pixels.width(), pixels.height());
+        const auto key = std::make_tuple(pixels.width(), pixels.height(), qRound(ratio * 100));
         auto found = mSized.find(key);
         if (found == mSized.end()) {
             if (mSized.size() >= kMaximumSizes) {
                 mSized.clear();
             }
-            QPixmap pixmap(pixels);
-            pixmap.fill(Qt::transparent);
-            QPainter onto(&pixmap);
+            QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter onto(&image);
             mRenderer->render(&onto, QRectF(QPointF(0, 0), QSizeF(pixels)));
             onto.end();
-            pixmap.setDevicePixelRatio(ratio);
-            found = mSized.emplace(key, std::move(pixmap)).first;
+            image.setDevicePixelRatio(ratio);
+            found = mSized.emplace(key, std::move(image)).first;
         }
-        painter.drawPixmap(rect.topLeft(), found->second);
+        painter.drawImage(rect, found->second);
     }
     const QString& Name() const { return mName; }
 
@@ -47,7 +47,8 @@ private:
     static constexpr std::size_t kMaximumSizes = 8;
 
     std::unique_ptr<QSvgRenderer> mRenderer;
-    mutable std::map<std::pair<int, int>, QPixmap> mSized;
+    // Images, not pixmaps: the pictures outlive the application object.
+    mutable std::map<std::tuple<int, int, int>, QImage> mSized;
     QString mName;
 };
 

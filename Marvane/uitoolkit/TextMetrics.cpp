@@ -19,11 +19,15 @@ QString StaticTextValue(const UI_StaticText& text) {
                               static_cast<qsizetype>(text.GetValue().size()));
 }
 
+QFont TreeCellFont() {
+    return QApplication::font("QTreeView");
+}
+
 float UI_StaticText::MeasureValueWidth() const {
     if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr) {
         return -1.0f; // no fonts without the widget application
     }
-    const QFontMetricsF metrics(StaticTextFont(*this, QApplication::font()));
+    const QFontMetricsF metrics(StaticTextFont(*this, TreeCellFont()));
     return static_cast<float>(metrics.horizontalAdvance(StaticTextValue(*this)));
 }
 

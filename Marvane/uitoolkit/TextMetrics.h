@@ -8,6 +8,8 @@
 namespace host {
 
 QFont StaticTextFont(const UI_StaticText& text, QFont base);
+// The font the tree's cells start from (the platform's item-view font).
+QFont TreeCellFont();
 QString StaticTextValue(const UI_StaticText& text);
 
 } // namespace host

@@ -31,7 +31,8 @@ void PaintNode(QPainter& painter, const UI_Node& node, const QPalette::ColorRole
         }
     } else if (const auto* text = dynamic_cast<const UI_StaticText*>(&node)) {
         painter.setPen(palette.color(textRole));
-        texts.Draw(painter, bounds, StaticTextValue(*text), StaticTextFont(*text, painter.font()));
+        // The same font the name is measured with.
+        texts.Draw(painter, bounds, StaticTextValue(*text), StaticTextFont(*text, TreeCellFont()));
     }
     if (const auto* container = dynamic_cast<const UI_Container*>(&node)) {
         for (const auto& child : container->GetChildren()) {
@@ -61,26 +62,17 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     background.text.clear();
     const QWidget* widget = option.widget;
     QStyle* style = widget ? widget->style() : QApplication::style();
-    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &background, painter, widget);
-    if (background.state.testFlag(QStyle::State_HasFocus)) {
-        QStyleOptionFocusRect focus;
-        focus.QStyleOption::operator=(background);
-        focus.state |= QStyle::State_KeyboardFocusChange | QStyle::State_Item;
-        focus.backgroundColor = background.palette.color(
-            background.state.testFlag(QStyle::State_Selected) ? QPalette::Highlight
-                                                              : QPalette::Window);
-        style->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, painter, widget);
-    }
+    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
     const bool selected = option.state.testFlag(QStyle::State_Selected);
     const QPalette::ColorRole textRole = selected ? QPalette::HighlightedText : QPalette::Text;
     painter->save();
     if (cell == nullptr) {
-        // A text cell, with the margins the style gives item texts.
-        const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+        // A text cell, where the style puts item texts.
+        background.text = text;
+        const QRect area = style->subElementRect(QStyle::SE_ItemViewItemText, &background, widget);
         painter->setClipRect(option.rect);
         painter->setPen(option.palette.color(textRole));
-        mTexts.Draw(*painter, QRectF(option.rect.adjusted(margin, 0, -margin, 0)), text,
-                    background.font);
+        mTexts.Draw(*painter, QRectF(area), text, background.font);
         painter->restore();
         return;
     }

@@ -64,6 +64,7 @@ protected:
         host::SetCurrentWorkspace(nullptr);
         host::HostSession::Instance().preferences.newMasking = false;
         host::HostSession::Instance().preferences.forcePolling = false;
+        host::HostSession::Instance().preferences.pollIntervalMs = 2000;
         std::error_code ignored;
         std::filesystem::permissions(root, std::filesystem::perms::owner_all,
                                      std::filesystem::perm_options::add, ignored);

@@ -68,6 +68,11 @@ TEST_F(NetworkShareTest, AProductionOnTheShareIsPolledWithoutAnyPreference) {
     EXPECT_TRUE(host::DoesPathRequirePolling(W(production)));
     EXPECT_TRUE(host::DoesPathRequirePolling(W(production / "Edit")));
     EXPECT_FALSE(host::DoesPathRequirePolling(W(exported)));
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    auto& monitor = host::DirectoryMonitor::Instance();
+    EXPECT_EQ(monitor.KindOf(production.string()), host::WatchKind::Polled);
+    EXPECT_EQ(monitor.KindOf((production / "Edit").string()), host::WatchKind::Polled);
 }
 
 TEST_F(NetworkShareTest, ChangesMadeOnAnotherMachineAppearInTheTree) {

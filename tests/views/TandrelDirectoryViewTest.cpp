@@ -133,7 +133,6 @@ TEST_F(TandrelDirectoryViewTest, ChangesAppearThroughPollingWhenItIsForced) {
     OpenPanel(5);
     ASSERT_EQ(std::system(("touch '" + (production / "Polled.mvproj").string() + "'").c_str()), 0);
     EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Polled.mvproj") != nullptr; }));
-    host::HostSession::Instance().preferences.pollIntervalMs = 2000;
 }
 
 TEST_F(TandrelDirectoryViewTest, SelectAllNeverSelectsRowsInTheTrash) {
@@ -555,7 +554,6 @@ TEST_F(TandrelDirectoryViewTest, ChangesInAnOpenFolderAppearThroughPolling) {
     OpenFolder(production / "Edit", 2);
     testsupport::WriteProject(production / "Edit" / "Reel 3.mvproj");
     EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }));
-    host::HostSession::Instance().preferences.pollIntervalMs = 2000;
 }
 
 TEST_F(TandrelDirectoryViewTest, AFolderThatWasOpenedOnceStaysUpToDateWhenClosed) {
