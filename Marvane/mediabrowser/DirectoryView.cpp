@@ -1,6 +1,7 @@
 // The media browser's directory view: directories read off the main thread, rows kept in step
 // with the disk.
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "host/AsyncCalls.h"
 #include "host/DirectoryMonitor.h"
@@ -20,13 +21,20 @@ std::int64_t Ticks(const timespec& time) {
     return static_cast<std::int64_t>(time.tv_sec) * 10'000'000 + time.tv_nsec / 100;
 }
 
-// Runs on a worker thread: everything in the folder with its kind, size and time.
-DirectoryContent ReadDirectory(const std::string& folder) {
+struct Listing {
     DirectoryContent content;
+    std::string snapshot; // as the directory monitor compares a polled folder; empty: unread
+};
+
+// Runs on a worker thread: everything in the folder with its kind, size and time (a link's
+// as its target's), and the monitor's snapshot of the same moment.
+Listing ReadDirectory(const std::string& folder) {
+    Listing listing;
     DIR* directory = ::opendir(folder.c_str());
     if (directory == nullptr) {
-        return content;
+        return listing;
     }
+    std::vector<std::pair<std::string, struct stat>> seen;
     const std::string prefix = folder == "/" ? std::string() : folder;
     while (const dirent* item = ::readdir(directory)) {
         const std::string name = item->d_name;
@@ -36,7 +44,14 @@ DirectoryContent ReadDirectory(const std::string& folder) {
         const std::string path = prefix + "/" + name;
         struct stat status {};
         CountListingStat();
-        const bool known = ::stat(path.c_str(), &status) == 0;
+        bool known = ::lstat(path.c_str(), &status) == 0;
+        if (known) {
+            seen.emplace_back(name, status);
+            if (S_ISLNK(status.st_mode)) {
+                CountListingStat();
+                known = ::stat(path.c_str(), &status) == 0;
+            }
+        }
         DirectoryEntry entry;
         entry.fields.emplace(std::string(kPathField), ToUTF16(path));
         entry.fields.emplace(std::string(kIsDirectoryField), known && S_ISDIR(status.st_mode));
@@ -44,10 +59,11 @@ DirectoryContent ReadDirectory(const std::string& folder) {
                              known ? static_cast<std::int64_t>(status.st_size) : std::int64_t{0});
         entry.fields.emplace(std::string(kModifiedField),
                              known ? Ticks(status.st_mtim) : std::int64_t{0});
-        content.push_back(std::move(entry));
+        listing.content.push_back(std::move(entry));
     }
     ::closedir(directory);
-    return content;
+    listing.snapshot = FolderSnapshotOf(std::move(seen));
+    return listing;
 }
 
 } // namespace
@@ -114,15 +130,17 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
     const std::weak_ptr<UI_TreeRow> target = row;
     const bool forRoot = row == nullptr;
     RunOnDefaultExecutor([self, target, forRoot, directoryPath] {
-        DirectoryContent content = ReadDirectory(directoryPath);
-        CallAsyncOnMainThread([self, target, forRoot, directoryPath, content = std::move(content)] {
+        Listing listing = ReadDirectory(directoryPath);
+        CallAsyncOnMainThread([self, target, forRoot, directoryPath, listing = std::move(listing)] {
             const auto view = self.lock();
             const TreeRowPtr folder = target.lock();
             // The view went, or the row left the tree while its folder was read.
             if (!view || (!forRoot && (!folder || view->GetRowPath(folder).empty()))) {
                 return;
             }
-            view->InsertDirectoryContent(folder, directoryPath, content);
+            // A polled folder is compared from now on with what is about to be shown.
+            DirectoryMonitor::Instance().ListingShown(ToUTF16(directoryPath), listing.snapshot);
+            view->InsertDirectoryContent(folder, directoryPath, listing.content);
         });
     });
 }

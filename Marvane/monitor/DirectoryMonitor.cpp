@@ -74,7 +74,7 @@ std::vector<std::string> SubFolders(const std::string& folder) {
 } // namespace
 
 std::string FolderSnapshot(const std::string& folder) {
-    std::vector<std::string> lines;
+    std::vector<std::pair<std::string, struct stat>> entries;
     DIR* directory = ::opendir(folder.c_str());
     if (directory == nullptr) {
         return {};
@@ -85,15 +85,23 @@ std::string FolderSnapshot(const std::string& folder) {
             continue;
         }
         struct stat status {};
-        if (::lstat((folder + "/" + name).c_str(), &status) != 0) {
-            continue;
+        if (::lstat((folder + "/" + name).c_str(), &status) == 0) {
+            entries.emplace_back(name, status);
         }
+    }
+    ::closedir(directory);
+    return FolderSnapshotOf(std::move(entries));
+}
+
+std::string FolderSnapshotOf(std::vector<std::pair<std::string, struct stat>> entries) {
+    std::vector<std::string> lines;
+    lines.reserve(entries.size());
+    for (const auto& [name, status] : entries) {
         lines.push_back(name + '\0' + std::to_string(status.st_mode) + ':' +
                         std::to_string(status.st_size) + ':' +
                         std::to_string(status.st_mtim.tv_sec) + '.' +
                         std::to_string(status.st_mtim.tv_nsec) + '\n');
     }
-    ::closedir(directory);
     std::sort(lines.begin(), lines.end());
     std::string snapshot = "+";
     for (const std::string& line : lines) {
@@ -216,6 +224,13 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
     }
     if (!mPollTimer->isActive()) {
         mPollTimer->start(std::max(50, HostSession::Instance().preferences.pollIntervalMs));
+    }
+}
+
+void DirectoryMonitor::ListingShown(const WideString& folder, const std::string& snapshot) {
+    const auto watch = mWatched.find(Spelling(folder));
+    if (watch != mWatched.end() && watch->second.kind == WatchKind::Polled && !snapshot.empty()) {
+        watch->second.snapshot = snapshot;
     }
 }
 

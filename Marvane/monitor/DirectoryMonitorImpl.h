@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -33,6 +34,9 @@ public:
     void LimitNotificationWatches(std::size_t limit) { mNotificationLimit = limit; }
     // Stops everything (at shut-down, and between tests).
     void Reset();
+    // A listing of a polled folder was just shown: later rounds compare with what it saw, so
+    // a change made between that listing and the watch's own first look is still reported.
+    void ListingShown(const WideString& folder, const std::string& snapshot);
 
 private:
     struct Watch {
@@ -74,5 +78,7 @@ private:
 // What a polled folder holds, as a comparable text: each entry's name, kind, size and
 // modification time, in name order. Empty when the folder cannot be read.
 std::string FolderSnapshot(const std::string& folder);
+// The same text made from entries already read: each entry's name with what lstat said.
+std::string FolderSnapshotOf(std::vector<std::pair<std::string, struct stat>> entries);
 
 } // namespace host

@@ -133,6 +133,33 @@ TEST_F(DirectoryMonitorTest, ChangesArePickedUpByPollingWhenItIsForced) {
     EXPECT_TRUE(WaitFor(root / "Edit"));
 }
 
+TEST_F(DirectoryMonitorTest, AChangeBetweenAListingAndItsWatchIsReportedOnceTheListingIsShown) {
+    host::HostSession::Instance().preferences.forcePolling = true;
+    const fs::path edit = root / "Edit";
+    const std::string listed = host::FolderSnapshot(edit.string()); // what a view listed
+    Elsewhere("touch '" + (edit / "Cut.mvproj").string() + "'");
+    host::MonitorDirectory(W(edit), false, false); // the watch starts after the change
+    Settle(400);
+    EXPECT_FALSE(WaitFor(edit, 1)); // on its own the watch cannot know
+    host::DirectoryMonitor::Instance().ListingShown(W(edit), listed);
+    EXPECT_TRUE(WaitFor(edit));
+}
+
+TEST_F(DirectoryMonitorTest, ASnapshotOfEntriesReadMatchesTheFoldersOwn) {
+    const fs::path edit = root / "Edit";
+    Elsewhere("touch '" + (edit / "Cut.mvproj").string() + "'");
+    fs::create_symlink(edit / "Reels", edit / "Linked");
+    fs::create_symlink(edit / "Nowhere", edit / "Dangling");
+    std::vector<std::pair<std::string, struct stat>> entries;
+    for (const fs::directory_entry& entry : fs::directory_iterator(edit)) {
+        struct stat status {};
+        ASSERT_EQ(::lstat(entry.path().c_str(), &status), 0);
+        entries.emplace_back(entry.path().filename().string(), status);
+    }
+    EXPECT_EQ(host::FolderSnapshotOf(entries), host::FolderSnapshot(edit.string()));
+    EXPECT_EQ(host::FolderSnapshotOf({}), "+"); // an empty folder is not an unreadable one
+}
+
 TEST_F(DirectoryMonitorTest, WithoutWatchesLeftTheRestIsPolledNeverSilent) {
     host::DirectoryMonitor::Instance().LimitNotificationWatches(1);
     host::MonitorDirectory(W(root / "Edit"), true, false);

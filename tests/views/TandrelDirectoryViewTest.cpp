@@ -556,6 +556,22 @@ TEST_F(TandrelDirectoryViewTest, ChangesInAnOpenFolderAppearThroughPolling) {
     EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }));
 }
 
+TEST_F(TandrelDirectoryViewTest, APolledProductionIsNotReadAgainWhileNothingChanges) {
+    // Links, a dangling one too, list differently from what they point to.
+    fs::create_directory_symlink(production / "Edit", production / "Edit link");
+    fs::create_symlink(production / "Nowhere", production / "Dangling");
+    host::HostSession::Instance().preferences.forcePolling = true;
+    host::HostSession::Instance().preferences.pollIntervalMs = 100;
+    OpenPanel(6);
+    OpenFolder(production / "Edit", 2);
+    SettleEvents(300);
+    const std::uint64_t reads = View().GetDirectoryReadCount();
+    SettleEvents(800); // several polling rounds
+    EXPECT_EQ(View().GetDirectoryReadCount(), reads);
+    testsupport::WriteProject(production / "Edit" / "Reel 3.mvproj");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }));
+}
+
 TEST_F(TandrelDirectoryViewTest, AFolderThatWasOpenedOnceStaysUpToDateWhenClosed) {
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
