@@ -19,6 +19,7 @@
 #include "Marvane/uitoolkit/TreeView.h"
 #include "ProductionGenerator.h"
 #include "SshShare.h"
+#include "WindowlessWorkspace.h"
 #include "columns/ColumnIDs.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "panel/TandrelTabView.h"
@@ -44,13 +45,6 @@ using host::TreeRowPtr;
 constexpr int kTopLevelProjects = 100;
 constexpr int kEpisodes = 20;
 constexpr int kOrdinaryFiles = 4;
-
-class WindowlessWorkspace : public host::Workspace {
-public:
-    bool TabIsShown(host::HandlerID) const override { return false; }
-    void OpenTab(host::HandlerID) override {}
-    host::Window* GetMainWindow() const override { return nullptr; }
-};
 
 const bench::GeneratedProduction& ProductionOf(int projects) {
     static std::map<int, bench::GeneratedProduction> made;
@@ -439,7 +433,7 @@ int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     QApplication application(argc, argv);
     host::HostSession::Instance().preferences.locking = {"Bench", "bench", true};
-    WindowlessWorkspace workspace;
+    testsupport::WindowlessWorkspace workspace;
     host::SetCurrentWorkspace(&workspace);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -4,6 +4,7 @@
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "TestProjects.h"
+#include "WindowlessWorkspace.h"
 
 #include <filesystem>
 #include <fstream>
@@ -14,13 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace HandlerTandrel::Utils;
-
-class NoWindowWorkspace : public host::Workspace {
-public:
-    bool TabIsShown(host::HandlerID) const override { return false; }
-    void OpenTab(host::HandlerID) override {}
-    host::Window* GetMainWindow() const override { return nullptr; }
-};
 
 class ProjectLocksTest : public ::testing::Test {
 protected:
@@ -114,7 +108,7 @@ TEST_F(ProjectLocksTest, AWritableProjectIsNeverOutOfDate) {
 }
 
 TEST_F(ProjectLocksTest, TheLockErrorNamesTheFullPathWhenTheWorkspaceExists) {
-    NoWindowWorkspace workspace;
+    testsupport::WindowlessWorkspace workspace;
     host::SetCurrentWorkspace(&workspace);
     ShowLockError(W(scene));
     ASSERT_EQ(responder->GetRequests().size(), 1u);
@@ -134,7 +128,7 @@ TEST_F(ProjectLocksTest, TheLockErrorIsNotShownWithoutAWorkspaceButStillTraced) 
 }
 
 TEST_F(ProjectLocksTest, TheLockErrorIsTracedOnlyFromLevelFive) {
-    NoWindowWorkspace workspace;
+    testsupport::WindowlessWorkspace workspace;
     host::SetCurrentWorkspace(&workspace);
     host::ConfigureTrace("Tandrel=4");
     ShowLockError(W(scene));
@@ -184,7 +178,7 @@ TEST_F(ProjectLocksTest, MovingAProjectThatCarriesOurLockKeepsItForTheOpenProjec
 }
 
 TEST_F(ProjectLocksTest, AProjectLockedByAnotherUserIsSkippedWithoutAWord) {
-    NoWindowWorkspace workspace;
+    testsupport::WindowlessWorkspace workspace;
     host::SetCurrentWorkspace(&workspace);
     LockAs(scene, "Ben Okafor");
     const fs::path destination = root / "Scene 12 moved.mvproj";
@@ -195,7 +189,7 @@ TEST_F(ProjectLocksTest, AProjectLockedByAnotherUserIsSkippedWithoutAWord) {
 }
 
 TEST_F(ProjectLocksTest, AFailedDestinationLockShowsTheLockErrorForTheDestination) {
-    NoWindowWorkspace workspace;
+    testsupport::WindowlessWorkspace workspace;
     host::SetCurrentWorkspace(&workspace);
     const fs::path destination = root / "Edit" / "Scene 12.mvproj";
     fs::create_directories(destination.parent_path());
@@ -207,7 +201,7 @@ TEST_F(ProjectLocksTest, AFailedDestinationLockShowsTheLockErrorForTheDestinatio
 }
 
 TEST_F(ProjectLocksTest, AFailedSourceLockShowsTheLockErrorForTheSource) {
-    NoWindowWorkspace workspace;
+    testsupport::WindowlessWorkspace workspace;
     host::SetCurrentWorkspace(&workspace);
     const fs::path nowhere = root / "Missing Folder" / "Ghost.mvproj";
     const ProjectMoveLocks locks = LockProjectForMove(W(nowhere), W(root / "Ghost.mvproj"));

@@ -11,6 +11,7 @@
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "TestProjects.h"
+#include "WindowlessWorkspace.h"
 #include "host/CoreTypes.h"
 
 #include <filesystem>
@@ -22,13 +23,6 @@
 #include <vector>
 
 namespace testsupport {
-
-class WindowlessWorkspace : public host::Workspace {
-public:
-    bool TabIsShown(host::HandlerID) const override { return false; }
-    void OpenTab(host::HandlerID) override {}
-    host::Window* GetMainWindow() const override { return nullptr; }
-};
 
 class ProductionFixture : public ::testing::Test {
 protected:
