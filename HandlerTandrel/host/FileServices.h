@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -60,10 +61,16 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
 // Makes the folder and any missing parents; true when it exists afterwards.
 bool EnsureDirectoryExists(const WideString& path);
 
-// A file operation failed; what() names the paths and the reason.
+// A file operation failed; what() names the paths and the reason, and ErrorNumber() gives the
+// system's error number when one is known (else 0).
 class FileException : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit FileException(const std::string& what, int errorNumber = 0)
+        : std::runtime_error(what), mErrorNumber(errorNumber) {}
+    int ErrorNumber() const { return mErrorNumber; }
+
+private:
+    int mErrorNumber = 0;
 };
 // Copies a file, or a folder with everything in it, to a path where nothing is yet. Symbolic
 // links are copied as links. Nothing is ever written over; on failure what was copied so far

@@ -14,6 +14,7 @@
 #include "Marvane/core/TraceConfiguration.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/Recovery.h"
+#include "Marvane/fileservices/MoveJournal.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/panelframework/PluginLoader.h"
 #include "Marvane/panelframework/Registries.h"
@@ -59,6 +60,11 @@ void SetUpSession(const CommandLineOptions& options) {
         ConfigureTrace(session.preferences.trace);
     }
     SetFolderProjectFormatEnabled(session.preferences.folderProjectFormat);
+    // Copies and moves that an earlier run was stopped in the middle of are tidied up.
+    SetMoveJournalFolder(session.dataDirectory / "Moves");
+    if (const std::size_t cleaned = FinishInterruptedMoves(); cleaned != 0) {
+        Trace("Host", 2, "Tidied up " + std::to_string(cleaned) + " interrupted move(s)");
+    }
 }
 
 void LoadModules(PluginLoader& loader, const CommandLineOptions& options, std::ostream& err) {

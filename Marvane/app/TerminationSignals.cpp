@@ -13,16 +13,14 @@ namespace {
 
 int gSignalSocket[2] = {-1, -1};
 
-// Async-signal-safe: one byte to the main thread, errno as it was. The signal goes back to
-// its default action, so a second one stops a shutdown that hangs.
+// Async-signal-safe: one byte to the main thread, errno as it was. The handler stays in place
+// for the whole run, so further termination signals during the orderly stop (a session
+// manager that sends two) never cut short the saving of changes and the release of locks;
+// only SIGKILL stops a run at once.
 extern "C" void WakeMainThread(int signalNumber) {
     const int savedErrno = errno;
     const auto byte = static_cast<unsigned char>(signalNumber);
     [[maybe_unused]] const ssize_t ignored = ::write(gSignalSocket[0], &byte, 1);
-    struct sigaction fallback {};
-    fallback.sa_handler = SIG_DFL;
-    sigemptyset(&fallback.sa_mask);
-    ::sigaction(signalNumber, &fallback, nullptr);
     errno = savedErrno;
 }
 

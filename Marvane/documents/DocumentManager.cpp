@@ -57,8 +57,8 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
     }
 }
 
-// Another running copy of the host on this machine, of this very locking identity, has the
-// project open for writing. (Another identity's lock is simply theirs.)
+// Another copy of the host of this very locking identity, here or on another machine, may
+// have the project open for writing. (Another identity's lock is simply theirs.)
 bool HeldByAnotherCopyHere(const fs::path& project) {
     ByteString name;
     ByteString second;
@@ -66,7 +66,7 @@ bool HeldByAnotherCopyHere(const fs::path& project) {
     LockFileContent existing;
     return ReadLockFile(LockFilePathFor(project), existing) == LockFileState::Valid &&
            existing.lockingName == name && existing.secondLockingString == second &&
-           IsHeldByAnotherLiveProcessHere(existing);
+           MayBeHeldByAnotherProcess(existing);
 }
 
 } // namespace

@@ -40,9 +40,10 @@ void OpenProject::AttachLockFile(ProjectLockFilePtr lock) {
     if (!lock || !lock->IsOwnedByCaller()) {
         return;
     }
-    // A lock of our identity left by a process that is gone is rewritten to name this one,
-    // so that closing removes it; another running copy's lock is never taken.
-    if (TakeOverOwnLockFile(mPath)) {
+    // A lock of our identity left by a process that is gone is replaced by one naming this
+    // process, so that closing removes it; a lock that may be live is never taken, and of
+    // several copies taking over at once only one succeeds.
+    if (TakeOverOwnLockFile(mPath) == TakeOverResult::Taken) {
         ForgetCreatedLock(mPath);
         mHoldsLock = true;
         mLostLock = false;

@@ -24,13 +24,13 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
                      const CopyProgress& progress) {
     const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
     if (in < 0) {
-        throw FileException("Cannot read " + Reason(from, errno));
+        throw FileException("Cannot read " + Reason(from, errno), errno);
     }
     const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (out < 0) {
         const int error = errno;
         ::close(in);
-        throw FileException("Cannot create " + Reason(to, error));
+        throw FileException("Cannot create " + Reason(to, error), error);
     }
     char buffer[1 << 16];
     bool ok = true;
@@ -81,7 +81,7 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
         if (cancelled) {
             throw CopyCancelled("The copy to " + to.string() + " was cancelled");
         }
-        throw FileException("Cannot copy to " + Reason(to, error));
+        throw FileException("Cannot copy to " + Reason(to, error), error);
     }
     if (progress && !progress(0, true)) {
         ::unlink(to.c_str());
@@ -97,19 +97,19 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
               const CopyProgress& progress) {
     struct stat status {};
     if (::lstat(from.c_str(), &status) != 0) {
-        throw FileException("Cannot read " + Reason(from, errno));
+        throw FileException("Cannot read " + Reason(from, errno), errno);
     }
     if (S_ISLNK(status.st_mode)) {
         std::error_code error;
         const fs::path target = fs::read_symlink(from, error);
         if (error || ::symlink(target.c_str(), to.c_str()) != 0) {
-            throw FileException("Cannot copy the link " +
-                                Reason(to, error ? error.value() : errno));
+            const int number = error ? error.value() : errno;
+            throw FileException("Cannot copy the link " + Reason(to, number), number);
         }
         made.push_back(to);
     } else if (S_ISDIR(status.st_mode)) {
         if (::mkdir(to.c_str(), 0700) != 0) {
-            throw FileException("Cannot create " + Reason(to, errno));
+            throw FileException("Cannot create " + Reason(to, errno), errno);
         }
         made.push_back(to);
         std::error_code error;
@@ -118,14 +118,15 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
             CopyTree(it->path(), to / it->path().filename(), made, progress);
         }
         if (error) {
-            throw FileException("Cannot list " + Reason(from, error.value()));
+            throw FileException("Cannot list " + Reason(from, error.value()), error.value());
         }
         ::chmod(to.c_str(), status.st_mode & 07777);
     } else if (S_ISREG(status.st_mode)) {
         CopyRegularFile(from, to, status, progress);
         made.push_back(to);
     } else {
-        throw FileException("Cannot copy " + from.string() + ": not a file, folder or link");
+        throw FileException("Cannot copy " + from.string() + ": not a file, folder or link",
+                            EINVAL);
     }
 }
 

@@ -1,6 +1,8 @@
 // Copying and moving files and folders without ever writing over anything, and without
 // losing a file when something fails part-way.
 #include "Marvane/fileservices/FileCopy.h"
+#include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/MoveJournal.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/DebugTrace.h"
@@ -73,6 +75,66 @@ int Moved(const fs::path& from) {
         RemoveOwnLockFile(from);
     }
     return 0;
+}
+
+// Copies from into a new private name beside to, then renames the complete copy into place, so
+// that nothing partial ever carries a real name, even when the process is killed half-way.
+// Throws FileException; -EEXIST-like refusal is a FileException too.
+void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& aside, bool verify) {
+    const fs::path copy = PrivateName(to.parent_path(), "copy");
+    const MoveJournalEntry record(copy, aside, from, to);
+    std::vector<fs::path> made;
+    try {
+        CopyTree(from, copy, made);
+    } catch (...) {
+        RemoveMade(made);
+        throw;
+    }
+    if (verify && !CopyMatches(from, copy)) {
+        RemoveMade(made);
+        throw FileException("The copy of " + from.string() + " does not match it", EIO);
+    }
+    if (const int error = RenameNoReplace(copy, to); error != 0) {
+        RemoveMade(made);
+        throw FileException(
+            "Cannot put the copy in place at " + to.string() + ": " + std::strerror(error), error);
+    }
+}
+
+// Across file systems: a verified copy is put in place, then the original is taken aside
+// under a private name in its own folder and removed, so that an interrupted removal never
+// leaves half a folder under the real name.
+int MoveAcrossFileSystems(const fs::path& from, const fs::path& to) {
+    const fs::path aside = PrivateName(from.parent_path(), "moving");
+    {
+        struct stat status {};
+        if (::lstat(to.c_str(), &status) == 0) {
+            return -EEXIST;
+        }
+    }
+    try {
+        CopyIntoPlace(from, to, aside, true);
+    } catch (const FileException& failure) {
+        Trace("Host", 2, std::string("Move failed: ") + failure.what());
+        return failure.ErrorNumber() != 0 ? -failure.ErrorNumber() : -EIO;
+    }
+    const MoveJournalEntry record({}, aside, from, to);
+    if (::rename(from.c_str(), aside.c_str()) != 0) {
+        // The verified copy is the item now; the original stays where it was as a second copy.
+        Trace("Host", 2,
+              "Moved " + from.string() + " to " + to.string() +
+                  " but could not remove the original: " + std::strerror(errno));
+        return Moved(from);
+    }
+    std::error_code error;
+    fs::remove_all(aside, error);
+    if (error) {
+        Trace("Host", 2,
+              "Moved " + from.string() + " to " + to.string() +
+                  " but could not remove all of the original, kept as " + aside.string() + ": " +
+                  error.message());
+    }
+    return Moved(from);
 }
 
 } // namespace
@@ -150,64 +212,21 @@ void Copy(const WideString& from, const WideString& to) {
         // A folder copied into itself would copy its own copy without end.
         throw FileException("Cannot copy " + source.string() + " into itself");
     }
-    std::vector<fs::path> made;
-    try {
-        CopyTree(source, target, made);
-    } catch (...) {
-        RemoveMade(made);
-        throw;
-    }
+    CopyIntoPlace(source, target, {}, false);
 }
 
 int Move(const WideString& source, const WideString& destination) {
     const fs::path from = Native(StripTrailingSlash(source));
     const fs::path to = Native(StripTrailingSlash(destination));
     // A rename that never replaces what is at the destination.
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+    const int error = RenameNoReplace(from, to);
+    if (error == 0) {
         return Moved(from);
     }
-    const int renameError = errno;
-    if (renameError == EEXIST) {
-        return -EEXIST;
+    if (error != EXDEV) {
+        return -error;
     }
-    if (renameError == EINVAL || renameError == ENOSYS) {
-        // No RENAME_NOREPLACE on this file system: link-and-unlink for files never replaces.
-        struct stat status {};
-        if (::lstat(to.c_str(), &status) == 0) {
-            return -EEXIST;
-        }
-        if (::rename(from.c_str(), to.c_str()) == 0) {
-            return Moved(from);
-        }
-        if (errno != EXDEV) {
-            return -errno;
-        }
-    } else if (renameError != EXDEV) {
-        return -renameError;
-    }
-    // Across file systems: copy, verify, and only then remove the source. (A folder can
-    // never be moved into itself: that is a rename on one file system, refused above.)
-    std::vector<fs::path> made;
-    try {
-        CopyTree(from, to, made);
-    } catch (const FileException&) {
-        RemoveMade(made);
-        return -EIO;
-    }
-    if (!CopyMatches(from, to)) {
-        RemoveMade(made);
-        return -EIO;
-    }
-    // The verified copy is the item now. A source that cannot be removed completely is
-    // reported, but the move counts as done: what is left behind is a second copy, not a loss.
-    std::error_code error;
-    fs::remove_all(from, error);
-    if (error) {
-        Trace("Host", 2,
-              "Moved " + from.string() + " to " + to.string() +
-                  " but could not remove all of the original: " + error.message());
-    }
-    return Moved(from);
+    return MoveAcrossFileSystems(from, to);
 }
 
 } // namespace host

@@ -1,5 +1,7 @@
 #include "Marvane/fileservices/FileWriting.h"
 
+#include "Marvane/core/ThisMachine.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -13,11 +15,6 @@ namespace host {
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string HostName() {
-    char name[256] = {};
-    return gethostname(name, sizeof(name) - 1) == 0 ? std::string(name) : std::string();
-}
 
 // Writes everything, retrying short writes and interruptions; false with errno set.
 bool WriteAll(int descriptor, const std::string& text) {
@@ -53,13 +50,7 @@ std::string Reason(const fs::path& file, int errorNumber) {
 // A new hidden file beside target holding the text, or an empty path with error set.
 fs::path WriteSibling(const fs::path& target, const std::string& text, mode_t mode,
                       std::string& error) {
-    static std::atomic<unsigned> counter{0};
-    static const std::string host = HostName();
-    std::random_device random;
-    const fs::path sibling =
-        target.parent_path() /
-        ("." + target.filename().string() + "." + host + "." + std::to_string(::getpid()) + "." +
-         std::to_string(counter++) + "." + std::to_string(random()) + ".tmp");
+    const fs::path sibling = PrivateName(target.parent_path(), "write");
     const int descriptor = ::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (descriptor < 0) {
         error = Reason(sibling, errno);
@@ -77,6 +68,49 @@ fs::path WriteSibling(const fs::path& target, const std::string& text, mode_t mo
 }
 
 } // namespace
+
+fs::path PrivateName(const fs::path& folder, const std::string& purpose) {
+    static std::atomic<unsigned> counter{0};
+    static const std::string host = ThisHostName().substr(0, 64);
+    thread_local std::random_device random;
+    return folder / (std::string(kPrivateNamePrefix) + purpose + "." + host + "." +
+                     std::to_string(::getpid()) + "." + std::to_string(counter++) + "." +
+                     std::to_string(random()));
+}
+
+int RenameNoReplace(const fs::path& from, const fs::path& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    if (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP) {
+        return errno;
+    }
+    struct stat source {};
+    if (::lstat(from.c_str(), &source) != 0) {
+        return errno;
+    }
+    if (!S_ISDIR(source.st_mode)) {
+        if (::link(from.c_str(), to.c_str()) == 0) {
+            if (::unlink(from.c_str()) != 0) {
+                // Both names hold the same file: nothing is lost, the old name lingers.
+                const int error = errno;
+                ::unlink(to.c_str());
+                return error;
+            }
+            return 0;
+        }
+        if (errno == EEXIST || errno == EXDEV || errno == ENOENT || errno == ENOTDIR ||
+            errno == EACCES || errno == EROFS || errno == ENOSPC || errno == ENAMETOOLONG) {
+            return errno;
+        }
+        // No hard links on this file system either: the checked rename below.
+    }
+    struct stat existing {};
+    if (::lstat(to.c_str(), &existing) == 0) {
+        return EEXIST;
+    }
+    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
 
 PlaceResult PlaceNewFile(const fs::path& target, const std::string& text, std::string& error) {
     const fs::path sibling = WriteSibling(target, text, 0644, error);

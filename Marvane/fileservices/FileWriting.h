@@ -9,6 +9,21 @@ namespace host {
 
 enum class PlaceResult { Placed, Exists, Failed };
 
+// A new hidden name in the folder, unique to this process among every machine that shares the
+// folder, and short whatever the names around it: ".mv-<purpose>.<host>.<pid>.<n>.<random>".
+// Names of this form are never shown in a production.
+std::filesystem::path PrivateName(const std::filesystem::path& folder, const std::string& purpose);
+// The prefix every such name starts with.
+inline constexpr const char* kPrivateNamePrefix = ".mv-";
+
+// Renames from to to when nothing is at to, never replacing what is there: 0, or an errno
+// value (EEXIST when to is taken). Where the file system cannot rename without replacing
+// (network and user-space file systems), a file or link is hard-linked to its new name and
+// then unlinked from the old one, which never replaces either. A folder there is renamed
+// after checking that nothing is at to: the only thing a rename could then replace is an
+// empty folder made in between, since a rename never replaces a folder that holds anything.
+int RenameNoReplace(const std::filesystem::path& from, const std::filesystem::path& to);
+
 // Puts the text at target only if nothing is there: exactly one of several writers racing
 // for the same name succeeds, on local disks and on network shares.
 PlaceResult PlaceNewFile(const std::filesystem::path& target, const std::string& text,

@@ -1,5 +1,6 @@
 #include "Marvane/projectbackend/LockFiles.h"
 
+#include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ApplicationLayer.h"
@@ -35,11 +36,6 @@ private:
     bool mOwned;
     std::string mOwner;
 };
-
-std::string HostName() {
-    char name[256] = {};
-    return gethostname(name, sizeof(name) - 1) == 0 ? std::string(name) : std::string();
-}
 
 std::string UtcNow() {
     const std::time_t now = std::time(nullptr);
@@ -122,7 +118,13 @@ std::uint64_t LockFileReadCount() {
 }
 
 LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
+    std::string bytes;
+    return ReadLockFile(lockPath, content, bytes);
+}
+
+LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content, std::string& bytes) {
     gLockFileReads.fetch_add(1);
+    bytes.clear();
     // Anything but a regular file in its place (a link, a folder, a pipe, a device) is
     // unreadable and never opened; the open checks again, in case it was swapped meanwhile.
     struct stat found {};
@@ -160,86 +162,112 @@ LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
         text.resize(filled);
     }
     ::close(file);
-    if (!readable || text.empty() || text.size() > kMaximumLockFileBytes) {
+    if (!readable || text.empty() || text.size() > kMaximumLockFileBytes ||
+        !ParseLockFileText(text, content)) {
         return LockFileState::Unreadable;
     }
+    bytes = std::move(text);
+    return LockFileState::Valid;
+}
+
+bool ParseLockFileText(const std::string& text, LockFileContent& content) {
     const auto json = nlohmann::json::parse(text, nullptr, false);
     if (!json.is_object()) {
-        return LockFileState::Unreadable;
+        return false;
     }
     const auto name = json.find("lockingName");
     const auto second = json.find("secondLockingString");
     if (name == json.end() || !name->is_string() || name->get<std::string>().empty() ||
         second == json.end() || !second->is_string()) {
-        return LockFileState::Unreadable;
+        return false;
     }
+    const auto number = [&json](const char* key) {
+        const auto found = json.find(key);
+        return found != json.end() && found->is_number_integer() ? found->get<long long>() : 0;
+    };
     content.lockingName = name->get<std::string>();
     content.secondLockingString = second->get<std::string>();
     content.hostName = StringMember(json, "hostName");
-    const auto processId = json.find("processId");
-    content.processId =
-        processId != json.end() && processId->is_number_integer() ? processId->get<long long>() : 0;
+    content.processId = number("processId");
+    content.processStartTicks = number("processStartTicks");
     content.bootId = StringMember(json, "bootId");
+    content.machineId = StringMember(json, "machineId");
     content.createdUtc = StringMember(json, "createdUtc");
-    return LockFileState::Valid;
-}
-
-std::string ThisMachinesBootId() {
-    std::ifstream in("/proc/sys/kernel/random/boot_id");
-    std::string id;
-    std::getline(in, id);
-    return id;
+    return true;
 }
 
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second) {
-    static const std::string bootId = ThisMachinesBootId();
-    return LockFileContent{name,   second,  HostName(), static_cast<long long>(::getpid()),
-                           bootId, UtcNow()};
+    static const std::string bootId = ThisBootId();
+    static const std::string machineId = ThisMachineId();
+    LockFileContent content;
+    content.lockingName = name;
+    content.secondLockingString = second;
+    content.hostName = ThisHostName();
+    content.processId = static_cast<long long>(::getpid());
+    content.processStartTicks = ThisProcessStartTicks();
+    content.bootId = bootId;
+    content.machineId = machineId;
+    content.createdUtc = UtcNow();
+    return content;
 }
 
 std::string SerialiseLockFile(const LockFileContent& content) {
-    const nlohmann::json json = {
-        {"lockingName", content.lockingName}, {"secondLockingString", content.secondLockingString},
-        {"hostName", content.hostName},       {"processId", content.processId},
-        {"bootId", content.bootId},           {"createdUtc", content.createdUtc}};
+    const nlohmann::json json = {{"lockingName", content.lockingName},
+                                 {"secondLockingString", content.secondLockingString},
+                                 {"hostName", content.hostName},
+                                 {"processId", content.processId},
+                                 {"processStartTicks", content.processStartTicks},
+                                 {"bootId", content.bootId},
+                                 {"machineId", content.machineId},
+                                 {"createdUtc", content.createdUtc}};
     return json.dump(2) + "\n";
 }
 
+LockHolder JudgeLockHolder(const LockFileContent& content) {
+    static const std::string bootId = ThisBootId();
+    static const std::string machineId = ThisMachineId();
+    if (content.hostName.empty() || content.hostName != ThisHostName()) {
+        return LockHolder::Elsewhere;
+    }
+    if (content.bootId != bootId) {
+        // Another start of this very machine, or another machine that has our host name:
+        // only the machine id tells them apart.
+        return !machineId.empty() && content.machineId == machineId ? LockHolder::GoneHere
+                                                                    : LockHolder::Elsewhere;
+    }
+    if (content.processId <= 0) {
+        return LockHolder::GoneHere;
+    }
+    const long long ourStartTicks = ThisProcessStartTicks();
+    if (content.processId == ::getpid()) {
+        return content.processStartTicks == 0 || content.processStartTicks == ourStartTicks
+                   ? LockHolder::ThisProcess
+                   : LockHolder::GoneHere;
+    }
+    if (ourStartTicks == 0) {
+        // No process table to read start times from: the pid alone has to do.
+        const bool running =
+            ::kill(static_cast<pid_t>(content.processId), 0) == 0 || errno == EPERM;
+        return running ? LockHolder::LiveHere : LockHolder::GoneHere;
+    }
+    // A lock that recorded its process's start time is that process's only while the pid
+    // still has that start time; an older lock can only go by the pid.
+    const long long startTicks = ProcessStartTicks(content.processId);
+    const bool sameProcess = startTicks != 0 && (content.processStartTicks == 0 ||
+                                                 content.processStartTicks == startTicks);
+    return sameProcess ? LockHolder::LiveHere : LockHolder::GoneHere;
+}
+
+bool MayBeHeldByAnotherProcess(const LockFileContent& content) {
+    const LockHolder holder = JudgeLockHolder(content);
+    return holder == LockHolder::LiveHere || holder == LockHolder::Elsewhere;
+}
+
 bool IsWrittenByThisProcess(const LockFileContent& content) {
-    static const std::string bootId = ThisMachinesBootId();
-    return content.processId == ::getpid() && content.hostName == HostName() &&
-           content.bootId == bootId;
-}
-
-bool IsHeldByAnotherLiveProcessHere(const LockFileContent& content) {
-    static const std::string bootId = ThisMachinesBootId();
-    if (content.hostName != HostName() || content.bootId != bootId || content.processId <= 0 ||
-        content.processId == ::getpid()) {
-        return false;
-    }
-    const auto pid = static_cast<pid_t>(content.processId);
-    return ::kill(pid, 0) == 0 || errno == EPERM;
-}
-
-bool TakeOverOwnLockFile(const fs::path& projectPath) {
-    ByteString name;
-    ByteString second;
-    GetProjectLockingPrefs(name, second);
-    const fs::path lockPath = LockFilePathFor(projectPath);
-    LockFileContent content;
-    if (ReadLockFile(lockPath, content) != LockFileState::Valid || content.lockingName != name ||
-        content.secondLockingString != second || IsHeldByAnotherLiveProcessHere(content)) {
-        return false;
-    }
-    if (IsWrittenByThisProcess(content)) {
-        return true;
-    }
-    std::string error;
-    return ReplaceFile(lockPath, SerialiseLockFile(MakeLockFileContent(name, second)), error);
+    return JudgeLockHolder(content) == LockHolder::ThisProcess;
 }
 
 bool RemoveOwnLockFile(const fs::path& projectPath) {
-    static std::atomic<unsigned> counter{0};
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
     if (ReadLockFile(lockPath, content) != LockFileState::Valid ||
@@ -248,9 +276,7 @@ bool RemoveOwnLockFile(const fs::path& projectPath) {
     }
     // Take the lock out of the way under a private name, check it there, then delete it; a
     // lock that turns out not to be ours goes back unless its place was taken meanwhile.
-    const fs::path aside =
-        lockPath.parent_path() / ("." + lockPath.filename().string() + ".releasing." +
-                                  std::to_string(::getpid()) + "." + std::to_string(counter++));
+    const fs::path aside = PrivateName(lockPath.parent_path(), "releasing");
     if (::rename(lockPath.c_str(), aside.c_str()) != 0) {
         Trace("Host", 2, "Could not release the lock " + lockPath.string());
         return false;
@@ -259,11 +285,9 @@ bool RemoveOwnLockFile(const fs::path& projectPath) {
     if (ReadLockFile(aside, moved) == LockFileState::Valid && IsWrittenByThisProcess(moved)) {
         return ::unlink(aside.c_str()) == 0;
     }
-    if (::link(aside.c_str(), lockPath.c_str()) != 0) {
-        Trace("Host", 2, "A lock taken aside could not go back: " + aside.string());
-        return false;
+    if (RenameNoReplace(aside, lockPath) != 0) {
+        Trace("Host", 1, "A lock taken aside could not go back: " + aside.string());
     }
-    ::unlink(aside.c_str());
     return false;
 }
 

@@ -15,8 +15,24 @@ struct LockFileContent {
     std::string secondLockingString;
     std::string hostName;
     long long processId = 0;
+    // When the holder's process started (clock ticks since boot): a pid reused by another
+    // process has another start time. 0 in locks written before it was recorded.
+    long long processStartTicks = 0;
     std::string bootId;
+    std::string machineId;
     std::string createdUtc;
+};
+
+// Who holds a lock, as far as this machine can tell.
+enum class LockHolder {
+    ThisProcess,
+    // Another process on this machine that is still running since it wrote the lock.
+    LiveHere,
+    // Written on this machine by a process that is gone (or before the machine restarted):
+    // nobody holds it any more.
+    GoneHere,
+    // Written on another machine (or one we cannot tell from another): it may be live.
+    Elsewhere,
 };
 
 enum class LockFileState { Missing, Valid, Unreadable };
@@ -25,21 +41,34 @@ std::filesystem::path LockFilePathFor(const std::filesystem::path& projectPath);
 // Reads a lock file. Anything that exists but is not a complete lock (empty, truncated, not
 // JSON, members of the wrong kind, a folder, a special file) is Unreadable.
 LockFileState ReadLockFile(const std::filesystem::path& lockPath, LockFileContent& content);
+// The same, also giving the lock's exact bytes (empty unless Valid).
+LockFileState ReadLockFile(const std::filesystem::path& lockPath, LockFileContent& content,
+                           std::string& bytes);
+// Reads a lock's text; false when it is not a complete lock.
+bool ParseLockFileText(const std::string& text, LockFileContent& content);
 // How many times a lock file was looked for since the process started.
 std::uint64_t LockFileReadCount();
 // The content this process writes for an identity: its host name, process id, boot id, now.
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second);
 std::string SerialiseLockFile(const LockFileContent& content);
-std::string ThisMachinesBootId();
 
-// Whether the lock was written by another process that is still running on this machine
-// since its last start (another copy of the host, perhaps of the same user).
-bool IsHeldByAnotherLiveProcessHere(const LockFileContent& content);
+LockHolder JudgeLockHolder(const LockFileContent& content);
+// Whether the lock may be held by another process that is running: on this machine (another
+// copy of the host, perhaps of the same user) or on another one.
+bool MayBeHeldByAnotherProcess(const LockFileContent& content);
 // Whether the lock was written by this very process.
 bool IsWrittenByThisProcess(const LockFileContent& content);
-// Rewrites a lock of our identity that a process no longer running left behind, so that it
-// names this process. False when the lock is not ours or could not be rewritten.
-bool TakeOverOwnLockFile(const std::filesystem::path& projectPath);
+
+enum class TakeOverResult {
+    Taken,        // the lock now names this process
+    NotAbandoned, // the lock is held by a process that may be running, or is not ours
+    Lost,         // another process took it over first, or the lock changed meanwhile
+    Failed,       // ours could not be written; the old lock is as it was
+};
+// Replaces a lock of our identity that a process no longer running left behind by one that
+// names this process. When several processes try at once exactly one succeeds, and a lock
+// that is live is never removed.
+TakeOverResult TakeOverOwnLockFile(const std::filesystem::path& projectPath);
 // Removes the project's lock file when, and only when, this process wrote it. The check and
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.
 bool RemoveOwnLockFile(const std::filesystem::path& projectPath);

@@ -1,5 +1,6 @@
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/core/ThisMachine.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "TestProjects.h"
@@ -90,6 +91,7 @@ TEST_F(DocumentManagerTest, AProjectHeldByAnotherEditorOpensReadOnlyNamingThem) 
 TEST_F(DocumentManagerTest, AProjectOpenInAnotherCopyOfTheSameEditorOpensReadOnly) {
     host::LockFileContent otherCopy = host::MakeLockFileContent("Ana Ruiz", "suite-1");
     otherCopy.processId = ::getppid();
+    otherCopy.processStartTicks = host::ProcessStartTicks(::getppid());
     std::ofstream(scene.string() + ".lock") << host::SerialiseLockFile(otherCopy);
     const auto project = testsupport::OpenProject(scene);
     EXPECT_TRUE(project->IsReadOnly());

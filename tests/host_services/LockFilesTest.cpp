@@ -1,5 +1,6 @@
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/core/ThisMachine.h"
 #include "TestProjects.h"
 #include "host/ApplicationLayer.h"
 
@@ -50,7 +51,10 @@ TEST_F(LockFilesTest, CreatingWritesTheHoldersIdentityBesideTheProject) {
     EXPECT_EQ(json.at("secondLockingString"), "suite-1");
     EXPECT_EQ(json.at("processId"), ::getpid());
     EXPECT_FALSE(json.at("hostName").get<std::string>().empty());
-    EXPECT_EQ(json.at("bootId"), host::ThisMachinesBootId());
+    EXPECT_EQ(json.at("bootId"), host::ThisBootId());
+    EXPECT_EQ(json.at("machineId"), host::ThisMachineId());
+    EXPECT_EQ(json.at("processStartTicks"), host::ProcessStartTicks(::getpid()));
+    EXPECT_GT(json.at("processStartTicks").get<long long>(), 0);
     EXPECT_EQ(json.at("createdUtc").get<std::string>().back(), 'Z');
     // No temporary file is left behind in the production.
     int files = 0;
@@ -202,9 +206,12 @@ TEST_F(LockFilesTest, RemovingOnlyEverRemovesALockThisProcessWrote) {
 TEST_F(LockFilesTest, AnotherLiveCopyOnThisMachineIsToldApartFromAStaleLock) {
     host::LockFileContent live = host::MakeLockFileContent("Ana Ruiz", "suite-1");
     live.processId = ::getppid();
-    EXPECT_TRUE(host::IsHeldByAnotherLiveProcessHere(live));
+    live.processStartTicks = host::ProcessStartTicks(::getppid());
+    EXPECT_EQ(host::JudgeLockHolder(live), host::LockHolder::LiveHere);
+    EXPECT_TRUE(host::MayBeHeldByAnotherProcess(live));
     host::LockFileContent mine = host::MakeLockFileContent("Ana Ruiz", "suite-1");
-    EXPECT_FALSE(host::IsHeldByAnotherLiveProcessHere(mine));
+    EXPECT_EQ(host::JudgeLockHolder(mine), host::LockHolder::ThisProcess);
+    EXPECT_FALSE(host::MayBeHeldByAnotherProcess(mine));
     EXPECT_TRUE(host::IsWrittenByThisProcess(mine));
     const pid_t child = fork();
     if (child == 0) {
@@ -213,10 +220,58 @@ TEST_F(LockFilesTest, AnotherLiveCopyOnThisMachineIsToldApartFromAStaleLock) {
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     host::LockFileContent stale = host::MakeLockFileContent("Ana Ruiz", "suite-1");
     stale.processId = child; // gone
-    EXPECT_FALSE(host::IsHeldByAnotherLiveProcessHere(stale));
-    host::LockFileContent elsewhere = live;
-    elsewhere.bootId = "another boot";
-    EXPECT_FALSE(host::IsHeldByAnotherLiveProcessHere(elsewhere));
+    EXPECT_EQ(host::JudgeLockHolder(stale), host::LockHolder::GoneHere);
+    EXPECT_FALSE(host::MayBeHeldByAnotherProcess(stale));
+}
+
+TEST_F(LockFilesTest, ALockFromBeforeThisMachineRestartedIsAbandoned) {
+    host::LockFileContent beforeRestart = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    beforeRestart.processId = ::getppid();
+    beforeRestart.bootId = "an earlier boot";
+    if (host::ThisMachineId().empty()) {
+        GTEST_SKIP() << "this machine has no machine id to tell a restart from another machine";
+    }
+    EXPECT_EQ(host::JudgeLockHolder(beforeRestart), host::LockHolder::GoneHere);
+}
+
+TEST_F(LockFilesTest, ALockFromAnotherMachineWithOurHostNameMayBeLive) {
+    // Same host name, another boot and another machine id: a second machine that was given
+    // this one's name, whose process may well be running.
+    host::LockFileContent twin = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    twin.bootId = "another machine's boot";
+    twin.machineId = "another machine";
+    EXPECT_EQ(host::JudgeLockHolder(twin), host::LockHolder::Elsewhere);
+    EXPECT_TRUE(host::MayBeHeldByAnotherProcess(twin));
+    host::LockFileContent older = twin;
+    older.machineId.clear(); // written before machine ids were recorded
+    EXPECT_EQ(host::JudgeLockHolder(older), host::LockHolder::Elsewhere);
+    host::LockFileContent otherHost = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    otherHost.hostName = "edit-bay-7";
+    EXPECT_EQ(host::JudgeLockHolder(otherHost), host::LockHolder::Elsewhere);
+}
+
+TEST_F(LockFilesTest, APidReusedByAnUnrelatedProcessDoesNotKeepTheLockAlive) {
+    // The pid is running, but it started at another time than the lock's holder did.
+    host::LockFileContent reused = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    reused.processId = ::getppid();
+    reused.processStartTicks = host::ProcessStartTicks(::getppid()) + 1;
+    EXPECT_EQ(host::JudgeLockHolder(reused), host::LockHolder::GoneHere);
+    host::LockFileContent ourPidEarlier = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    ourPidEarlier.processStartTicks += 1;
+    EXPECT_EQ(host::JudgeLockHolder(ourPidEarlier), host::LockHolder::GoneHere);
+    EXPECT_FALSE(host::IsWrittenByThisProcess(ourPidEarlier));
+}
+
+TEST(ThisMachine, AProcessStartTimeIsReadFromTheProcessTable) {
+    EXPECT_GT(host::ProcessStartTicks(::getpid()), 0);
+    EXPECT_GE(host::ProcessStartTicks(::getpid()), host::ProcessStartTicks(::getppid()));
+    EXPECT_EQ(host::ProcessStartTicks(0), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    EXPECT_EQ(host::ProcessStartTicks(child), 0);
 }
 
 TEST_F(LockFilesTest, MembersOfTheWrongKindAroundAValidHolderAreIgnored) {

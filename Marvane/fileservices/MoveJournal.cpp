@@ -1,0 +1,138 @@
+#include "Marvane/fileservices/MoveJournal.h"
+
+#include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/FileCopy.h"
+#include "Marvane/fileservices/FileWriting.h"
+#include "host/DebugTrace.h"
+
+#include <fstream>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::mutex gJournalMutex;
+fs::path gJournalFolder;
+
+fs::path JournalFolder() {
+    const std::lock_guard guard(gJournalMutex);
+    return gJournalFolder;
+}
+
+bool Exists(const fs::path& path) {
+    struct stat status {};
+    return !path.empty() && ::lstat(path.c_str(), &status) == 0;
+}
+
+void RemoveTree(const fs::path& path) {
+    std::vector<fs::path> made;
+    std::error_code error;
+    // A copied folder may have been given a read-only mode: RemoveMade opens it up.
+    for (fs::recursive_directory_iterator it(path, error), end; !error && it != end;
+         it.increment(error)) {
+        made.push_back(it->path());
+    }
+    made.insert(made.begin(), path);
+    RemoveMade(made);
+}
+
+// Whether the record's writer is a process of this machine that has stopped.
+bool WriterIsGone(const nlohmann::json& record) {
+    if (record.value("hostName", std::string()) != ThisHostName()) {
+        return false;
+    }
+    if (record.value("bootId", std::string()) != ThisBootId()) {
+        return true;
+    }
+    const long long pid = record.value("processId", 0LL);
+    const long long ticks = ProcessStartTicks(pid);
+    return ticks == 0 || ticks != record.value("processStartTicks", 0LL);
+}
+
+} // namespace
+
+void SetMoveJournalFolder(const fs::path& folder) {
+    const std::lock_guard guard(gJournalMutex);
+    gJournalFolder = folder;
+}
+
+MoveJournalEntry::MoveJournalEntry(const fs::path& copy, const fs::path& aside,
+                                   const fs::path& source, const fs::path& destination) {
+    const fs::path folder = JournalFolder();
+    if (folder.empty()) {
+        return;
+    }
+    std::error_code ignored;
+    fs::create_directories(folder, ignored);
+    const nlohmann::json record = {{"hostName", ThisHostName()},
+                                   {"bootId", ThisBootId()},
+                                   {"processId", static_cast<long long>(::getpid())},
+                                   {"processStartTicks", ThisProcessStartTicks()},
+                                   {"copy", copy.string()},
+                                   {"aside", aside.string()},
+                                   {"source", source.string()},
+                                   {"destination", destination.string()}};
+    const fs::path path = PrivateName(folder, "move");
+    std::string error;
+    if (PlaceNewFile(path, record.dump(), error) == PlaceResult::Placed) {
+        mRecord = path;
+    } else {
+        Trace("Host", 2, "A move could not be recorded: " + error);
+    }
+}
+
+MoveJournalEntry::~MoveJournalEntry() {
+    if (!mRecord.empty()) {
+        ::unlink(mRecord.c_str());
+    }
+}
+
+std::size_t FinishInterruptedMoves() {
+    const fs::path folder = JournalFolder();
+    std::size_t cleaned = 0;
+    std::error_code error;
+    if (folder.empty() || !fs::is_directory(folder, error)) {
+        return 0;
+    }
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        std::ifstream in(it->path(), std::ios::binary);
+        std::stringstream text;
+        text << in.rdbuf();
+        const auto record = nlohmann::json::parse(text.str(), nullptr, false);
+        if (!record.is_object() || !WriterIsGone(record)) {
+            continue;
+        }
+        const fs::path copy = record.value("copy", std::string());
+        const fs::path aside = record.value("aside", std::string());
+        const fs::path source = record.value("source", std::string());
+        const fs::path destination = record.value("destination", std::string());
+        // The copy is renamed into place only once complete: under its private name it is
+        // partial, or complete beside an original that was never touched.
+        if (Exists(copy)) {
+            RemoveTree(copy);
+            Trace("Host", 2, "Removed an unfinished copy: " + copy.string());
+        }
+        // The original is taken aside only after its complete copy is in place. Should that
+        // copy be gone now, the original goes back instead of being removed.
+        if (Exists(aside)) {
+            if (Exists(destination)) {
+                RemoveTree(aside);
+                Trace("Host", 2, "Removed the rest of a moved original: " + aside.string());
+            } else if (RenameNoReplace(aside, source) != 0) {
+                Trace("Host", 1, "An original taken aside is kept as " + aside.string());
+            }
+        }
+        ::unlink(it->path().c_str());
+        ++cleaned;
+    }
+    return cleaned;
+}
+
+} // namespace host

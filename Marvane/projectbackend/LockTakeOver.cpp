@@ -1,0 +1,174 @@
+// Taking over a lock that its holder left behind.
+//
+// Several processes may judge the same abandoned lock at the same moment, and a live lock may
+// appear in its place while they do. The steps:
+//  1. Claim the abandoned lock: create a marker named after its exact bytes, exclusively
+//     (write-then-link, like any lock). Of all processes that judged those bytes, only the one
+//     that made the marker goes on; a marker whose maker is gone is passed over by taking the
+//     next generation of the marker name, so a crash half-way never blocks a project.
+//  2. Check that the lock still holds the judged bytes, rename it to a private name, and check
+//     the renamed file once more. A lock other than the one judged goes straight back: nobody
+//     else renames it meanwhile, since nobody else holds the claim on what was there.
+//  3. Create our lock exclusively in the free place. If a new editor created theirs first,
+//     theirs stands and we have lost.
+//  4. Remove the judged lock (its holder is gone) and the markers.
+// Only the maker of the marker ever moves the judged lock, and it moves only those bytes, so a
+// lock that is live is never taken, and exactly one process succeeds.
+#include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/projectbackend/LockFiles.h"
+#include "host/ApplicationLayer.h"
+#include "host/DebugTrace.h"
+
+#include <cstdint>
+#include <string>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMarkerGenerations = 32;
+
+std::string Fingerprint(const std::string& bytes) {
+    std::uint64_t hash = 14695981039346656037ull;
+    for (const char c : bytes) {
+        hash ^= static_cast<unsigned char>(c);
+        hash *= 1099511628211ull;
+    }
+    static const char* const digits = "0123456789abcdef";
+    std::string text;
+    for (int shift = 60; shift >= 0; shift -= 4) {
+        text += digits[(hash >> shift) & 0xf];
+    }
+    return text + "-" + std::to_string(bytes.size());
+}
+
+fs::path MarkerPath(const fs::path& lockPath, const std::string& judged, int generation) {
+    return lockPath.parent_path() / (std::string(kPrivateNamePrefix) + "takeover." +
+                                     Fingerprint(judged) + "." + std::to_string(generation));
+}
+
+enum class Claim { Claimed, Lost, Failed };
+
+// Step 1: the claim on the judged bytes, made as the marker of the given generation or a later
+// one whose earlier makers are all gone.
+Claim ClaimJudgedLock(const fs::path& lockPath, const std::string& judged, const std::string& ours,
+                      int& generation) {
+    for (generation = 0; generation < kMarkerGenerations; ++generation) {
+        const fs::path marker = MarkerPath(lockPath, judged, generation);
+        std::string error;
+        switch (PlaceNewFile(marker, ours, error)) {
+        case PlaceResult::Placed:
+            return Claim::Claimed;
+        case PlaceResult::Failed:
+            Trace("Host", 2, "Could not claim the lock " + lockPath.string() + ": " + error);
+            return Claim::Failed;
+        case PlaceResult::Exists:
+            break;
+        }
+        LockFileContent maker;
+        std::string bytes;
+        if (ReadLockFile(marker, maker, bytes) == LockFileState::Valid &&
+            JudgeLockHolder(maker) == LockHolder::GoneHere) {
+            continue; // its maker stopped half-way: the next generation decides
+        }
+        // Being taken over by a process that is running (or whose marker we cannot read, or
+        // that went away just now and took its marker with it: the lock changed).
+        return Claim::Lost;
+    }
+    return Claim::Lost;
+}
+
+void RemoveMarkers(const fs::path& lockPath, const std::string& judged, int upToGeneration) {
+    for (int generation = 0; generation <= upToGeneration; ++generation) {
+        ::unlink(MarkerPath(lockPath, judged, generation).c_str());
+    }
+}
+
+// Puts a lock that was taken aside by mistake back in its place, never over another one.
+void PutBack(const fs::path& aside, const fs::path& lockPath) {
+    const int error = RenameNoReplace(aside, lockPath);
+    if (error != 0) {
+        Trace("Host", 1,
+              "A lock taken aside could not go back to " + lockPath.string() + " (" +
+                  std::to_string(error) + "); it is kept as " + aside.string());
+    }
+}
+
+// Steps 2 and 3, with the claim held.
+TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& judged,
+                                 const std::string& ours) {
+    LockFileContent content;
+    std::string now;
+    if (ReadLockFile(lockPath, content, now) != LockFileState::Valid || now != judged) {
+        return TakeOverResult::Lost;
+    }
+    const fs::path aside = PrivateName(lockPath.parent_path(), "stale");
+    if (::rename(lockPath.c_str(), aside.c_str()) != 0) {
+        return errno == ENOENT ? TakeOverResult::Lost : TakeOverResult::Failed;
+    }
+    std::string moved;
+    if (ReadLockFile(aside, content, moved) != LockFileState::Valid || moved != judged) {
+        PutBack(aside, lockPath);
+        return TakeOverResult::Lost;
+    }
+    std::string error;
+    switch (PlaceNewFile(lockPath, ours, error)) {
+    case PlaceResult::Placed:
+        ::unlink(aside.c_str());
+        return TakeOverResult::Taken;
+    case PlaceResult::Exists:
+        // A new editor locked the project in the moment it was free: theirs stands.
+        ::unlink(aside.c_str());
+        return TakeOverResult::Lost;
+    case PlaceResult::Failed:
+        break;
+    }
+    Trace("Host", 2, "Could not take over the lock " + lockPath.string() + ": " + error);
+    PutBack(aside, lockPath);
+    return TakeOverResult::Failed;
+}
+
+} // namespace
+
+TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
+    ByteString name;
+    ByteString second;
+    GetProjectLockingPrefs(name, second);
+    const fs::path lockPath = LockFilePathFor(projectPath);
+    LockFileContent content;
+    std::string judged;
+    if (ReadLockFile(lockPath, content, judged) != LockFileState::Valid ||
+        content.lockingName != name || content.secondLockingString != second) {
+        return TakeOverResult::NotAbandoned;
+    }
+    switch (JudgeLockHolder(content)) {
+    case LockHolder::ThisProcess:
+        return TakeOverResult::Taken;
+    case LockHolder::LiveHere:
+    case LockHolder::Elsewhere:
+        return TakeOverResult::NotAbandoned;
+    case LockHolder::GoneHere:
+        break;
+    }
+    const std::string ours = SerialiseLockFile(MakeLockFileContent(name, second));
+    int generation = 0;
+    switch (ClaimJudgedLock(lockPath, judged, ours, generation)) {
+    case Claim::Claimed:
+        break;
+    case Claim::Lost:
+        return TakeOverResult::Lost;
+    case Claim::Failed:
+        return TakeOverResult::Failed;
+    }
+    const TakeOverResult result = ReplaceJudgedLock(lockPath, judged, ours);
+    RemoveMarkers(lockPath, judged, generation);
+    if (result == TakeOverResult::Taken) {
+        Trace("Host", 3, "Took over the lock its holder left behind: " + lockPath.string());
+    }
+    return result;
+}
+
+} // namespace host
