@@ -1,11 +1,13 @@
 #include "Marvane/app/ProjectWindow.h"
 
+#include "Marvane/app/ProjectContentListModel.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace host {
 
@@ -17,6 +19,30 @@ QString Text(std::string_view key, std::initializer_list<ByteString> arguments =
 
 // Another editor's save is noticed this often; network shares send no notifications.
 constexpr int kStatePollMs = 1000;
+
+// A list of one line per name. Every row has the height of the first, so that a project of a
+// million sequences is laid out without measuring each of them.
+QListView* NewList(ProjectContentListModel* rows, QWidget* parent) {
+    auto* list = new QListView(parent);
+    list->setUniformItemSizes(true);
+    list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    list->setModel(rows);
+    return list;
+}
+
+// Shows `names` in `list`. When they changed, the row that was current stays current, or the
+// last row when the list got shorter.
+void ShowNames(QListView* list, ProjectContentListModel* rows,
+               const std::vector<std::string>& names) {
+    const int current = list->currentIndex().row();
+    if (!rows->SetNames(names)) {
+        return;
+    }
+    const int row = std::min(current, rows->rowCount() - 1);
+    if (row >= 0) {
+        list->setCurrentIndex(rows->index(row));
+    }
+}
 
 } // namespace
 
@@ -51,12 +77,16 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     auto* lists = new QHBoxLayout();
     auto* binsColumn = new QVBoxLayout();
     binsColumn->addWidget(new QLabel(Text("$$$/Marvane/Host/Project/Bins=Bins"), this));
-    mBins = new QListWidget(this);
+    mBinRows = new ProjectContentListModel(this);
+    mBins = NewList(mBinRows, this);
+    mBins->setObjectName(QStringLiteral("Bins"));
     binsColumn->addWidget(mBins);
     auto* sequencesColumn = new QVBoxLayout();
     sequencesColumn->addWidget(
         new QLabel(Text("$$$/Marvane/Host/Project/Sequences=Sequences"), this));
-    mSequences = new QListWidget(this);
+    mSequenceRows = new ProjectContentListModel(this);
+    mSequences = NewList(mSequenceRows, this);
+    mSequences->setObjectName(QStringLiteral("Sequences"));
     sequencesColumn->addWidget(mSequences);
     lists->addLayout(binsColumn);
     lists->addLayout(sequencesColumn);
@@ -80,7 +110,7 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     connect(mSave, &QPushButton::clicked, this, [this] { Save(); });
     connect(reload, &QPushButton::clicked, this, [this] { Reload(); });
     connect(mReadOnly, &QPushButton::clicked, this, [this] { ToggleReadOnly(); });
-    connect(mSequences, &QListWidget::itemDoubleClicked, this, [this] { RenameSequence(); });
+    connect(mSequences, &QAbstractItemView::doubleClicked, this, [this] { RenameSequence(); });
     mPoll.setInterval(kStatePollMs);
     connect(&mPoll, &QTimer::timeout, this, [this] { Refresh(); });
     mPoll.start();
@@ -103,27 +133,11 @@ void ProjectWindow::Refresh() {
         mMode->setText(Text("$$$/Marvane/Host/Project/ReadOnlyMode=Read-only."));
     }
     mOutOfDate->setVisible(mProject->IsOutOfDate());
-    const auto fill = [](QListWidget* list, const std::vector<std::string>& names) {
-        QStringList items;
-        for (const std::string& name : names) {
-            items << QString::fromStdString(name);
-        }
-        QStringList shown;
-        for (int row = 0; row < list->count(); ++row) {
-            shown << list->item(row)->text();
-        }
-        if (shown != items) {
-            const int current = list->currentRow();
-            list->clear();
-            list->addItems(items);
-            list->setCurrentRow(std::min(current, static_cast<int>(items.size()) - 1));
-        }
-    };
-    fill(mBins, content.bins);
-    fill(mSequences, content.sequences);
+    ShowNames(mBins, mBinRows, content.bins);
+    ShowNames(mSequences, mSequenceRows, content.sequences);
     const bool writable = !mProject->IsReadOnly();
     mAdd->setEnabled(writable);
-    mRename->setEnabled(writable && mSequences->currentRow() >= 0);
+    mRename->setEnabled(writable && mSequences->currentIndex().isValid());
     mSave->setEnabled(writable && mProject->IsModified());
     mReadOnly->setChecked(mProject->IsReadOnly());
 }
@@ -142,7 +156,7 @@ void ProjectWindow::AddSequence() {
 }
 
 void ProjectWindow::RenameSequence() {
-    const int row = mSequences->currentRow();
+    const int row = mSequences->currentIndex().row();
     ProjectContent content = mProject->Content();
     if (mProject->IsReadOnly() || row < 0 ||
         static_cast<std::size_t>(row) >= content.sequences.size()) {

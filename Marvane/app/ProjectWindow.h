@@ -5,12 +5,14 @@
 #include "Marvane/documents/DocumentManager.h"
 
 #include <QLabel>
-#include <QListWidget>
+#include <QListView>
 #include <QPushButton>
 #include <QTimer>
 #include <QWidget>
 
 namespace host {
+
+class ProjectContentListModel;
 
 class ProjectWindow final : public QWidget {
 public:
@@ -28,6 +30,9 @@ public:
 
     QString ModeText() const { return mMode->text(); }
     bool OutOfDateShown() const { return !mOutOfDate->isHidden(); }
+    // The lists as the user sees them; their models hold one row per bin or sequence.
+    QListView* BinList() const { return mBins; }
+    QListView* SequenceList() const { return mSequences; }
 
 private:
     void Report(const std::string& title, const std::string& error);
@@ -37,8 +42,10 @@ private:
     QLabel* mPath = nullptr;
     QLabel* mMode = nullptr;
     QWidget* mOutOfDate = nullptr;
-    QListWidget* mBins = nullptr;
-    QListWidget* mSequences = nullptr;
+    ProjectContentListModel* mBinRows = nullptr;
+    ProjectContentListModel* mSequenceRows = nullptr;
+    QListView* mBins = nullptr;
+    QListView* mSequences = nullptr;
     QPushButton* mAdd = nullptr;
     QPushButton* mRename = nullptr;
     QPushButton* mSave = nullptr;

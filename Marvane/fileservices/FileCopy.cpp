@@ -22,9 +22,16 @@ std::string Reason(const fs::path& path, int errorNumber) {
 // and modification time; throws FileException.
 void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat& status,
                      const CopyProgress& progress) {
-    const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
+    // Never blocks on a pipe that took the file's place since it was looked at.
+    const int in = ::open(from.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (in < 0) {
         throw FileException("Cannot read " + Reason(from, errno), errno);
+    }
+    struct stat opened {};
+    if (::fstat(in, &opened) != 0 || !S_ISREG(opened.st_mode)) {
+        ::close(in);
+        throw FileException("Cannot copy " + from.string() + ": not a regular file any more",
+                            EINVAL);
     }
     const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (out < 0) {

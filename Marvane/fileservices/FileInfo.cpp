@@ -1,4 +1,5 @@
 #include "Marvane/application/HostSession.h"
+#include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "host/FileServices.h"
@@ -81,31 +82,7 @@ WideString GetDirectory(std::string_view name) {
 }
 
 bool ReadWholeFile(const WideString& path, std::string& bytes) {
-    const std::string utf8 = ToUTF8(path);
-    const int descriptor = ::open(utf8.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        return false;
-    }
-    struct stat status {};
-    bool ok = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    std::string content;
-    char buffer[65536];
-    while (ok) {
-        const ssize_t count = ::read(descriptor, buffer, sizeof(buffer));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            ok = count == 0;
-            break;
-        }
-        content.append(buffer, static_cast<std::size_t>(count));
-    }
-    ::close(descriptor);
-    if (ok) {
-        bytes = std::move(content);
-    }
-    return ok;
+    return ReadRegularFile(fs::path(ToUTF8(path)), bytes);
 }
 
 bool ReplaceWholeFile(const WideString& path, const std::string& bytes) {

@@ -68,11 +68,12 @@ bool CopyMatches(const fs::path& from, const fs::path& to) {
     return true;
 }
 
-// After a project moved: a lock this process left at its old place names a project that is
-// not there any more.
+// After a project moved: a lock of ours left at its old place, by this process or by one of
+// ours that crashed, names a project that is not there any more and would only keep others
+// from moving the folder.
 int Moved(const fs::path& from) {
     if (IsMarvaneProjectFile(from.string())) {
-        RemoveOwnLockFile(from);
+        RemoveOwnLockFile(from, true);
     }
     return 0;
 }

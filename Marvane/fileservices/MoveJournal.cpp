@@ -2,13 +2,12 @@
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileCopy.h"
+#include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
 
-#include <fstream>
 #include <mutex>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -102,10 +101,11 @@ std::size_t FinishInterruptedMoves() {
         return 0;
     }
     for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        std::ifstream in(it->path(), std::ios::binary);
-        std::stringstream text;
-        text << in.rdbuf();
-        const auto record = nlohmann::json::parse(text.str(), nullptr, false);
+        std::string text;
+        if (!ReadRegularFile(it->path(), text)) {
+            continue;
+        }
+        const auto record = nlohmann::json::parse(text, nullptr, false);
         if (!record.is_object() || !WriterIsGone(record)) {
             continue;
         }

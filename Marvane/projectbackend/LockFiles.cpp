@@ -267,22 +267,35 @@ bool IsWrittenByThisProcess(const LockFileContent& content) {
     return JudgeLockHolder(content) == LockHolder::ThisProcess;
 }
 
-bool RemoveOwnLockFile(const fs::path& projectPath) {
+bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
-    if (ReadLockFile(lockPath, content) != LockFileState::Valid ||
-        !IsWrittenByThisProcess(content)) {
+    std::string judged;
+    if (ReadLockFile(lockPath, content, judged) != LockFileState::Valid) {
         return false;
     }
-    // Take the lock out of the way under a private name, check it there, then delete it; a
-    // lock that turns out not to be ours goes back unless its place was taken meanwhile.
+    const LockHolder holder = JudgeLockHolder(content);
+    bool removable = holder == LockHolder::ThisProcess;
+    if (alsoAbandoned && holder == LockHolder::GoneHere) {
+        ByteString name;
+        ByteString second;
+        GetProjectLockingPrefs(name, second);
+        removable = content.lockingName == name && content.secondLockingString == second;
+    }
+    if (!removable) {
+        return false;
+    }
+    // Take the lock out of the way under a private name, check that it is still the very lock
+    // judged, then delete it; a lock that turns out to be another goes back unless its place
+    // was taken meanwhile.
     const fs::path aside = PrivateName(lockPath.parent_path(), "releasing");
     if (::rename(lockPath.c_str(), aside.c_str()) != 0) {
         Trace("Host", 2, "Could not release the lock " + lockPath.string());
         return false;
     }
     LockFileContent moved;
-    if (ReadLockFile(aside, moved) == LockFileState::Valid && IsWrittenByThisProcess(moved)) {
+    std::string bytes;
+    if (ReadLockFile(aside, moved, bytes) == LockFileState::Valid && bytes == judged) {
         return ::unlink(aside.c_str()) == 0;
     }
     if (RenameNoReplace(aside, lockPath) != 0) {
@@ -336,11 +349,11 @@ bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recur
     ByteString second;
     GetProjectLockingPrefs(name, second);
     const auto isLocked = [&](const fs::directory_entry& entry) {
-        std::error_code statusError;
-        if (entry.is_symlink(statusError) || !entry.is_regular_file(statusError) ||
-            !IsLockFileName(entry.path())) {
+        if (!IsLockFileName(entry.path())) {
             return false;
         }
+        // A folder, a pipe or a link where a lock should be makes its project unreadably
+        // locked, for the folder as for the project itself.
         LockFileContent content;
         const LockFileState state = ReadLockFile(entry.path(), content);
         if (state == LockFileState::Missing) {

@@ -69,9 +69,10 @@ enum class TakeOverResult {
 // names this process. When several processes try at once exactly one succeeds, and a lock
 // that is live is never removed.
 TakeOverResult TakeOverOwnLockFile(const std::filesystem::path& projectPath);
-// Removes the project's lock file when, and only when, this process wrote it. The check and
+// Removes the project's lock file when, and only when, this process wrote it; alsoAbandoned
+// also removes a lock of our identity whose writer is gone (a crash left it). The check and
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.
-bool RemoveOwnLockFile(const std::filesystem::path& projectPath);
+bool RemoveOwnLockFile(const std::filesystem::path& projectPath, bool alsoAbandoned = false);
 
 // Locks made through CreateProjectLockFile stay until an open project takes one over
 // (ForgetCreatedLock) or the host stops: ReleaseCreatedLocks then removes those this process

@@ -3,6 +3,7 @@
 #include "Marvane/core/ThisMachine.h"
 #include "TestProjects.h"
 #include "host/ApplicationLayer.h"
+#include "host/FileServices.h"
 
 #include <filesystem>
 #include <fstream>
@@ -272,6 +273,107 @@ TEST(ThisMachine, AProcessStartTimeIsReadFromTheProcessTable) {
     }
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     EXPECT_EQ(host::ProcessStartTicks(child), 0);
+}
+
+// What can stand where a lock should be, other than a lock file.
+enum class NotALockFile { Folder, Pipe, LinkToAValidLock, DanglingLink };
+
+class NotALockFileTest : public LockFilesTest, public ::testing::WithParamInterface<NotALockFile> {
+protected:
+    void PutInPlaceOfTheLock(const fs::path& lock) const {
+        switch (GetParam()) {
+        case NotALockFile::Folder:
+            fs::create_directories(lock);
+            break;
+        case NotALockFile::Pipe:
+            ASSERT_EQ(::mkfifo(lock.c_str(), 0644), 0);
+            break;
+        case NotALockFile::LinkToAValidLock: {
+            const fs::path real = root / "elsewhere.lock";
+            std::ofstream(real) << host::SerialiseLockFile(
+                host::MakeLockFileContent("Ben Okafor", "suite-2"));
+            fs::create_symlink(real, lock);
+            break;
+        }
+        case NotALockFile::DanglingLink:
+            fs::create_symlink(root / "nothing here", lock);
+            break;
+        }
+    }
+};
+
+TEST_P(NotALockFileTest, AFolderHoldingAProjectWithSuchALockCountsAsLocked) {
+    const fs::path reel = root / "Reel1";
+    const std::string cut = testsupport::WriteProject(reel / "Cut.mvproj").string();
+    PutInPlaceOfTheLock(cut + ".lock");
+    // The project itself is held, unreadably...
+    const auto lock = host::ReadProjectLockFile(cut, "Ana Ruiz", "suite-1");
+    ASSERT_NE(lock, nullptr);
+    EXPECT_FALSE(lock->IsOwnedByCaller());
+    // ...and so is every folder around it, asked for anyone's locks or only others'.
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects(reel.string(), false, true));
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects(reel.string(), false, false));
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects(root.string(), true, true));
+}
+
+INSTANTIATE_TEST_SUITE_P(LockFiles, NotALockFileTest,
+                         ::testing::Values(NotALockFile::Folder, NotALockFile::Pipe,
+                                           NotALockFile::LinkToAValidLock,
+                                           NotALockFile::DanglingLink),
+                         [](const auto& row) {
+                             switch (row.param) {
+                             case NotALockFile::Folder:
+                                 return std::string("Folder");
+                             case NotALockFile::Pipe:
+                                 return std::string("Pipe");
+                             case NotALockFile::LinkToAValidLock:
+                                 return std::string("LinkToAValidLock");
+                             case NotALockFile::DanglingLink:
+                                 return std::string("DanglingLink");
+                             }
+                             return std::string();
+                         });
+
+TEST_F(LockFilesTest, MovingAProjectAwayRemovesOurLockThatACrashLeftBehind) {
+    // A copy of Ana's marvane was killed with -9 while Cut was open.
+    const fs::path reel = root / "Reel1";
+    const fs::path cut = testsupport::WriteProject(reel / "Cut.mvproj");
+    host::LockFileContent abandoned = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    const pid_t gone = fork();
+    if (gone == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
+    abandoned.processId = gone;
+    std::ofstream(cut.string() + ".lock") << host::SerialiseLockFile(abandoned);
+    fs::create_directories(root / "Trash");
+    ASSERT_EQ(host::Move(host::ToUTF16(cut.string()),
+                         host::ToUTF16((root / "Trash" / "Cut.mvproj").string())),
+              0);
+    // No lock without a project stays behind to keep everyone from moving the reel.
+    EXPECT_FALSE(fs::exists(cut.string() + ".lock"));
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects(reel.string(), true, false));
+}
+
+TEST_F(LockFilesTest, MovingAProjectAwayLeavesALiveLockOfOurIdentityAndAnyoneElses) {
+    const fs::path reel = root / "Reel1";
+    const fs::path cut = testsupport::WriteProject(reel / "Cut.mvproj");
+    // Another running copy of Ana's holds it (the parent process stands in for it).
+    host::LockFileContent live = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    live.processId = ::getppid();
+    live.processStartTicks = host::ProcessStartTicks(::getppid());
+    std::ofstream(cut.string() + ".lock") << host::SerialiseLockFile(live);
+    const fs::path bens = testsupport::WriteProject(reel / "Bens.mvproj");
+    host::LockFileContent bensLock = host::MakeLockFileContent("Ben Okafor", "suite-2");
+    bensLock.hostName = "edit-bay-7";
+    std::ofstream(bens.string() + ".lock") << host::SerialiseLockFile(bensLock);
+    ASSERT_EQ(
+        host::Move(host::ToUTF16(cut.string()), host::ToUTF16((root / "Cut.mvproj").string())), 0);
+    ASSERT_EQ(
+        host::Move(host::ToUTF16(bens.string()), host::ToUTF16((root / "Bens.mvproj").string())),
+        0);
+    EXPECT_TRUE(fs::exists(cut.string() + ".lock"));
+    EXPECT_TRUE(fs::exists(bens.string() + ".lock"));
 }
 
 TEST_F(LockFilesTest, MembersOfTheWrongKindAroundAValidHolderAreIgnored) {

@@ -5,7 +5,9 @@
 #include "Marvane/uiframework/DialogResponder.h"
 #include "TestProjects.h"
 
+#include <QAbstractItemModel>
 #include <QCloseEvent>
+#include <QListView>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -46,6 +48,16 @@ protected:
         return dynamic_cast<host::ProjectWindow*>(window->GetProjectTabs()->widget(index));
     }
 
+    // The texts of a list's rows, as its model gives them to the view.
+    static QStringList Rows(const QListView* list) {
+        QStringList rows;
+        const QAbstractItemModel* model = list->model();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            rows << model->index(row, 0).data().toString();
+        }
+        return rows;
+    }
+
     fs::path root;
     fs::path scene;
     std::shared_ptr<host::ScriptedDialogResponder> responder;
@@ -61,6 +73,59 @@ TEST_F(ProjectWindowTest, AnOpenedProjectGetsATabThatSaysWeHoldTheLock) {
     EXPECT_FALSE(Page()->OutOfDateShown());
 }
 
+TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    EXPECT_EQ(Rows(Page()->BinList()), QStringList{QStringLiteral("Footage")});
+    EXPECT_EQ(Rows(Page()->SequenceList()), QStringList{QStringLiteral("Assembly")});
+    EXPECT_TRUE(Page()->BinList()->uniformItemSizes());
+    EXPECT_TRUE(Page()->SequenceList()->uniformItemSizes());
+}
+
+TEST_F(ProjectWindowTest, AProjectOfFiftyThousandSequencesHasARowForEach) {
+    std::vector<std::string> sequences;
+    for (int i = 1; i <= 50'000; ++i) {
+        sequences.push_back("Scene " + std::to_string(i) + " – Take " + std::to_string(i % 9 + 1));
+    }
+    const fs::path big = testsupport::WriteProject(root / "Feature.mvproj", sequences);
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    SettleEvents();
+    const QAbstractItemModel* rows = Page()->SequenceList()->model();
+    ASSERT_EQ(rows->rowCount(), 50'000);
+    EXPECT_EQ(rows->index(0, 0).data().toString(), QStringLiteral("Scene 1 – Take 2"));
+    EXPECT_EQ(rows->index(24'999, 0).data().toString(), QStringLiteral("Scene 25000 – Take 8"));
+    EXPECT_EQ(rows->index(49'999, 0).data().toString(), QStringLiteral("Scene 50000 – Take 6"));
+    EXPECT_FALSE(rows->index(50'000, 0).data().isValid());
+    EXPECT_EQ(Page()->BinList()->model()->rowCount(), 1);
+}
+
+TEST_F(ProjectWindowTest, RenamingTheCurrentSequenceKeepsItCurrent) {
+    testsupport::WriteProject(scene, {"Assembly", "Rough Cut", "Fine Cut"});
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    QListView* list = Page()->SequenceList();
+    list->setCurrentIndex(list->model()->index(1, 0));
+    responder->AddText("Rough Cut 2");
+    Page()->RenameSequence();
+    ASSERT_EQ(responder->GetTextRequests().size(), 1u);
+    EXPECT_EQ(responder->GetTextRequests()[0].title, "Rename Sequence");
+    EXPECT_EQ(Rows(list), (QStringList{QStringLiteral("Assembly"), QStringLiteral("Rough Cut 2"),
+                                       QStringLiteral("Fine Cut")}));
+    EXPECT_EQ(list->currentIndex().row(), 1);
+    EXPECT_EQ(Page()->GetProject()->Content().sequences[1], "Rough Cut 2");
+}
+
+TEST_F(ProjectWindowTest, WhenTheListGetsShorterTheLastRowBecomesCurrent) {
+    testsupport::WriteProject(scene, {"Assembly", "Rough Cut", "Fine Cut"});
+    ASSERT_TRUE(
+        host::CreateProjectLockFile(scene.string(), "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    QListView* list = Page()->SequenceList();
+    list->setCurrentIndex(list->model()->index(2, 0));
+    testsupport::WriteProject(scene, {"Assembly"});
+    Page()->Reload();
+    EXPECT_EQ(Rows(list), QStringList{QStringLiteral("Assembly")});
+    EXPECT_EQ(list->currentIndex().row(), 0);
+}
+
 TEST_F(ProjectWindowTest, AddingASequenceAndSavingWritesTheProject) {
     ASSERT_TRUE(window->OpenProjectFile(scene));
     responder->AddText("Fine Cut");
@@ -68,6 +133,8 @@ TEST_F(ProjectWindowTest, AddingASequenceAndSavingWritesTheProject) {
     ASSERT_EQ(responder->GetTextRequests().size(), 1u);
     EXPECT_EQ(responder->GetTextRequests()[0].title, "Add Sequence");
     EXPECT_TRUE(Page()->GetProject()->IsModified());
+    EXPECT_EQ(Rows(Page()->SequenceList()),
+              (QStringList{QStringLiteral("Assembly"), QStringLiteral("Fine Cut")}));
     Page()->Save();
     EXPECT_FALSE(Page()->GetProject()->IsModified());
     EXPECT_NE(ReadBytes(scene).find("Fine Cut"), std::string::npos);

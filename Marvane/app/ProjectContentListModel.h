@@ -1,0 +1,27 @@
+#pragma once
+// One list of a project's content, its bins or its sequences, as the rows of a list view. The
+// model keeps its own copy of the names, so a view never sees the project change under it
+// between two refreshes, and turns a name into text only when a view asks for its row: a
+// project of a million sequences costs a million strings, not a million items.
+#include <QAbstractListModel>
+#include <string>
+#include <vector>
+
+namespace host {
+
+class ProjectContentListModel final : public QAbstractListModel {
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    // Shows `names`. False, with nothing changed, when they are the names shown already;
+    // otherwise the rows are replaced, which forgets the views' current row and selection.
+    bool SetNames(const std::vector<std::string>& names);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+private:
+    std::vector<std::string> mNames;
+};
+
+} // namespace host
