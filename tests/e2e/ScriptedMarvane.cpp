@@ -67,16 +67,17 @@ ScriptedMarvane::~ScriptedMarvane() {
     std::filesystem::remove(mErrorFile, ignored);
 }
 
-std::string ScriptedMarvane::Send(const std::vector<std::string>& fields) {
+bool ScriptedMarvane::Post(const std::vector<std::string>& fields) {
     std::string line;
     for (const std::string& field : fields) {
         line += (line.empty() ? "" : "\t") + field;
     }
     line += "\n";
-    if (::write(mInput, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-        return "<write failed>";
-    }
-    return ReadLine();
+    return ::write(mInput, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+}
+
+std::string ScriptedMarvane::Send(const std::vector<std::string>& fields) {
+    return Post(fields) ? ReadLine() : "<write failed>";
 }
 
 std::string ScriptedMarvane::ReadLine(std::chrono::seconds timeout) {

@@ -17,6 +17,8 @@ public:
 
     // Sends one command (fields joined by tabs) and returns its answer line.
     std::string Send(const std::vector<std::string>& fields);
+    // Sends one command without waiting for its answer (read it with ReadLine).
+    bool Post(const std::vector<std::string>& fields);
     // The next line of output, or "<timeout>" / "<closed>".
     std::string ReadLine(std::chrono::seconds timeout = std::chrono::seconds(60));
     void Signal(int signalNumber);

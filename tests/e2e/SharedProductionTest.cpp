@@ -2,6 +2,7 @@
 #include "MarvaneProcess.h"
 #include "ScriptedMarvane.h"
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +10,9 @@
 
 #include "FileBytes.h"
 #include <sstream>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -20,6 +24,24 @@ void WriteProject(const fs::path& path, const std::string& sequence) {
     std::ofstream(path, std::ios::binary)
         << R"({"formatVersion": 1, "name": ")" << path.stem().string()
         << R"(", "bins": ["Footage"], "sequences": [")" << sequence << "\"]}\n";
+}
+
+std::string FirstLineOf(const char* path) {
+    std::ifstream in(path);
+    std::string line;
+    std::getline(in, line);
+    return line;
+}
+
+// A lock written on this machine, since its last start, by the process given.
+std::string LockOfThisMachine(const std::string& holder, pid_t processId) {
+    char host[256] = {};
+    ::gethostname(host, sizeof(host) - 1);
+    return std::string("{\"lockingName\": \"") + holder + "\", \"secondLockingString\": \"" + host +
+           "\", \"hostName\": \"" + host + "\", \"processId\": " + std::to_string(processId) +
+           ", \"bootId\": \"" + FirstLineOf("/proc/sys/kernel/random/boot_id") +
+           "\", \"machineId\": \"" + FirstLineOf("/etc/machine-id") +
+           "\", \"createdUtc\": \"2026-11-23T09:00:00Z\"}\n";
 }
 
 class SharedProductionTest : public ::testing::Test {
@@ -35,9 +57,14 @@ protected:
     std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name,
                                                  std::vector<std::string> extra = {},
                                                  std::vector<std::string> environment = {}) {
-        std::vector<std::string> arguments = {"--production", production.string(),
-                                              "--profile",    (root / name).string(),
-                                              "--user",       name};
+        return StartCopy(name, root / name, std::move(extra), std::move(environment));
+    }
+    // One of several copies of an editor's marvane, each with a profile of its own.
+    std::unique_ptr<ScriptedMarvane> StartCopy(const std::string& name, const fs::path& profile,
+                                               std::vector<std::string> extra = {},
+                                               std::vector<std::string> environment = {}) {
+        std::vector<std::string> arguments = {
+            "--production", production.string(), "--profile", profile.string(), "--user", name};
         arguments.insert(arguments.end(), extra.begin(), extra.end());
         auto editor = std::make_unique<ScriptedMarvane>(arguments, environment);
         EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
@@ -133,6 +160,76 @@ TEST_F(SharedProductionTest, ADamagedProjectIsReportedAndLeftByteForByte) {
     EXPECT_NE(ana->ErrorOutput().find("is damaged"), std::string::npos);
     EXPECT_EQ(ReadBytes(damaged), bytes);
     EXPECT_FALSE(fs::exists(damaged.string() + ".lock"));
+}
+
+TEST_F(SharedProductionTest, TwoCopiesOfOneEditorOpeningAProjectACrashLeftLockedGiveOneWriter) {
+    // Ana's marvane was killed with -9 while she had these projects open: her locks name a
+    // process that is gone. She starts two copies, which open each project at the same moment.
+    constexpr int kProjects = 12;
+    std::vector<fs::path> projects;
+    for (int index = 0; index < kProjects; ++index) {
+        projects.push_back(production / ("Shot " + std::to_string(index) + ".mvproj"));
+        WriteProject(projects.back(), "Shot " + std::to_string(index) + " - Assembly");
+        const pid_t gone = fork();
+        if (gone == 0) {
+            _exit(0);
+        }
+        ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
+        std::ofstream(projects.back().string() + ".lock") << LockOfThisMachine("Ana Ruiz", gone);
+    }
+    auto first = StartCopy("Ana Ruiz", root / "first");
+    auto second = StartCopy("Ana Ruiz", root / "second");
+    for (const fs::path& project : projects) {
+        ASSERT_TRUE(first->Post({"open", project.string()}));
+        ASSERT_TRUE(second->Post({"open", project.string()}));
+    }
+    for (std::size_t index = 0; index < projects.size(); ++index) {
+        ASSERT_EQ(first->ReadLine(), "ok") << first->ErrorOutput();
+        ASSERT_EQ(second->ReadLine(), "ok") << second->ErrorOutput();
+    }
+    int projectsWithOneWriter = 0;
+    for (const fs::path& project : projects) {
+        const bool firstWrites =
+            first->Send({"status", project.string()}).starts_with("ok read-only=0");
+        const bool secondWrites =
+            second->Send({"status", project.string()}).starts_with("ok read-only=0");
+        EXPECT_TRUE(firstWrites != secondWrites) << project;
+        projectsWithOneWriter += firstWrites != secondWrites ? 1 : 0;
+        // The one that writes saves; the other cannot.
+        ScriptedMarvane& writer = firstWrites ? *first : *second;
+        ScriptedMarvane& reader = firstWrites ? *second : *first;
+        EXPECT_EQ(writer.Send({"add-sequence", project.string(), "Fine Cut"}), "ok");
+        EXPECT_EQ(writer.Send({"save", project.string()}), "ok");
+        EXPECT_EQ(reader.Send({"add-sequence", project.string(), "Other Cut"}), "error read-only");
+        EXPECT_NE(ReadBytes(project).find("Fine Cut"), std::string::npos);
+    }
+    EXPECT_EQ(projectsWithOneWriter, kProjects);
+    EXPECT_EQ(first->Finish(), 0) << first->ErrorOutput();
+    EXPECT_EQ(second->Finish(), 0) << second->ErrorOutput();
+    for (const fs::path& project : projects) {
+        EXPECT_FALSE(fs::exists(project.string() + ".lock")) << project;
+    }
+}
+
+TEST_F(SharedProductionTest, ASecondStopSignalDuringTheStopDoesNotCutItShort) {
+    for (int run = 0; run < 3; ++run) {
+        SCOPED_TRACE("run " + std::to_string(run));
+        const fs::path profile = root / ("run " + std::to_string(run));
+        auto ana = StartCopy("Ana Ruiz", profile);
+        ASSERT_EQ(ana->Send({"open", scene.string()}), "ok");
+        ASSERT_EQ(ana->Send({"add-sequence", scene.string(), "Unsaved Cut"}), "ok");
+        // A session manager that sends two in a row.
+        ana->Signal(SIGTERM);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        ana->Signal(SIGTERM);
+        EXPECT_EQ(ana->WaitForExit(), 0) << ana->ErrorOutput();
+        EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
+        int copies = 0;
+        for (const auto& entry : fs::directory_iterator(profile / "data" / "Recovery")) {
+            copies += entry.path().extension() == ".mvproj" ? 1 : 0;
+        }
+        EXPECT_EQ(copies, 1);
+    }
 }
 
 class StopSignalTest : public SharedProductionTest, public ::testing::WithParamInterface<int> {};
