@@ -129,6 +129,9 @@ void ProjectWindow::Refresh() {
     } else if (!holder.empty() && !mProject->HoldsLock()) {
         mMode->setText(
             Text("$$$/Marvane/Host/Project/LockedBy=Read-only: locked by @0.", {holder}));
+    } else if (!mProject->ReadOnlyReason().empty()) {
+        mMode->setText(Text("$$$/Marvane/Host/Project/ReadOnlyBecause=Read-only: @0",
+                            {mProject->ReadOnlyReason()}));
     } else {
         mMode->setText(Text("$$$/Marvane/Host/Project/ReadOnlyMode=Read-only."));
     }

@@ -4,6 +4,7 @@
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ApplicationLayer.h"
+#include "host/DebugTrace.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 
@@ -69,6 +70,19 @@ bool HeldByAnotherCopyHere(const fs::path& project) {
            MayBeHeldByAnotherProcess(existing);
 }
 
+// Why no lock could be made for a project that nobody else holds, in the user's words.
+std::string WhyNotLocked(const fs::path& project) {
+    constexpr std::size_t kLongestName = 255;
+    if (LockFilePathFor(project).filename().string().size() > kLongestName) {
+        return Localize("$$$/Marvane/Host/Lock/NameTooLong=The name of \"@0\" is too long for "
+                        "a lock file beside it, so nobody can lock it. Rename the project with a "
+                        "shorter name.",
+                        {project.filename().string()});
+    }
+    return Localize("$$$/Marvane/Host/Lock/NotWritten=The lock file could not be written (@0).",
+                    {LockCreationError()});
+}
+
 } // namespace
 
 fs::path NormalProjectPath(const fs::path& projectPath) {
@@ -100,8 +114,12 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     ByteString second;
     const bool locking = GetProjectLockingPrefs(name, second);
     ProjectLockFilePtr lock;
+    std::string lockFailure;
     if (mode == OpenMode::Normal && locking && !HeldByAnotherCopyHere(path)) {
         lock = CreateProjectLockFile(path.string(), name, second);
+        if (!lock) {
+            lockFailure = WhyNotLocked(path);
+        }
     }
     ProjectContent content;
     FileStamp stamp;
@@ -120,6 +138,10 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
             project->AttachLockFile(lock);
             project->SetReadOnly(!project->HoldsLock());
         }
+    }
+    if (project->IsReadOnly() && !lockFailure.empty()) {
+        project->SetReadOnlyReason(lockFailure);
+        Trace("Host", 2, "Opened read-only: " + lockFailure);
     }
     mProjects.push_back(project);
     SetActive(project);

@@ -31,8 +31,18 @@ public:
     // Who holds the project's lock file now, read from disk; empty when nobody does.
     std::string CurrentLockHolder() const;
 
+    // Why a project that was to be opened for writing is read-only although nobody holds its
+    // lock (the lock could not be written); empty otherwise.
+    const std::string& ReadOnlyReason() const { return mReadOnlyReason; }
+    void SetReadOnlyReason(std::string reason) { mReadOnlyReason = std::move(reason); }
+
     // Used by the document manager.
-    void SetReadOnly(bool readOnly) { mReadOnly = readOnly; }
+    void SetReadOnly(bool readOnly) {
+        mReadOnly = readOnly;
+        if (!readOnly) {
+            mReadOnlyReason.clear();
+        }
+    }
     void ReplaceContent(ProjectContent content, FileStamp stamp);
     void MarkSaved(FileStamp stamp);
     // Removes the lock file if this project holds it.
@@ -48,6 +58,7 @@ private:
     bool mModified = false;
     bool mHoldsLock = false;
     bool mLostLock = false;
+    std::string mReadOnlyReason;
 };
 
 } // namespace host

@@ -82,6 +82,7 @@ fs::path LockFilePathFor(const fs::path& projectPath) {
 
 namespace {
 std::atomic<std::uint64_t> gLockFileReads{0};
+thread_local std::string gLockCreationError;
 // Locks this process wrote for a module that no open project has taken over: they are
 // removed when the host stops, so that a project moved in this session is not left looking
 // locked by us.
@@ -113,6 +114,10 @@ std::size_t ReleaseCreatedLocks() {
     return removed;
 }
 
+std::string LockCreationError() {
+    return gLockCreationError;
+}
+
 std::uint64_t LockFileReadCount() {
     return gLockFileReads.load();
 }
@@ -129,8 +134,10 @@ LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content, s
     // unreadable and never opened; the open checks again, in case it was swapped meanwhile.
     struct stat found {};
     if (::lstat(lockPath.c_str(), &found) != 0) {
-        return errno == ENOENT || errno == ENOTDIR ? LockFileState::Missing
-                                                   : LockFileState::Unreadable;
+        // A project whose name is too long for a lock beside it can have no lock at all.
+        return errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG
+                   ? LockFileState::Missing
+                   : LockFileState::Unreadable;
     }
     if (!S_ISREG(found.st_mode)) {
         return LockFileState::Unreadable;
@@ -316,6 +323,7 @@ ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const Byte
 
 ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const ByteString& name,
                                          const ByteString& second) {
+    gLockCreationError.clear();
     if (name.empty()) {
         return nullptr; // a lock must name its holder
     }
@@ -335,6 +343,7 @@ ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const By
             return std::make_shared<LockFile>(true, name);
         case PlaceResult::Failed:
             Trace("Host", 3, "Could not create a lock file: " + error);
+            gLockCreationError = error;
             return nullptr;
         case PlaceResult::Exists:
             break;

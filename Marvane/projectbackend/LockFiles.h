@@ -74,6 +74,10 @@ TakeOverResult TakeOverOwnLockFile(const std::filesystem::path& projectPath);
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.
 bool RemoveOwnLockFile(const std::filesystem::path& projectPath, bool alsoAbandoned = false);
 
+// Why the last CreateProjectLockFile on this thread wrote nothing ("<path>: <reason>"), or
+// empty when it did not fail for want of writing.
+std::string LockCreationError();
+
 // Locks made through CreateProjectLockFile stay until an open project takes one over
 // (ForgetCreatedLock) or the host stops: ReleaseCreatedLocks then removes those this process
 // wrote and returns how many it removed.

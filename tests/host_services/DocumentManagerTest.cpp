@@ -78,6 +78,29 @@ TEST_F(DocumentManagerTest, AProjectNobodyHoldsOpensReadWriteAndLocked) {
     EXPECT_EQ(log->types[0], host::ProjectOpenedMessage::kTypeID);
 }
 
+TEST_F(DocumentManagerTest, AProjectWhoseNameIsTooLongToLockOpensReadOnlySayingWhy) {
+    // 255 bytes, the longest name there is: "<name>.lock" cannot exist beside it.
+    const std::string name = std::string(248, 'l') + ".mvproj";
+    ASSERT_EQ(name.size(), 255u);
+    const fs::path longest = testsupport::WriteProject(scene.parent_path() / name);
+    // Nobody holds it: it is not shown as locked by an unknown holder.
+    EXPECT_EQ(host::ReadProjectLockFile(longest.string(), "Ana Ruiz", "suite-1"), nullptr);
+    const auto project = testsupport::OpenProject(longest);
+    EXPECT_TRUE(project->IsReadOnly());
+    EXPECT_FALSE(project->HoldsLock());
+    EXPECT_NE(project->ReadOnlyReason().find("is too long for a lock file"), std::string::npos)
+        << project->ReadOnlyReason();
+    EXPECT_NE(project->ReadOnlyReason().find("Rename the project"), std::string::npos);
+    DocumentManager::Instance().Close({project});
+}
+
+TEST_F(DocumentManagerTest, AProjectOpenedWithItsLockIsWritableWithNoReasonGiven) {
+    const auto project = testsupport::OpenProject(scene);
+    EXPECT_FALSE(project->IsReadOnly());
+    EXPECT_TRUE(project->ReadOnlyReason().empty());
+    DocumentManager::Instance().Close({project});
+}
+
 TEST_F(DocumentManagerTest, AProjectHeldByAnotherEditorOpensReadOnlyNamingThem) {
     LockAsBen(scene);
     const auto project = testsupport::OpenProject(scene);

@@ -376,6 +376,20 @@ TEST_F(LockFilesTest, MovingAProjectAwayLeavesALiveLockOfOurIdentityAndAnyoneEls
     EXPECT_TRUE(fs::exists(bens.string() + ".lock"));
 }
 
+TEST_F(LockFilesTest, AProjectWithALongNameCanStillBeLocked) {
+    // 250 bytes: its lock's name (255 bytes) is the longest a folder can hold, and the file
+    // the lock is written to first has a short name of its own.
+    const std::string name = std::string(243, 'n') + ".mvproj";
+    ASSERT_EQ(name.size(), 250u);
+    const std::string longProject = testsupport::WriteProject(root / name).string();
+    const auto lock = host::CreateProjectLockFile(longProject, "Ana Ruiz", "suite-1");
+    ASSERT_NE(lock, nullptr);
+    EXPECT_TRUE(lock->IsOwnedByCaller());
+    EXPECT_TRUE(fs::exists(longProject + ".lock"));
+    EXPECT_TRUE(host::RemoveOwnLockFile(longProject));
+    EXPECT_FALSE(fs::exists(longProject + ".lock"));
+}
+
 TEST_F(LockFilesTest, MembersOfTheWrongKindAroundAValidHolderAreIgnored) {
     WriteLock(R"({"lockingName": "Ben Okafor", "secondLockingString": "suite-2",
                   "hostName": null, "processId": "many", "bootId": 7, "createdUtc": []})");
