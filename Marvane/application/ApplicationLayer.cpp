@@ -6,6 +6,7 @@
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 
@@ -42,6 +43,10 @@ bool IsInMvProductionTrash(const WideString& path, bool includeTrashItself) {
 
 bool IsPathExcludedFromMvProduction(const WideString& path) {
     const WideString name = GetPathFileName(path);
+    // A lock is the host's own, whatever stands under its name (even a folder).
+    if (!name.empty() && name.back() == u'k' && IsProjectLockFileName(ToUTF8(name))) {
+        return true;
+    }
     if (name.empty() || name.front() != u'.') {
         return false;
     }

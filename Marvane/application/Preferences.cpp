@@ -1,13 +1,12 @@
 #include "Marvane/application/Preferences.h"
 
+#include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
 
 #include <algorithm>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <pwd.h>
-#include <sstream>
 #include <unistd.h>
 
 namespace host {
@@ -57,13 +56,12 @@ LockingPreferences ResolveLockingPreferences(const LockingPreferences& saved) {
 
 Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
     Preferences preferences;
-    std::ifstream in(profileDirectory / kFileName, std::ios::binary);
-    if (!in) {
+    std::error_code missing;
+    if (!std::filesystem::exists(
+            std::filesystem::symlink_status(profileDirectory / kFileName, missing))) {
         return preferences;
     }
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    const auto json = nlohmann::json::parse(buffer.str(), nullptr, false);
+    const auto json = ReadJsonFile(profileDirectory / kFileName);
     if (!json.is_object()) {
         Trace("Host", 2, "Ignoring a broken preferences file in " + profileDirectory.string());
         return preferences;
@@ -106,15 +104,12 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
     std::filesystem::create_directories(profileDirectory, error);
     nlohmann::json json = nlohmann::json::object();
     if (const auto path = profileDirectory / kFileName; std::filesystem::exists(path, error)) {
-        std::ifstream in(path, std::ios::binary);
-        std::stringstream buffer;
-        buffer << in.rdbuf();
-        auto existing = nlohmann::json::parse(buffer.str(), nullptr, false);
+        // Text nested too deeply is broken too: written out again it would exhaust the stack.
+        auto existing = ReadJsonFile(path);
         if (existing.is_object()) {
             json = std::move(existing);
         } else {
             // Whatever the user had there is kept aside, never written over.
-            in.close();
             std::filesystem::rename(path, profileDirectory / (std::string(kFileName) + ".broken"),
                                     error);
         }

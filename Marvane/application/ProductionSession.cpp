@@ -2,12 +2,52 @@
 
 #include "host/PanelFramework.h"
 
+#include <cstdlib>
+#include <filesystem>
+
 namespace host {
 
 ProductionSession& ProductionSession::Instance() {
     static ProductionSession session;
     return session;
 }
+
+namespace {
+
+// A production is organised: projects moved, folders trashed. The whole computer, its system
+// folders or someone's home folder never are, so they are refused with the reason.
+std::string WhyNotAProduction(const std::filesystem::path& folder) {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::weakly_canonical(folder, error);
+    const std::filesystem::path& checked = error ? folder : real;
+    if (checked == checked.root_path()) {
+        return "\"" + folder.string() +
+               "\" is the top of the computer's file system, not a production: choose the folder "
+               "that holds the production's projects.";
+    }
+    if (const char* home = std::getenv("HOME"); home != nullptr && *home != '\0') {
+        const std::filesystem::path homeFolder =
+            std::filesystem::weakly_canonical(std::filesystem::path(home), error);
+        if (!error && checked == homeFolder) {
+            return "\"" + folder.string() +
+                   "\" is your home folder, not a production: choose the folder that holds the "
+                   "production's projects.";
+        }
+    }
+    static const char* const kSystemFolders[] = {"/bin",   "/boot", "/dev",  "/etc",  "/lib",
+                                                 "/lib64", "/proc", "/run",  "/sbin", "/sys",
+                                                 "/usr",   "/var",  "/home", "/root", "/tmp"};
+    for (const char* system : kSystemFolders) {
+        if (checked == std::filesystem::path(system)) {
+            return "\"" + folder.string() +
+                   "\" is a system folder, not a production: choose the folder that holds the "
+                   "production's projects.";
+        }
+    }
+    return {};
+}
+
+} // namespace
 
 std::string ProductionSession::Open(const std::filesystem::path& folder) {
     std::error_code error;
@@ -26,6 +66,9 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     }
     if (absolute.has_relative_path() && absolute.filename().empty()) {
         absolute = absolute.parent_path();
+    }
+    if (const std::string why = WhyNotAProduction(absolute); !why.empty()) {
+        return why;
     }
     if (IsOpen()) {
         Close();

@@ -1,13 +1,12 @@
 #include "Marvane/application/TuningStore.h"
 
+#include "Marvane/fileservices/FileReading.h"
 #include "host/DebugTrace.h"
 #include "host/TuningStore.h"
 
 #include <atomic>
-#include <fstream>
 #include <mutex>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace host {
 
@@ -52,11 +51,10 @@ void SetTuningValues(std::map<std::string, std::string> values) {
 
 void LoadTuningStore(const std::filesystem::path& profileDirectory) {
     std::map<std::string, std::string> values;
-    std::ifstream in(profileDirectory / "tuning.json", std::ios::binary);
-    if (in) {
-        std::stringstream text;
-        text << in.rdbuf();
-        const auto json = nlohmann::json::parse(text.str(), nullptr, false);
+    std::error_code missing;
+    if (std::filesystem::exists(
+            std::filesystem::symlink_status(profileDirectory / "tuning.json", missing))) {
+        const auto json = ReadJsonFile(profileDirectory / "tuning.json");
         if (json.is_object()) {
             for (const auto& [key, value] : json.items()) {
                 if (value.is_string()) {

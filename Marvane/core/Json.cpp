@@ -1,6 +1,8 @@
 // The host's JSON values, parser and writer, over nlohmann-json (ordered objects).
 #include "host/Json.h"
 
+#include "Marvane/core/JsonNesting.h"
+
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -165,10 +167,6 @@ void JsonValue::Add(std::string key, JsonValue value) {
     std::get<Object>(mValue).emplace_back(std::move(key), std::move(value));
 }
 
-// How deeply arrays and objects may nest: far beyond any file of ours, and shallow enough
-// that reading and freeing a value never exhausts the stack.
-constexpr int kMaximumNesting = 512;
-
 bool NestsTooDeeply(std::string_view text) {
     int depth = 0;
     bool inString = false;
@@ -185,7 +183,7 @@ bool NestsTooDeeply(std::string_view text) {
         } else if (c == '"') {
             inString = true;
         } else if (c == '[' || c == '{') {
-            if (++depth > kMaximumNesting) {
+            if (++depth > kMaximumJsonNesting) {
                 return true;
             }
         } else if (c == ']' || c == '}') {
@@ -198,7 +196,7 @@ bool NestsTooDeeply(std::string_view text) {
 std::optional<JsonValue> ParseJson(std::string_view text, std::string* error) {
     if (NestsTooDeeply(text)) {
         if (error != nullptr) {
-            *error = "JSON nests deeper than " + std::to_string(kMaximumNesting) + " levels";
+            *error = "JSON nests deeper than " + std::to_string(kMaximumJsonNesting) + " levels";
         }
         return std::nullopt;
     }

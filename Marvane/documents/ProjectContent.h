@@ -3,6 +3,7 @@
 // A ".mvproj" file is UTF-8 JSON; a ".mvprojd" folder holds the same JSON in "project.json".
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -27,7 +28,14 @@ struct FileStamp;
 // message for the user; the file is never touched.
 bool LoadProjectContent(const std::filesystem::path& projectPath, ProjectContent& content,
                         std::string& error, FileStamp* stamp = nullptr);
-// The project file's text for its content.
+// Reads a project's text (no file is involved: projectPath names the project in the message
+// and gives the name of a project whose text has none). On failure returns false with a
+// message for the user: text that is not JSON, nests too deeply, has members of the wrong
+// kind or is of a newer format.
+bool ParseProjectContent(std::string_view text, const std::filesystem::path& projectPath,
+                         ProjectContent& content, std::string& error);
+// The project file's text for its content: compact UTF-8 JSON and a line break, the members
+// this host does not know kept as they were read.
 std::string SerialiseProjectContent(const ProjectContent& content);
 // Writes a project beside the old file and renames it over, so a failure never leaves a
 // half-written project. Returns false with a message on failure.

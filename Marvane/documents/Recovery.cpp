@@ -1,13 +1,12 @@
 #include "Marvane/documents/Recovery.h"
 
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <ctime>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 namespace host {
 
@@ -94,10 +93,7 @@ std::vector<RecoveredCopy> FindRecoveredCopies(const fs::path& dataDirectory) {
         if (entry.path().extension() != kOriginSuffix) {
             continue;
         }
-        std::ifstream in(entry.path(), std::ios::binary);
-        std::stringstream text;
-        text << in.rdbuf();
-        const auto json = nlohmann::json::parse(text.str(), nullptr, false);
+        const auto json = ReadJsonFile(entry.path());
         fs::path copy = entry.path();
         copy.replace_extension();
         if (!fs::exists(copy, error)) {

@@ -1,5 +1,7 @@
 #include "Marvane/fileservices/FileReading.h"
 
+#include "Marvane/core/JsonNesting.h"
+
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,15 +10,25 @@
 namespace host {
 
 bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int& errorNumber) {
+    struct stat opened {};
+    return ReadRegularFile(path, bytes, errorNumber, static_cast<std::size_t>(-1), opened);
+}
+
+bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int& errorNumber,
+                     std::size_t maximumBytes, struct stat& status) {
     // O_NONBLOCK: opening a pipe for reading would otherwise wait for a writer for ever.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0) {
         errorNumber = errno;
         return false;
     }
-    struct stat status {};
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         errorNumber = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        ::close(descriptor);
+        return false;
+    }
+    if (static_cast<std::size_t>(status.st_size) > maximumBytes) {
+        errorNumber = EFBIG;
         ::close(descriptor);
         return false;
     }
@@ -46,6 +58,14 @@ bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int&
 bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes) {
     int ignored = 0;
     return ReadRegularFile(path, bytes, ignored);
+}
+
+nlohmann::json ReadJsonFile(const std::filesystem::path& path) {
+    std::string bytes;
+    if (!ReadRegularFile(path, bytes) || NestsTooDeeply(bytes)) {
+        return nlohmann::json::value_t::discarded;
+    }
+    return nlohmann::json::parse(bytes, nullptr, false);
 }
 
 } // namespace host

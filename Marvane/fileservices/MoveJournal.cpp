@@ -101,11 +101,7 @@ std::size_t FinishInterruptedMoves() {
         return 0;
     }
     for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        std::string text;
-        if (!ReadRegularFile(it->path(), text)) {
-            continue;
-        }
-        const auto record = nlohmann::json::parse(text, nullptr, false);
+        const auto record = ReadJsonFile(it->path());
         if (!record.is_object() || !WriterIsGone(record)) {
             continue;
         }

@@ -2,6 +2,7 @@
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/projectbackend/LockFileText.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
@@ -46,11 +47,6 @@ std::string UtcNow() {
     return text;
 }
 
-std::string StringMember(const nlohmann::json& json, const char* key) {
-    const auto found = json.find(key);
-    return found != json.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
 ProjectLockFilePtr LockFor(LockFileState state, const LockFileContent& content,
                            const std::string& name, const std::string& second) {
     if (state == LockFileState::Unreadable) {
@@ -60,8 +56,9 @@ ProjectLockFilePtr LockFor(LockFileState state, const LockFileContent& content,
     return std::make_shared<LockFile>(owned, content.lockingName);
 }
 
-bool IsLockFileName(const fs::path& file) {
-    const std::string name = file.filename().string();
+} // namespace
+
+bool IsProjectLockFileName(const std::string& name) {
     const std::string suffix(kLockFileSuffix);
     if (name.size() <= suffix.size() ||
         name.compare(name.size() - suffix.size(), suffix.size(), suffix) != 0) {
@@ -69,8 +66,6 @@ bool IsLockFileName(const fs::path& file) {
     }
     return IsMarvaneProjectFile(name.substr(0, name.size() - suffix.size()));
 }
-
-} // namespace
 
 fs::path LockFilePathFor(const fs::path& projectPath) {
     fs::path project = projectPath;
@@ -170,37 +165,11 @@ LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content, s
     }
     ::close(file);
     if (!readable || text.empty() || text.size() > kMaximumLockFileBytes ||
-        !ParseLockFileText(text, content)) {
+        !DecodeLockFileText(text, content)) {
         return LockFileState::Unreadable;
     }
     bytes = std::move(text);
     return LockFileState::Valid;
-}
-
-bool ParseLockFileText(const std::string& text, LockFileContent& content) {
-    const auto json = nlohmann::json::parse(text, nullptr, false);
-    if (!json.is_object()) {
-        return false;
-    }
-    const auto name = json.find("lockingName");
-    const auto second = json.find("secondLockingString");
-    if (name == json.end() || !name->is_string() || name->get<std::string>().empty() ||
-        second == json.end() || !second->is_string()) {
-        return false;
-    }
-    const auto number = [&json](const char* key) {
-        const auto found = json.find(key);
-        return found != json.end() && found->is_number_integer() ? found->get<long long>() : 0;
-    };
-    content.lockingName = name->get<std::string>();
-    content.secondLockingString = second->get<std::string>();
-    content.hostName = StringMember(json, "hostName");
-    content.processId = number("processId");
-    content.processStartTicks = number("processStartTicks");
-    content.bootId = StringMember(json, "bootId");
-    content.machineId = StringMember(json, "machineId");
-    content.createdUtc = StringMember(json, "createdUtc");
-    return true;
 }
 
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second) {
@@ -358,7 +327,7 @@ bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recur
     ByteString second;
     GetProjectLockingPrefs(name, second);
     const auto isLocked = [&](const fs::directory_entry& entry) {
-        if (!IsLockFileName(entry.path())) {
+        if (!IsProjectLockFileName(entry.path().filename().string())) {
             return false;
         }
         // A folder, a pipe or a link where a lock should be makes its project unreadably

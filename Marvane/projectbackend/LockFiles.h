@@ -38,14 +38,14 @@ enum class LockHolder {
 enum class LockFileState { Missing, Valid, Unreadable };
 
 std::filesystem::path LockFilePathFor(const std::filesystem::path& projectPath);
+// Whether a file name is that of a project's lock ("Scene 12.mvproj.lock"), whatever it is.
+bool IsProjectLockFileName(const std::string& name);
 // Reads a lock file. Anything that exists but is not a complete lock (empty, truncated, not
 // JSON, members of the wrong kind, a folder, a special file) is Unreadable.
 LockFileState ReadLockFile(const std::filesystem::path& lockPath, LockFileContent& content);
 // The same, also giving the lock's exact bytes (empty unless Valid).
 LockFileState ReadLockFile(const std::filesystem::path& lockPath, LockFileContent& content,
                            std::string& bytes);
-// Reads a lock's text; false when it is not a complete lock.
-bool ParseLockFileText(const std::string& text, LockFileContent& content);
 // How many times a lock file was looked for since the process started.
 std::uint64_t LockFileReadCount();
 // The content this process writes for an identity: its host name, process id, boot id, now.

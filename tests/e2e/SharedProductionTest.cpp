@@ -10,6 +10,7 @@
 
 #include "FileBytes.h"
 #include <sstream>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -230,6 +231,19 @@ TEST_F(SharedProductionTest, ASecondStopSignalDuringTheStopDoesNotCutItShort) {
         }
         EXPECT_EQ(copies, 1);
     }
+}
+
+TEST_F(SharedProductionTest, PipesWhereFilesShouldBeNeverHangTheHost) {
+    fs::create_directories(root / "Ana Ruiz");
+    ASSERT_EQ(::mkfifo((root / "Ana Ruiz" / "Production Panel Settings").c_str(), 0644), 0);
+    ASSERT_EQ(::mkfifo((production / "Pipe.mvproj").c_str(), 0644), 0);
+    auto ana = StartEditor("Ana Ruiz"); // starts at all: the settings are not waited on
+    const std::string answer = ana->Send({"open", (production / "Pipe.mvproj").string()});
+    EXPECT_TRUE(answer.starts_with("error")) << answer;
+    EXPECT_FALSE(fs::exists(production / "Pipe.mvproj.lock"));
+    EXPECT_EQ(ana->Send({"open", scene.string()}), "ok");
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+    EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
 }
 
 class StopSignalTest : public SharedProductionTest, public ::testing::WithParamInterface<int> {};

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
@@ -93,6 +94,23 @@ TEST(Preferences, ABrokenFileIsKeptAsideWhenPreferencesAreSaved) {
     std::string text;
     std::getline(broken, text);
     EXPECT_EQ(text, "{ half written");
+    EXPECT_EQ(host::LoadPreferences(profile).lastProduction, "/shows/Pilot");
+    fs::remove_all(profile);
+}
+
+TEST(Preferences, AFileNestedTooDeeplyIsIgnoredAndKeptAsideWhenSaving) {
+    const fs::path profile = FreshFolder("prefs-deep");
+    const std::string deep = R"({"lastProduction": "/shows/Old", "x": )" + std::string(70000, '[') +
+                             std::string(70000, ']') + "}";
+    std::ofstream(profile / "preferences.json", std::ios::binary) << deep;
+    EXPECT_TRUE(host::LoadPreferences(profile).lastProduction.empty());
+    host::Preferences preferences;
+    preferences.lastProduction = "/shows/Pilot";
+    ASSERT_TRUE(host::SavePreferences(profile, preferences));
+    std::ifstream broken(profile / "preferences.json.broken", std::ios::binary);
+    const std::string kept((std::istreambuf_iterator<char>(broken)),
+                           std::istreambuf_iterator<char>());
+    EXPECT_EQ(kept, deep);
     EXPECT_EQ(host::LoadPreferences(profile).lastProduction, "/shows/Pilot");
     fs::remove_all(profile);
 }

@@ -4,6 +4,7 @@
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -63,6 +64,23 @@ TEST_F(ProductionSessionTest, AFileIsRefusedAsProduction) {
     const std::string error = host::ProductionSession::Instance().Open(root / "file.txt");
     EXPECT_NE(error.find("is not a folder"), std::string::npos) << error;
     EXPECT_FALSE(host::IsTandrelManagerActive());
+}
+
+TEST_F(ProductionSessionTest, TheTopOfTheFileSystemASystemFolderOrTheHomeFolderIsRefused) {
+    auto& session = host::ProductionSession::Instance();
+    ASSERT_EQ(session.Open(root / "Pilot"), "");
+    const std::string top = session.Open("/");
+    EXPECT_NE(top.find("top of the computer's file system"), std::string::npos) << top;
+    EXPECT_NE(session.Open("/usr/").find("is a system folder"), std::string::npos);
+    EXPECT_NE(session.Open("/etc/../usr").find("is a system folder"), std::string::npos);
+    const char* home = std::getenv("HOME");
+    ASSERT_NE(home, nullptr);
+    EXPECT_NE(session.Open(home).find("is your home folder"), std::string::npos);
+    // A refusal leaves the production that was open as it was.
+    EXPECT_EQ(fs::path(host::ToUTF8(host::GetTandrelManagerFolderPath())), root / "Pilot");
+    // A folder inside any of them is a production like any other.
+    EXPECT_EQ(session.Open(root), "");
+    EXPECT_EQ(session.Open(root / "Pilot"), "");
 }
 
 TEST_F(ProductionSessionTest, ClosingTellsThePanelsOnce) {

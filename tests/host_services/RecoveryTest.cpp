@@ -53,6 +53,21 @@ TEST_F(RecoveryTest, OnlyModifiedProjectsAreCopiedAndTheProjectsStayAsTheyWere) 
     EXPECT_TRUE(fs::exists(result.written[0]));
 }
 
+TEST_F(RecoveryTest, ACopyWhoseOriginIsNestedTooDeeplyIsOfferedWithoutAnOriginal) {
+    const fs::path folder = root / "data" / "Recovery";
+    const fs::path copy = testsupport::WriteProject(folder / "Scene (recovered).mvproj");
+    const std::string marker = R"({"original": "/shows/Scene.mvproj", "x": )" +
+                               std::string(70000, '[') + std::string(70000, ']') + "}";
+    testsupport::WriteBytes(copy.string() + ".origin", marker);
+
+    const auto found = host::FindRecoveredCopies(root / "data");
+
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].copy, copy);
+    EXPECT_TRUE(found[0].original.empty());
+    EXPECT_EQ(testsupport::ReadBytes(copy.string() + ".origin"), marker);
+}
+
 TEST_F(RecoveryTest, AProjectNameNeverLeadsTheCopyOutOfTheRecoveryFolder) {
     const auto path = testsupport::WriteProject(root / "Odd.mvproj");
     auto project = testsupport::OpenProject(path);

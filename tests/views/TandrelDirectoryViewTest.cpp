@@ -26,6 +26,20 @@ TEST_F(TandrelDirectoryViewTest, ShowsFoldersAndSupportedProjectsOnly) {
     EXPECT_EQ(RowOf(production / "Scene 12.mvproj.lock"), nullptr);
 }
 
+TEST_F(TandrelDirectoryViewTest, AFolderNamedLikeALockIsNeverARow) {
+    fs::create_directories(production / "Promo.mvproj.lock");
+    Write(production / "Promo.mvproj.lock" / "inside.mvproj", "{}");
+    fs::create_directories(production / "Edit" / "Cut.mvproj.lock");
+    OpenPanel(5);
+    EXPECT_EQ(RowOf(production / "Promo.mvproj.lock"), nullptr);
+    EXPECT_EQ(RowOf(production / "Promo.mvproj.lock" / "inside.mvproj"), nullptr);
+    OpenFolder(production / "Edit", 2); // Reel 1 and Reel 2 only
+    EXPECT_EQ(RowOf(production / "Edit" / "Cut.mvproj.lock"), nullptr);
+    // A folder merely ending in ".lock" is an ordinary folder.
+    EXPECT_TRUE(host::IsPathExcludedFromMvProduction(W(production / "Promo.mvproj.lock")));
+    EXPECT_FALSE(host::IsPathExcludedFromMvProduction(W(production / "Dailies.lock")));
+}
+
 TEST_F(TandrelDirectoryViewTest, AProductionOfPlainFilesShowsAnEmptyTree) {
     fs::remove_all(production);
     fs::create_directories(production);
