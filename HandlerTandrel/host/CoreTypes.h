@@ -12,6 +12,9 @@ using WideString = std::u16string;
 // A string that never changes after it is made (a command's extra data, a state key).
 using ImmutableString = std::string;
 
+// Conversions that never fail and never lose a byte: a byte of ill-formed UTF-8 (a file name in
+// another encoding) becomes the lone surrogate U+DC00 + byte and converts back to that byte, so
+// a path converted one way and back names the same file. Other lone surrogates become U+FFFD.
 ByteString ToUTF8(const WideString& text);
 WideString ToUTF16(const ByteString& text);
 

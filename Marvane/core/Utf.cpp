@@ -1,6 +1,9 @@
-// Conversions between UTF-8 and UTF-16. Both directions accept any input: what is not
-// well-formed becomes U+FFFD, so text from files and from the system never makes a
-// conversion fail.
+// Conversions between UTF-8 and UTF-16. Both directions accept any input, so text from files
+// and from the system never makes a conversion fail. A file name need not be UTF-8 at all: each
+// byte of UTF-8 that is not well-formed becomes the lone low surrogate U+DC00 + byte, which
+// converts back to that very byte, so a path read from the system and handed back names the
+// same file. (Shown to a person, a lone surrogate appears as a replacement character.) Other
+// lone surrogates become U+FFFD.
 #include "host/CoreTypes.h"
 
 #include <cstddef>
@@ -18,6 +21,17 @@ bool IsHighSurrogate(char16_t unit) {
 
 bool IsLowSurrogate(char16_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// The unit that stands for a byte of ill-formed UTF-8 (always 0x80 or above), and back.
+constexpr char16_t kEscapedByteBase = 0xDC00;
+
+char16_t EscapeByte(unsigned char byte) {
+    return static_cast<char16_t>(kEscapedByteBase + byte);
+}
+
+bool IsEscapedByte(char16_t unit) {
+    return unit >= kEscapedByteBase + 0x80 && unit <= kEscapedByteBase + 0xFF;
 }
 
 void AppendUTF8(ByteString& out, char32_t codePoint) {
@@ -98,6 +112,8 @@ ByteString ToUTF8(const WideString& text) {
             const char32_t low = text[i + 1] - 0xDC00u;
             AppendUTF8(out, 0x10000 + ((high << 10) | low));
             ++i;
+        } else if (IsEscapedByte(unit)) {
+            out.push_back(static_cast<char>(unit - kEscapedByteBase));
         } else if (IsHighSurrogate(unit) || IsLowSurrogate(unit)) {
             AppendUTF8(out, kReplacementCharacter);
         } else {
@@ -107,9 +123,9 @@ ByteString ToUTF8(const WideString& text) {
     return out;
 }
 
-// A malformed sequence is replaced by one U+FFFD per maximal ill-formed part: the bytes
-// that still looked like the start of a valid sequence are consumed together, and decoding
-// resumes at the first byte that broke it.
+// Each byte of a malformed sequence is kept as its escape: the bytes that still looked like the
+// start of a valid sequence are consumed together, and decoding resumes at the first byte that
+// broke it.
 WideString ToUTF16(const ByteString& text) {
     const std::size_t size = text.size();
     // The leading ASCII run in one go, as for ToUTF8.
@@ -132,7 +148,7 @@ WideString ToUTF16(const ByteString& text) {
         }
         const LeadByte lead = DescribeLeadByte(byte);
         if (lead.continuationBytes == 0) {
-            out.push_back(static_cast<char16_t>(kReplacementCharacter));
+            out.push_back(EscapeByte(byte));
             ++i;
             continue;
         }
@@ -156,7 +172,9 @@ WideString ToUTF16(const ByteString& text) {
         if (complete) {
             AppendUTF16(out, codePoint);
         } else {
-            out.push_back(static_cast<char16_t>(kReplacementCharacter));
+            for (std::size_t k = i; k < next; ++k) {
+                out.push_back(EscapeByte(static_cast<unsigned char>(text[k])));
+            }
         }
         i = next;
     }

@@ -4,10 +4,13 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <random>
 #include <sys/stat.h>
+#include <sys/statfs.h>
+#include <thread>
 #include <unistd.h>
 
 namespace host {
@@ -110,6 +113,17 @@ int RenameNoReplace(const fs::path& from, const fs::path& to) {
         return EEXIST;
     }
     return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+int RemoveJustClosedFile(const fs::path& path) {
+    constexpr unsigned long kFuseMagic = 0x65735546ul;
+    constexpr auto kCloseSettleDelay = std::chrono::milliseconds(5);
+    struct statfs fileSystem {};
+    if (::statfs(path.parent_path().c_str(), &fileSystem) == 0 &&
+        static_cast<unsigned long>(fileSystem.f_type) == kFuseMagic) {
+        std::this_thread::sleep_for(kCloseSettleDelay);
+    }
+    return ::unlink(path.c_str()) == 0 ? 0 : errno;
 }
 
 PlaceResult PlaceNewFile(const fs::path& target, const std::string& text, std::string& error) {

@@ -24,6 +24,12 @@ inline constexpr const char* kPrivateNamePrefix = ".mv-";
 // empty folder made in between, since a rename never replaces a folder that holds anything.
 int RenameNoReplace(const std::filesystem::path& from, const std::filesystem::path& to);
 
+// Removes a file that this process read or wrote a moment ago. On user-space file systems
+// (sshfs and other FUSE mounts) a close reaches the file system a little after it returns, and
+// a file removed before that is kept as a hidden ".fuse_hidden..." file for good; there the
+// removal waits a few milliseconds first. 0, or an errno value.
+int RemoveJustClosedFile(const std::filesystem::path& path);
+
 // Puts the text at target only if nothing is there: exactly one of several writers racing
 // for the same name succeeds, on local disks and on network shares.
 PlaceResult PlaceNewFile(const std::filesystem::path& target, const std::string& text,

@@ -272,7 +272,7 @@ bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
     LockFileContent moved;
     std::string bytes;
     if (ReadLockFile(aside, moved, bytes) == LockFileState::Valid && bytes == judged) {
-        return ::unlink(aside.c_str()) == 0;
+        return RemoveJustClosedFile(aside) == 0;
     }
     if (RenameNoReplace(aside, lockPath) != 0) {
         Trace("Host", 1, "A lock taken aside could not go back: " + aside.string());

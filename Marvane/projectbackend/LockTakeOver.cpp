@@ -117,11 +117,11 @@ TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& ju
     std::string error;
     switch (PlaceNewFile(lockPath, ours, error)) {
     case PlaceResult::Placed:
-        ::unlink(aside.c_str());
+        RemoveJustClosedFile(aside);
         return TakeOverResult::Taken;
     case PlaceResult::Exists:
         // A new editor locked the project in the moment it was free: theirs stands.
-        ::unlink(aside.c_str());
+        RemoveJustClosedFile(aside);
         return TakeOverResult::Lost;
     case PlaceResult::Failed:
         break;

@@ -17,13 +17,13 @@ const std::u16string kJapaneseWide = u"\u65E5\u672C\u8A9E";
 const std::string kClapperBoard = "\xF0\x9F\x8E\xAC"; // U+1F3AC
 const std::u16string kClapperBoardWide = {char16_t{0xD83C}, char16_t{0xDFAC}};
 
-const std::u16string kReplacement = u"\uFFFD";
 const std::string kReplacementUtf8 = "\xEF\xBF\xBD";
 
-std::u16string Replacements(int count) {
+// The units that stand for bytes of ill-formed UTF-8: U+DC00 + byte each.
+std::u16string Escaped(const std::string& bytes) {
     std::u16string result;
-    for (int i = 0; i < count; ++i) {
-        result += kReplacement;
+    for (const char byte : bytes) {
+        result += static_cast<char16_t>(0xDC00 + static_cast<unsigned char>(byte));
     }
     return result;
 }
@@ -109,51 +109,57 @@ TEST(UtfTest, LoneSurrogatesBecomeReplacementCharacter) {
     // Two high surrogates, then a low one: the second high pairs with the low.
     EXPECT_EQ(ToUTF8(std::u16string{char16_t{0xD83C}, char16_t{0xD83C}, char16_t{0xDFAC}}),
               kReplacementUtf8 + kClapperBoard);
+    // U+DC80 to U+DCFF stand for single bytes.
+    EXPECT_EQ(ToUTF8(std::u16string{u'a', char16_t{0xDCE8}, u'b'}), "a\xE8"
+                                                                    "b");
 }
 
-TEST(UtfTest, BytesThatCannotStartSequenceAreReplacedOneEach) {
-    EXPECT_EQ(ToUTF16(std::string("a\x80") + "b"), u"a\uFFFDb");
-    EXPECT_EQ(ToUTF16("\xBF\xBF"), Replacements(2));
-    EXPECT_EQ(ToUTF16("\xFF\xFE"), Replacements(2));
-    EXPECT_EQ(ToUTF16("\xF5\x80"), Replacements(2));
+TEST(UtfTest, BytesThatCannotStartSequenceAreKeptOneEach) {
+    EXPECT_EQ(ToUTF16(std::string("a\x80") + "b"), u"a" + Escaped("\x80") + u"b");
+    EXPECT_EQ(ToUTF16("\xBF\xBF"), Escaped("\xBF\xBF"));
+    EXPECT_EQ(ToUTF16("\xFF\xFE"), Escaped("\xFF\xFE"));
+    EXPECT_EQ(ToUTF16("\xF5\x80"), Escaped("\xF5\x80"));
 }
 
-TEST(UtfTest, OverlongFormsAreReplaced) {
-    EXPECT_EQ(ToUTF16("\xC0\xAF"), Replacements(2));
-    EXPECT_EQ(ToUTF16("\xC1\xBF"), Replacements(2));
-    EXPECT_EQ(ToUTF16("\xE0\x80\xAF"), Replacements(3));
-    EXPECT_EQ(ToUTF16("\xE0\x9F\xBF"), Replacements(3));
-    EXPECT_EQ(ToUTF16("\xF0\x80\x80\xAF"), Replacements(4));
-    EXPECT_EQ(ToUTF16("\xF0\x8F\xBF\xBF"), Replacements(4));
+TEST(UtfTest, OverlongFormsAreKeptAsBytes) {
+    for (const std::string overlong : {"\xC0\xAF", "\xC1\xBF", "\xE0\x80\xAF", "\xE0\x9F\xBF",
+                                       "\xF0\x80\x80\xAF", "\xF0\x8F\xBF\xBF"}) {
+        EXPECT_EQ(ToUTF16(overlong), Escaped(overlong));
+    }
 }
 
-TEST(UtfTest, EncodedSurrogatesAreReplaced) {
-    EXPECT_EQ(ToUTF16("\xED\xA0\x80"), Replacements(3));
-    EXPECT_EQ(ToUTF16("\xED\xBF\xBF"), Replacements(3));
+TEST(UtfTest, EncodedSurrogatesAreKeptAsBytes) {
+    EXPECT_EQ(ToUTF16("\xED\xA0\x80"), Escaped("\xED\xA0\x80"));
+    EXPECT_EQ(ToUTF16("\xED\xBF\xBF"), Escaped("\xED\xBF\xBF"));
     EXPECT_EQ(ToUTF16("\xED\x9F\xBF"), std::u16string{char16_t{0xD7FF}});
 }
 
-TEST(UtfTest, CodePointsAboveUnicodeRangeAreReplaced) {
-    EXPECT_EQ(ToUTF16("\xF4\x90\x80\x80"), Replacements(4));
-    EXPECT_EQ(ToUTF16("\xF7\xBF\xBF\xBF"), Replacements(4));
+TEST(UtfTest, CodePointsAboveUnicodeRangeAreKeptAsBytes) {
+    EXPECT_EQ(ToUTF16("\xF4\x90\x80\x80"), Escaped("\xF4\x90\x80\x80"));
+    EXPECT_EQ(ToUTF16("\xF7\xBF\xBF\xBF"), Escaped("\xF7\xBF\xBF\xBF"));
 }
 
-TEST(UtfTest, TruncatedSequencesAreReplacedOnceAndDecodingResumes) {
-    EXPECT_EQ(ToUTF16("\xE2\x82"), kReplacement);
-    EXPECT_EQ(ToUTF16("\xF0\x9F\x8E"), kReplacement);
-    EXPECT_EQ(ToUTF16("\xC3"), kReplacement);
-    EXPECT_EQ(ToUTF16(std::string("\xE2\x82") + "A"), u"\uFFFDA");
-    EXPECT_EQ(ToUTF16(std::string("\xF0\x9F") + "\xC3\xA9"), u"\uFFFD\u00E9");
+TEST(UtfTest, TruncatedSequencesAreKeptAndDecodingResumes) {
+    EXPECT_EQ(ToUTF16("\xE2\x82"), Escaped("\xE2\x82"));
+    EXPECT_EQ(ToUTF16("\xC3"), Escaped("\xC3"));
+    EXPECT_EQ(ToUTF16(std::string("\xE2\x82") + "A"), Escaped("\xE2\x82") + u"A");
+    EXPECT_EQ(ToUTF16(std::string("\xF0\x9F") + "\xC3\xA9"), Escaped("\xF0\x9F") + u"\u00E9");
 }
 
-TEST(UtfTest, InvalidInputRoundTripsToReplacementCharacters) {
-    const std::string broken = std::string("ok\xC0\xAF\xED\xA0\x80") + "end";
-    std::string expected = "ok";
-    for (int i = 0; i < 5; ++i) {
-        expected += kReplacementUtf8;
+TEST(UtfTest, AnyBytesComeBackExactlyFromTheirUtf16) {
+    // A file name written in Latin-1, one cut in the middle of a character, and every single
+    // byte: converted to UTF-16 and back, each names the very same file.
+    const std::string latin1 = "Sc\xE8ne 12.mvproj";
+    EXPECT_EQ(ToUTF8(ToUTF16(latin1)), latin1);
+    const std::string broken = std::string("ok\xC0\xAF\xED\xA0\x80") + "end\xF0\x9F\x8E";
+    EXPECT_EQ(ToUTF8(ToUTF16(broken)), broken);
+    std::string everyByte;
+    for (int byte = 1; byte < 256; ++byte) {
+        everyByte += static_cast<char>(byte);
     }
-    expected += "end";
-    EXPECT_EQ(ToUTF8(ToUTF16(broken)), expected);
+    EXPECT_EQ(ToUTF8(ToUTF16(everyByte)), everyByte);
+    // Well-formed text around them is decoded as text.
+    EXPECT_EQ(ToUTF16("\xE8" + kCafe), Escaped("\xE8") + kCafeWide);
 }
 
 } // namespace

@@ -1,7 +1,9 @@
 // Moves on a real network share (sshfs over our own SSH server on 127.0.0.1), whose file
 // system cannot rename without replacing: nothing at the destination is ever replaced, even
 // when two processes race to move different files to one name.
+#include "Marvane/application/HostSession.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "host/FileServices.h"
 
 #include "FileBytes.h"
@@ -79,6 +81,28 @@ TEST_F(ShareMoveTest, AFolderIsNeverMovedOverAFolderThatHoldsAnything) {
     fs::create_directories(mount / "Empty");
     EXPECT_EQ(host::RenameNoReplace(mount / "Day1", mount / "Empty"), EEXIST);
     EXPECT_TRUE(fs::exists(exported / "Day1" / "a.mov"));
+}
+
+TEST_F(ShareMoveTest, LockingAndReleasingThroughTheShareLeavesNothingBehind) {
+    host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
+    host::HostSession::Instance().userOverride.reset();
+    const std::string project = (mount / "Scene 12.mvproj").string();
+    std::ofstream(project) << R"({"formatVersion": 1, "name": "Scene 12"})";
+    for (int round = 0; round < 60; ++round) {
+        const auto lock = host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1");
+        ASSERT_TRUE(lock && lock->IsOwnedByCaller()) << "round " << round;
+        // Read as the panel does, then released as closing the project does.
+        ASSERT_NE(host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1"), nullptr);
+        ASSERT_TRUE(host::RemoveOwnLockFile(project)) << "round " << round;
+    }
+    share.Stop(); // every pending close reaches the server
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(exported)) {
+        if (entry.path().filename() != "Scene 12.mvproj") {
+            left.push_back(entry.path().filename().string());
+        }
+    }
+    EXPECT_TRUE(left.empty()) << left.size() << " left, the first: " << left.front();
 }
 
 struct RaceBoard {

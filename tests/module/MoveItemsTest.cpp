@@ -95,6 +95,27 @@ TEST_F(MoveItemsTest, OurOwnLockDoesNotStopAMove) {
     EXPECT_TRUE(CanMoveItems(Ws({scene, edit})));
 }
 
+TEST_F(MoveItemsTest, NamesThatAreNotUtf8AreCheckedAndMovedByTheirOwnBytes) {
+    // Written on a machine whose names are Latin-1: "Scène 7" with a single byte for the è.
+    const fs::path latin1 = edit / "Sc\xE8ne 7.mvproj";
+    testsupport::WriteProject(latin1);
+    LockAs(latin1, "Ben Okafor");
+    // Ben's lock is found beside the very file, so the project and its folder stay put.
+    EXPECT_FALSE(CanMoveItems(Ws({latin1})));
+    EXPECT_FALSE(CanMoveItems(Ws({edit})));
+    fs::remove(latin1.string() + ".lock");
+    const fs::path folder = edit / "D\xED" "a 2";
+    Write(folder / "take.txt", "take");
+    ASSERT_TRUE(CanMoveItems(Ws({latin1, folder})));
+    MoveToTrash(Ws({latin1, folder}), false, true);
+    EXPECT_TRUE(fs::exists(Trash() / "Sc\xE8ne 7.mvproj"));
+    EXPECT_EQ(testsupport::ReadBytes(Trash() / "D\xED" "a 2" / "take.txt"), "take");
+    EXPECT_FALSE(fs::exists(latin1));
+    EXPECT_FALSE(fs::exists(folder));
+    EXPECT_FALSE(fs::exists(latin1.string() + ".lock"));
+    EXPECT_EQ(responder->GetRequests().size(), 0u);
+}
+
 TEST_F(MoveItemsTest, MoveToTrashKeepsBothWhenNamesCollide) {
     Write(Trash() / "notes.txt", "older notes");
     testsupport::WriteProject(Trash() / "Scene 12.mvproj", {"Old cut"});
