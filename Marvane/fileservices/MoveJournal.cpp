@@ -55,6 +55,29 @@ bool WriterIsGone(const nlohmann::json& record) {
     return ticks == 0 || ticks != record.value("processStartTicks", 0LL);
 }
 
+// A private name ".mv-<purpose>.<host>.<pid>.<n>.<random>" made by a process of this machine
+// that is not running.
+bool NamedByAGoneProcess(const fs::path& path) {
+    const std::string name = path.filename().string();
+    const std::size_t random = name.rfind('.');
+    const std::size_t counter = random == std::string::npos || random == 0
+                                    ? std::string::npos
+                                    : name.rfind('.', random - 1);
+    const std::size_t pid = counter == std::string::npos || counter == 0
+                                ? std::string::npos
+                                : name.rfind('.', counter - 1);
+    const std::size_t purpose = name.find('.', 1);
+    if (pid == std::string::npos || purpose == std::string::npos || purpose >= pid ||
+        name.substr(purpose + 1, pid - purpose - 1) != ThisHostName()) {
+        return false;
+    }
+    try {
+        return ProcessStartTicks(std::stoll(name.substr(pid + 1, counter - pid - 1))) == 0;
+    } catch (...) {
+        return false;
+    }
+}
+
 } // namespace
 
 void SetMoveJournalFolder(const fs::path& folder) {
@@ -102,7 +125,14 @@ std::size_t FinishInterruptedMoves() {
     }
     for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
         const auto record = ReadJsonFile(it->path());
-        if (!record.is_object() || !WriterIsGone(record)) {
+        if (!record.is_object()) {
+            // A record its writer was killed while writing: nothing was done yet.
+            if (NamedByAGoneProcess(it->path())) {
+                ::unlink(it->path().c_str());
+            }
+            continue;
+        }
+        if (!WriterIsGone(record)) {
             continue;
         }
         const fs::path copy = record.value("copy", std::string());

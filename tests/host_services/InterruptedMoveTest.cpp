@@ -1,6 +1,7 @@
 // A move across file systems killed with -9 at random moments: every file still exists whole
 // under its real name at least once, nothing partial ever carries a real name, and the next
 // start tidies up what the killed move left under private names.
+#include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/MoveJournal.h"
 #include "host/FileServices.h"
@@ -190,6 +191,26 @@ TEST_F(InterruptedMoveTest, AMoveKilledAtAnyMomentLeavesEveryFileWholeUnderItsRe
     }
     // The kills did land in the middle of moves.
     EXPECT_GT(killedBeforeTheEnd, 0);
+}
+
+TEST_F(InterruptedMoveTest, ARecordCutShortByAKillIsTidiedUpAndALiveOneIsLeft) {
+    fs::create_directories(journal);
+    const pid_t gone = fork();
+    if (gone == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
+    // What a kill in the middle of writing a record leaves: part of it, under a private name
+    // that names its writer.
+    const std::string host = host::ThisHostName();
+    const fs::path cutShort = journal / (".mv-write." + host + "." + std::to_string(gone) + ".0.7");
+    std::ofstream(cutShort) << R"({"hostName": ")";
+    const fs::path ours =
+        journal / (".mv-write." + host + "." + std::to_string(::getpid()) + ".0.7");
+    std::ofstream(ours) << R"({"hostName": ")";
+    EXPECT_EQ(host::FinishInterruptedMoves(), 0u);
+    EXPECT_FALSE(fs::exists(cutShort));
+    EXPECT_TRUE(fs::exists(ours)); // still being written by a process that runs
 }
 
 } // namespace
