@@ -104,12 +104,17 @@ TEST_F(MoveItemsTest, NamesThatAreNotUtf8AreCheckedAndMovedByTheirOwnBytes) {
     EXPECT_FALSE(CanMoveItems(Ws({latin1})));
     EXPECT_FALSE(CanMoveItems(Ws({edit})));
     fs::remove(latin1.string() + ".lock");
-    const fs::path folder = edit / "D\xED" "a 2";
+    const fs::path folder = edit / "D\xED"
+                                   "a 2";
     Write(folder / "take.txt", "take");
     ASSERT_TRUE(CanMoveItems(Ws({latin1, folder})));
     MoveToTrash(Ws({latin1, folder}), false, true);
     EXPECT_TRUE(fs::exists(Trash() / "Sc\xE8ne 7.mvproj"));
-    EXPECT_EQ(testsupport::ReadBytes(Trash() / "D\xED" "a 2" / "take.txt"), "take");
+    EXPECT_EQ(testsupport::ReadBytes(Trash() /
+                                     "D\xED"
+                                     "a 2" /
+                                     "take.txt"),
+              "take");
     EXPECT_FALSE(fs::exists(latin1));
     EXPECT_FALSE(fs::exists(folder));
     EXPECT_FALSE(fs::exists(latin1.string() + ".lock"));
