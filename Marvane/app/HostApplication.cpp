@@ -188,6 +188,121 @@ void ShutDown(PluginLoader& loader) {
     loader.ReleaseModules();
 }
 
+// Runs that nobody watches (a screenshot) never wait for an answer.
+void AnswerDialogsWhenNobodyWatches(const CommandLineOptions& options) {
+    if (options.screenshot) {
+        SetDialogResponder(std::make_shared<ScriptedDialogResponder>());
+    }
+}
+
+// With --script, commands come from standard input; its end quits, keeping unsaved changes.
+std::unique_ptr<ScriptConsole> StartScriptConsole(const CommandLineOptions& options,
+                                                  MainWindow& window, std::ostream& err) {
+    if (!options.script) {
+        return nullptr;
+    }
+    return std::make_unique<ScriptConsole>(window, [&err] {
+        if (!DocumentManager::Instance().CloseAll()) {
+            CloseProjectsKeepingChanges(err);
+        }
+        QCoreApplication::exit(0);
+    });
+}
+
+// A termination signal notes itself in stopSignal and leaves the event loop.
+void StopOnTerminationSignals(int& stopSignal) {
+    InstallTerminationHandler([&stopSignal](int signalNumber) {
+        stopSignal = signalNumber;
+        QCoreApplication::exit(0);
+    });
+}
+
+// The panels that modules registered open in the default layout.
+void OpenDefaultLayout(MainWindow& window) {
+    for (const RegisteredWindow& registered : GetRegisteredWindows()) {
+        window.GetWorkspace().OpenTab(registered.handlerID);
+    }
+}
+
+// Tells a script driver that commands are taken from now on.
+void TellScriptReady(const CommandLineOptions& options) {
+    if (options.script) {
+        std::fputs("ready\n", stdout);
+        std::fflush(stdout);
+    }
+}
+
+// Shows the window, renders it to file a moment later and ends the run; exitCode becomes 1
+// when the file cannot be written.
+void TakeScreenshotSoon(MainWindow& window, const std::filesystem::path& file, int& exitCode,
+                        std::ostream& err) {
+    window.show();
+    QTimer::singleShot(400, &window, [&window, &exitCode, &err, file] {
+        for (const ByteString& title : window.GetWorkspace().ShownPanelTitles()) {
+            Trace("Host", 3, "Panel shown: \"" + title + "\"");
+        }
+        const QPixmap picture = window.grab();
+        if (!picture.save(QString::fromStdString(file.string()), "PNG")) {
+            err << "marvane: could not write the screenshot " << file << "\n";
+            exitCode = 1;
+        }
+        QCoreApplication::exit(exitCode);
+    });
+}
+
+// Runs until quit; a signal during start-up (while the recovery offer waited, say) stops
+// before the loop.
+int RunEventLoop(int stopSignal) {
+    return stopSignal == 0 ? QApplication::exec() : 0;
+}
+
+// After the loop: a run that ended without the window closing (a screenshot, a signal) still
+// leaves no lock behind and loses nothing; then panels drop their UI while their handlers and
+// the window are still there, and the modules are released.
+void StopKeepingChanges(MainWindow& window, PluginLoader& loader, int stopSignal,
+                        std::ostream& err) {
+    if (stopSignal != 0) {
+        Trace("Host", 2, "Stopping on signal " + std::to_string(stopSignal));
+    }
+    CloseProjectsKeepingChanges(err);
+    SetDialogResponder(nullptr);
+    window.GetWorkspace().Shutdown();
+    ShutDown(loader);
+}
+
+// The main window's run: start-up steps, the event loop, and the orderly stop.
+int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::ostream& err) {
+    int exitCode = 0;
+    MainWindow window;
+    AnswerDialogsWhenNobodyWatches(options);
+    const std::unique_ptr<ScriptConsole> console = StartScriptConsole(options, window, err);
+    int stopSignal = 0;
+    StopOnTerminationSignals(stopSignal);
+    if (!options.screenshot) {
+        window.show();
+    }
+    OpenDefaultLayout(window);
+    OpenStartProduction(options, err);
+    OpenStartProjects(options, window, err);
+    OfferRecoveredCopies(window);
+    TellScriptReady(options);
+    if (options.screenshot) {
+        TakeScreenshotSoon(window, *options.screenshot, exitCode, err);
+    }
+    const int loopResult = RunEventLoop(stopSignal);
+    if (exitCode == 0) {
+        exitCode = loopResult;
+    }
+    StopKeepingChanges(window, loader, stopSignal, err);
+    return exitCode;
+}
+
+void ReportProfile(std::ostream& err) {
+    if (ProfilerReportRequested()) {
+        err << ProfilerReport();
+    }
+}
+
 } // namespace
 
 void PrintCommandContexts(std::ostream& out) {
@@ -211,83 +326,13 @@ int RunHost(const CommandLineOptions& options, std::ostream& out, std::ostream& 
     DeclareHostCommands(ShortcutManager::Instance());
     PluginLoader loader;
     LoadModules(loader, options, err);
-
     if (options.listCommands) {
         PrintCommandContexts(out);
         ShutDown(loader);
         return 0;
     }
-
-    int exitCode = 0;
-    {
-        MainWindow window;
-        // Runs that nobody watches never wait for an answer.
-        if (options.screenshot) {
-            SetDialogResponder(std::make_shared<ScriptedDialogResponder>());
-        }
-        std::unique_ptr<ScriptConsole> console;
-        if (options.script) {
-            console = std::make_unique<ScriptConsole>(window, [&err] {
-                if (!DocumentManager::Instance().CloseAll()) {
-                    CloseProjectsKeepingChanges(err);
-                }
-                QCoreApplication::exit(0);
-            });
-        }
-        int stopSignal = 0;
-        InstallTerminationHandler([&stopSignal](int signalNumber) {
-            stopSignal = signalNumber;
-            QCoreApplication::exit(0);
-        });
-        if (!options.screenshot) {
-            window.show();
-        }
-        // The panels that modules registered open in the default layout.
-        for (const RegisteredWindow& registered : GetRegisteredWindows()) {
-            window.GetWorkspace().OpenTab(registered.handlerID);
-        }
-        OpenStartProduction(options, err);
-        OpenStartProjects(options, window, err);
-        OfferRecoveredCopies(window);
-        if (options.script) {
-            std::fputs("ready\n", stdout);
-            std::fflush(stdout);
-        }
-
-        if (options.screenshot) {
-            const std::filesystem::path file = *options.screenshot;
-            window.show();
-            QTimer::singleShot(400, &window, [&window, &exitCode, &err, file] {
-                for (const ByteString& title : window.GetWorkspace().ShownPanelTitles()) {
-                    Trace("Host", 3, "Panel shown: \"" + title + "\"");
-                }
-                const QPixmap picture = window.grab();
-                if (!picture.save(QString::fromStdString(file.string()), "PNG")) {
-                    err << "marvane: could not write the screenshot " << file << "\n";
-                    exitCode = 1;
-                }
-                QCoreApplication::exit(exitCode);
-            });
-        }
-        // A signal during start-up (while the recovery offer waited, say) stops here.
-        const int loopResult = stopSignal == 0 ? QApplication::exec() : 0;
-        if (exitCode == 0) {
-            exitCode = loopResult;
-        }
-        if (stopSignal != 0) {
-            Trace("Host", 2, "Stopping on signal " + std::to_string(stopSignal));
-        }
-        // A run that ended without the window closing (a screenshot) still leaves no lock
-        // behind and loses nothing.
-        CloseProjectsKeepingChanges(err);
-        SetDialogResponder(nullptr);
-        // Panels drop their UI while their handlers and the window are still there.
-        window.GetWorkspace().Shutdown();
-        ShutDown(loader);
-    }
-    if (ProfilerReportRequested()) {
-        err << ProfilerReport();
-    }
+    const int exitCode = RunMainWindow(options, loader, err);
+    ReportProfile(err);
     return exitCode;
 }
 

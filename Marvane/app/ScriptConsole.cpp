@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 #include <sstream>
 #include <unistd.h>
 
@@ -37,7 +38,164 @@ std::string Join(const std::vector<std::string>& items, char separator) {
     return text;
 }
 
+// How many fields a command line has, the command's name included.
+struct FieldCount {
+    std::size_t least;
+    std::size_t most;
+};
+constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+constexpr FieldCount Exactly(std::size_t count) {
+    return {count, count};
+}
+constexpr FieldCount AtLeast(std::size_t count) {
+    return {count, kNoLimit};
+}
+constexpr FieldCount kAnyCount = AtLeast(1);
+
+// Commands that run without a project, and commands that run on the open project named by
+// their second field.
+constexpr bool kNoProject = false;
+constexpr bool kOnProject = true;
+
+// "ok read-only=0|1 out-of-date=0|1 modified=0|1 holder=NAME sequences=A|B"
+std::string StatusLine(const OpenProject& project) {
+    const std::string holder = project.CurrentLockHolder();
+    return "ok read-only=" + std::to_string(project.IsReadOnly()) +
+           " out-of-date=" + std::to_string(project.IsOutOfDate()) +
+           " modified=" + std::to_string(project.IsModified()) + " holder=" + holder +
+           " sequences=" + Join(project.Content().sequences, '|');
+}
+
+// What a script does to move items to the production trash: the panel decides.
+std::string MoveToTrash(const std::vector<std::string>& fields) {
+    const TryToMoveToTrashFn tryToMove = GetTryToMoveToTandrelTrashFn();
+    if (!tryToMove) {
+        return "error no production panel";
+    }
+    std::vector<WideString> paths;
+    for (std::size_t index = 1; index < fields.size(); ++index) {
+        paths.push_back(ToUTF16(fields[index]));
+    }
+    return tryToMove(paths, false, true) ? "ok allowed" : "ok refused";
+}
+
+std::string OpenProjectFile(MainWindow& window, const std::string& path, OpenMode mode) {
+    const OpenResult result = DocumentManager::Instance().Open(path, mode);
+    window.SyncProjectTabs();
+    return result.project ? "ok" : "error " + result.error;
+}
+
+std::string OkOrError(bool done, const std::string& error) {
+    return done ? "ok" : "error " + error;
+}
+
 } // namespace
+
+struct ScriptConsole::Command {
+    using Fields = std::vector<std::string>;
+    const char* name;
+    FieldCount fields;
+    bool onProject;
+    // project: the open project the second field names, for commands on a project; else null.
+    std::string (*run)(ScriptConsole& console, const Fields& fields, const OpenProjectPtr& project);
+};
+
+const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
+    using Fields = Command::Fields;
+    using Project = OpenProjectPtr;
+    static const std::vector<Command> commands{
+        {"open", Exactly(2), kNoProject,
+         [](ScriptConsole& console, const Fields& fields, const Project&) {
+             return OpenProjectFile(console.mWindow, fields[1], OpenMode::Normal);
+         }},
+        {"open-read-only", Exactly(2), kNoProject,
+         [](ScriptConsole& console, const Fields& fields, const Project&) {
+             return OpenProjectFile(console.mWindow, fields[1], OpenMode::ReadOnly);
+         }},
+        {"answer", Exactly(2), kNoProject,
+         [](ScriptConsole& console, const Fields& fields, const Project&) {
+             console.mResponder->AddAnswer(std::stoi(fields[1]));
+             return std::string("ok");
+         }},
+        {"text", Exactly(2), kNoProject,
+         [](ScriptConsole& console, const Fields& fields, const Project&) {
+             console.mResponder->AddText(fields[1]);
+             return std::string("ok");
+         }},
+        {"dialogs", kAnyCount, kNoProject,
+         [](ScriptConsole& console, const Fields&, const Project&) {
+             const auto& requests = console.mResponder->GetRequests();
+             return "ok count=" + std::to_string(requests.size()) +
+                    " last=" + (requests.empty() ? std::string() : requests.back().title);
+         }},
+        {"panels", kAnyCount, kNoProject,
+         [](ScriptConsole& console, const Fields&, const Project&) {
+             return "ok " + Join(console.mWindow.GetWorkspace().ShownPanelTitles(), '|');
+         }},
+        {"recovered", kAnyCount, kNoProject,
+         [](ScriptConsole&, const Fields&, const Project&) {
+             return "ok count=" +
+                    std::to_string(
+                        FindRecoveredCopies(HostSession::Instance().dataDirectory).size());
+         }},
+        {"move-to-trash", AtLeast(2), kNoProject,
+         [](ScriptConsole&, const Fields& fields, const Project&) { return MoveToTrash(fields); }},
+        {"quit", kAnyCount, kNoProject,
+         [](ScriptConsole& console, const Fields&, const Project&) {
+             console.mQuitting = true;
+             console.mQuit();
+             return std::string("ok");
+         }},
+        {"status", kAnyCount, kOnProject,
+         [](ScriptConsole&, const Fields&, const Project& project) {
+             return StatusLine(*project);
+         }},
+        {"add-sequence", Exactly(3), kOnProject,
+         [](ScriptConsole&, const Fields& fields, const Project& project) {
+             if (project->IsReadOnly()) {
+                 return std::string("error read-only");
+             }
+             ProjectContent content = project->Content();
+             content.sequences.push_back(fields[2]);
+             project->EditContent(content);
+             return std::string("ok");
+         }},
+        {"save", kAnyCount, kOnProject,
+         [](ScriptConsole&, const Fields&, const Project& project) {
+             std::string error;
+             const bool saved = DocumentManager::Instance().Save(project, error);
+             return OkOrError(saved, error);
+         }},
+        {"reload", kAnyCount, kOnProject,
+         [](ScriptConsole&, const Fields&, const Project& project) {
+             std::string error;
+             const bool reloaded = DocumentManager::Instance().Reload(project, error);
+             return OkOrError(reloaded, error);
+         }},
+        {"read-only", Exactly(3), kOnProject,
+         [](ScriptConsole&, const Fields& fields, const Project& project) {
+             const ReadOnlyResult result =
+                 DocumentManager::Instance().SetReadOnly(project, fields[2] == "1");
+             return result.error.empty() ? "ok reload=" + std::to_string(result.needsReload)
+                                         : "error " + result.error;
+         }},
+        {"close", kAnyCount, kOnProject,
+         [](ScriptConsole&, const Fields&, const Project& project) {
+             return OkOrError(DocumentManager::Instance().Close({project}), "cancelled");
+         }},
+    };
+    return commands;
+}
+
+const ScriptConsole::Command* ScriptConsole::FindCommand(const std::vector<std::string>& fields) {
+    for (const Command& command : Commands()) {
+        if (fields[0] == command.name && fields.size() >= command.fields.least &&
+            fields.size() <= command.fields.most) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
 
 ScriptConsole::ScriptConsole(MainWindow& window, std::function<void()> quit)
     : mWindow(window), mQuit(std::move(quit)),
@@ -87,90 +245,20 @@ std::string ScriptConsole::Execute(const std::string& line) {
     if (fields.empty()) {
         return "error empty command";
     }
-    const std::string& command = fields[0];
-    auto& documents = DocumentManager::Instance();
-    const auto project = [&]() -> OpenProjectPtr {
-        return fields.size() > 1 ? documents.Find(fields[1]) : nullptr;
-    };
-    if ((command == "open" || command == "open-read-only") && fields.size() == 2) {
-        const OpenResult result =
-            documents.Open(fields[1], command == "open" ? OpenMode::Normal : OpenMode::ReadOnly);
-        mWindow.SyncProjectTabs();
-        return result.project ? "ok" : "error " + result.error;
+    const Command* command = FindCommand(fields);
+    if (command != nullptr && !command->onProject) {
+        return command->run(*this, fields, nullptr);
     }
-    if (command == "answer" && fields.size() == 2) {
-        mResponder->AddAnswer(std::stoi(fields[1]));
-        return "ok";
-    }
-    if (command == "text" && fields.size() == 2) {
-        mResponder->AddText(fields[1]);
-        return "ok";
-    }
-    if (command == "dialogs") {
-        const auto& requests = mResponder->GetRequests();
-        return "ok count=" + std::to_string(requests.size()) +
-               " last=" + (requests.empty() ? std::string() : requests.back().title);
-    }
-    if (command == "panels") {
-        return "ok " + Join(mWindow.GetWorkspace().ShownPanelTitles(), '|');
-    }
-    if (command == "recovered") {
-        return "ok count=" +
-               std::to_string(FindRecoveredCopies(HostSession::Instance().dataDirectory).size());
-    }
-    if (command == "move-to-trash" && fields.size() >= 2) {
-        // What a script does to move items to the production trash: the panel decides.
-        const TryToMoveToTrashFn tryToMove = GetTryToMoveToTandrelTrashFn();
-        if (!tryToMove) {
-            return "error no production panel";
-        }
-        std::vector<WideString> paths;
-        for (std::size_t index = 1; index < fields.size(); ++index) {
-            paths.push_back(ToUTF16(fields[index]));
-        }
-        return tryToMove(paths, false, true) ? "ok allowed" : "ok refused";
-    }
-    if (command == "quit") {
-        mQuitting = true;
-        mQuit();
-        return "ok";
-    }
-    const OpenProjectPtr target = project();
-    if (!target) {
+    // Every other line names an open project in its second field.
+    const OpenProjectPtr project =
+        fields.size() > 1 ? DocumentManager::Instance().Find(fields[1]) : nullptr;
+    if (!project) {
         return "error no open project " + (fields.size() > 1 ? fields[1] : std::string());
     }
-    std::string error;
-    if (command == "status") {
-        const std::string holder = target->CurrentLockHolder();
-        return "ok read-only=" + std::to_string(target->IsReadOnly()) +
-               " out-of-date=" + std::to_string(target->IsOutOfDate()) +
-               " modified=" + std::to_string(target->IsModified()) + " holder=" + holder +
-               " sequences=" + Join(target->Content().sequences, '|');
+    if (command == nullptr) {
+        return "error unknown command " + fields[0];
     }
-    if (command == "add-sequence" && fields.size() == 3) {
-        if (target->IsReadOnly()) {
-            return "error read-only";
-        }
-        ProjectContent content = target->Content();
-        content.sequences.push_back(fields[2]);
-        target->EditContent(content);
-        return "ok";
-    }
-    if (command == "save") {
-        return documents.Save(target, error) ? "ok" : "error " + error;
-    }
-    if (command == "reload") {
-        return documents.Reload(target, error) ? "ok" : "error " + error;
-    }
-    if (command == "read-only" && fields.size() == 3) {
-        const ReadOnlyResult result = documents.SetReadOnly(target, fields[2] == "1");
-        return result.error.empty() ? "ok reload=" + std::to_string(result.needsReload)
-                                    : "error " + result.error;
-    }
-    if (command == "close") {
-        return documents.Close({target}) ? "ok" : "error cancelled";
-    }
-    return "error unknown command " + command;
+    return command->run(*this, fields, project);
 }
 
 } // namespace host

@@ -29,6 +29,12 @@ public:
     std::string Execute(const std::string& line);
 
 private:
+    // One command of the table: its name, how many fields it takes, and what runs it.
+    struct Command;
+    static const std::vector<Command>& Commands();
+    // The command of the table that line's fields name with the fields it takes; else null.
+    static const Command* FindCommand(const std::vector<std::string>& fields);
+
     void ReadInput();
 
     MainWindow& mWindow;

@@ -1,9 +1,10 @@
 #include "Marvane/documents/DocumentManager.h"
-#include "Marvane/application/ProjectSideData.h"
+#include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/LockingIdentity.h"
+#include "Marvane/projectbackend/OpenProjectsAccess.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
-#include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
@@ -61,12 +62,10 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
 // Another copy of the host of this very locking identity, here or on another machine, may
 // have the project open for writing. (Another identity's lock is simply theirs.)
 bool HeldByAnotherCopyHere(const fs::path& project) {
-    ByteString name;
-    ByteString second;
-    GetProjectLockingPrefs(name, second);
+    const LockingIdentity ours = CurrentLockingIdentity();
     LockFileContent existing;
     return ReadLockFile(LockFilePathFor(project), existing) == LockFileState::Valid &&
-           existing.lockingName == name && existing.secondLockingString == second &&
+           existing.lockingName == ours.name && existing.secondLockingString == ours.second &&
            MayBeHeldByAnotherProcess(existing);
 }
 
@@ -110,9 +109,10 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     }
     // The lock comes first and the content after it, so that nobody can save a newer version
     // between our read and our lock.
-    ByteString name;
-    ByteString second;
-    const bool locking = GetProjectLockingPrefs(name, second);
+    const LockingIdentity ours = CurrentLockingIdentity();
+    const bool locking = ours.enabled;
+    const ByteString& name = ours.name;
+    const ByteString& second = ours.second;
     ProjectLockFilePtr lock;
     std::string lockFailure;
     if (mode == OpenMode::Normal && locking && !HeldByAnotherCopyHere(path)) {
@@ -253,9 +253,9 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
         Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
         return result;
     }
-    ByteString name;
-    ByteString second;
-    if (GetProjectLockingPrefs(name, second)) {
+    if (const LockingIdentity ours = CurrentLockingIdentity(); ours.enabled) {
+        const ByteString& name = ours.name;
+        const ByteString& second = ours.second;
         if (HeldByAnotherCopyHere(project->Path())) {
             result.error = "\"" + project->Content().name +
                            "\" is open for writing in another copy of Marvane.";
@@ -330,45 +330,44 @@ OpenProjectPtr DocumentManager::Find(const fs::path& projectPath) const {
     return nullptr;
 }
 
-// What modules see of the open projects.
+namespace {
 
-ProjectPtr FindOpenProject(const ByteString& projectPath) {
-    return DocumentManager::Instance().Find(projectPath);
-}
-
-std::vector<ProjectPtr> GetOpenProjectList() {
-    const auto& all = DocumentManager::Instance().GetAll();
-    return {all.begin(), all.end()};
-}
-
-bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAsking,
-                   bool offerApplyToAll) {
-    std::vector<OpenProjectPtr> open;
-    for (const ProjectPtr& project : projects) {
-        if (auto known = std::dynamic_pointer_cast<OpenProject>(project)) {
-            open.push_back(std::move(known));
-        }
-    }
-    return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
-}
-
-bool OpenProjectInHost(const ByteString& projectPath, int mode) {
-    const OpenResult result = DocumentManager::Instance().Open(
-        projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal);
-    if (!result.project) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), result.error,
-                       {}, 3, 0);
-        return false;
-    }
+// What modules see of the open projects, handed to the project back end while the library
+// loads.
+bool InstallOpenProjectsAccess() {
+    SetOpenProjectsAccess(OpenProjectsAccess{
+        [](const ByteString& projectPath) -> ProjectPtr {
+            return DocumentManager::Instance().Find(projectPath);
+        },
+        [] {
+            const auto& all = DocumentManager::Instance().GetAll();
+            return std::vector<ProjectPtr>(all.begin(), all.end());
+        },
+        [](const std::vector<ProjectPtr>& projects, bool saveWithoutAsking, bool offerApplyToAll) {
+            std::vector<OpenProjectPtr> open;
+            for (const ProjectPtr& project : projects) {
+                if (auto known = std::dynamic_pointer_cast<OpenProject>(project)) {
+                    open.push_back(std::move(known));
+                }
+            }
+            return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
+        },
+        [](const ByteString& projectPath, int mode) {
+            const OpenResult result = DocumentManager::Instance().Open(
+                projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal);
+            if (!result.project) {
+                ShowMessageBox(Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"),
+                               result.error, {}, 3, 0);
+                return false;
+            }
+            return true;
+        },
+    });
     return true;
 }
 
-bool GetIsReadOnly(const ProjectPtr& project) {
-    return project && project->IsReadOnly();
-}
+[[maybe_unused]] const bool gOpenProjectsAccessInstalled = InstallOpenProjectsAccess();
 
-bool IsProjectOutOfDate(const ProjectPtr& project) {
-    return project && project->IsOutOfDate();
-}
+} // namespace
 
 } // namespace host

@@ -1,7 +1,7 @@
 #include "Marvane/documents/OpenProject.h"
 
 #include "Marvane/projectbackend/LockFiles.h"
-#include "host/ApplicationLayer.h"
+#include "Marvane/projectbackend/LockingIdentity.h"
 
 namespace host {
 
@@ -30,9 +30,7 @@ void OpenProject::SetPath(const ByteString& newPath) {
     mPath = std::filesystem::path(newPath).lexically_normal();
     // The lock at the old path is not this project's any more; until a lock is attached at
     // the new path, a writable project must not be saved.
-    ByteString name;
-    ByteString second;
-    mLostLock = !mReadOnly && GetProjectLockingPrefs(name, second);
+    mLostLock = !mReadOnly && CurrentLockingIdentity().enabled;
     mHoldsLock = false;
 }
 
@@ -59,10 +57,8 @@ void OpenProject::EditContent(const ProjectContent& content) {
 }
 
 std::string OpenProject::CurrentLockHolder() const {
-    ByteString name;
-    ByteString second;
-    GetProjectLockingPrefs(name, second);
-    const ProjectLockFilePtr lock = ReadProjectLockFile(mPath.string(), name, second);
+    const LockingIdentity ours = CurrentLockingIdentity();
+    const ProjectLockFilePtr lock = ReadProjectLockFile(mPath.string(), ours.name, ours.second);
     return lock ? lock->GetOwnerName() : std::string();
 }
 

@@ -42,17 +42,6 @@ bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp) {
 
 } // namespace
 
-fs::path ProjectContentFile(const fs::path& projectPath) {
-    fs::path project = projectPath;
-    if (!project.has_filename()) {
-        project = project.parent_path();
-    }
-    if (project.extension() == kProjectFolderExtension) {
-        return project / kProjectFolderContentName;
-    }
-    return project;
-}
-
 bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, std::string& error,
                         FileStamp* stamp) {
     const fs::path file = ProjectContentFile(projectPath);

@@ -1,6 +1,8 @@
 #pragma once
 // What a project holds, as far as this host is concerned: bins and sequences by name.
 // A ".mvproj" file is UTF-8 JSON; a ".mvprojd" folder holds the same JSON in "project.json".
+#include "Marvane/projectbackend/ProjectFormats.h"
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -18,9 +20,6 @@ struct ProjectContent {
 
     bool operator==(const ProjectContent&) const = default;
 };
-
-// The file that holds a project's content: the project file, or project.json of a folder.
-std::filesystem::path ProjectContentFile(const std::filesystem::path& projectPath);
 
 struct FileStamp;
 

@@ -1,12 +1,14 @@
-#include "Marvane/application/HostSession.h"
+#include "Marvane/core/InstalledSource.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/HostFolders.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "host/FileServices.h"
 
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -67,9 +69,22 @@ WideString ToNormalizedPath(const WideString& path) {
     return ToUTF16(text);
 }
 
+namespace {
+
+InstalledSource<fs::path>& ProfileFolderSource() {
+    static InstalledSource<fs::path> source;
+    return source;
+}
+
+} // namespace
+
+void SetProfileFolderSource(std::function<fs::path()> source) {
+    ProfileFolderSource().Install(std::move(source));
+}
+
 WideString GetDirectory(std::string_view name) {
     if (name == "user.profile") {
-        std::string folder = HostSession::Instance().profileDirectory.string();
+        std::string folder = ProfileFolderSource().Get().string();
         if (folder.empty()) {
             return {};
         }

@@ -1,13 +1,12 @@
 // Copying and moving files and folders without ever writing over anything, and without
 // losing a file when something fails part-way.
+#include "Marvane/core/InstalledSource.h"
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/MoveJournal.h"
-#include "Marvane/projectbackend/LockFiles.h"
-#include "Marvane/projectbackend/ProjectFormats.h"
+#include "Marvane/fileservices/ProjectItemRules.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
-#include "host/ProjectBackEnd.h"
 
 #include <cerrno>
 #include <cstring>
@@ -35,25 +34,31 @@ bool SameBytes(const fs::path& a, const fs::path& b) {
            ReadWholeFile(ToUTF16(b.string()), second) && first == second;
 }
 
-// Every file of the copy has its original's size, and project files the same bytes.
-bool CopyMatches(const fs::path& from, const fs::path& to) {
+InstalledSource<ProjectItemRules>& Rules() {
+    static InstalledSource<ProjectItemRules> rules;
+    return rules;
+}
+
+// Every file of the copy has its original's size, and the content of projects the same bytes.
+bool CopyMatches(const fs::path& from, const fs::path& to, const ProjectItemRules& rules) {
     struct stat a {};
     struct stat b {};
     if (::lstat(from.c_str(), &a) != 0 || ::lstat(to.c_str(), &b) != 0 ||
         (a.st_mode & S_IFMT) != (b.st_mode & S_IFMT)) {
         return false;
     }
+    const bool project = rules.isProject && rules.isProject(from.string());
     if (S_ISREG(a.st_mode)) {
         if (a.st_size != b.st_size) {
             return false;
         }
-        return !IsMarvaneProjectFile(from.string()) || SameBytes(from, to);
+        return !project || SameBytes(from, to);
     }
     if (S_ISDIR(a.st_mode)) {
         std::error_code error;
         for (fs::directory_iterator it(from, error), end; !error && it != end;
              it.increment(error)) {
-            if (!CopyMatches(it->path(), to / it->path().filename())) {
+            if (!CopyMatches(it->path(), to / it->path().filename(), rules)) {
                 return false;
             }
         }
@@ -61,22 +66,38 @@ bool CopyMatches(const fs::path& from, const fs::path& to) {
             return false;
         }
         // Folder projects: their content file is compared byte for byte.
-        if (IsMarvaneProjectFile(from.string())) {
-            return SameBytes(from / kProjectFolderContentName, to / kProjectFolderContentName);
+        if (project && rules.contentFile) {
+            return SameBytes(rules.contentFile(from), rules.contentFile(to));
         }
     }
     return true;
 }
 
-// After a project moved: a lock of ours left at its old place, by this process or by one of
-// ours that crashed, names a project that is not there any more and would only keep others
-// from moving the folder.
+// After a project moved, what belongs to its old place follows (its lock there goes).
 int Moved(const fs::path& from) {
-    if (IsMarvaneProjectFile(from.string())) {
-        RemoveOwnLockFile(from, true);
+    const ProjectItemRules rules = Rules().Get();
+    if (rules.isProject && rules.isProject(from.string()) && rules.moved) {
+        rules.moved(from);
     }
     return 0;
 }
+
+} // namespace
+
+void SetProjectItemRules(ProjectItemRules rules) {
+    Rules().Install([rules = std::move(rules)] { return rules; });
+}
+
+ProjectItemRules CurrentProjectItemRules() {
+    return Rules().Get();
+}
+
+bool IsProjectItem(const std::string& utf8Path) {
+    const ProjectItemRules rules = Rules().Get();
+    return rules.isProject && rules.isProject(utf8Path);
+}
+
+namespace {
 
 // Copies from into a new private name beside to, then renames the complete copy into place, so
 // that nothing partial ever carries a real name, even when the process is killed half-way.
@@ -91,7 +112,7 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
         RemoveMade(made);
         throw;
     }
-    if (verify && !CopyMatches(from, copy)) {
+    if (verify && !CopyMatches(from, copy, Rules().Get())) {
         RemoveMade(made);
         throw FileException("The copy of " + from.string() + " does not match it", EIO);
     }
@@ -178,7 +199,7 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
     // Files and project folders keep their extension at the end; other folders are numbered
     // at the end of their whole name.
     std::size_t dot = name.rfind(u'.');
-    const bool plainFolder = DirectoryExists(clean) && !IsMarvaneProjectFile(ToUTF8(clean));
+    const bool plainFolder = DirectoryExists(clean) && !IsProjectItem(ToUTF8(clean));
     if (dot == WideString::npos || dot == 0 || plainFolder) {
         dot = name.size();
     }

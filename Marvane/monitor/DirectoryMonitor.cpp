@@ -1,10 +1,11 @@
 // Watching folders: inotify for local folders, polling for network file systems and for the
 // folders left over when the system has no watches to give.
+#include "Marvane/core/InstalledSource.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 
 #include "host/AsyncCalls.h"
 
-#include "Marvane/application/HostSession.h"
+#include "Marvane/monitor/PollingSettings.h"
 #include "host/DebugTrace.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
@@ -14,6 +15,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
+#include <functional>
+#include <mutex>
 #include <string>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -223,7 +226,7 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
         QObject::connect(mPollTimer.get(), &QTimer::timeout, [this] { Poll(); });
     }
     if (!mPollTimer->isActive()) {
-        mPollTimer->start(std::max(50, HostSession::Instance().preferences.pollIntervalMs));
+        mPollTimer->start(std::max(50, CurrentPollingSettings().pollIntervalMs));
     }
 }
 
@@ -407,8 +410,25 @@ void DirectoryMonitor::DeliverChanges() {
     }
 }
 
+namespace {
+
+InstalledSource<PollingSettings>& PollingSource() {
+    static InstalledSource<PollingSettings> source;
+    return source;
+}
+
+} // namespace
+
+void SetPollingSettingsSource(std::function<PollingSettings()> source) {
+    PollingSource().Install(std::move(source));
+}
+
+PollingSettings CurrentPollingSettings() {
+    return PollingSource().Get();
+}
+
 bool DoesPathRequirePolling(const WideString& path) {
-    if (HostSession::Instance().preferences.forcePolling) {
+    if (CurrentPollingSettings().forcePolling) {
         return true;
     }
     // The nearest part of the path that exists decides.

@@ -1,10 +1,10 @@
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/LockingIdentity.h"
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFileText.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
-#include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
 
 #include <atomic>
@@ -253,10 +253,8 @@ bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
     const LockHolder holder = JudgeLockHolder(content);
     bool removable = holder == LockHolder::ThisProcess;
     if (alsoAbandoned && holder == LockHolder::GoneHere) {
-        ByteString name;
-        ByteString second;
-        GetProjectLockingPrefs(name, second);
-        removable = content.lockingName == name && content.secondLockingString == second;
+        const LockingIdentity ours = CurrentLockingIdentity();
+        removable = content.lockingName == ours.name && content.secondLockingString == ours.second;
     }
     if (!removable) {
         return false;
@@ -280,8 +278,8 @@ bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
     return false;
 }
 
-ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const ByteString& name,
-                                       const ByteString& second) {
+ProjectLockFilePtr ReadLockFor(const ByteString& projectPath, const ByteString& name,
+                               const ByteString& second) {
     LockFileContent content;
     const LockFileState state = ReadLockFile(LockFilePathFor(projectPath), content);
     if (state == LockFileState::Missing) {
@@ -290,8 +288,8 @@ ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const Byte
     return LockFor(state, content, name, second);
 }
 
-ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const ByteString& name,
-                                         const ByteString& second) {
+ProjectLockFilePtr CreateLockFor(const ByteString& projectPath, const ByteString& name,
+                                 const ByteString& second) {
     gLockCreationError.clear();
     if (name.empty()) {
         return nullptr; // a lock must name its holder
@@ -321,11 +319,8 @@ ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const By
     return nullptr;
 }
 
-bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recursive,
-                                        bool othersOnly) {
-    ByteString name;
-    ByteString second;
-    GetProjectLockingPrefs(name, second);
+bool FolderHoldsLockedProjects(const ByteString& folderPath, bool recursive, bool othersOnly) {
+    const LockingIdentity ours = CurrentLockingIdentity();
     const auto isLocked = [&](const fs::directory_entry& entry) {
         if (!IsProjectLockFileName(entry.path().filename().string())) {
             return false;
@@ -340,7 +335,7 @@ bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recur
         if (!othersOnly || state == LockFileState::Unreadable) {
             return true;
         }
-        return content.lockingName != name || content.secondLockingString != second;
+        return content.lockingName != ours.name || content.secondLockingString != ours.second;
     };
     // Files hold no projects; a folder that cannot be looked through might: say so.
     std::error_code error;

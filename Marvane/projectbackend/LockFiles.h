@@ -74,6 +74,14 @@ TakeOverResult TakeOverOwnLockFile(const std::filesystem::path& projectPath);
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.
 bool RemoveOwnLockFile(const std::filesystem::path& projectPath, bool alsoAbandoned = false);
 
+// The project back end's lock operations (host/ProjectBackEnd.h hands them to modules as
+// ReadProjectLockFile, CreateProjectLockFile and DoesDirectoryContainLockedProjects).
+ProjectLockFilePtr ReadLockFor(const ByteString& projectPath, const ByteString& name,
+                               const ByteString& second);
+ProjectLockFilePtr CreateLockFor(const ByteString& projectPath, const ByteString& name,
+                                 const ByteString& second);
+bool FolderHoldsLockedProjects(const ByteString& folderPath, bool recursive, bool othersOnly);
+
 // Why the last CreateProjectLockFile on this thread wrote nothing ("<path>: <reason>"), or
 // empty when it did not fail for want of writing.
 std::string LockCreationError();

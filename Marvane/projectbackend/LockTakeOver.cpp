@@ -16,7 +16,7 @@
 // lock that is live is never taken, and exactly one process succeeds.
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
-#include "host/ApplicationLayer.h"
+#include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/DebugTrace.h"
 
 #include <cstdint>
@@ -134,14 +134,12 @@ TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& ju
 } // namespace
 
 TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
-    ByteString name;
-    ByteString second;
-    GetProjectLockingPrefs(name, second);
+    const LockingIdentity identity = CurrentLockingIdentity();
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
     std::string judged;
     if (ReadLockFile(lockPath, content, judged) != LockFileState::Valid ||
-        content.lockingName != name || content.secondLockingString != second) {
+        content.lockingName != identity.name || content.secondLockingString != identity.second) {
         return TakeOverResult::NotAbandoned;
     }
     switch (JudgeLockHolder(content)) {
@@ -153,7 +151,7 @@ TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
     case LockHolder::GoneHere:
         break;
     }
-    const std::string ours = SerialiseLockFile(MakeLockFileContent(name, second));
+    const std::string ours = SerialiseLockFile(MakeLockFileContent(identity.name, identity.second));
     int generation = 0;
     switch (ClaimJudgedLock(lockPath, judged, ours, generation)) {
     case Claim::Claimed:

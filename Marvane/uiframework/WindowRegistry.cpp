@@ -1,11 +1,9 @@
 #include "Marvane/uiframework/WindowRegistry.h"
 
-#include "host/DataTransfer.h"
 #include "host/DebugTrace.h"
 
 #include <algorithm>
 #include <map>
-#include <set>
 
 namespace host {
 
@@ -24,11 +22,6 @@ std::map<std::uint32_t, WindowClass>& WindowClasses() {
 std::vector<RegisteredWindow>& Windows() {
     static std::vector<RegisteredWindow> windows;
     return windows;
-}
-
-std::set<ByteString>& CustomDataTypes() {
-    static std::set<ByteString> types;
-    return types;
 }
 
 } // namespace
@@ -60,14 +53,6 @@ void AddWindow(std::uint32_t windowTypeID, std::uint32_t windowID, const ByteStr
 
 const std::vector<RegisteredWindow>& GetRegisteredWindows() {
     return Windows();
-}
-
-void RegisterCustomDataType(const ByteString& typeName) {
-    CustomDataTypes().insert(typeName);
-}
-
-bool IsCustomDataTypeRegistered(const ByteString& typeName) {
-    return CustomDataTypes().count(typeName) != 0;
 }
 
 } // namespace host

@@ -1,6 +1,6 @@
 #include "utils/MoveItems.h"
 
-#include "Marvane/application/ProjectSideData.h"
+#include "Marvane/documents/ProjectSideData.h"
 #include "ProductionFixture.h"
 #include "utils/CopyFiles.h"
 #include "utils/MonitorTree.h"

@@ -7,6 +7,7 @@
 #include "Marvane/documents/ProjectContent.h"
 
 #include <filesystem>
+#include <functional>
 
 namespace host {
 
@@ -16,5 +17,12 @@ std::filesystem::path SearchIndexFileFor(const std::filesystem::path& projectPat
 // Brings the project's side data up to date after it was saved: its search index, and with
 // new masking its object-selection folder. Failures are traced; the project is saved anyway.
 void UpdateProjectSideData(const std::filesystem::path& projectPath, const ProjectContent& content);
+// Whether object-selection data is kept ("new masking"): the application installs the source
+// of this preference at start; without one it is not kept.
+void SetNewMaskingSource(std::function<bool()> source);
+// The search index follows its project to its new path (any index already there is replaced:
+// it was made from a project that is not there any more). Safe on any thread.
+void MoveSearchIndex(const std::filesystem::path& oldProjectPath,
+                     const std::filesystem::path& newProjectPath);
 
 } // namespace host

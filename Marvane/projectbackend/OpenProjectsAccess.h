@@ -1,0 +1,22 @@
+#pragma once
+// The open projects, as the project back end hands them to modules: kept by the documents
+// layer above, which installs this access while the library loads.
+#include "host/ProjectBackEnd.h"
+
+#include <functional>
+#include <vector>
+
+namespace host {
+
+struct OpenProjectsAccess {
+    std::function<ProjectPtr(const ByteString& projectPath)> find;
+    std::function<std::vector<ProjectPtr>()> all;
+    std::function<bool(const std::vector<ProjectPtr>& projects, bool saveWithoutAsking,
+                       bool offerApplyToAll)>
+        close;
+    std::function<bool(const ByteString& projectPath, int mode)> openInHost;
+};
+
+void SetOpenProjectsAccess(OpenProjectsAccess access);
+
+} // namespace host
