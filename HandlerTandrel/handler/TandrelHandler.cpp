@@ -46,7 +46,7 @@ std::shared_ptr<host::TabView> TandrelHandler::CreateTabView(host::Window* paren
     auto tabView = std::make_shared<TandrelTabView>();
     mTabView = tabView;
     tabView->PostSharedPtrInit();
-    tabView->Create(kMvProductionFolderHandlerID, title, parent, 1);
+    tabView->Create(kMvProductionFolderHandlerID, title, parent, host::kTabViewStandardPanel);
     return tabView;
 }
 

@@ -98,6 +98,8 @@ class UI_MultiColumnTree;
 class TabViewImpl;
 
 // A panel's content. Derived classes build their children in FinishCreateSelf.
+inline constexpr int kTabViewStandardPanel = 1;
+
 class TabView : public CommandHandler, public std::enable_shared_from_this<TabView> {
 public:
     TabView();
@@ -106,6 +108,7 @@ public:
     TabView& operator=(const TabView&) = delete;
 
     // Makes the host widget of the panel under parent and runs FinishCreateSelf.
+    // flags: kTabViewStandardPanel (the only kind of panel there is today).
     void Create(HandlerID handlerID, const ByteString& title, Window* parent, int flags);
     bool IsCreated() const;
     HandlerID GetHandlerID() const;
@@ -170,9 +173,19 @@ void AddWindowClass(std::uint32_t windowTypeID, HandlerID handlerID, int classTy
 void AddWindow(std::uint32_t windowTypeID, std::uint32_t windowID, const ByteString& title,
                std::uint32_t windowContextID);
 
+// The icon kinds of a message box.
+enum MessageBoxIcon : int {
+    kNoIcon = 0,
+    kInformationIcon = 1,
+    kWarningIcon = 2,
+    kCriticalIcon = 3,
+    kQuestionIcon = 4,
+    kNoticeIcon = 6,
+};
+
 // A modal message box parented to the main window. Returns the index of the chosen button,
 // or -1 when the box was closed otherwise. With no buttons the box has one "OK" button.
-// Icon kinds: 0 none, 1 information, 2 warning, 3 critical, 4 question, 6 notice.
+// iconKind is a MessageBoxIcon.
 int ShowMessageBox(const ByteString& title, const ByteString& text,
                    const std::vector<ByteString>& buttons, int iconKind, int defaultButton);
 

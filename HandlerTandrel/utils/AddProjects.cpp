@@ -29,8 +29,6 @@ constexpr std::string_view kConfirmCopyKey =
     "$$$/Marvane/Handlers/MvProductionFolder/AddProjectsDialog/Copy=Copy";
 constexpr std::string_view kConfirmCancelKey =
     "$$$/Marvane/Handlers/MvProductionFolder/AddProjectsDialog/Cancel=Cancel";
-constexpr int kNoticeIcon = 6;
-constexpr int kQuestionIcon = 4;
 
 } // namespace
 
@@ -52,7 +50,7 @@ void AddProjectsToProduction(const std::vector<host::WideString>& projectPaths,
         host::ShowMessageBox(
             host::Localize(kWithinTitleKey),
             host::Localize(projectPaths.size() == 1 ? kWithinMessageKey : kWithinMessagePluralKey),
-            {}, kNoticeIcon, 0);
+            {}, host::kNoticeIcon, 0);
         return;
     }
     if (!ConfirmAddProjects()) {
@@ -68,8 +66,8 @@ bool ConfirmAddProjects() {
     }
     return host::ShowMessageBox(
                host::Localize(kConfirmTitleKey), host::Localize(kConfirmMessageKey),
-               {host::Localize(kConfirmCopyKey), host::Localize(kConfirmCancelKey)}, kQuestionIcon,
-               0) == 0;
+               {host::Localize(kConfirmCopyKey), host::Localize(kConfirmCancelKey)},
+               host::kQuestionIcon, 0) == 0;
 }
 
 } // namespace HandlerTandrel::Utils

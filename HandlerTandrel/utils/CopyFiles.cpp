@@ -24,7 +24,8 @@ constexpr std::string_view kFileAlreadyExistsKey =
     "$$$/Marvane/Handlers/MvProductionFolder/FileAlreadyExists=File already exists";
 
 void ShowRefusal(std::string_view titleKey, std::string_view messageKey) {
-    host::ShowMessageBox(host::Localize(titleKey), host::Localize(messageKey), {}, 0, 0);
+    host::ShowMessageBox(host::Localize(titleKey), host::Localize(messageKey), {}, host::kNoIcon,
+                         0);
 }
 
 host::WideString Join(const host::WideString& folder, const host::WideString& name) {

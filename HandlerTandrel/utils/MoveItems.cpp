@@ -28,7 +28,6 @@ constexpr std::string_view kMoveErrorMessageKey =
     "$$$/Marvane/TR/MvProduction/MoveError/Message=The path @0 already exists. Please choose a "
     "different location.";
 constexpr std::string_view kMoveErrorOKKey = "$$$/Marvane/TR/MvProduction/MoveError/OKText=OK";
-constexpr int kWarningIcon = 2;
 constexpr auto kSettleTime = std::chrono::milliseconds(100);
 
 TraceSwitch gMoveFailureTrace("Tandrel", 8);
@@ -182,7 +181,7 @@ void ShowMoveError(const host::WideString& path) {
     if (host::Workspace::Instance().GetCurrentWorkspace() != nullptr) {
         host::ShowMessageBox(host::Localize(kMoveErrorTitleKey),
                              host::Localize(kMoveErrorMessageKey, {text}),
-                             {host::Localize(kMoveErrorOKKey)}, kWarningIcon, 0);
+                             {host::Localize(kMoveErrorOKKey)}, host::kWarningIcon, 0);
     }
     if (gMoveErrorTrace.IsOn()) {
         host::Trace("Tandrel", 5,

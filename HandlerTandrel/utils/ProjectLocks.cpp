@@ -16,7 +16,6 @@ constexpr std::string_view kLockErrorMessageKey =
     "$$$/Marvane/TR/MvProduction/LockError/Message=Unable to create a lock file for the project "
     "@0. Please try again.";
 constexpr std::string_view kLockErrorOKKey = "$$$/Marvane/TR/MvProduction/LockError/OKText=OK";
-constexpr int kWarningIcon = 2;
 
 TraceSwitch gLockTrace("Tandrel", 5);
 
@@ -45,7 +44,7 @@ void ShowLockError(const host::WideString& projectPath) {
     if (host::Workspace::Instance().GetCurrentWorkspace() != nullptr) {
         host::ShowMessageBox(host::Localize(kLockErrorTitleKey),
                              host::Localize(kLockErrorMessageKey, {path}),
-                             {host::Localize(kLockErrorOKKey)}, kWarningIcon, 0);
+                             {host::Localize(kLockErrorOKKey)}, host::kWarningIcon, 0);
     }
     if (gLockTrace.IsOn()) {
         host::Trace("Tandrel", 5, "Unable to lock project " + path + "\n");

@@ -78,7 +78,7 @@ MainWindow::MainWindow() {
             std::string error;
             if (active && !DocumentManager::Instance().Save(active, error)) {
                 ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error,
-                               {}, 2, 0);
+                               {}, kWarningIcon, 0);
             }
         },
         [] {
@@ -120,7 +120,7 @@ void MainWindow::OpenProductionFromUser() {
     const std::string error = ProductionSession::Instance().Open(folder.toStdString());
     if (!error.empty()) {
         ShowMessageBox(Localize("$$$/Marvane/Host/OpenProductionFailed=Cannot Open Production"),
-                       error, {}, 2, 0);
+                       error, {}, kWarningIcon, 0);
         return;
     }
     HostSession& session = HostSession::Instance();
@@ -166,7 +166,7 @@ bool MainWindow::OpenProjectFile(const std::filesystem::path& project) {
     const OpenResult result = DocumentManager::Instance().Open(project);
     if (!result.project) {
         ShowMessageBox(Localize("$$$/Marvane/Host/OpenProjectFailed=Cannot Open Project"),
-                       result.error, {}, 2, 0);
+                       result.error, {}, kWarningIcon, 0);
         return false;
     }
     SyncProjectTabs();
@@ -243,7 +243,7 @@ void MainWindow::ShowAbout() {
     ShowMessageBox(Localize("$$$/Marvane/Host/AboutTitle=About Marvane"),
                    Localize("$$$/Marvane/Host/AboutText=Marvane, the standalone host of the "
                             "Production panel.#{Shown in Help > About}"),
-                   {}, 1, 0);
+                   {}, kInformationIcon, 0);
 }
 
 } // namespace host

@@ -205,7 +205,7 @@ void ProjectWindow::ToggleReadOnly() {
 }
 
 void ProjectWindow::Report(const std::string& title, const std::string& error) {
-    ShowMessageBox(title, error, {}, 2, 0);
+    ShowMessageBox(title, error, {}, kWarningIcon, 0);
 }
 
 } // namespace host

@@ -1,5 +1,6 @@
 #include "Marvane/application/Preferences.h"
 
+#include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
@@ -33,10 +34,7 @@ LockingPreferences DefaultLockingPreferences() {
     if (locking.name.empty()) {
         locking.name = LoginName();
     }
-    char hostName[256] = {};
-    if (gethostname(hostName, sizeof(hostName) - 1) == 0) {
-        locking.second = hostName;
-    }
+    locking.second = ThisHostName();
     return locking;
 }
 

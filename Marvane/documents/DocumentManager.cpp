@@ -42,7 +42,7 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
         Localize("$$$/Marvane/Host/SavePrompt/Message=Do you want to save the changes made to "
                  "the project \"@0\"?",
                  {project.Content().name}),
-        buttons, 4, 0);
+        buttons, kQuestionIcon, 0);
     switch (answer) {
     case 0:
         return SaveAnswer::Save;
@@ -170,7 +170,7 @@ bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects, bool sa
             std::string error;
             if (answer == SaveAnswer::Save && !Save(project, error)) {
                 ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error,
-                               {}, 3, 0);
+                               {}, kCriticalIcon, 0);
                 return false;
             }
         }
@@ -357,7 +357,7 @@ bool InstallOpenProjectsAccess() {
                 projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal);
             if (!result.project) {
                 ShowMessageBox(Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"),
-                               result.error, {}, 3, 0);
+                               result.error, {}, kCriticalIcon, 0);
                 return false;
             }
             return true;

@@ -1,4 +1,5 @@
 // Listing what a folder holds, without following symbolic links.
+#include "Marvane/fileservices/FolderEntries.h"
 #include "host/FileServices.h"
 
 #include <algorithm>
@@ -18,24 +19,15 @@ struct Entry {
 
 std::vector<Entry> ReadFolder(const std::string& folder) {
     std::vector<Entry> entries;
-    DIR* directory = ::opendir(folder.c_str());
-    if (directory == nullptr) {
-        return entries;
-    }
-    while (const dirent* item = ::readdir(directory)) {
-        const std::string name = item->d_name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        bool isFolder = item->d_type == DT_DIR;
-        if (item->d_type == DT_UNKNOWN) {
-            struct stat status {};
-            isFolder =
-                ::lstat((folder + "/" + name).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-        }
-        entries.push_back({name, isFolder});
-    }
-    ::closedir(directory);
+    ForEachFolderEntry(
+        folder, [&entries](const std::string& name, const std::string& path, unsigned char type) {
+            bool isFolder = type == DT_DIR;
+            if (type == DT_UNKNOWN) {
+                struct stat status {};
+                isFolder = ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+            }
+            entries.push_back({name, isFolder});
+        });
     std::sort(entries.begin(), entries.end(),
               [](const Entry& a, const Entry& b) { return a.name < b.name; });
     return entries;

@@ -1,5 +1,6 @@
 // The media browser's directory view: directories read off the main thread, rows kept in step
 // with the disk.
+#include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/uitoolkit/TreeView.h"
@@ -8,7 +9,6 @@
 #include "host/FileServices.h"
 #include "host/MediaBrowser.h"
 
-#include <dirent.h>
 #include <set>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -30,18 +30,9 @@ struct Listing {
 // as its target's), and the monitor's snapshot of the same moment.
 Listing ReadDirectory(const std::string& folder) {
     Listing listing;
-    DIR* directory = ::opendir(folder.c_str());
-    if (directory == nullptr) {
-        return listing;
-    }
     std::vector<std::pair<std::string, struct stat>> seen;
-    const std::string prefix = folder == "/" ? std::string() : folder;
-    while (const dirent* item = ::readdir(directory)) {
-        const std::string name = item->d_name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        const std::string path = prefix + "/" + name;
+    const bool read = ForEachFolderEntry(folder, [&](const std::string& name,
+                                                     const std::string& path, unsigned char) {
         struct stat status {};
         CountListingStat();
         bool known = ::lstat(path.c_str(), &status) == 0;
@@ -60,8 +51,10 @@ Listing ReadDirectory(const std::string& folder) {
         entry.fields.emplace(std::string(kModifiedField),
                              known ? Ticks(status.st_mtim) : std::int64_t{0});
         listing.content.push_back(std::move(entry));
+    });
+    if (!read) {
+        return listing;
     }
-    ::closedir(directory);
     listing.snapshot = FolderSnapshotOf(std::move(seen));
     return listing;
 }

@@ -5,6 +5,7 @@
 
 #include "host/AsyncCalls.h"
 
+#include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/monitor/PollingSettings.h"
 #include "host/DebugTrace.h"
 #include "host/DirectoryMonitor.h"
@@ -14,7 +15,6 @@
 #include <QTimer>
 #include <algorithm>
 #include <cerrno>
-#include <dirent.h>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -78,21 +78,16 @@ std::vector<std::string> SubFolders(const std::string& folder) {
 
 std::string FolderSnapshot(const std::string& folder) {
     std::vector<std::pair<std::string, struct stat>> entries;
-    DIR* directory = ::opendir(folder.c_str());
-    if (directory == nullptr) {
+    const bool read = ForEachFolderEntry(
+        folder, [&entries](const std::string& name, const std::string& path, unsigned char) {
+            struct stat status {};
+            if (::lstat(path.c_str(), &status) == 0) {
+                entries.emplace_back(name, status);
+            }
+        });
+    if (!read) {
         return {};
     }
-    while (const dirent* item = ::readdir(directory)) {
-        const std::string name = item->d_name;
-        if (name == "." || name == "..") {
-            continue;
-        }
-        struct stat status {};
-        if (::lstat((folder + "/" + name).c_str(), &status) == 0) {
-            entries.emplace_back(name, status);
-        }
-    }
-    ::closedir(directory);
     return FolderSnapshotOf(std::move(entries));
 }
 

@@ -20,14 +20,14 @@ std::shared_ptr<DialogResponder>& InstalledResponder() {
 
 QMessageBox::Icon IconFor(int iconKind) {
     switch (iconKind) {
-    case 1:
-    case 6:
+    case kInformationIcon:
+    case kNoticeIcon:
         return QMessageBox::Information;
-    case 2:
+    case kWarningIcon:
         return QMessageBox::Warning;
-    case 3:
+    case kCriticalIcon:
         return QMessageBox::Critical;
-    case 4:
+    case kQuestionIcon:
         return QMessageBox::Question;
     default:
         return QMessageBox::NoIcon;
