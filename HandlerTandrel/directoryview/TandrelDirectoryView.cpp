@@ -4,15 +4,14 @@
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
+#include "directoryview/RowFilter.h"
+#include "directoryview/SavedSelection.h"
 #include "host/ApplicationLayer.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 #include "panel/TandrelTabView.h"
-
-#include <algorithm>
-#include <cmath>
 
 namespace HandlerTandrel {
 
@@ -87,7 +86,7 @@ void TandrelDirectoryView::SetProductionFolder(const host::ByteString& oldPath,
         host::StopMonitoringDirectory(host::ToUTF16(oldPath), false);
     }
     GetTree().RemoveAllRows();
-    mRecords.clear();
+    mRecords.Clear();
     mProductionFolder = newPath;
     mRootDelivered = false;
     SetRootPath(newPath.empty() ? host::WideString() : host::ToUTF16(newPath));
@@ -112,172 +111,54 @@ void TandrelDirectoryView::Watch(const host::ByteString& path) {
 }
 
 bool TandrelDirectoryView::RowCanHaveChildren(const host::DirectoryEntry& entry) const {
-    return host::EntryIsDirectory(entry) &&
-           !host::ProductionSupportsMarvaneProjectFile(host::EntryPath(entry));
+    return CanRowOpen(entry);
 }
 
 void TandrelDirectoryView::InsertDirectoryContent(const host::TreeRowPtr& row,
                                                   const host::ByteString& directoryPath,
                                                   const host::DirectoryContent& content) {
-    const host::WideString directory = host::ToUTF16(directoryPath);
     const bool isRoot = row == nullptr;
     if (isRoot) {
         mRootDelivered = true;
     }
-    bool listed =
-        !host::IsPathExcludedFromMvProduction(directory) &&
-        !(host::IsFolderProjectFormatEnabled() && host::IsFolderFormatProject(directoryPath));
-    host::DirectoryContent kept;
-    if (listed) {
-        for (const host::DirectoryEntry& entry : content) {
-            const host::WideString& path = host::EntryPath(entry);
-            const bool project = host::ProductionSupportsMarvaneProjectFile(path);
-            const bool folder = !project && host::EntryIsDirectory(entry) &&
-                                !host::IsPathExcludedFromMvProduction(path);
-            if (project || folder) {
-                kept.push_back(entry);
-            }
-        }
+    if (IsFolderListed(directoryPath)) {
+        const host::DirectoryContent kept = ShownEntries(content);
         host::MediaBrowserDirectoryView::InsertDirectoryContent(row, directoryPath, kept);
         if (kept.empty() && !isRoot) {
             GetTree().SetRowHasCustomChild(row, true);
         }
-        const bool parentOpen = isRoot || GetTree().IsRowOpen(row);
-        // A refresh can move a row among its siblings: go through them as they are now.
-        for (const host::TreeRowPtr& child : ChildRows(row)) {
-            RefreshRowMetadata(child, false, parentOpen);
-        }
+        mRefresher.ContentDelivered(row, isRoot || GetTree().IsRowOpen(row));
     }
     if (mOpener.IsRunning()) {
-        mOpener.DirectoryDelivered(directory);
+        mOpener.DirectoryDelivered(host::ToUTF16(directoryPath));
     }
 }
 
 void TandrelDirectoryView::RemoveRowFromMaps(const host::TreeRowPtr& row) {
-    mRecords.erase(row.get());
+    mRecords.Forget(row.get());
     host::MediaBrowserDirectoryView::RemoveRowFromMaps(row);
-}
-
-const Columns::FileMetadata*
-TandrelDirectoryView::GetRowMetadata(const host::TreeRowPtr& row) const {
-    const auto found = mRecords.find(row.get());
-    return found == mRecords.end() ? nullptr : &found->second.record;
-}
-
-bool TandrelDirectoryView::IsRowMetadataStale(const host::TreeRowPtr& row) const {
-    const auto found = mRecords.find(row.get());
-    return found != mRecords.end() && found->second.stale;
-}
-
-void TandrelDirectoryView::RefreshRowMetadata(const host::TreeRowPtr& row, bool onlyIfStale,
-                                              bool parentOpen) {
-    const host::WideString path = GetRowPath(row);
-    if (!row || !host::ProductionSupportsMarvaneProjectFile(path)) {
-        return;
-    }
-    auto [found, added] = mRecords.try_emplace(row.get(), RowRecord{Columns::FileMetadata(path)});
-    RowRecord& entry = found->second;
-    if (parentOpen) {
-        if (onlyIfStale && !entry.stale && !added) {
-            return;
-        }
-        // Shown in the tree (its folder is open): every field, lock state included.
-        entry.record.Update(true, mHeaderRow->GetSortColumn());
-        entry.stale = false;
-        GetTree().RefreshRow(row);
-        // What was read may order it differently (someone took the lock since it was listed).
-        GetTree().RowSortKeyChanged(row);
-    } else if (!onlyIfStale) {
-        entry.stale = true;
-    }
-}
-
-std::vector<host::TreeRowPtr> TandrelDirectoryView::ChildRows(const host::TreeRowPtr& row) const {
-    const int count = row ? row->GetChildCount() : GetTree().GetTopLevelRowCount();
-    std::vector<host::TreeRowPtr> children;
-    children.reserve(static_cast<std::size_t>(count));
-    for (int index = 0; index < count; ++index) {
-        children.push_back(row ? row->GetChild(index) : GetTree().GetTopLevelRow(index));
-    }
-    return children;
-}
-
-void TandrelDirectoryView::RefreshChildren(const host::TreeRowPtr& row, bool open) {
-    // A refresh can move a row among its siblings: go through them as they are now.
-    for (const host::TreeRowPtr& child : ChildRows(row)) {
-        RefreshRowMetadata(child, open, open);
-        if (!open || GetTree().IsRowOpen(child)) {
-            RefreshChildren(child, open && GetTree().IsRowOpen(child));
-        }
-    }
 }
 
 void TandrelDirectoryView::RowDisclosureChanged(const host::TreeRowPtr& row, bool open) {
     host::MediaBrowserDirectoryView::RowDisclosureChanged(row, open);
-    RefreshChildren(row, open);
+    mRefresher.DisclosureChanged(row, open);
 }
 
 void TandrelDirectoryView::OnDirectoryChanged(const host::ByteString& directoryPath) {
-    if (!mRenameInProgress && !mNotifyPaused) {
-        host::MediaBrowserDirectoryView::OnDirectoryChanged(directoryPath);
-        return;
-    }
-    mPending.insert(host::ToUTF16(directoryPath));
-}
-
-void TandrelDirectoryView::FlushPending() {
-    std::set<host::WideString> pending;
-    pending.swap(mPending);
-    for (const host::WideString& path : pending) {
-        OnDirectoryChanged(host::ToUTF8(path));
-    }
-}
-
-void TandrelDirectoryView::SetRenameInProgress(bool inProgress) {
-    if (mRenameInProgress == inProgress) {
-        return;
-    }
-    mRenameInProgress = inProgress;
-    if (!inProgress) {
-        FlushPending();
-    }
-}
-
-void TandrelDirectoryView::SetNotifyPaused(bool paused) {
-    if (mNotifyPaused == paused) {
-        return;
-    }
-    mNotifyPaused = paused;
-    if (!paused) {
-        FlushPending();
-    }
+    mDeferral.FolderChanged(directoryPath);
 }
 
 host::WideString TandrelDirectoryView::SortKey(const host::TreeRowPtr& row,
                                                Columns::ColumnID column) {
-    const host::WideString path = GetRowPath(row);
-    if (!host::ProductionSupportsMarvaneProjectFile(path)) {
-        return column == Columns::kNameColumn ? DisplayNameOf(path) : host::WideString();
-    }
-    auto [found, added] = mRecords.try_emplace(row.get(), RowRecord{Columns::FileMetadata(path)});
-    if (added || found->second.stale) {
-        // A row not shown yet reads only what the sort needs: the sort column's field.
-        found->second.record.Update(false, column);
-        found->second.stale = true;
-    }
-    if (column == Columns::kNameColumn && found->second.record.displayName.empty()) {
-        return DisplayNameOf(path);
-    }
-    return found->second.record.GetSortString(column);
+    return mRecords.SortKey(row.get(), GetRowPath(row), column);
 }
 
 host::WideString TandrelDirectoryView::CellText(const host::TreeRowPtr& row,
                                                 Columns::ColumnID column) {
-    const auto found = mRecords.find(row.get());
-    if (found == mRecords.end()) {
-        return column == Columns::kNameColumn ? DisplayNameOf(GetRowPath(row)) : host::WideString();
+    if (const Columns::FileMetadata* record = mRecords.Find(row.get())) {
+        return record->GetDisplayString(column);
     }
-    return found->second.record.GetDisplayString(column);
+    return column == Columns::kNameColumn ? DisplayNameOf(GetRowPath(row)) : host::WideString();
 }
 
 std::unique_ptr<host::UI_SubView> TandrelDirectoryView::CellView(const host::TreeRowPtr& row,
@@ -285,9 +166,9 @@ std::unique_ptr<host::UI_SubView> TandrelDirectoryView::CellView(const host::Tre
     if (column != Columns::kNameColumn) {
         return nullptr;
     }
-    const auto found = mRecords.find(row.get());
-    const bool owned = found != mRecords.end() && found->second.record.lockOwnedByCurrentUser;
-    const bool locked = found != mRecords.end() && found->second.record.hasLockFile;
+    const Columns::FileMetadata* record = mRecords.Find(row.get());
+    const bool owned = record != nullptr && record->lockOwnedByCurrentUser;
+    const bool locked = record != nullptr && record->hasLockFile;
     return std::make_unique<Columns::NameCellView>(GetRowPath(row), owned, locked);
 }
 
@@ -305,15 +186,7 @@ void TandrelDirectoryView::ProjectStateChanged(const host::ByteString& projectPa
     if (!host::IsWithinCurrentMvProductionFolder(path)) {
         return;
     }
-    const host::TreeRowPtr row = GetRowForPath(host::ToNormalizedPath(path));
-    if (!row) {
-        return;
-    }
-    const host::WideString rowPath = GetRowPath(row);
-    const host::TreeRowPtr parent = GetRowForPath(rowPath.substr(0, rowPath.rfind(u'/')));
-    const bool parentOpen = row->GetParent() == nullptr || GetTree().IsRowOpen(parent);
-    RefreshRowMetadata(row, false, parentOpen);
-    GetTree().RefreshRow(row);
+    mRefresher.ProjectChanged(path);
 }
 
 void TandrelDirectoryView::ReceiveMessage(const host::Message& message) {
@@ -350,20 +223,11 @@ void TandrelDirectoryView::OpenFolderForOpener(const host::WideString& folder) {
 void TandrelDirectoryView::UpdateFromStateData(const DirectoryViewStateData& state,
                                                bool restoreSelection) {
     const std::weak_ptr<host::MediaBrowserDirectoryView> weakSelf = weak_from_this();
-    const DirectoryViewStateData saved = state;
     mOpener.OpenAllFoldersInDirectory(
-        GetRootPath(), state.mOpenFolderPaths, [this, weakSelf, saved, restoreSelection] {
-            if (weakSelf.expired() || !restoreSelection) {
-                return;
-            }
-            SelectPaths(saved.mSelectedRowPaths);
-            const host::TreeRowPtr top = GetRowForPath(saved.mTopVisibleRowPath);
-            if (top) {
-                GetTree().ScrollRowIntoView(top, true, 0, true);
-            } else if (!saved.mSelectedRowPaths.empty()) {
-                if (const host::TreeRowPtr first = GetRowForPath(saved.mSelectedRowPaths.front())) {
-                    GetTree().ScrollRowIntoView(first, false, 0, true);
-                }
+        GetRootPath(), state.mOpenFolderPaths, [weakSelf, saved = state, restoreSelection] {
+            const std::shared_ptr<host::MediaBrowserDirectoryView> self = weakSelf.lock();
+            if (self && restoreSelection) {
+                RestoreSelectionAndScroll(*self, saved);
             }
         });
     if (mRootDelivered) {
@@ -372,86 +236,49 @@ void TandrelDirectoryView::UpdateFromStateData(const DirectoryViewStateData& sta
 }
 
 void TandrelDirectoryView::SelectPaths(const std::vector<host::WideString>& paths) {
-    bool first = true;
-    for (const host::WideString& path : paths) {
-        if (const host::TreeRowPtr row = GetRowForPath(path)) {
-            GetTree().SelectRow(row, first, false, true);
-            first = false;
-        }
-    }
+    SelectRowsAtPaths(*this, paths);
 }
 
-host::UI_TimerID TandrelDirectoryView::RenameTimerID() {
-    static const host::UI_TimerID id = host::UI_NodeManager::GetUniqueTimerID();
-    return id;
-}
-
-bool TandrelDirectoryView::IsRenameTimerInstalled() const {
-    return mTimers.IsTimerInstalled(RenameTimerID());
-}
-
-void TandrelDirectoryView::InstallNameEdit(const host::TreeRowPtr& row) {
-    if (row && mStartRename) {
-        mStartRename(row);
-    }
+host::TreeRowPtr TandrelDirectoryView::RenamableSelectedRow() const {
+    const std::vector<host::TreeRowPtr> selected = GetTree().GetSelectedRows();
+    return selected.size() == 1 && GetTree().IsRowVisible(selected.front()) ? selected.front()
+                                                                            : nullptr;
 }
 
 bool TandrelDirectoryView::UI_DoKeyboardEvent(const host::KeyboardEvent& event) {
-    if (!mKeyboardEvents) {
-        return false;
-    }
-    if (!event.actionKeyDown || event.modifiers != 0) {
-        return false; // the tree handles it
-    }
-    if (event.keyCode != host::kKeyCodeReturn && event.keyCode != host::kKeyCodeEnter) {
-        return false;
-    }
-    const std::vector<host::TreeRowPtr> selected = GetTree().GetSelectedRows();
-    if (selected.size() == 1 && GetTree().IsRowVisible(selected.front())) {
-        InstallNameEdit(selected.front());
-    }
-    return true; // these keys never reach the tree
+    return mRename.KeyDown(event, [this] { return RenamableSelectedRow(); });
 }
 
 bool TandrelDirectoryView::UI_DoTimerNotify(host::UI_TimerID id) {
-    if (id != RenameTimerID()) {
-        return false;
-    }
-    mTimers.UI_RemoveTimer(id);
-    InstallNameEdit(mRenameCandidate.lock());
-    return true;
+    return mRename.TimerFired(id);
 }
 
 void TandrelDirectoryView::RowClickDown(const host::TreeRowPtr&) {
-    const std::vector<host::TreeRowPtr> selected = GetTree().GetSelectedRows();
-    mRenameCandidate = selected.size() == 1 ? selected.front() : nullptr;
+    mRename.ClickDown(GetTree().GetSelectedRows());
+}
+
+bool TandrelDirectoryView::IsOnName(const host::TreeRowPtr& row, host::UI_Point point) {
+    const host::UI_Rect frame = GetTree().GetCellFrame(row, Columns::kNameColumn);
+    float trailingWidth = 0;
+    if (auto* cell = dynamic_cast<Columns::NameCellView*>(
+            GetTree().GetCellView(row, Columns::kNameColumn))) {
+        // Laid out for the frame as it is drawn now, so its unused part is current.
+        cell->BoundsChanged({0, 0, frame.width, frame.height});
+        trailingWidth = cell->GetTrailingWidth();
+    }
+    return RenameTrigger::IsOnName(frame, trailingWidth, point);
 }
 
 void TandrelDirectoryView::RowClickUp(const host::TreeRowPtr& row, host::UI_Point point,
                                       std::uint32_t value) {
     if (!row || value != 0) {
-        return;
+        return; // no row, or the end of a drag
     }
-    host::UI_Rect frame = GetTree().GetCellFrame(row, Columns::kNameColumn);
-    if (auto* cell = dynamic_cast<Columns::NameCellView*>(
-            GetTree().GetCellView(row, Columns::kNameColumn))) {
-        // Laid out for the frame as it is drawn now, so its unused part is current.
-        cell->BoundsChanged({0, 0, frame.width, frame.height});
-        frame.width -= cell->GetTrailingWidth();
-    }
-    const bool inside = frame.width > 0 && frame.height > 0 && point.x >= frame.left &&
-                        point.x < frame.left + frame.width && point.y >= frame.top &&
-                        point.y < frame.top + frame.height;
-    if (inside) {
-        mTimers.UI_RemoveTimer(RenameTimerID());
-    } else if (row == mRenameCandidate.lock()) {
-        mTimers.UI_RemoveTimer(RenameTimerID());
-        mTimers.UI_InstallTimer(kRenameDelaySeconds, RenameTimerID());
-    }
+    mRename.ClickUp(row, IsOnName(row, point));
 }
 
 void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers) {
-    mTimers.UI_RemoveTimer(RenameTimerID()); // a double-click never starts a rename
+    mRename.DoubleClicked(); // a double-click never starts a rename
     const host::WideString path = GetRowPath(row);
     if (path.empty() || !host::FileOrDirExists(path)) {
         return;
@@ -468,73 +295,10 @@ void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::ui
                                                     : host::kOpenModePlain);
 }
 
-int TandrelDirectoryView::RowsPerPage() const {
-    return static_cast<int>(
-        std::floor(GetTree().GetScrollViewHeight() / (GetTree().GetRowHeight() + 1.0f)));
-}
-
-void TandrelDirectoryView::MoveSelectionTo(const host::TreeRowPtr& row) {
-    GetTree().SelectRow(row, true, false, true);
-    GetTree().ScrollRowIntoView(row, false, 0, true);
-}
-
-void TandrelDirectoryView::MoveHome() {
-    const auto opened = GetTree().GetOpenedRows();
-    if (!opened.empty()) {
-        MoveSelectionTo(opened.front());
-    }
-}
-
-void TandrelDirectoryView::MoveEnd() {
-    const auto opened = GetTree().GetOpenedRows();
-    if (!opened.empty()) {
-        MoveSelectionTo(opened.back());
-    }
-}
-
-void TandrelDirectoryView::MovePageDown() {
-    const auto opened = GetTree().GetOpenedRows();
-    if (opened.empty()) {
-        return;
-    }
-    const int last = GetTree().GetLastVisibleOpenedRowIndex();
-    const auto selected = GetTree().GetSelectedRows();
-    int target = last;
-    if (selected.size() == 1 && last >= 0 &&
-        selected.front() == opened[static_cast<std::size_t>(last)]) {
-        target = std::min(last + RowsPerPage(), static_cast<int>(opened.size()) - 1);
-    }
-    MoveSelectionTo(opened[static_cast<std::size_t>(std::max(target, 0))]);
-}
-
-void TandrelDirectoryView::MovePageUp() {
-    const auto opened = GetTree().GetOpenedRows();
-    if (opened.empty()) {
-        return;
-    }
-    const int first = GetTree().GetFirstVisibleOpenedRowIndex();
-    const auto selected = GetTree().GetSelectedRows();
-    int target = first;
-    if (selected.size() == 1 && first >= 0 &&
-        selected.front() == opened[static_cast<std::size_t>(first)]) {
-        target = first - RowsPerPage();
-        if (target < 1) {
-            target = 0;
-        }
-    }
-    MoveSelectionTo(opened[static_cast<std::size_t>(std::max(target, 0))]);
-}
-
 void TandrelDirectoryView::SelectAll() {
-    for (const host::TreeRowPtr& row : GetTree().GetOpenedRows()) {
-        if (!host::IsInMvProductionTrash(GetRowPath(row), true)) {
-            GetTree().SelectRow(row, false, false, true);
-        }
-    }
-}
-
-void TandrelDirectoryView::DeselectAll() {
-    GetTree().DeselectAllRows();
+    mMoves.SelectAll([this](const host::TreeRowPtr& row) {
+        return !host::IsInMvProductionTrash(GetRowPath(row), true);
+    });
 }
 
 } // namespace HandlerTandrel

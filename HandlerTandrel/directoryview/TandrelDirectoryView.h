@@ -3,18 +3,32 @@
 // depth, with the panel's five columns. Folders are read when they open and again when they
 // change on disk; a project's lock state is read only once its row can be seen, so a large
 // production opens as fast as its top folder can be listed.
+//
+// The view ties its parts together; each keeps one concern:
+//   RowFilter        which folders are listed and which entries become rows
+//   RowRecords       the record behind each project row, and whether it is stale
+//   RecordRefresher  reads records again as folders arrive, open and close
+//   ChangeDeferral   changes on disk held back during a rename or a pause
+//   RenameTrigger    Return/Enter and the slow second click that start a rename
+//   SelectionMoves   Home, End, paging and Select All
+//   SavedSelection   the saved selection and scroll position, put back
+//   FolderOpener     the saved open folders, opened one after another
 #include "columns/FileMetadata.h"
+#include "directoryview/ChangeDeferral.h"
 #include "directoryview/FolderOpener.h"
+#include "directoryview/RecordRefresher.h"
+#include "directoryview/RenameTrigger.h"
+#include "directoryview/RowRecords.h"
+#include "directoryview/SelectionMoves.h"
 #include "host/MediaBrowser.h"
 #include "host/Messaging.h"
 #include "panel/TabViewStateData.h"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <set>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace HandlerTandrel {
 
@@ -53,15 +67,21 @@ public:
 
     // Changes that arrive while a rename is under way, or while the host paused notifications,
     // wait; each path is applied once when both are over.
-    void SetRenameInProgress(bool inProgress);
-    void SetNotifyPaused(bool paused);
-    const std::set<host::WideString>& GetPendingPaths() const { return mPending; }
+    void SetRenameInProgress(bool inProgress) { mDeferral.SetRenameInProgress(inProgress); }
+    void SetNotifyPaused(bool paused) { mDeferral.SetNotifyPaused(paused); }
+    const std::set<host::WideString>& GetPendingPaths() const { return mDeferral.GetPending(); }
 
     // The record of a project row; null for other rows.
-    const Columns::FileMetadata* GetRowMetadata(const host::TreeRowPtr& row) const;
-    bool IsRowMetadataStale(const host::TreeRowPtr& row) const;
+    const Columns::FileMetadata* GetRowMetadata(const host::TreeRowPtr& row) const {
+        return mRecords.Find(row.get());
+    }
+    bool IsRowMetadataStale(const host::TreeRowPtr& row) const {
+        return mRecords.IsStale(row.get());
+    }
     // Refreshes a project row's record: now when its folder is open, else only marked stale.
-    void RefreshRowMetadata(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen);
+    void RefreshRowMetadata(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen) {
+        mRefresher.RefreshRow(row, onlyIfStale, parentOpen);
+    }
 
     // Opens the saved folders, then selects the saved rows and scrolls to the saved top row.
     void UpdateFromStateData(const DirectoryViewStateData& state, bool restoreSelection);
@@ -80,30 +100,31 @@ public:
     void RowClickUp(const host::TreeRowPtr& row, host::UI_Point point, std::uint32_t value);
     // Starts renaming a row in place. The rename itself comes with its own feature; until
     // then the handler set here is told which row.
-    void InstallNameEdit(const host::TreeRowPtr& row);
+    void InstallNameEdit(const host::TreeRowPtr& row) { mRename.Start(row); }
     void SetStartRenameHandler(std::function<void(const host::TreeRowPtr&)> handler) {
-        mStartRename = std::move(handler);
+        mRename.SetStartRenameHandler(std::move(handler));
     }
-    void EnableKeyboardEvents(bool enabled) { mKeyboardEvents = enabled; }
-    bool AreKeyboardEventsEnabled() const { return mKeyboardEvents; }
-    host::TreeRowPtr GetRenameCandidate() const { return mRenameCandidate.lock(); }
-    bool IsRenameTimerInstalled() const;
+    void EnableKeyboardEvents(bool enabled) { mRename.EnableKeys(enabled); }
+    bool AreKeyboardEventsEnabled() const { return mRename.AreKeysEnabled(); }
+    host::TreeRowPtr GetRenameCandidate() const { return mRename.GetCandidate(); }
+    bool IsRenameTimerInstalled() const { return mRename.IsTimerInstalled(); }
     // The one id of the rename timer, shared by every directory view.
-    static host::UI_TimerID RenameTimerID();
-    static constexpr double kRenameDelaySeconds = 0.5;
+    static host::UI_TimerID RenameTimerID() { return RenameTrigger::TimerID(); }
+    static constexpr double kRenameDelaySeconds = RenameTrigger::kDelaySeconds;
 
     // A double-click: a folder opens or closes; a project opens in the host (read-only with
     // the alternative key held), unless it lies in the trash.
     void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);
 
     // Row movement and selection operations of the panel's commands.
-    void MoveHome();
-    void MoveEnd();
-    void MovePageDown();
-    void MovePageUp();
+    void MoveHome() { mMoves.MoveHome(); }
+    void MoveEnd() { mMoves.MoveEnd(); }
+    void MovePageDown() { mMoves.MovePageDown(); }
+    void MovePageUp() { mMoves.MovePageUp(); }
+    // Every row reachable through open folders, but none in the trash.
     void SelectAll();
-    void DeselectAll();
-    int RowsPerPage() const;
+    void DeselectAll() { mMoves.DeselectAll(); }
+    int RowsPerPage() const { return mMoves.RowsPerPage(); }
 
     host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
     // The panel that shows the view, while it exists and has been created; else null.
@@ -117,31 +138,24 @@ private:
     std::unique_ptr<host::UI_SubView> CellView(const host::TreeRowPtr& row,
                                                Columns::ColumnID column);
     void BroadcastSelectionChanged();
-    void FlushPending();
-    // The rows under row (null: the top level), in their order now.
-    std::vector<host::TreeRowPtr> ChildRows(const host::TreeRowPtr& row) const;
-    void RefreshChildren(const host::TreeRowPtr& row, bool open);
     void ProjectStateChanged(const host::ByteString& projectPath);
-    void MoveSelectionTo(const host::TreeRowPtr& row);
-
-    struct RowRecord {
-        Columns::FileMetadata record;
-        bool stale = false;
-    };
+    // The one selected row when it can be seen, which Return renames; else null.
+    host::TreeRowPtr RenamableSelectedRow() const;
+    // Whether a release at point in row's Name cell lies on the name itself.
+    bool IsOnName(const host::TreeRowPtr& row, host::UI_Point point);
 
     std::weak_ptr<TandrelTabView> mTabView;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
-    std::unordered_map<const host::UI_TreeRow*, RowRecord> mRecords;
+    RowRecords mRecords;
+    RecordRefresher mRefresher{*this, mRecords, *mHeaderRow};
     host::ByteString mProductionFolder;
-    bool mRenameInProgress = false;
-    bool mNotifyPaused = false;
-    std::set<host::WideString> mPending;
+    ChangeDeferral mDeferral{[this](const host::ByteString& directoryPath) {
+        host::MediaBrowserDirectoryView::OnDirectoryChanged(directoryPath);
+    }};
     FolderOpener mOpener{*this};
     bool mRootDelivered = false;
-    std::weak_ptr<host::UI_TreeRow> mRenameCandidate;
-    bool mKeyboardEvents = true;
-    std::function<void(const host::TreeRowPtr&)> mStartRename;
-    host::UI_TimerOwner mTimers{[this](host::UI_TimerID id) { UI_DoTimerNotify(id); }};
+    SelectionMoves mMoves{GetTree()};
+    RenameTrigger mRename;
 };
 
 } // namespace HandlerTandrel

@@ -209,12 +209,9 @@ std::unique_ptr<ScriptConsole> StartScriptConsole(const CommandLineOptions& opti
     });
 }
 
-// A termination signal notes itself in stopSignal and leaves the event loop.
-void StopOnTerminationSignals(int& stopSignal) {
-    InstallTerminationHandler([&stopSignal](int signalNumber) {
-        stopSignal = signalNumber;
-        QCoreApplication::exit(0);
-    });
+// A termination signal leaves the event loop (TerminationSignalReceived then names it).
+void StopOnTerminationSignals() {
+    InstallTerminationHandler([](int) { QCoreApplication::exit(0); });
 }
 
 // The panels that modules registered open in the default layout.
@@ -252,16 +249,15 @@ void TakeScreenshotSoon(MainWindow& window, const std::filesystem::path& file, i
 
 // Runs until quit; a signal during start-up (while the recovery offer waited, say) stops
 // before the loop.
-int RunEventLoop(int stopSignal) {
-    return stopSignal == 0 ? QApplication::exec() : 0;
+int RunEventLoop() {
+    return TerminationSignalReceived() == 0 ? QApplication::exec() : 0;
 }
 
 // After the loop: a run that ended without the window closing (a screenshot, a signal) still
 // leaves no lock behind and loses nothing; then panels drop their UI while their handlers and
 // the window are still there, and the modules are released.
-void StopKeepingChanges(MainWindow& window, PluginLoader& loader, int stopSignal,
-                        std::ostream& err) {
-    if (stopSignal != 0) {
+void StopKeepingChanges(MainWindow& window, PluginLoader& loader, std::ostream& err) {
+    if (const int stopSignal = TerminationSignalReceived(); stopSignal != 0) {
         Trace("Host", 2, "Stopping on signal " + std::to_string(stopSignal));
     }
     CloseProjectsKeepingChanges(err);
@@ -276,8 +272,7 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
     MainWindow window;
     AnswerDialogsWhenNobodyWatches(options);
     const std::unique_ptr<ScriptConsole> console = StartScriptConsole(options, window, err);
-    int stopSignal = 0;
-    StopOnTerminationSignals(stopSignal);
+    StopOnTerminationSignals();
     if (!options.screenshot) {
         window.show();
     }
@@ -289,11 +284,11 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
     if (options.screenshot) {
         TakeScreenshotSoon(window, *options.screenshot, exitCode, err);
     }
-    const int loopResult = RunEventLoop(stopSignal);
+    const int loopResult = RunEventLoop();
     if (exitCode == 0) {
         exitCode = loopResult;
     }
-    StopKeepingChanges(window, loader, stopSignal, err);
+    StopKeepingChanges(window, loader, err);
     return exitCode;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <sys/socket.h>
@@ -12,6 +13,7 @@ namespace host {
 namespace {
 
 int gSignalSocket[2] = {-1, -1};
+std::atomic<int> gReceivedSignal{0};
 
 // Async-signal-safe: one byte to the main thread, errno as it was. The handler stays in place
 // for the whole run, so further termination signals during the orderly stop (a session
@@ -25,6 +27,10 @@ extern "C" void WakeMainThread(int signalNumber) {
 }
 
 } // namespace
+
+int TerminationSignalReceived() {
+    return gReceivedSignal.load();
+}
 
 void InstallTerminationHandler(std::function<void(int)> onTermination) {
     // A vanished reader of our output (a script driver) must not kill the host with its
@@ -41,6 +47,7 @@ void InstallTerminationHandler(std::function<void(int)> onTermination) {
                          unsigned char byte = 0;
                          if (::read(gSignalSocket[1], &byte, 1) == 1) {
                              notifier->setEnabled(false);
+                             gReceivedSignal.store(byte);
                              onTermination(byte);
                          }
                      });

@@ -8,5 +8,8 @@
 namespace host {
 
 void InstallTerminationHandler(std::function<void(int signalNumber)> onTermination);
+// The first termination signal that reached the main thread, or 0. It stays known for the rest
+// of the run, so nothing has to keep a place for it that could go away first.
+int TerminationSignalReceived();
 
 } // namespace host

@@ -1,0 +1,59 @@
+#include "directoryview/RecordRefresher.h"
+
+#include "host/FileServices.h"
+
+namespace HandlerTandrel {
+
+std::vector<host::TreeRowPtr> RecordRefresher::ChildRows(const host::UI_MultiColumnTree& tree,
+                                                         const host::TreeRowPtr& row) {
+    const int count = row ? row->GetChildCount() : tree.GetTopLevelRowCount();
+    std::vector<host::TreeRowPtr> children;
+    children.reserve(static_cast<std::size_t>(count));
+    for (int index = 0; index < count; ++index) {
+        children.push_back(row ? row->GetChild(index) : tree.GetTopLevelRow(index));
+    }
+    return children;
+}
+
+void RecordRefresher::RefreshRow(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen) {
+    const host::WideString path = mView.GetRowPath(row);
+    const RowRecords::Outcome outcome =
+        mRecords.Update(row.get(), path, onlyIfStale, parentOpen, mHeader.GetSortColumn());
+    if (outcome == RowRecords::Outcome::kRead) {
+        mView.GetTree().RefreshRow(row);
+        // What was read may order it differently (someone took the lock since it was listed).
+        mView.GetTree().RowSortKeyChanged(row);
+    }
+}
+
+void RecordRefresher::ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen) {
+    // A refresh can move a row among its siblings: go through them as they are now.
+    for (const host::TreeRowPtr& child : ChildRows(mView.GetTree(), folder)) {
+        RefreshRow(child, false, folderOpen);
+    }
+}
+
+void RecordRefresher::DisclosureChanged(const host::TreeRowPtr& folder, bool open) {
+    const host::UI_MultiColumnTree& tree = mView.GetTree();
+    // A refresh can move a row among its siblings: go through them as they are now.
+    for (const host::TreeRowPtr& child : ChildRows(tree, folder)) {
+        RefreshRow(child, open, open);
+        if (!open || tree.IsRowOpen(child)) {
+            DisclosureChanged(child, open && tree.IsRowOpen(child));
+        }
+    }
+}
+
+void RecordRefresher::ProjectChanged(const host::WideString& projectPath) {
+    const host::TreeRowPtr row = mView.GetRowForPath(host::ToNormalizedPath(projectPath));
+    if (!row) {
+        return;
+    }
+    const host::WideString rowPath = mView.GetRowPath(row);
+    const host::TreeRowPtr parent = mView.GetRowForPath(rowPath.substr(0, rowPath.rfind(u'/')));
+    const bool parentOpen = row->GetParent() == nullptr || mView.GetTree().IsRowOpen(parent);
+    RefreshRow(row, false, parentOpen);
+    mView.GetTree().RefreshRow(row);
+}
+
+} // namespace HandlerTandrel

@@ -1,0 +1,41 @@
+#pragma once
+// Keeps the records of a tree's project rows current as the tree changes: when a folder's
+// content arrives, when a folder opens or closes, and when a project was opened, closed or
+// made read-only. A record that was read again redraws its row and may move it among its
+// siblings; records under closed folders are only marked stale.
+#include "directoryview/RowRecords.h"
+#include "host/MediaBrowser.h"
+
+#include <vector>
+
+namespace HandlerTandrel {
+
+class RecordRefresher {
+public:
+    // header: the tree's header row, whose sort column a full read reads first.
+    RecordRefresher(host::MediaBrowserDirectoryView& view, RowRecords& records,
+                    const host::UI_MultiColumnTreeHeaderRow& header)
+        : mView(view), mRecords(records), mHeader(header) {}
+
+    // Refreshes one row's record: now when its folder is open, else only marked stale.
+    void RefreshRow(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen);
+    // A folder's content arrived (folder: null for the top level): its rows are read when the
+    // folder is open, else marked stale.
+    void ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen);
+    // A folder opened (stale and new records below it that can be seen are read) or closed
+    // (every record below it is marked stale).
+    void DisclosureChanged(const host::TreeRowPtr& folder, bool open);
+    // A project's state changed; its row, if the tree has one, is read again and redrawn.
+    void ProjectChanged(const host::WideString& projectPath);
+
+    // The rows under row (null: the top level), in their order now.
+    static std::vector<host::TreeRowPtr> ChildRows(const host::UI_MultiColumnTree& tree,
+                                                   const host::TreeRowPtr& row);
+
+private:
+    host::MediaBrowserDirectoryView& mView;
+    RowRecords& mRecords;
+    const host::UI_MultiColumnTreeHeaderRow& mHeader;
+};
+
+} // namespace HandlerTandrel
