@@ -8,43 +8,14 @@
 #include "host/Profiler.h"
 #include "host/ProjectBackEnd.h"
 
-#include <ctime>
-#include <iomanip>
-#include <sstream>
-
 namespace HandlerTandrel::Columns {
 
 namespace {
 
 constexpr std::int64_t kTicksPerSecond = 10'000'000;
 
-// Wide text (UTF-32 here) as UTF-16.
-host::WideString FromWide(const std::wstring& text) {
-    host::WideString result;
-    result.reserve(text.size());
-    for (const wchar_t c : text) {
-        auto code = static_cast<char32_t>(c);
-        if (code >= 0x10000 && code <= 0x10FFFF) {
-            code -= 0x10000;
-            result.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
-            result.push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
-        } else {
-            result.push_back(static_cast<char16_t>(code));
-        }
-    }
-    return result;
-}
-
 host::WideString LocalDateTime(std::int64_t secondsSince1970) {
-    const auto seconds = static_cast<std::time_t>(secondsSince1970);
-    std::tm local{};
-    if (localtime_r(&seconds, &local) == nullptr) {
-        return {};
-    }
-    std::wostringstream text;
-    text.imbue(host::GetNativeLocale());
-    text << std::put_time(&local, L"%c");
-    return FromWide(text.str());
+    return host::ToUTF16(host::FormatLocalDateTime(secondsSince1970));
 }
 
 host::WideString Decimal(std::int64_t value) {

@@ -14,4 +14,8 @@ ByteString NumberToMemoryString(std::uint64_t bytes, int significantDigits, bool
 // The user's locale for dates and numbers; the classic locale when the user's cannot be made.
 std::locale GetNativeLocale();
 
+// A moment (seconds since 1970-01-01 UTC) as a date and time in the local time zone, written
+// the way the user's locale writes both (its "%c" form). Empty when it cannot be written.
+ByteString FormatLocalDateTime(std::int64_t secondsSince1970);
+
 } // namespace host

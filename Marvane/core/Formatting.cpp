@@ -3,6 +3,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <ctime>
+#include <iomanip>
+#include <sstream>
 #include <string>
 
 namespace host {
@@ -61,6 +64,31 @@ std::locale GetNativeLocale() {
         }
     }();
     return native;
+}
+
+ByteString FormatLocalDateTime(std::int64_t secondsSince1970) {
+    const auto seconds = static_cast<std::time_t>(secondsSince1970);
+    std::tm local{};
+    if (::localtime_r(&seconds, &local) == nullptr) {
+        return {};
+    }
+    // Written as wide text, so the locale's own characters come out whole, then made UTF-8.
+    std::wostringstream text;
+    text.imbue(GetNativeLocale());
+    text << std::put_time(&local, L"%c");
+    static_assert(sizeof(wchar_t) == sizeof(char32_t), "wide text is UTF-32 on this platform");
+    WideString utf16;
+    for (const wchar_t unit : text.str()) {
+        auto code = static_cast<char32_t>(unit);
+        if (code >= 0x10000 && code <= 0x10FFFF) {
+            code -= 0x10000;
+            utf16.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
+            utf16.push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
+        } else {
+            utf16.push_back(static_cast<char16_t>(code));
+        }
+    }
+    return ToUTF8(utf16);
 }
 
 } // namespace host

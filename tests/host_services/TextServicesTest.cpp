@@ -71,6 +71,19 @@ TEST(Json, BuildsAndRendersCompactUtf8) {
               "{\"na\u00efve\":\"caf\u00e9 \\\"quoted\\\"\",\"list\":[1,null]}");
 }
 
+TEST(LocalDateTime, AMomentIsWrittenInTheLocalZoneTheWayTheLocaleWritesIt) {
+    // 2026-06-15 12:00 UTC: the same day and year in every time zone.
+    const std::string text = host::FormatLocalDateTime(1781524800);
+    EXPECT_NE(text.find("2026"), std::string::npos) << text;
+    EXPECT_NE(text.find("15"), std::string::npos) << text;
+    // Another moment gives another text; the text is well-formed UTF-8 (no byte of it needs
+    // keeping as an escape when it becomes UTF-16).
+    EXPECT_NE(host::FormatLocalDateTime(1781524800 + 3600), text);
+    for (const char16_t unit : host::ToUTF16(text)) {
+        EXPECT_FALSE(unit >= 0xDC80 && unit <= 0xDCFF) << text;
+    }
+}
+
 TEST(MemorySize, UsesTwoSignificantDigitsAndBinaryUnits) {
     EXPECT_EQ(host::NumberToMemoryString(0, 2, false), "0 bytes");
     EXPECT_EQ(host::NumberToMemoryString(1, 2, false), "1 byte");

@@ -53,14 +53,14 @@ TEST_F(MoveItemsTest, AnEmptySelectionClassifiesAsNothing) {
     EXPECT_EQ(ClassifyItems({}), 0);
 }
 
-TEST_F(MoveItemsTest, OnlyTheTrashFolderClassifiesAsFour) {
+TEST_F(MoveItemsTest, OnlyTheTrashFolderClassifiesAsTheTrashFolderAlone) {
     fs::create_directories(Trash());
-    EXPECT_EQ(ClassifyItems(Ws({Trash()})), 4);
+    EXPECT_EQ(ClassifyItems(Ws({Trash()})), kItemTrashFolder);
 }
 
-TEST_F(MoveItemsTest, TheTrashFolderAndAnItemInItClassifyAsTwelve) {
+TEST_F(MoveItemsTest, TheTrashFolderAndAnItemInItClassifyAsTheTrashAndSomethingInIt) {
     Write(Trash() / "old.txt", "old");
-    EXPECT_EQ(ClassifyItems(Ws({Trash(), Trash() / "old.txt"})), 12);
+    EXPECT_EQ(ClassifyItems(Ws({Trash(), Trash() / "old.txt"})), kItemTrashFolder | kItemInTrash);
 }
 
 TEST_F(MoveItemsTest, ProjectsAndFilesAreFilesAndFoldersAreFolders) {
@@ -70,7 +70,8 @@ TEST_F(MoveItemsTest, ProjectsAndFilesAreFilesAndFoldersAreFolders) {
     const fs::path folderProject = testsupport::WriteProject(edit / "Titles.mvprojd");
     EXPECT_EQ(ClassifyItems(Ws({folderProject})), kItemFile);
     Write(Trash() / "old.txt", "old");
-    EXPECT_EQ(ClassifyItems(Ws({scene, edit / "Reels", Trash(), Trash() / "old.txt"})), 15);
+    EXPECT_EQ(ClassifyItems(Ws({scene, edit / "Reels", Trash(), Trash() / "old.txt"})),
+              kItemFile | kItemFolder | kItemTrashFolder | kItemInTrash);
 }
 
 TEST_F(MoveItemsTest, AnEmptyListCannotMove) {

@@ -3,6 +3,7 @@
 #include "Marvane/uitoolkit/TreeView.h"
 #include "ViewTestSupport.h"
 
+#include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QImage>
 #include <QMouseEvent>
@@ -10,6 +11,7 @@
 #include <QPixmap>
 #include <gtest/gtest.h>
 #include <map>
+#include <memory>
 
 namespace {
 
@@ -22,7 +24,9 @@ constexpr UI_MultiColumnTree::ColumnID kSize = 2;
 // A cell view that records how it was laid out and drawn.
 class RecordingCell : public host::UI_SubView {
 public:
-    explicit RecordingCell(int& made) { ++made; }
+    // Each cell knows which one it was made as, so a new cell is told from an old one without
+    // comparing the address of one that was freed.
+    explicit RecordingCell(int& made) : serial(++made) {}
     void BoundsChanged(const host::UI_Rect& bounds) override {
         SetBounds(bounds);
         lastBounds = bounds;
@@ -30,6 +34,7 @@ public:
     }
     host::UI_Rect lastBounds;
     int layouts = 0;
+    int serial = 0;
 };
 
 class MultiColumnTreeTest : public ::testing::Test {
@@ -51,6 +56,11 @@ protected:
                 return column == kName ? names.at(row.get()) : sizes.at(row.get());
             });
         tree.SetRowHeight(20);
+        // Every change the tree makes to its model (rows inserted, removed, moved into their
+        // sorted places by rotation) is checked against Qt's rules for item models; a broken
+        // rule stops the tests at once.
+        modelTester = std::make_unique<QAbstractItemModelTester>(
+            view()->model(), QAbstractItemModelTester::FailureReportingMode::Fatal);
         view()->resize(400, 200);
         view()->show();
         SettleEvents();
@@ -82,6 +92,7 @@ protected:
     UI_MultiColumnTree tree{"Test.Tree"};
     std::map<const host::UI_TreeRow*, std::u16string> names;
     std::map<const host::UI_TreeRow*, std::u16string> sizes;
+    std::unique_ptr<QAbstractItemModelTester> modelTester;
 };
 
 TEST_F(MultiColumnTreeTest, RowsAreInsertedInSortOrderAskingEachRowForItsKeyOnce) {
@@ -274,8 +285,12 @@ TEST_F(MultiColumnTreeTest, CellViewsAreMadeOnceLaidOutToTheCellAndDrawn) {
     EXPECT_EQ(cell->lastBounds.height, 20.0f);
     EXPECT_EQ(cell->lastBounds.top, 0.0f);
     EXPECT_EQ(images.back()->GetLastRequestFlags() & 4u, 4u);
+    EXPECT_EQ(cell->serial, 1);
     tree.RefreshRow(row);
-    EXPECT_NE(tree.GetCellView(row, kName), cell);
+    // The row's cell is made again when next asked for: the second one made is shown now.
+    auto* remade = dynamic_cast<RecordingCell*>(tree.GetCellView(row, kName));
+    ASSERT_NE(remade, nullptr);
+    EXPECT_EQ(remade->serial, 2);
     EXPECT_EQ(made, 2);
 }
 
