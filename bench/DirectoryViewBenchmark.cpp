@@ -24,6 +24,8 @@
 #include "directoryview/TandrelDirectoryView.h"
 #include "panel/TandrelTabView.h"
 
+#include "EventLoopWait.h"
+
 #include <QAbstractItemModel>
 #include <QApplication>
 #include <QElapsedTimer>
@@ -69,14 +71,7 @@ void RemoveProductions() {
     }
 }
 
-bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 600'000) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < timeoutMs) {
-        QApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return condition();
-}
+using benchsupport::WaitUntil;
 
 // Sees the paints of a widget once armed.
 class PaintWatch : public QObject {
