@@ -1,5 +1,6 @@
 // The real marvane process, started offscreen.
 #include "MarvaneProcess.h"
+#include "TemporaryFolder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -76,7 +77,8 @@ TEST(MarvaneHost, ListCommandsIsTranslated) {
 }
 
 TEST(MarvaneHost, AScreenshotOfATemporaryProductionShowsThePanelWithItsTitle) {
-    const fs::path folder = FreshTemporaryFolder("screenshot");
+    const testsupport::TemporaryFolder temporary("e2e-screenshot");
+    const fs::path folder = temporary.Path();
     fs::create_directories(folder / "Pilot");
     const auto result =
         RunMarvane({"--production", (folder / "Pilot").string(), "--profile",
@@ -86,11 +88,11 @@ TEST(MarvaneHost, AScreenshotOfATemporaryProductionShowsThePanelWithItsTitle) {
     EXPECT_NE(result.err.find("Panel shown: \"Production: Pilot\""), std::string::npos)
         << result.err;
     EXPECT_TRUE(IsPng(folder / "shot.png"));
-    fs::remove_all(folder);
 }
 
 TEST(MarvaneHost, AMissingProductionFolderIsReportedAndNothingIsCreated) {
-    const fs::path folder = FreshTemporaryFolder("missing");
+    const testsupport::TemporaryFolder temporary("e2e-missing");
+    const fs::path folder = temporary.Path();
     const fs::path missing = folder / "Gone" / "Pilot";
     const auto result =
         RunMarvane({"--production", missing.string(), "--profile", (folder / "profile").string(),
@@ -104,22 +106,22 @@ TEST(MarvaneHost, AMissingProductionFolderIsReportedAndNothingIsCreated) {
     EXPECT_FALSE(fs::exists(folder / "profile" / "data"));
     EXPECT_NE(result.err.find("Panel shown: \"Production\""), std::string::npos) << result.err;
     EXPECT_TRUE(IsPng(folder / "shot.png"));
-    fs::remove_all(folder);
 }
 
 TEST(MarvaneHost, AFileGivenAsProductionIsReportedAsNotAFolder) {
-    const fs::path folder = FreshTemporaryFolder("file");
+    const testsupport::TemporaryFolder temporary("e2e-file");
+    const fs::path folder = temporary.Path();
     std::ofstream(folder / "Pilot.txt") << "not a folder\n";
     const auto result =
         RunMarvane({"--production", (folder / "Pilot.txt").string(), "--profile",
                     (folder / "profile").string(), "--screenshot", (folder / "shot.png").string()});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.err.find("is not a folder"), std::string::npos) << result.err;
-    fs::remove_all(folder);
 }
 
 TEST(MarvaneHost, AFirstStartWithoutProductionOpensTheDemoProduction) {
-    const fs::path folder = FreshTemporaryFolder("demo");
+    const testsupport::TemporaryFolder temporary("e2e-demo");
+    const fs::path folder = temporary.Path();
     const auto result = RunMarvane({"--profile", (folder / "profile").string(), "--screenshot",
                                     (folder / "shot.png").string()},
                                    {"MARVANE_TRACE=Host=3"});
@@ -134,11 +136,11 @@ TEST(MarvaneHost, AFirstStartWithoutProductionOpensTheDemoProduction) {
     EXPECT_EQ(second.exitCode, 0) << second.err;
     EXPECT_NE(second.err.find("Panel shown: \"Production: Demo Production\""), std::string::npos)
         << second.err;
-    fs::remove_all(folder);
 }
 
 TEST(MarvaneHost, TheLastProductionOpensAgainAndIsKeptWhileItIsMissing) {
-    const fs::path folder = FreshTemporaryFolder("remembered");
+    const testsupport::TemporaryFolder temporary("e2e-remembered");
+    const fs::path folder = temporary.Path();
     fs::create_directories(folder / "Pilot");
     const std::vector<std::string> common = {"--profile", (folder / "profile").string(),
                                              "--screenshot", (folder / "shot.png").string()};
@@ -156,11 +158,11 @@ TEST(MarvaneHost, TheLastProductionOpensAgainAndIsKeptWhileItIsMissing) {
     fs::rename(folder / "Pilot-away", folder / "Pilot");
     const auto back = RunMarvane(common, {"MARVANE_TRACE=Host=3"});
     EXPECT_NE(back.err.find("Panel shown: \"Production: Pilot\""), std::string::npos) << back.err;
-    fs::remove_all(folder);
 }
 
 TEST(MarvaneHost, ModulesThatCannotLoadAreReportedAndTheHostStillStarts) {
-    const fs::path folder = FreshTemporaryFolder("plugins");
+    const testsupport::TemporaryFolder temporary("e2e-plugins");
+    const fs::path folder = temporary.Path();
     const fs::path plugins = folder / "plugins";
     fs::create_directories(plugins);
     fs::copy_file(fs::path(MARVANE_PLUGIN_DIR) / "HandlerTandrel.so",
@@ -183,7 +185,6 @@ TEST(MarvaneHost, ModulesThatCannotLoadAreReportedAndTheHostStillStarts) {
         << result.err;
     EXPECT_NE(result.err.find("Panel shown: \"Production: Pilot\""), std::string::npos)
         << result.err;
-    fs::remove_all(folder);
 }
 
 TEST(MarvaneHost, WithoutADisplayItSaysSoAndSuggestsAScreenshot) {

@@ -1,5 +1,7 @@
 #include "MarvaneProcess.h"
 
+#include "TemporaryFolder.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -29,17 +31,9 @@ std::string ReadAll(const std::filesystem::path& file) {
 
 } // namespace
 
-std::filesystem::path FreshTemporaryFolder(const std::string& name) {
-    const auto folder = std::filesystem::temp_directory_path() /
-                        ("marvane-e2e-" + name + "-" + std::to_string(::getpid()));
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    return folder;
-}
-
 ProcessResult RunMarvane(const std::vector<std::string>& arguments,
                          const std::vector<std::string>& environment) {
-    const auto outputs = FreshTemporaryFolder("output");
+    const testsupport::TemporaryFolder outputs("e2e-output");
     std::string command = "env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM";
     command += " XDG_CONFIG_HOME=" + Quote((outputs / "config").string());
     command += " XDG_DATA_HOME=" + Quote((outputs / "data").string());
@@ -56,6 +50,5 @@ ProcessResult RunMarvane(const std::vector<std::string>& arguments,
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     result.out = ReadAll(outputs / "out");
     result.err = ReadAll(outputs / "err");
-    std::filesystem::remove_all(outputs);
     return result;
 }

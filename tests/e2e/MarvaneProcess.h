@@ -12,5 +12,3 @@ struct ProcessResult {
 
 ProcessResult RunMarvane(const std::vector<std::string>& arguments,
                          const std::vector<std::string>& environment = {});
-
-std::filesystem::path FreshTemporaryFolder(const std::string& name);

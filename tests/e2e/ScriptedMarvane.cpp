@@ -12,10 +12,6 @@
 
 ScriptedMarvane::ScriptedMarvane(const std::vector<std::string>& arguments,
                                  const std::vector<std::string>& environment) {
-    static int counter = 0;
-    mErrorFile =
-        std::filesystem::temp_directory_path() /
-        ("marvane-e2e-stderr-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
     int toChild[2];
     int fromChild[2];
     if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) {
@@ -63,8 +59,6 @@ ScriptedMarvane::~ScriptedMarvane() {
     if (mOutput >= 0) {
         ::close(mOutput);
     }
-    std::error_code ignored;
-    std::filesystem::remove(mErrorFile, ignored);
 }
 
 bool ScriptedMarvane::Post(const std::vector<std::string>& fields) {

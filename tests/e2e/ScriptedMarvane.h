@@ -1,6 +1,8 @@
 #pragma once
 // A real marvane process driven through --script: commands go to its standard input and
 // each answer line comes back from its standard output.
+#include "TemporaryFolder.h"
+
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -33,7 +35,8 @@ private:
     int mInput = -1;
     int mOutput = -1;
     std::string mBuffered;
-    std::filesystem::path mErrorFile;
+    const testsupport::TemporaryFolder mErrorFolder{"e2e-stderr"};
+    const std::filesystem::path mErrorFile = mErrorFolder / "stderr";
     int mExitCode = -1;
     bool mExited = false;
 };

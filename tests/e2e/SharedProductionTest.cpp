@@ -1,6 +1,7 @@
 // Two editors, each with their own marvane, on one production folder.
 #include "MarvaneProcess.h"
 #include "ScriptedMarvane.h"
+#include "TemporaryFolder.h"
 
 #include <chrono>
 #include <csignal>
@@ -48,12 +49,10 @@ std::string LockOfThisMachine(const std::string& holder, pid_t processId) {
 class SharedProductionTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        root = FreshTemporaryFolder("shared");
         production = root / "Pilot";
         scene = production / "Scene 12.mvproj";
         WriteProject(scene, "Scene 12 - Assembly");
     }
-    void TearDown() override { fs::remove_all(root); }
 
     std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name,
                                                  std::vector<std::string> extra = {},
@@ -72,7 +71,8 @@ protected:
         return editor;
     }
 
-    fs::path root;
+    const testsupport::TemporaryFolder temporary{"e2e-shared"};
+    const fs::path root = temporary.Path();
     fs::path production;
     fs::path scene;
 };
@@ -289,7 +289,8 @@ INSTANTIATE_TEST_SUITE_P(Signals, StopSignalTest, ::testing::Values(SIGTERM, SIG
                          });
 
 TEST(DemoProduction, OneProjectIsLockedByAnotherEditor) {
-    const fs::path folder = FreshTemporaryFolder("demo-lock");
+    const testsupport::TemporaryFolder temporary("e2e-demo-lock");
+    const fs::path folder = temporary.Path();
     auto editor = std::make_unique<ScriptedMarvane>(
         std::vector<std::string>{"--profile", (folder / "profile").string()});
     ASSERT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
@@ -303,7 +304,6 @@ TEST(DemoProduction, OneProjectIsLockedByAnotherEditor) {
               0u);
     EXPECT_EQ(editor->Finish(), 0);
     EXPECT_TRUE(fs::exists(fineCut.string() + ".lock")); // another editor's lock stays
-    fs::remove_all(folder);
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
+#include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "WindowlessWorkspace.h"
 #include "host/CoreTypes.h"
@@ -27,9 +28,6 @@ namespace testsupport {
 class ProductionFixture : public ::testing::Test {
 protected:
     void SetUp() override {
-        root = std::filesystem::temp_directory_path() /
-               ("marvane-production-" + std::to_string(::getpid()));
-        std::filesystem::remove_all(root);
         production = root / "Production";
         std::filesystem::create_directories(production);
         SetIdentity("Ana Ruiz", "suite-1");
@@ -59,10 +57,6 @@ protected:
         host::HostSession::Instance().preferences.newMasking = false;
         host::HostSession::Instance().preferences.forcePolling = false;
         host::HostSession::Instance().preferences.pollIntervalMs = 2000;
-        std::error_code ignored;
-        std::filesystem::permissions(root, std::filesystem::perms::owner_all,
-                                     std::filesystem::perm_options::add, ignored);
-        std::filesystem::remove_all(root);
     }
 
     static void SetIdentity(const std::string& name, const std::string& second) {
@@ -115,7 +109,8 @@ protected:
         return places;
     }
 
-    std::filesystem::path root;
+    const TemporaryFolder temporary{"production"};
+    const std::filesystem::path root = temporary.Path();
     std::filesystem::path production;
     WindowlessWorkspace workspace;
     std::shared_ptr<host::ScriptedDialogResponder> responder;

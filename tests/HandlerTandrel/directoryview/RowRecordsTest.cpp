@@ -1,0 +1,118 @@
+#include "directoryview/RowRecords.h"
+
+#include "Marvane/application/HostSession.h"
+#include "TemporaryFolder.h"
+#include "TestProjects.h"
+#include "columns/DisplayName.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace HandlerTandrel;
+using Outcome = RowRecords::Outcome;
+
+class RowRecordsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        scene = W(testsupport::WriteProject(root / "Scene 12.mvproj"));
+        fs::create_directories(root / "Edit");
+        edit = W(root / "Edit");
+        host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
+        host::HostSession::Instance().userOverride.reset();
+    }
+    static host::WideString W(const fs::path& path) { return host::ToUTF16(path.string()); }
+
+    const testsupport::TemporaryFolder temporary{"records"};
+    const fs::path root = temporary.Path();
+    host::WideString scene;
+    host::WideString edit;
+    RowRecords records;
+    std::shared_ptr<host::UI_TreeRow> sceneRow = std::make_shared<host::UI_TreeRow>(false);
+    std::shared_ptr<host::UI_TreeRow> editRow = std::make_shared<host::UI_TreeRow>(true);
+};
+
+TEST_F(RowRecordsTest, OnlyProjectRowsHaveARecord) {
+    EXPECT_EQ(records.Update(editRow.get(), edit, false, true, Columns::kNameColumn),
+              Outcome::kNothing);
+    EXPECT_EQ(records.Update(nullptr, scene, false, true, Columns::kNameColumn), Outcome::kNothing);
+    EXPECT_EQ(records.Find(editRow.get()), nullptr);
+    EXPECT_EQ(records.Count(), 0u);
+}
+
+TEST_F(RowRecordsTest, AProjectInAnOpenFolderIsReadInFull) {
+    EXPECT_EQ(records.Update(sceneRow.get(), scene, false, true, Columns::kNameColumn),
+              Outcome::kRead);
+    const Columns::FileMetadata* record = records.Find(sceneRow.get());
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->displayName, u"Scene 12");
+    EXPECT_TRUE(record->hasSize && record->hasModifiedTime);
+    EXPECT_FALSE(record->hasLockFile);
+    EXPECT_FALSE(records.IsStale(sceneRow.get()));
+}
+
+TEST_F(RowRecordsTest, AProjectUnderAClosedFolderIsOnlyMarkedStale) {
+    EXPECT_EQ(records.Update(sceneRow.get(), scene, false, false, Columns::kNameColumn),
+              Outcome::kMarkedStale);
+    ASSERT_NE(records.Find(sceneRow.get()), nullptr);
+    EXPECT_TRUE(records.Find(sceneRow.get())->displayName.empty()); // nothing read
+    EXPECT_TRUE(records.IsStale(sceneRow.get()));
+    // Its folder opens: now it is read.
+    EXPECT_EQ(records.Update(sceneRow.get(), scene, true, true, Columns::kNameColumn),
+              Outcome::kRead);
+    EXPECT_FALSE(records.IsStale(sceneRow.get()));
+}
+
+TEST_F(RowRecordsTest, ARecordThatIsCurrentIsNotReadAgainWhenOnlyStaleOnesAre) {
+    records.Update(sceneRow.get(), scene, false, true, Columns::kNameColumn);
+    EXPECT_EQ(records.Update(sceneRow.get(), scene, true, true, Columns::kNameColumn),
+              Outcome::kNothing);
+    // A new record counts as stale.
+    const auto other = std::make_shared<host::UI_TreeRow>(false);
+    EXPECT_EQ(records.Update(other.get(), scene, true, true, Columns::kNameColumn), Outcome::kRead);
+}
+
+TEST_F(RowRecordsTest, SortingARowNotShownYetReadsOnlyTheSortFieldAndLeavesItStale) {
+    const host::WideString key = records.SortKey(sceneRow.get(), scene, Columns::kSizeColumn);
+    const Columns::FileMetadata* record = records.Find(sceneRow.get());
+    ASSERT_NE(record, nullptr);
+    EXPECT_TRUE(record->hasSize);
+    EXPECT_FALSE(record->hasModifiedTime);
+    EXPECT_TRUE(record->displayName.empty());
+    EXPECT_EQ(key, record->GetSortString(Columns::kSizeColumn));
+    EXPECT_TRUE(records.IsStale(sceneRow.get()));
+}
+
+TEST_F(RowRecordsTest, SortingAStaleRowByNameReadsItsNameAndLeavesItStale) {
+    records.Update(sceneRow.get(), scene, false, false, Columns::kNameColumn);
+    const host::WideString key = records.SortKey(sceneRow.get(), scene, Columns::kNameColumn);
+    ASSERT_NE(records.Find(sceneRow.get()), nullptr);
+    EXPECT_EQ(records.Find(sceneRow.get())->displayName, DisplayNameOf(scene));
+    EXPECT_EQ(key, records.Find(sceneRow.get())->GetSortString(Columns::kNameColumn));
+    EXPECT_FALSE(records.Find(sceneRow.get())->hasLockFile);
+    EXPECT_TRUE(records.IsStale(sceneRow.get()));
+}
+
+TEST_F(RowRecordsTest, OtherRowsSortByTheirNameAndByNothingInOtherColumns) {
+    EXPECT_EQ(records.SortKey(editRow.get(), edit, Columns::kNameColumn), u"Edit");
+    EXPECT_EQ(records.SortKey(editRow.get(), edit, Columns::kSizeColumn), u"");
+    EXPECT_EQ(records.Count(), 0u);
+}
+
+TEST_F(RowRecordsTest, AForgottenRowHasNoRecordAndClearingForgetsEveryRow) {
+    records.Update(sceneRow.get(), scene, false, true, Columns::kNameColumn);
+    const auto other = std::make_shared<host::UI_TreeRow>(false);
+    records.Update(other.get(), scene, false, false, Columns::kNameColumn);
+    records.Forget(sceneRow.get());
+    EXPECT_EQ(records.Find(sceneRow.get()), nullptr);
+    EXPECT_NE(records.Find(other.get()), nullptr);
+    records.Clear();
+    EXPECT_EQ(records.Count(), 0u);
+    EXPECT_FALSE(records.IsStale(other.get()));
+}
+
+} // namespace

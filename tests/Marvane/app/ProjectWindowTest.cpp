@@ -1,0 +1,193 @@
+#include "Marvane/app/ProjectWindow.h"
+#include "Marvane/app/HostCommands.h"
+#include "Marvane/app/MainWindow.h"
+#include "Marvane/application/HostSession.h"
+#include "Marvane/uiframework/DialogResponder.h"
+#include "TestProjects.h"
+
+#include <QAbstractItemModel>
+#include <QCloseEvent>
+#include <QListView>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include "FileBytes.h"
+#include <sstream>
+#include <unistd.h>
+
+#include "TemporaryFolder.h"
+#include "ViewTestSupport.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testsupport::ReadBytes;
+
+class ProjectWindowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        scene = testsupport::WriteProject(root / "Scene 12.mvproj", {"Assembly"});
+        host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
+        host::HostSession::Instance().userOverride.reset();
+        host::DeclareHostCommands(host::ShortcutManager::Instance());
+        responder = std::make_shared<host::ScriptedDialogResponder>();
+        host::SetDialogResponder(responder);
+        window = std::make_unique<host::MainWindow>();
+        window->show();
+        SettleEvents();
+    }
+    void TearDown() override {
+        testsupport::CloseAllProjects();
+        window.reset();
+        host::SetDialogResponder(nullptr);
+    }
+    host::ProjectWindow* Page(int index = 0) {
+        return dynamic_cast<host::ProjectWindow*>(window->GetProjectTabs()->widget(index));
+    }
+
+    // The texts of a list's rows, as its model gives them to the view.
+    static QStringList Rows(const QListView* list) {
+        QStringList rows;
+        const QAbstractItemModel* model = list->model();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            rows << model->index(row, 0).data().toString();
+        }
+        return rows;
+    }
+
+    const testsupport::TemporaryFolder temporary{"project-window"};
+    const fs::path root = temporary.Path();
+    fs::path scene;
+    std::shared_ptr<host::ScriptedDialogResponder> responder;
+    std::unique_ptr<host::MainWindow> window;
+};
+
+TEST_F(ProjectWindowTest, AnOpenedProjectGetsATabThatSaysWeHoldTheLock) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_EQ(window->GetProjectTabs()->count(), 1);
+    EXPECT_EQ(window->GetProjectTabs()->tabText(0), QStringLiteral("Scene 12"));
+    ASSERT_NE(Page(), nullptr);
+    EXPECT_EQ(Page()->ModeText(), QStringLiteral("Read-write: you hold the lock."));
+    EXPECT_FALSE(Page()->OutOfDateShown());
+}
+
+TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    EXPECT_EQ(Rows(Page()->BinList()), QStringList{QStringLiteral("Footage")});
+    EXPECT_EQ(Rows(Page()->SequenceList()), QStringList{QStringLiteral("Assembly")});
+    EXPECT_TRUE(Page()->BinList()->uniformItemSizes());
+    EXPECT_TRUE(Page()->SequenceList()->uniformItemSizes());
+}
+
+TEST_F(ProjectWindowTest, AProjectOfFiftyThousandSequencesHasARowForEach) {
+    std::vector<std::string> sequences;
+    for (int i = 1; i <= 50'000; ++i) {
+        sequences.push_back("Scene " + std::to_string(i) + " – Take " + std::to_string(i % 9 + 1));
+    }
+    const fs::path big = testsupport::WriteProject(root / "Feature.mvproj", sequences);
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    SettleEvents();
+    const QAbstractItemModel* rows = Page()->SequenceList()->model();
+    ASSERT_EQ(rows->rowCount(), 50'000);
+    EXPECT_EQ(rows->index(0, 0).data().toString(), QStringLiteral("Scene 1 – Take 2"));
+    EXPECT_EQ(rows->index(24'999, 0).data().toString(), QStringLiteral("Scene 25000 – Take 8"));
+    EXPECT_EQ(rows->index(49'999, 0).data().toString(), QStringLiteral("Scene 50000 – Take 6"));
+    EXPECT_FALSE(rows->index(50'000, 0).data().isValid());
+    EXPECT_EQ(Page()->BinList()->model()->rowCount(), 1);
+}
+
+TEST_F(ProjectWindowTest, RenamingTheCurrentSequenceKeepsItCurrent) {
+    testsupport::WriteProject(scene, {"Assembly", "Rough Cut", "Fine Cut"});
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    QListView* list = Page()->SequenceList();
+    list->setCurrentIndex(list->model()->index(1, 0));
+    responder->AddText("Rough Cut 2");
+    Page()->RenameSequence();
+    ASSERT_EQ(responder->GetTextRequests().size(), 1u);
+    EXPECT_EQ(responder->GetTextRequests()[0].title, "Rename Sequence");
+    EXPECT_EQ(Rows(list), (QStringList{QStringLiteral("Assembly"), QStringLiteral("Rough Cut 2"),
+                                       QStringLiteral("Fine Cut")}));
+    EXPECT_EQ(list->currentIndex().row(), 1);
+    EXPECT_EQ(Page()->GetProject()->Content().sequences[1], "Rough Cut 2");
+}
+
+TEST_F(ProjectWindowTest, WhenTheListGetsShorterTheLastRowBecomesCurrent) {
+    testsupport::WriteProject(scene, {"Assembly", "Rough Cut", "Fine Cut"});
+    ASSERT_TRUE(
+        host::CreateProjectLockFile(scene.string(), "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    QListView* list = Page()->SequenceList();
+    list->setCurrentIndex(list->model()->index(2, 0));
+    testsupport::WriteProject(scene, {"Assembly"});
+    Page()->Reload();
+    EXPECT_EQ(Rows(list), QStringList{QStringLiteral("Assembly")});
+    EXPECT_EQ(list->currentIndex().row(), 0);
+}
+
+TEST_F(ProjectWindowTest, AddingASequenceAndSavingWritesTheProject) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    responder->AddText("Fine Cut");
+    Page()->AddSequence();
+    ASSERT_EQ(responder->GetTextRequests().size(), 1u);
+    EXPECT_EQ(responder->GetTextRequests()[0].title, "Add Sequence");
+    EXPECT_TRUE(Page()->GetProject()->IsModified());
+    EXPECT_EQ(Rows(Page()->SequenceList()),
+              (QStringList{QStringLiteral("Assembly"), QStringLiteral("Fine Cut")}));
+    Page()->Save();
+    EXPECT_FALSE(Page()->GetProject()->IsModified());
+    EXPECT_NE(ReadBytes(scene).find("Fine Cut"), std::string::npos);
+}
+
+TEST_F(ProjectWindowTest, AnotherEditorsProjectShowsTheHolderAndWhenItIsOutOfDate) {
+    ASSERT_TRUE(
+        host::CreateProjectLockFile(scene.string(), "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    EXPECT_EQ(Page()->ModeText(), QStringLiteral("Read-only: locked by Ben Okafor."));
+    EXPECT_FALSE(Page()->OutOfDateShown());
+    testsupport::WriteProject(scene, {"Assembly", "Ben's Cut"});
+    Page()->Refresh();
+    EXPECT_TRUE(Page()->OutOfDateShown());
+    Page()->Reload();
+    EXPECT_FALSE(Page()->OutOfDateShown());
+    EXPECT_EQ(Page()->GetProject()->Content().sequences.size(), 2u);
+}
+
+TEST_F(ProjectWindowTest, ADamagedProjectIsReportedInAMessageBox) {
+    std::ofstream(root / "Damaged.mvproj") << "not json";
+    EXPECT_FALSE(window->OpenProjectFile(root / "Damaged.mvproj"));
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    EXPECT_EQ(responder->GetRequests()[0].title, "Cannot Open Project");
+    EXPECT_EQ(window->GetProjectTabs()->count(), 0);
+}
+
+TEST_F(ProjectWindowTest, ClosingTheWindowAsksToSaveAndACancelKeepsEverything) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    responder->AddText("Unsaved");
+    Page()->AddSequence();
+    responder->AddAnswer(2); // Cancel
+    QCloseEvent event;
+    QApplication::sendEvent(window.get(), &event);
+    EXPECT_FALSE(event.isAccepted());
+    EXPECT_EQ(host::DocumentManager::Instance().GetAll().size(), 1u);
+    EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
+    responder->AddAnswer(0); // Save
+    QCloseEvent again;
+    QApplication::sendEvent(window.get(), &again);
+    EXPECT_TRUE(again.isAccepted());
+    EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
+    EXPECT_NE(ReadBytes(scene).find("Unsaved"), std::string::npos);
+}
+
+TEST_F(ProjectWindowTest, SwitchingAFreeProjectToReadOnlyAndBackMovesTheLock) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    Page()->ToggleReadOnly();
+    EXPECT_TRUE(Page()->GetProject()->IsReadOnly());
+    EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
+    EXPECT_EQ(Page()->ModeText(), QStringLiteral("Read-only."));
+    Page()->ToggleReadOnly();
+    EXPECT_FALSE(Page()->GetProject()->IsReadOnly());
+    EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
+}
+
+} // namespace

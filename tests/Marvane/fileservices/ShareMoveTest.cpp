@@ -1,0 +1,168 @@
+// Moves on a real network share (sshfs over our own SSH server on 127.0.0.1), whose file
+// system cannot rename without replacing: nothing at the destination is ever replaced, even
+// when two processes race to move different files to one name.
+#include "Marvane/application/HostSession.h"
+#include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/projectbackend/LockFiles.h"
+#include "host/FileServices.h"
+
+#include "FileBytes.h"
+#include "Inventory.h"
+#include "SshShare.h"
+#include "TemporaryFolder.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kRounds = 200;
+
+host::WideString W(const fs::path& path) {
+    return host::ToUTF16(path.string());
+}
+
+class ShareMoveTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+            GTEST_SKIP() << why;
+        }
+        exported = root / "Export";
+        mount = root / "Share";
+        fs::create_directories(exported);
+        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
+    }
+    void TearDown() override {
+        share.Stop(); // before the folders go
+    }
+
+    // First, so that it goes last, after the share.
+    const testsupport::TemporaryFolder temporary{"share-move"};
+    const fs::path root = temporary.Path();
+    fs::path exported;
+    fs::path mount;
+    testsupport::SshShare share;
+};
+
+TEST_F(ShareMoveTest, TheShareCannotRenameWithoutReplacingSoMovesLinkThenUnlink) {
+    std::ofstream(mount / "Take 1.mov") << "take one";
+    std::ofstream(mount / "Take 2.mov") << "take two";
+    // What the kernel's no-replace rename answers on this file system.
+    ASSERT_NE(::renameat2(AT_FDCWD, (mount / "Take 1.mov").c_str(), AT_FDCWD,
+                          (mount / "Take 3.mov").c_str(), RENAME_NOREPLACE),
+              0);
+    EXPECT_EQ(host::RenameNoReplace(mount / "Take 1.mov", mount / "Take 2.mov"), EEXIST);
+    EXPECT_EQ(testsupport::ReadBytes(exported / "Take 2.mov"), "take two");
+    EXPECT_EQ(host::RenameNoReplace(mount / "Take 1.mov", mount / "Take 3.mov"), 0);
+    EXPECT_FALSE(fs::exists(exported / "Take 1.mov"));
+    EXPECT_EQ(testsupport::ReadBytes(exported / "Take 3.mov"), "take one");
+}
+
+TEST_F(ShareMoveTest, AFolderIsNeverMovedOverAFolderThatHoldsAnything) {
+    fs::create_directories(mount / "Day1");
+    std::ofstream(mount / "Day1" / "a.mov") << "a";
+    fs::create_directories(mount / "Day2");
+    std::ofstream(mount / "Day2" / "b.mov") << "b";
+    EXPECT_EQ(host::RenameNoReplace(mount / "Day1", mount / "Day2"), EEXIST);
+    EXPECT_EQ(host::Move(W(mount / "Day1"), W(mount / "Day2")), -EEXIST);
+    EXPECT_EQ(testsupport::ReadBytes(exported / "Day1" / "a.mov"), "a");
+    EXPECT_EQ(testsupport::ReadBytes(exported / "Day2" / "b.mov"), "b");
+    // A rename can only ever replace an empty folder, and even that is checked for first.
+    fs::create_directories(mount / "Empty");
+    EXPECT_EQ(host::RenameNoReplace(mount / "Day1", mount / "Empty"), EEXIST);
+    EXPECT_TRUE(fs::exists(exported / "Day1" / "a.mov"));
+}
+
+TEST_F(ShareMoveTest, LockingAndReleasingThroughTheShareLeavesNothingBehind) {
+    host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
+    host::HostSession::Instance().userOverride.reset();
+    const std::string project = (mount / "Scene 12.mvproj").string();
+    std::ofstream(project) << R"({"formatVersion": 1, "name": "Scene 12"})";
+    for (int round = 0; round < 60; ++round) {
+        const auto lock = host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1");
+        ASSERT_TRUE(lock && lock->IsOwnedByCaller()) << "round " << round;
+        // Read as the panel does, then released as closing the project does.
+        ASSERT_NE(host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1"), nullptr);
+        ASSERT_TRUE(host::RemoveOwnLockFile(project)) << "round " << round;
+    }
+    share.Stop(); // every pending close reaches the server
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(exported)) {
+        if (entry.path().filename() != "Scene 12.mvproj") {
+            left.push_back(entry.path().filename().string());
+        }
+    }
+    EXPECT_TRUE(left.empty()) << left.size() << " left, the first: " << left.front();
+}
+
+struct RaceBoard {
+    pthread_barrier_t start;
+    int results[kRounds][2];
+};
+
+TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) {
+    for (int round = 0; round < kRounds; ++round) {
+        for (int editor = 0; editor < 2; ++editor) {
+            std::ofstream(mount / ("Round " + std::to_string(round) + " from " +
+                                   std::to_string(editor) + ".mov"))
+                << "round " << round << " by editor " << editor;
+        }
+    }
+    const auto before = testsupport::ContentCounts(testsupport::TakeInventory(exported));
+    void* memory =
+        mmap(nullptr, sizeof(RaceBoard), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    auto* board = new (memory) RaceBoard{};
+    pthread_barrierattr_t attributes;
+    pthread_barrierattr_init(&attributes);
+    pthread_barrierattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    ASSERT_EQ(pthread_barrier_init(&board->start, &attributes, 2), 0);
+    std::vector<pid_t> children;
+    for (int editor = 0; editor < 2; ++editor) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (int round = 0; round < kRounds; ++round) {
+                const std::string prefix = "Round " + std::to_string(round);
+                pthread_barrier_wait(&board->start);
+                board->results[round][editor] =
+                    host::Move(W(mount / (prefix + " from " + std::to_string(editor) + ".mov")),
+                               W(mount / (prefix + ".mov")));
+            }
+            _exit(0);
+        }
+        children.push_back(child);
+    }
+    for (const pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    int roundsWithOneMove = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const int moved =
+            (board->results[round][0] == 0 ? 1 : 0) + (board->results[round][1] == 0 ? 1 : 0);
+        const int refused = (board->results[round][0] == -EEXIST ? 1 : 0) +
+                            (board->results[round][1] == -EEXIST ? 1 : 0);
+        EXPECT_EQ(moved, 1) << "round " << round;
+        EXPECT_EQ(refused, 1) << "round " << round;
+        roundsWithOneMove += moved == 1 && refused == 1 ? 1 : 0;
+    }
+    EXPECT_EQ(roundsWithOneMove, kRounds);
+    // Every content is there exactly once, by inventory of the export.
+    EXPECT_EQ(testsupport::ContentCounts(testsupport::TakeInventory(exported)), before);
+    pthread_barrier_destroy(&board->start);
+    munmap(memory, sizeof(RaceBoard));
+}
+
+} // namespace

@@ -1,0 +1,166 @@
+#include "host/MediaBrowser.h"
+#include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "TemporaryFolder.h"
+#include "ViewTestSupport.h"
+#include "host/DirectoryMonitor.h"
+
+#include <QElapsedTimer>
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "FileBytes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::TreeRowPtr;
+
+class MediaBrowserTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        testsupport::WriteBytes(root / "Edit" / "Scene 12.mvproj", "{}");
+        testsupport::WriteBytes(root / "Edit" / "Reels" / "Reel 1.mvproj", "{}");
+        testsupport::WriteBytes(root / "notes.txt", "notes");
+        header.AppendColumn("Name", 1);
+        header.SetSortColumn(1);
+        view = std::make_shared<host::MediaBrowserDirectoryView>("Test.Browser");
+        view->StartListening();
+        view->GetTree().SetHeaderRow(&header);
+        view->GetTree().SetSortDataCallback(
+            [this](const TreeRowPtr& row, host::UI_MultiColumnTree::ColumnID) {
+                return view->GetRowPath(row);
+            });
+        view->SetRootPath(host::ToUTF16(root.string()));
+    }
+    void TearDown() override {
+        host::DirectoryMonitor::Instance().Reset();
+        host::WaitForDefaultExecutor(10000);
+        SettleEvents(20);
+        view.reset();
+    }
+    // Lets reads finish and their results arrive, until the condition holds.
+    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!condition() && timer.elapsed() < timeoutMs) {
+            QApplication::processEvents(QEventLoop::AllEvents, 10);
+        }
+        return condition();
+    }
+    std::vector<std::string> TopLevelNames() const {
+        std::vector<std::string> names;
+        auto& tree = view->GetTree();
+        for (int index = 0; index < tree.GetTopLevelRowCount(); ++index) {
+            names.push_back(fs::path(host::ToUTF8(view->GetRowPath(tree.GetTopLevelRow(index))))
+                                .filename()
+                                .string());
+        }
+        return names;
+    }
+    TreeRowPtr RowOf(const fs::path& path) const {
+        return view->GetRowForPath(host::ToUTF16(path.string()));
+    }
+    void LoadRoot() {
+        view->RequestDirectoryContent(nullptr, root.string());
+        ASSERT_TRUE(WaitUntil([this] { return view->GetTree().GetTopLevelRowCount() == 2; }));
+    }
+
+    const testsupport::TemporaryFolder temporary{"browser"};
+    const fs::path root = temporary.Path();
+    host::UI_MultiColumnTreeHeaderRow header;
+    std::shared_ptr<host::MediaBrowserDirectoryView> view;
+};
+
+TEST_F(MediaBrowserTest, TheRootIsReadOffTheMainThreadAndArrivesLater) {
+    view->RequestDirectoryContent(nullptr, root.string());
+    EXPECT_EQ(view->GetTree().GetTopLevelRowCount(), 0); // nothing yet: the read is elsewhere
+    ASSERT_TRUE(WaitUntil([this] { return view->GetTree().GetTopLevelRowCount() == 2; }));
+    EXPECT_EQ(TopLevelNames(), (std::vector<std::string>{"Edit", "notes.txt"}));
+    EXPECT_TRUE(RowOf(root / "Edit")->CanHaveChildren());
+    EXPECT_FALSE(RowOf(root / "notes.txt")->CanHaveChildren());
+}
+
+TEST_F(MediaBrowserTest, OpeningAFolderReadsItOnce) {
+    LoadRoot();
+    const TreeRowPtr edit = RowOf(root / "Edit");
+    const std::uint64_t reads = view->GetDirectoryReadCount();
+    view->GetTree().OpenRow(edit, true);
+    ASSERT_TRUE(WaitUntil([&] { return edit->GetChildCount() == 2; }));
+    EXPECT_EQ(view->GetDirectoryReadCount(), reads + 1);
+    view->GetTree().OpenRow(edit, false);
+    view->GetTree().OpenRow(edit, true);
+    SettleEvents(50);
+    EXPECT_EQ(view->GetDirectoryReadCount(), reads + 1);
+    EXPECT_EQ(view->GetExactOpenedHeight(), 4 * view->GetTree().GetRowHeight());
+}
+
+TEST_F(MediaBrowserTest, AReReadKeepsOpenFoldersAndTheSelectionAndDropsWhatIsGone) {
+    LoadRoot();
+    const TreeRowPtr edit = RowOf(root / "Edit");
+    view->GetTree().OpenRow(edit, true);
+    ASSERT_TRUE(WaitUntil([&] { return edit->GetChildCount() == 2; }));
+    const TreeRowPtr scene = RowOf(root / "Edit" / "Scene 12.mvproj");
+    view->GetTree().SelectRow(scene, true, false, true);
+    fs::remove(root / "notes.txt");
+    testsupport::WriteBytes(root / "Archive" / "old.mvproj", "{}");
+    testsupport::WriteBytes(root / "Edit" / "Scene 13.mvproj", "{}");
+    view->OnDirectoryChanged(root.string());
+    view->OnDirectoryChanged((root / "Edit").string());
+    ASSERT_TRUE(WaitUntil([&] { return edit->GetChildCount() == 3 && RowOf(root / "Archive"); }));
+    EXPECT_EQ(TopLevelNames(), (std::vector<std::string>{"Archive", "Edit"}));
+    EXPECT_EQ(RowOf(root / "Edit"), edit); // the same row, still open
+    EXPECT_TRUE(view->GetTree().IsRowOpen(edit));
+    EXPECT_EQ(view->GetSelectedPaths(), std::vector<std::u16string>{host::ToUTF16(
+                                            (root / "Edit" / "Scene 12.mvproj").string())});
+    EXPECT_EQ(RowOf(root / "notes.txt"), nullptr);
+}
+
+TEST_F(MediaBrowserTest, AFolderThatVanishedBeforeItsContentArrivedGivesNoRows) {
+    LoadRoot();
+    const TreeRowPtr edit = RowOf(root / "Edit");
+    fs::remove_all(root / "Edit");
+    view->GetTree().OpenRow(edit, true);
+    host::WaitForDefaultExecutor(10000);
+    SettleEvents(50);
+    EXPECT_EQ(edit->GetChildCount(), 0);
+}
+
+TEST_F(MediaBrowserTest, AChangeMadeByAnotherProcessAppearsThroughTheMonitor) {
+    LoadRoot();
+    host::MonitorDirectory(host::ToUTF16(root.string()), false, false);
+    ASSERT_EQ(std::system(("touch '" + (root / "Promo.mvproj").string() + "'").c_str()), 0);
+    EXPECT_TRUE(WaitUntil([this] { return RowOf(root / "Promo.mvproj") != nullptr; }));
+}
+
+TEST_F(MediaBrowserTest, AHugeDirectoryDoesNotHoldTheMainThread) {
+    for (int index = 0; index < 20'000; ++index) {
+        std::ofstream(root / "Edit" / ("take " + std::to_string(index) + ".mvproj"));
+    }
+    LoadRoot();
+    const TreeRowPtr edit = RowOf(root / "Edit");
+    view->GetTree().OpenRow(edit, true);
+    // While the folder is read, the main thread keeps handling events.
+    int turns = 0;
+    QElapsedTimer timer;
+    timer.start();
+    while (edit->GetChildCount() == 0 && timer.elapsed() < 120'000) {
+        QApplication::processEvents(QEventLoop::AllEvents, 1);
+        ++turns;
+    }
+    EXPECT_GT(turns, 1);
+    EXPECT_EQ(edit->GetChildCount(), 20'002);
+}
+
+TEST(DirectoryEntry, APathFieldOfAnotherTypeIsAnError) {
+    host::DirectoryEntry entry;
+    entry.fields.emplace(std::string(host::kPathField), std::int64_t{3});
+    EXPECT_THROW(host::EntryPath(entry), std::logic_error);
+}
+
+} // namespace

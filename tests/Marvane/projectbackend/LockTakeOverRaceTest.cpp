@@ -1,0 +1,191 @@
+// Many copies of one editor take over the lock a crashed copy left behind, all at the same
+// moment: exactly one of them may get it, and a live lock that appears meanwhile stays.
+#include "Marvane/application/HostSession.h"
+#include "Marvane/projectbackend/LockFiles.h"
+#include "TemporaryFolder.h"
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kTakers = 8;
+constexpr int kRounds = 300;
+
+struct TakeOverBoard {
+    pthread_barrier_t start;
+    std::array<std::array<unsigned char, kTakers>, kRounds> taken;
+    std::array<pid_t, kTakers> pids;
+    std::array<unsigned char, kRounds> liveLockMade;
+};
+
+fs::path ProjectOfRound(const fs::path& folder, int round) {
+    return folder / ("Round " + std::to_string(round) + ".mvproj");
+}
+
+pid_t AGoneProcess() {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    return child;
+}
+
+// What a copy of "Ana Ruiz" killed with -9 leaves: her lock, naming a process that is gone.
+void PlantAbandonedLock(const fs::path& project) {
+    host::LockFileContent abandoned = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    abandoned.processId = AGoneProcess();
+    std::ofstream(host::LockFilePathFor(project)) << host::SerialiseLockFile(abandoned);
+}
+
+[[noreturn]] void TakeOver(TakeOverBoard& board, const fs::path& folder, int taker) {
+    board.pids[static_cast<std::size_t>(taker)] = ::getpid();
+    for (int round = 0; round < kRounds; ++round) {
+        pthread_barrier_wait(&board.start);
+        const bool won =
+            host::TakeOverOwnLockFile(ProjectOfRound(folder, round)) == host::TakeOverResult::Taken;
+        board.taken[static_cast<std::size_t>(round)][static_cast<std::size_t>(taker)] = won;
+    }
+    _exit(0);
+}
+
+// Another editor, whose lock appears in the moment the abandoned one is gone.
+[[noreturn]] void LockAfresh(TakeOverBoard& board, const fs::path& folder) {
+    host::HostSession::Instance().preferences.locking = {"Ben Okafor", "suite-2", true};
+    for (int round = 0; round < kRounds; ++round) {
+        pthread_barrier_wait(&board.start);
+        const fs::path project = ProjectOfRound(folder, round);
+        ::unlink(host::LockFilePathFor(project).c_str());
+        const auto lock = host::CreateProjectLockFile(project.string(), "Ben Okafor", "suite-2");
+        board.liveLockMade[static_cast<std::size_t>(round)] = lock && lock->IsOwnedByCaller();
+    }
+    _exit(0);
+}
+
+class LockTakeOverRace : public ::testing::Test {
+protected:
+    void SetUp() override {
+        host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
+        host::HostSession::Instance().userOverride.reset();
+        for (int round = 0; round < kRounds; ++round) {
+            PlantAbandonedLock(ProjectOfRound(folder, round));
+        }
+        memory = mmap(nullptr, sizeof(TakeOverBoard), PROT_READ | PROT_WRITE,
+                      MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        ASSERT_NE(memory, MAP_FAILED);
+        board = new (memory) TakeOverBoard{};
+    }
+    void TearDown() override {
+        if (board) {
+            pthread_barrier_destroy(&board->start);
+        }
+        munmap(memory, sizeof(TakeOverBoard));
+    }
+
+    void Race(bool withAnotherEditor) {
+        const unsigned parties = kTakers + (withAnotherEditor ? 1u : 0u);
+        pthread_barrierattr_t attributes;
+        pthread_barrierattr_init(&attributes);
+        pthread_barrierattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+        ASSERT_EQ(pthread_barrier_init(&board->start, &attributes, parties), 0);
+        std::vector<pid_t> children;
+        for (int taker = 0; taker < kTakers; ++taker) {
+            const pid_t child = fork();
+            ASSERT_GE(child, 0);
+            if (child == 0) {
+                TakeOver(*board, folder, taker);
+            }
+            children.push_back(child);
+        }
+        if (withAnotherEditor) {
+            const pid_t child = fork();
+            ASSERT_GE(child, 0);
+            if (child == 0) {
+                LockAfresh(*board, folder);
+            }
+            children.push_back(child);
+        }
+        for (const pid_t child : children) {
+            int status = 0;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        }
+    }
+
+    // The lock on disk at the end of a round.
+    host::LockFileContent LockOfRound(int round) const {
+        host::LockFileContent content;
+        EXPECT_EQ(host::ReadLockFile(host::LockFilePathFor(ProjectOfRound(folder, round)), content),
+                  host::LockFileState::Valid)
+            << "round " << round;
+        return content;
+    }
+
+    int LeftoversInFolder() const {
+        int leftovers = 0;
+        for (const auto& entry : fs::directory_iterator(folder)) {
+            leftovers += entry.path().extension() == ".lock" ? 0 : 1;
+        }
+        return leftovers;
+    }
+
+    const testsupport::TemporaryFolder temporary{"takeover"};
+    const fs::path folder = temporary.Path();
+    void* memory = nullptr;
+    TakeOverBoard* board = nullptr;
+};
+
+TEST_F(LockTakeOverRace, EightCopiesTakingOverOneAbandonedLockGiveExactlyOneOwnerEveryRound) {
+    Race(false);
+    int roundsWithOneOwner = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto r = static_cast<std::size_t>(round);
+        int owners = 0;
+        pid_t winner = 0;
+        for (std::size_t taker = 0; taker < kTakers; ++taker) {
+            owners += board->taken[r][taker];
+            winner = board->taken[r][taker] ? board->pids[taker] : winner;
+        }
+        EXPECT_EQ(owners, 1) << "round " << round;
+        // The lock on disk is the winner's own.
+        EXPECT_EQ(LockOfRound(round).processId, winner) << "round " << round;
+        roundsWithOneOwner += owners == 1 ? 1 : 0;
+    }
+    EXPECT_EQ(roundsWithOneOwner, kRounds);
+    // No marker and no lock taken aside is left behind.
+    EXPECT_EQ(LeftoversInFolder(), 0);
+}
+
+TEST_F(LockTakeOverRace, ALiveLockMadeDuringATakeOverIsNeverRemoved) {
+    Race(true);
+    int roundsWithTheLiveLock = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto r = static_cast<std::size_t>(round);
+        int owners = 0;
+        for (std::size_t taker = 0; taker < kTakers; ++taker) {
+            owners += board->taken[r][taker];
+        }
+        EXPECT_LE(owners, 1) << "round " << round;
+        const host::LockFileContent onDisk = LockOfRound(round);
+        if (board->liveLockMade[r]) {
+            // The other editor got the project: their lock is the one there, whatever the
+            // copies taking over did.
+            EXPECT_EQ(onDisk.lockingName, "Ben Okafor") << "round " << round;
+            ++roundsWithTheLiveLock;
+        }
+    }
+    // Both outcomes happen: the race is real.
+    EXPECT_GT(roundsWithTheLiveLock, 0);
+    EXPECT_EQ(LeftoversInFolder(), 0);
+}
+
+} // namespace
