@@ -3,6 +3,8 @@
 #include "host/CoreTypes.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -89,6 +91,33 @@ enum class FindFilter : int { Files = 1, Directories = 2, FilesAndDirectories = 
 // never followed; "." and ".." never appear. An unreadable folder lists nothing.
 std::vector<WideString> FindFilesOrDirectories(const WideString& folder, bool recursive,
                                                FindFilter filter);
+
+// The production's search: every project below a folder whose name ends in one of the
+// extensions (".mvproj"; ASCII letters in either case) and whose name without the extension
+// contains nameFilter as one run, ASCII letters compared in either case and every other
+// character exactly (an empty filter keeps every project). Files, links and, for an extension
+// that names a project folder, folders match; no other folder's name ever does. Symbolic links
+// are never followed into, names starting with a dot are passed over, and folders that cannot
+// be read are left out (with a trace line). Paths in the order met.
+std::vector<WideString> FindFilesOrDirectories(const WideString& folder,
+                                               const std::vector<WideString>& extensions,
+                                               const WideString& nameFilter);
+
+// A search running on a worker thread; its results arrive on the main thread. Cancelling it,
+// or letting the last handle go, means no results arrive.
+class FileSearch {
+public:
+    virtual ~FileSearch() = default;
+    virtual void Cancel() = 0;
+    // False once the results were delivered or the search was cancelled.
+    virtual bool IsRunning() const = 0;
+};
+using FileSearchPtr = std::shared_ptr<FileSearch>;
+// Starts the search above on a worker; done gets the paths on the main thread, unless the
+// search was cancelled or its handle released first.
+FileSearchPtr StartFileSearch(const WideString& folder, const std::vector<WideString>& extensions,
+                              const WideString& nameFilter,
+                              std::function<void(std::vector<WideString> paths)> done);
 
 // Reads a whole file; false when it cannot be opened or read completely.
 bool ReadWholeFile(const WideString& path, std::string& bytes);
