@@ -47,14 +47,6 @@ protected:
         refresher.reset();
         view.reset();
     }
-    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!condition() && timer.elapsed() < timeoutMs) {
-            QApplication::processEvents(QEventLoop::AllEvents, 10);
-        }
-        return condition();
-    }
     static host::WideString W(const fs::path& path) { return host::ToUTF16(path.string()); }
     TreeRowPtr RowOf(const fs::path& path) const { return view->GetRowForPath(W(path)); }
     // Opens Edit and waits for its row.

@@ -47,14 +47,6 @@ protected:
         SettleEvents(20);
         view.reset();
     }
-    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!condition() && timer.elapsed() < timeoutMs) {
-            QApplication::processEvents(QEventLoop::AllEvents, 10);
-        }
-        return condition();
-    }
     host::WideString Take(int number) const {
         return W(root / ("Take " + std::to_string(number) + ".mvproj"));
     }

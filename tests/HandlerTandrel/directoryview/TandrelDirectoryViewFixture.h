@@ -68,13 +68,8 @@ protected:
             << View().GetTree().GetTopLevelRowCount();
     }
     TandrelDirectoryView& View() const { return *panel->GetDirectoryView(); }
-    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 10000) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!condition() && timer.elapsed() < timeoutMs) {
-            QApplication::processEvents(QEventLoop::AllEvents, 10);
-        }
-        return condition();
+    static bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 10000) {
+        return ::WaitUntil(condition, timeoutMs);
     }
     TreeRowPtr RowOf(const fs::path& path) const { return View().GetRowForPath(W(path)); }
     std::vector<std::string> TopNames() const {

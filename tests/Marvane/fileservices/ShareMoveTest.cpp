@@ -8,6 +8,7 @@
 
 #include "FileBytes.h"
 #include "Inventory.h"
+#include "SharedBoard.h"
 #include "SshShare.h"
 #include "TemporaryFolder.h"
 
@@ -16,8 +17,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -106,7 +105,6 @@ TEST_F(ShareMoveTest, LockingAndReleasingThroughTheShareLeavesNothingBehind) {
 }
 
 struct RaceBoard {
-    pthread_barrier_t start;
     int results[kRounds][2];
 };
 
@@ -119,14 +117,7 @@ TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) 
         }
     }
     const auto before = testsupport::ContentCounts(testsupport::TakeInventory(exported));
-    void* memory =
-        mmap(nullptr, sizeof(RaceBoard), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
-    auto* board = new (memory) RaceBoard{};
-    pthread_barrierattr_t attributes;
-    pthread_barrierattr_init(&attributes);
-    pthread_barrierattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-    ASSERT_EQ(pthread_barrier_init(&board->start, &attributes, 2), 0);
+    testsupport::SharedBoard<RaceBoard> board(2);
     std::vector<pid_t> children;
     for (int editor = 0; editor < 2; ++editor) {
         const pid_t child = fork();
@@ -134,7 +125,7 @@ TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) 
         if (child == 0) {
             for (int round = 0; round < kRounds; ++round) {
                 const std::string prefix = "Round " + std::to_string(round);
-                pthread_barrier_wait(&board->start);
+                board.StartRound();
                 board->results[round][editor] =
                     host::Move(W(mount / (prefix + " from " + std::to_string(editor) + ".mov")),
                                W(mount / (prefix + ".mov")));
@@ -161,8 +152,6 @@ TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) 
     EXPECT_EQ(roundsWithOneMove, kRounds);
     // Every content is there exactly once, by inventory of the export.
     EXPECT_EQ(testsupport::ContentCounts(testsupport::TakeInventory(exported)), before);
-    pthread_barrier_destroy(&board->start);
-    munmap(memory, sizeof(RaceBoard));
 }
 
 } // namespace

@@ -44,15 +44,6 @@ protected:
         SettleEvents(20);
         view.reset();
     }
-    // Lets reads finish and their results arrive, until the condition holds.
-    bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 5000) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!condition() && timer.elapsed() < timeoutMs) {
-            QApplication::processEvents(QEventLoop::AllEvents, 10);
-        }
-        return condition();
-    }
     std::vector<std::string> TopLevelNames() const {
         std::vector<std::string> names;
         auto& tree = view->GetTree();

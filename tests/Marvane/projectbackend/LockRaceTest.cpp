@@ -2,13 +2,12 @@
 // nobody may ever read a lock file that is only half written.
 #include "host/ProjectBackEnd.h"
 
+#include "SharedBoard.h"
 #include "TemporaryFolder.h"
 
 #include <array>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,7 +19,6 @@ constexpr int kProcesses = 8;
 constexpr int kRounds = 500;
 
 struct RaceBoard {
-    pthread_barrier_t start;
     std::array<std::array<unsigned char, kProcesses>, kRounds> owned;
     std::array<std::array<unsigned char, kProcesses>, kRounds> unreadable;
     std::array<std::array<unsigned char, kProcesses>, kRounds> missing;
@@ -30,11 +28,13 @@ std::string ProjectOfRound(const fs::path& folder, int round) {
     return (folder / ("Round " + std::to_string(round) + ".mvproj")).string();
 }
 
-[[noreturn]] void RaceAsEditor(RaceBoard& board, const fs::path& folder, int editor) {
+[[noreturn]] void RaceAsEditor(testsupport::SharedBoard<RaceBoard>& shared, const fs::path& folder,
+                               int editor) {
+    RaceBoard& board = *shared;
     const std::string name = "Editor " + std::to_string(editor);
     const std::string second = "suite-" + std::to_string(editor);
     for (int round = 0; round < kRounds; ++round) {
-        pthread_barrier_wait(&board.start);
+        shared.StartRound();
         const auto r = static_cast<std::size_t>(round);
         const auto e = static_cast<std::size_t>(editor);
         const host::ProjectLockFilePtr lock =
@@ -53,21 +53,14 @@ std::string ProjectOfRound(const fs::path& folder, int round) {
 TEST(LockRace, EightProcessesCreatingOneLockAtOnceGiveExactlyOneOwnerEveryRound) {
     const testsupport::TemporaryFolder temporary("lock-race");
     const fs::path folder = temporary.Path();
-    void* memory =
-        mmap(nullptr, sizeof(RaceBoard), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
-    auto* board = new (memory) RaceBoard{};
-    pthread_barrierattr_t attributes;
-    pthread_barrierattr_init(&attributes);
-    pthread_barrierattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-    ASSERT_EQ(pthread_barrier_init(&board->start, &attributes, kProcesses), 0);
+    testsupport::SharedBoard<RaceBoard> board(kProcesses);
 
     std::vector<pid_t> children;
     for (int editor = 0; editor < kProcesses; ++editor) {
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            RaceAsEditor(*board, folder, editor);
+            RaceAsEditor(board, folder, editor);
         }
         children.push_back(child);
     }
@@ -99,8 +92,6 @@ TEST(LockRace, EightProcessesCreatingOneLockAtOnceGiveExactlyOneOwnerEveryRound)
         leftovers += entry.path().extension() == ".lock" ? 0 : 1;
     }
     EXPECT_EQ(leftovers, 0);
-    pthread_barrier_destroy(&board->start);
-    munmap(memory, sizeof(RaceBoard));
 }
 
 } // namespace

@@ -2,14 +2,14 @@
 // moment: exactly one of them may get it, and a live lock that appears meanwhile stays.
 #include "Marvane/application/HostSession.h"
 #include "Marvane/projectbackend/LockFiles.h"
+#include "SharedBoard.h"
 #include "TemporaryFolder.h"
 
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <pthread.h>
-#include <sys/mman.h>
+#include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,7 +21,6 @@ constexpr int kTakers = 8;
 constexpr int kRounds = 300;
 
 struct TakeOverBoard {
-    pthread_barrier_t start;
     std::array<std::array<unsigned char, kTakers>, kRounds> taken;
     std::array<pid_t, kTakers> pids;
     std::array<unsigned char, kRounds> liveLockMade;
@@ -47,10 +46,13 @@ void PlantAbandonedLock(const fs::path& project) {
     std::ofstream(host::LockFilePathFor(project)) << host::SerialiseLockFile(abandoned);
 }
 
-[[noreturn]] void TakeOver(TakeOverBoard& board, const fs::path& folder, int taker) {
+using SharedTakeOverBoard = testsupport::SharedBoard<TakeOverBoard>;
+
+[[noreturn]] void TakeOver(SharedTakeOverBoard& shared, const fs::path& folder, int taker) {
+    TakeOverBoard& board = *shared;
     board.pids[static_cast<std::size_t>(taker)] = ::getpid();
     for (int round = 0; round < kRounds; ++round) {
-        pthread_barrier_wait(&board.start);
+        shared.StartRound();
         const bool won =
             host::TakeOverOwnLockFile(ProjectOfRound(folder, round)) == host::TakeOverResult::Taken;
         board.taken[static_cast<std::size_t>(round)][static_cast<std::size_t>(taker)] = won;
@@ -59,10 +61,11 @@ void PlantAbandonedLock(const fs::path& project) {
 }
 
 // Another editor, whose lock appears in the moment the abandoned one is gone.
-[[noreturn]] void LockAfresh(TakeOverBoard& board, const fs::path& folder) {
+[[noreturn]] void LockAfresh(SharedTakeOverBoard& shared, const fs::path& folder) {
+    TakeOverBoard& board = *shared;
     host::HostSession::Instance().preferences.locking = {"Ben Okafor", "suite-2", true};
     for (int round = 0; round < kRounds; ++round) {
-        pthread_barrier_wait(&board.start);
+        shared.StartRound();
         const fs::path project = ProjectOfRound(folder, round);
         ::unlink(host::LockFilePathFor(project).c_str());
         const auto lock = host::CreateProjectLockFile(project.string(), "Ben Okafor", "suite-2");
@@ -79,30 +82,16 @@ protected:
         for (int round = 0; round < kRounds; ++round) {
             PlantAbandonedLock(ProjectOfRound(folder, round));
         }
-        memory = mmap(nullptr, sizeof(TakeOverBoard), PROT_READ | PROT_WRITE,
-                      MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        ASSERT_NE(memory, MAP_FAILED);
-        board = new (memory) TakeOverBoard{};
-    }
-    void TearDown() override {
-        if (board) {
-            pthread_barrier_destroy(&board->start);
-        }
-        munmap(memory, sizeof(TakeOverBoard));
     }
 
     void Race(bool withAnotherEditor) {
-        const unsigned parties = kTakers + (withAnotherEditor ? 1u : 0u);
-        pthread_barrierattr_t attributes;
-        pthread_barrierattr_init(&attributes);
-        pthread_barrierattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-        ASSERT_EQ(pthread_barrier_init(&board->start, &attributes, parties), 0);
+        shared = std::make_unique<SharedTakeOverBoard>(kTakers + (withAnotherEditor ? 1u : 0u));
         std::vector<pid_t> children;
         for (int taker = 0; taker < kTakers; ++taker) {
             const pid_t child = fork();
             ASSERT_GE(child, 0);
             if (child == 0) {
-                TakeOver(*board, folder, taker);
+                TakeOver(*shared, folder, taker);
             }
             children.push_back(child);
         }
@@ -110,7 +99,7 @@ protected:
             const pid_t child = fork();
             ASSERT_GE(child, 0);
             if (child == 0) {
-                LockAfresh(*board, folder);
+                LockAfresh(*shared, folder);
             }
             children.push_back(child);
         }
@@ -140,8 +129,9 @@ protected:
 
     const testsupport::TemporaryFolder temporary{"takeover"};
     const fs::path folder = temporary.Path();
-    void* memory = nullptr;
-    TakeOverBoard* board = nullptr;
+    std::unique_ptr<SharedTakeOverBoard> shared;
+    // What the racing processes wrote.
+    TakeOverBoard& Results() { return **shared; }
 };
 
 TEST_F(LockTakeOverRace, EightCopiesTakingOverOneAbandonedLockGiveExactlyOneOwnerEveryRound) {
@@ -152,8 +142,8 @@ TEST_F(LockTakeOverRace, EightCopiesTakingOverOneAbandonedLockGiveExactlyOneOwne
         int owners = 0;
         pid_t winner = 0;
         for (std::size_t taker = 0; taker < kTakers; ++taker) {
-            owners += board->taken[r][taker];
-            winner = board->taken[r][taker] ? board->pids[taker] : winner;
+            owners += Results().taken[r][taker];
+            winner = Results().taken[r][taker] ? Results().pids[taker] : winner;
         }
         EXPECT_EQ(owners, 1) << "round " << round;
         // The lock on disk is the winner's own.
@@ -172,11 +162,11 @@ TEST_F(LockTakeOverRace, ALiveLockMadeDuringATakeOverIsNeverRemoved) {
         const auto r = static_cast<std::size_t>(round);
         int owners = 0;
         for (std::size_t taker = 0; taker < kTakers; ++taker) {
-            owners += board->taken[r][taker];
+            owners += Results().taken[r][taker];
         }
         EXPECT_LE(owners, 1) << "round " << round;
         const host::LockFileContent onDisk = LockOfRound(round);
-        if (board->liveLockMade[r]) {
+        if (Results().liveLockMade[r]) {
             // The other editor got the project: their lock is the one there, whatever the
             // copies taking over did.
             EXPECT_EQ(onDisk.lockingName, "Ben Okafor") << "round " << round;
