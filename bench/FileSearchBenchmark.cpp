@@ -4,8 +4,11 @@
 //   RawWalk       a single-thread getdents64 walk written here, matching nothing: the floor
 //   Find          find <root> -iname '*text*' (a separate process, output thrown away)
 //   StdFilesystem a std::filesystem::recursive_directory_iterator walk with the same match
+// and the same search over 10,000 projects through an sshfs mount (our own SSH server on the
+// loopback), against find through the same mount.
 // Run from an optimised build: build/dev/bin/file_search_benchmark
 #include "ProductionGenerator.h"
+#include "SshShare.h"
 #include "host/FileServices.h"
 
 #include <benchmark/benchmark.h>
@@ -129,8 +132,61 @@ void BM_StdFilesystem(benchmark::State& state) {
     state.counters["found"] = static_cast<double>(found);
 }
 
+const bench::GeneratedProduction& SmallProduction() {
+    static const bench::GeneratedProduction production = [] {
+        bench::ProductionShape shape;
+        shape.projects = 10'000;
+        shape.topLevelProjects = 100;
+        shape.episodes = 20;
+        shape.ordinaryFilesPerFolder = 4;
+        return bench::GenerateProduction("search-share", shape);
+    }();
+    return production;
+}
+
+// The host search (range 0) or find (range 1) through the mount.
+void BM_SearchOnShare(benchmark::State& state) {
+    if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        state.SkipWithError(why.c_str());
+        return;
+    }
+    const fs::path root = SmallProduction().root;
+    const fs::path work = root.parent_path() / (root.filename().string() + "-share");
+    testsupport::SshShare share;
+    if (const std::string failed = share.Start(root, work / "mount", work / "ssh");
+        !failed.empty()) {
+        fs::remove_all(work);
+        state.SkipWithError(failed.c_str());
+        return;
+    }
+    const fs::path mount = work / "mount";
+    const std::string command =
+        "find '" + mount.string() + "' -iname '*" + std::string(kText) + "*' > /dev/null";
+    std::size_t found = 0;
+    for (auto _ : state) {
+        if (state.range(0) == 0) {
+            found = host::FindFilesOrDirectories(host::ToUTF16(mount.string()), {u".mvproj"},
+                                                 host::ToUTF16(kText))
+                        .size();
+        } else if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("find failed");
+            break;
+        }
+        benchmark::DoNotOptimize(found);
+    }
+    state.counters["found"] = static_cast<double>(found);
+    share.Stop();
+    fs::remove_all(work);
+}
+
 } // namespace
 
+BENCHMARK(BM_SearchOnShare)
+    ->ArgName("find")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
 BENCHMARK(BM_RawWalk)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_HostSearch)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_Find)->Unit(benchmark::kMillisecond)->MinTime(2.0);
@@ -142,5 +198,6 @@ int main(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     fs::remove_all(Production().root);
+    fs::remove_all(SmallProduction().root);
     return 0;
 }
