@@ -69,6 +69,10 @@ enum class TakeOverResult {
 // names this process. When several processes try at once exactly one succeeds, and a lock
 // that is live is never removed.
 TakeOverResult TakeOverOwnLockFile(const std::filesystem::path& projectPath);
+// The claim a take-over makes on the exact bytes of the lock it judged abandoned; a later
+// generation is tried when the maker of an earlier one is gone.
+std::filesystem::path TakeOverMarkerPath(const std::filesystem::path& lockPath,
+                                         const std::string& judgedBytes, int generation);
 // Removes the project's lock file when, and only when, this process wrote it; alsoAbandoned
 // also removes a lock of our identity whose writer is gone (a crash left it). The check and
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.

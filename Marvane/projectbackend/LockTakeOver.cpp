@@ -45,11 +45,6 @@ std::string Fingerprint(const std::string& bytes) {
     return text + "-" + std::to_string(bytes.size());
 }
 
-fs::path MarkerPath(const fs::path& lockPath, const std::string& judged, int generation) {
-    return lockPath.parent_path() / (std::string(kPrivateNamePrefix) + "takeover." +
-                                     Fingerprint(judged) + "." + std::to_string(generation));
-}
-
 enum class Claim { Claimed, Lost, Failed };
 
 // Step 1: the claim on the judged bytes, made as the marker of the given generation or a later
@@ -57,7 +52,7 @@ enum class Claim { Claimed, Lost, Failed };
 Claim ClaimJudgedLock(const fs::path& lockPath, const std::string& judged, const std::string& ours,
                       int& generation) {
     for (generation = 0; generation < kMarkerGenerations; ++generation) {
-        const fs::path marker = MarkerPath(lockPath, judged, generation);
+        const fs::path marker = TakeOverMarkerPath(lockPath, judged, generation);
         std::string error;
         switch (PlaceNewFile(marker, ours, error)) {
         case PlaceResult::Placed:
@@ -83,7 +78,7 @@ Claim ClaimJudgedLock(const fs::path& lockPath, const std::string& judged, const
 
 void RemoveMarkers(const fs::path& lockPath, const std::string& judged, int upToGeneration) {
     for (int generation = 0; generation <= upToGeneration; ++generation) {
-        ::unlink(MarkerPath(lockPath, judged, generation).c_str());
+        ::unlink(TakeOverMarkerPath(lockPath, judged, generation).c_str());
     }
 }
 
@@ -132,6 +127,12 @@ TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& ju
 }
 
 } // namespace
+
+fs::path TakeOverMarkerPath(const fs::path& lockPath, const std::string& judgedBytes,
+                            int generation) {
+    return lockPath.parent_path() / (std::string(kPrivateNamePrefix) + "takeover." +
+                                     Fingerprint(judgedBytes) + "." + std::to_string(generation));
+}
 
 TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
     const LockingIdentity identity = CurrentLockingIdentity();

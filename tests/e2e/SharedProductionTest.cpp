@@ -1,4 +1,5 @@
 // Two editors, each with their own marvane, on one production folder.
+#include "GoneProcess.h"
 #include "MarvaneProcess.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
@@ -171,11 +172,7 @@ TEST_F(SharedProductionTest, TwoCopiesOfOneEditorOpeningAProjectACrashLeftLocked
     for (int index = 0; index < kProjects; ++index) {
         projects.push_back(production / ("Shot " + std::to_string(index) + ".mvproj"));
         WriteProject(projects.back(), "Shot " + std::to_string(index) + " - Assembly");
-        const pid_t gone = fork();
-        if (gone == 0) {
-            _exit(0);
-        }
-        ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
+        const pid_t gone = testsupport::PidOfAGoneProcess();
         std::ofstream(projects.back().string() + ".lock") << LockOfThisMachine("Ana Ruiz", gone);
     }
     auto first = StartCopy("Ana Ruiz", root / "first");

@@ -1,4 +1,5 @@
 #include "Marvane/documents/DocumentManager.h"
+#include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -127,11 +128,7 @@ TEST_F(DocumentManagerTest, AProjectOpenInAnotherCopyOfTheSameEditorOpensReadOnl
 
 TEST_F(DocumentManagerTest, OurOwnLockLeftByAStoppedCopyIsTakenOverAndReleased) {
     host::LockFileContent stale = host::MakeLockFileContent("Ana Ruiz", "suite-1");
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    const pid_t child = testsupport::PidOfAGoneProcess();
     stale.processId = child;
     std::ofstream(scene.string() + ".lock") << host::SerialiseLockFile(stale);
     const auto project = testsupport::OpenProject(scene);

@@ -1,6 +1,7 @@
 // A move across file systems killed with -9 at random moments: every file still exists whole
 // under its real name at least once, nothing partial ever carries a real name, and the next
 // start tidies up what the killed move left under private names.
+#include "GoneProcess.h"
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/MoveJournal.h"
@@ -190,11 +191,7 @@ TEST_F(InterruptedMoveTest, AMoveKilledAtAnyMomentLeavesEveryFileWholeUnderItsRe
 
 TEST_F(InterruptedMoveTest, ARecordCutShortByAKillIsTidiedUpAndALiveOneIsLeft) {
     fs::create_directories(journal);
-    const pid_t gone = fork();
-    if (gone == 0) {
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
+    const pid_t gone = testsupport::PidOfAGoneProcess();
     // What a kill in the middle of writing a record leaves: part of it, under a private name
     // that names its writer.
     const std::string host = host::ThisHostName();

@@ -1,4 +1,6 @@
 #include "Marvane/projectbackend/LockFiles.h"
+#include "FileBytes.h"
+#include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/ThisMachine.h"
 #include "TemporaryFolder.h"
@@ -28,6 +30,15 @@ protected:
     }
     std::string LockPath() const { return project + ".lock"; }
     void WriteLock(const std::string& text) const { std::ofstream(LockPath()) << text; }
+    // What a copy of Ana's marvane killed with -9 leaves: her lock naming a process that is
+    // gone. Returns its bytes.
+    std::string WriteAbandonedLock() const {
+        host::LockFileContent abandoned = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+        abandoned.processId = testsupport::PidOfAGoneProcess();
+        const std::string text = host::SerialiseLockFile(abandoned);
+        WriteLock(text);
+        return text;
+    }
 
     const testsupport::TemporaryFolder temporary{"locks"};
     const fs::path root = temporary.Path();
@@ -211,11 +222,7 @@ TEST_F(LockFilesTest, AnotherLiveCopyOnThisMachineIsToldApartFromAStaleLock) {
     EXPECT_EQ(host::JudgeLockHolder(mine), host::LockHolder::ThisProcess);
     EXPECT_FALSE(host::MayBeHeldByAnotherProcess(mine));
     EXPECT_TRUE(host::IsWrittenByThisProcess(mine));
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    const pid_t child = testsupport::PidOfAGoneProcess();
     host::LockFileContent stale = host::MakeLockFileContent("Ana Ruiz", "suite-1");
     stale.processId = child; // gone
     EXPECT_EQ(host::JudgeLockHolder(stale), host::LockHolder::GoneHere);
@@ -260,15 +267,39 @@ TEST_F(LockFilesTest, APidReusedByAnUnrelatedProcessDoesNotKeepTheLockAlive) {
     EXPECT_FALSE(host::IsWrittenByThisProcess(ourPidEarlier));
 }
 
+TEST_F(LockFilesTest, ATakeOverKilledHalfWayDoesNotBlockTheNextOne) {
+    const std::string judged = WriteAbandonedLock();
+    // Another copy claimed that lock and was killed before it went on: its claim stays.
+    host::LockFileContent claimer = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    claimer.processId = testsupport::PidOfAGoneProcess();
+    const fs::path firstClaim = host::TakeOverMarkerPath(LockPath(), judged, 0);
+    std::ofstream(firstClaim) << host::SerialiseLockFile(claimer);
+    EXPECT_EQ(host::TakeOverOwnLockFile(project), host::TakeOverResult::Taken);
+    host::LockFileContent now;
+    ASSERT_EQ(host::ReadLockFile(LockPath(), now), host::LockFileState::Valid);
+    EXPECT_TRUE(host::IsWrittenByThisProcess(now));
+    EXPECT_FALSE(fs::exists(firstClaim)); // the dead claim is cleared with ours
+    EXPECT_FALSE(fs::exists(host::TakeOverMarkerPath(LockPath(), judged, 1)));
+    EXPECT_TRUE(host::RemoveOwnLockFile(project));
+}
+
+TEST_F(LockFilesTest, AClaimOfARunningCopyMakesATakeOverLoseAndLeavesTheLock) {
+    const std::string judged = WriteAbandonedLock();
+    // The parent process stands in for a copy that is taking the lock over right now.
+    host::LockFileContent claimer = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    claimer.processId = ::getppid();
+    claimer.processStartTicks = host::ProcessStartTicks(::getppid());
+    std::ofstream(host::TakeOverMarkerPath(LockPath(), judged, 0))
+        << host::SerialiseLockFile(claimer);
+    EXPECT_EQ(host::TakeOverOwnLockFile(project), host::TakeOverResult::Lost);
+    EXPECT_EQ(testsupport::ReadBytes(LockPath()), judged);
+}
+
 TEST(ThisMachine, AProcessStartTimeIsReadFromTheProcessTable) {
     EXPECT_GT(host::ProcessStartTicks(::getpid()), 0);
     EXPECT_GE(host::ProcessStartTicks(::getpid()), host::ProcessStartTicks(::getppid()));
     EXPECT_EQ(host::ProcessStartTicks(0), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    const pid_t child = testsupport::PidOfAGoneProcess();
     EXPECT_EQ(host::ProcessStartTicks(child), 0);
 }
 
@@ -336,11 +367,7 @@ TEST_F(LockFilesTest, MovingAProjectAwayRemovesOurLockThatACrashLeftBehind) {
     const fs::path reel = root / "Reel1";
     const fs::path cut = testsupport::WriteProject(reel / "Cut.mvproj");
     host::LockFileContent abandoned = host::MakeLockFileContent("Ana Ruiz", "suite-1");
-    const pid_t gone = fork();
-    if (gone == 0) {
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(gone, nullptr, 0), gone);
+    const pid_t gone = testsupport::PidOfAGoneProcess();
     abandoned.processId = gone;
     std::ofstream(cut.string() + ".lock") << host::SerialiseLockFile(abandoned);
     fs::create_directories(root / "Trash");

@@ -1,5 +1,6 @@
 // Many copies of one editor take over the lock a crashed copy left behind, all at the same
 // moment: exactly one of them may get it, and a live lock that appears meanwhile stays.
+#include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "SharedBoard.h"
@@ -30,19 +31,10 @@ fs::path ProjectOfRound(const fs::path& folder, int round) {
     return folder / ("Round " + std::to_string(round) + ".mvproj");
 }
 
-pid_t AGoneProcess() {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(0);
-    }
-    waitpid(child, nullptr, 0);
-    return child;
-}
-
 // What a copy of "Ana Ruiz" killed with -9 leaves: her lock, naming a process that is gone.
 void PlantAbandonedLock(const fs::path& project) {
     host::LockFileContent abandoned = host::MakeLockFileContent("Ana Ruiz", "suite-1");
-    abandoned.processId = AGoneProcess();
+    abandoned.processId = testsupport::PidOfAGoneProcess();
     std::ofstream(host::LockFilePathFor(project)) << host::SerialiseLockFile(abandoned);
 }
 
