@@ -11,6 +11,11 @@
 
 namespace host {
 
+// The project extensions: the project file's, and the project folder's (the second format,
+// which counts only while IsFolderProjectFormatEnabled()).
+inline constexpr std::u16string_view kProjectFileExtension16 = u".mvproj";
+inline constexpr std::u16string_view kProjectFolderExtension16 = u".mvprojd";
+
 // Whether a path names a project by its extension: a project file ".mvproj" or a project
 // folder ".mvprojd" (when the host's folder format is switched on).
 bool IsMarvaneProjectFile(const ByteString& utf8Path);

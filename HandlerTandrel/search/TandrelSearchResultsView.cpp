@@ -1,0 +1,163 @@
+#include "search/TandrelSearchResultsView.h"
+
+#include "columns/DisplayName.h"
+#include "columns/NameCellView.h"
+#include "columns/SortString.h"
+#include "host/ApplicationLayer.h"
+#include "host/ProjectBackEnd.h"
+
+namespace HandlerTandrel {
+
+std::shared_ptr<TandrelSearchResultsView>
+TandrelSearchResultsView::Create(std::function<void()> resultsShown) {
+    auto view = std::make_shared<TandrelSearchResultsView>(std::move(resultsShown));
+    host::MessageStation::Get(host::kProjectActivationStation)->Subscribe(view);
+    return view;
+}
+
+TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> resultsShown)
+    : mResultsShown(std::move(resultsShown)),
+      mHeaderRow(std::make_unique<host::UI_MultiColumnTreeHeaderRow>()),
+      mTree(host::ByteString(kSearchResultsNodeID)) {
+    Columns::SetupColumns(mHeaderRow.get(), Columns::SortStringIsLess, nullptr);
+    mHeaderRow->SetSortColumn(Columns::kNameColumn);
+    mHeaderRow->SetSortDirection(true);
+    mTree.SetHeaderRow(mHeaderRow.get());
+    // Every row is a project: its record is read when the tree first asks for the row's
+    // key or text, with the sort column's field first.
+    mTree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
+        return mRecords.SortKey(row.get(), GetRowPath(row), column);
+    });
+    mTree.SetCellTextCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
+        mRecords.Update(row.get(), GetRowPath(row), true, true, mHeaderRow->GetSortColumn());
+        const Columns::FileMetadata* record = mRecords.Find(row.get());
+        if (record != nullptr) {
+            return record->GetDisplayString(column);
+        }
+        return column == Columns::kNameColumn ? DisplayNameOf(GetRowPath(row)) : host::WideString();
+    });
+    mTree.SetCellViewCallback(
+        [this](const host::TreeRowPtr& row,
+               Columns::ColumnID column) -> std::unique_ptr<host::UI_SubView> {
+            if (column != Columns::kNameColumn) {
+                return nullptr;
+            }
+            const Columns::FileMetadata* record = mRecords.Find(row.get());
+            return std::make_unique<Columns::NameCellView>(
+                GetRowPath(row), record != nullptr && record->lockOwnedByCurrentUser,
+                record != nullptr && record->hasLockFile);
+        });
+    mTree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
+                                        std::uint32_t modifiers,
+                                        std::uint32_t) { RowDoubleClicked(row, modifiers); });
+}
+
+TandrelSearchResultsView::~TandrelSearchResultsView() {
+    host::MessageStation::Get(host::kProjectActivationStation)->Unsubscribe(this);
+    if (mSearch) {
+        mSearch->Cancel();
+    }
+}
+
+void TandrelSearchResultsView::Find(const host::WideString& searchText) {
+    if (mSearch) {
+        mSearch->Cancel(); // a newer text: the older results are never shown
+        mSearch.reset();
+    }
+    if (searchText.empty() || !host::IsTandrelManagerActive()) {
+        RemoveAllRows();
+        return;
+    }
+    std::vector<host::WideString> extensions = {host::WideString(host::kProjectFileExtension16)};
+    if (host::IsFolderProjectFormatEnabled()) {
+        extensions.emplace_back(host::kProjectFolderExtension16);
+    }
+    std::weak_ptr<TandrelSearchResultsView> self = weak_from_this();
+    mSearch = host::StartFileSearch(host::GetTandrelManagerFolderPath(), extensions, searchText,
+                                    [self](std::vector<host::WideString> paths) {
+                                        if (auto view = self.lock()) {
+                                            view->ShowResults(std::move(paths));
+                                        }
+                                    });
+}
+
+void TandrelSearchResultsView::RemoveAllRows() {
+    mTree.RemoveAllRows();
+    mRecords.Clear();
+    mRowForPath.clear();
+    mPathOfRow.clear();
+}
+
+void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths) {
+    RemoveAllRows();
+    std::vector<host::TreeRowPtr> rows;
+    rows.reserve(paths.size());
+    for (host::WideString& path : paths) {
+        auto row = std::make_shared<host::UI_TreeRow>(false);
+        mPathOfRow.emplace(row.get(), path);
+        mRowForPath.emplace(std::move(path), row);
+        rows.push_back(std::move(row));
+    }
+    // Inserted in one step, sorted by the current column and direction.
+    mTree.InsertRows(nullptr, rows);
+    if (mResultsShown) {
+        mResultsShown();
+    }
+}
+
+std::vector<host::WideString> TandrelSearchResultsView::GetSelectedPaths() const {
+    std::vector<host::WideString> paths;
+    for (const host::TreeRowPtr& row : mTree.GetSelectedRows()) {
+        paths.push_back(GetRowPath(row));
+    }
+    return paths;
+}
+
+host::TreeRowPtr TandrelSearchResultsView::GetRowForPath(const host::WideString& path) const {
+    const auto found = mRowForPath.find(path);
+    return found == mRowForPath.end() ? nullptr : found->second;
+}
+
+host::WideString TandrelSearchResultsView::GetRowPath(const host::TreeRowPtr& row) const {
+    const auto found = mPathOfRow.find(row.get());
+    return found == mPathOfRow.end() ? host::WideString() : found->second;
+}
+
+void TandrelSearchResultsView::RowDoubleClicked(const host::TreeRowPtr& row,
+                                                std::uint32_t modifiers) {
+    const host::WideString path = GetRowPath(row);
+    if (path.empty() || !host::FileOrDirExists(path)) {
+        return;
+    }
+    host::OpenProjectInHost(host::ToUTF8(path), (modifiers & host::kModifierAlternative) != 0
+                                                    ? host::kOpenModeAlternative
+                                                    : host::kOpenModePlain);
+}
+
+void TandrelSearchResultsView::ProjectStateChanged(const host::ByteString& projectPath) {
+    const host::WideString path = host::ToUTF16(projectPath);
+    if (!host::IsWithinCurrentMvProductionFolder(path)) {
+        return;
+    }
+    const host::TreeRowPtr row = GetRowForPath(path);
+    if (!row) {
+        return;
+    }
+    mRecords.Update(row.get(), path, false, true, mHeaderRow->GetSortColumn());
+    mTree.RefreshRow(row);
+    mTree.RowSortKeyChanged(row);
+}
+
+void TandrelSearchResultsView::ReceiveMessage(const host::Message& message) {
+    const host::MessageTypeID type = message.GetTypeID();
+    if (type == host::ProjectOpenedMessage::kTypeID) {
+        ProjectStateChanged(static_cast<const host::ProjectOpenedMessage&>(message).projectPath);
+    } else if (type == host::ProjectClosedMessage::kTypeID) {
+        ProjectStateChanged(static_cast<const host::ProjectClosedMessage&>(message).projectPath);
+    } else if (type == host::ProjectReadOnlyChangedMessage::kTypeID) {
+        ProjectStateChanged(
+            static_cast<const host::ProjectReadOnlyChangedMessage&>(message).projectPath);
+    }
+}
+
+} // namespace HandlerTandrel

@@ -1,0 +1,63 @@
+#pragma once
+// The flat list of the production's projects whose names hold the search text: what the panel
+// shows instead of the tree while the search box has text. It shares the tree's columns, cell
+// drawing and sorting, but has no folders.
+//
+// Find runs the host's search on a worker: the window keeps answering on a big production or
+// a network share, a newer text cancels an older search, and the rows are replaced when the
+// results arrive (OnResultsShown is told then). An empty text empties the list at once.
+#include "columns/Columns.h"
+#include "directoryview/RowRecords.h"
+#include "host/FileServices.h"
+#include "host/Messaging.h"
+#include "host/MultiColumnTree.h"
+
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace HandlerTandrel {
+
+inline constexpr std::string_view kSearchResultsNodeID =
+    "Handlers.Tandrel.TandrelSearchResultsView";
+
+class TandrelSearchResultsView : public host::Listener,
+                                 public std::enable_shared_from_this<TandrelSearchResultsView> {
+public:
+    // resultsShown: told each time the rows were replaced by a search's results.
+    static std::shared_ptr<TandrelSearchResultsView> Create(std::function<void()> resultsShown);
+    explicit TandrelSearchResultsView(std::function<void()> resultsShown);
+    ~TandrelSearchResultsView() override;
+
+    // Recomputes the results for the text (searching the open production's folder).
+    void Find(const host::WideString& searchText);
+    bool IsSearching() const { return mSearch && mSearch->IsRunning(); }
+
+    host::UI_MultiColumnTree& GetTree() { return mTree; }
+    host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
+    // The full paths of the selected rows, in the tree's order.
+    std::vector<host::WideString> GetSelectedPaths() const;
+    host::TreeRowPtr GetRowForPath(const host::WideString& path) const;
+    host::WideString GetRowPath(const host::TreeRowPtr& row) const;
+
+    void ReceiveMessage(const host::Message& message) override;
+    // A double-click on a row: a project that still exists opens in the host.
+    void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);
+
+private:
+    void ShowResults(std::vector<host::WideString> paths);
+    void RemoveAllRows();
+    void ProjectStateChanged(const host::ByteString& projectPath);
+
+    std::function<void()> mResultsShown;
+    std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
+    host::UI_MultiColumnTree mTree;
+    RowRecords mRecords;
+    std::unordered_map<host::WideString, host::TreeRowPtr> mRowForPath;
+    std::unordered_map<const host::UI_TreeRow*, host::WideString> mPathOfRow;
+    host::FileSearchPtr mSearch;
+};
+
+} // namespace HandlerTandrel

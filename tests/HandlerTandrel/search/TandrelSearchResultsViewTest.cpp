@@ -1,0 +1,121 @@
+// The flat list of projects whose names hold the search text, over a real production folder.
+#include "search/TandrelSearchResultsView.h"
+
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/core/DefaultExecutor.h"
+#include "TemporaryFolder.h"
+#include "ViewTestSupport.h"
+#include "host/ProjectBackEnd.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using HandlerTandrel::TandrelSearchResultsView;
+
+class TandrelSearchResultsViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Touch("ABC_Final.mvproj");
+        Touch("Day 1/xAbCx.mvproj");
+        Touch("Day 1/Interview.mvproj");
+        fs::create_directories(root / "abc");
+        Touch("abc/notes.txt");
+        Touch("abc.txt");
+        Touch("\xC3\x89"
+              "clair.mvproj"); // capital E with acute accent
+        ASSERT_EQ(host::ProductionSession::Instance().Open(root), "");
+        view = TandrelSearchResultsView::Create([this] { ++shown; });
+    }
+    void TearDown() override {
+        view.reset();
+        host::WaitForDefaultExecutor(10000);
+        SettleEvents(20);
+        host::ProductionSession::Instance().Close();
+    }
+    void Touch(const fs::path& relative) const {
+        fs::create_directories((root / relative).parent_path());
+        std::ofstream(root / relative) << R"({"formatVersion": 1, "name": "x"})";
+    }
+    // Searches and waits for the rows; the names shown, in the tree's order.
+    std::vector<std::string> FindAndWait(const std::u16string& text) {
+        const int before = shown;
+        view->Find(text);
+        EXPECT_TRUE(WaitUntil([&] { return shown > before; }));
+        std::vector<std::string> names;
+        auto& tree = view->GetTree();
+        for (int index = 0; index < tree.GetTopLevelRowCount(); ++index) {
+            names.push_back(fs::path(host::ToUTF8(view->GetRowPath(tree.GetTopLevelRow(index))))
+                                .filename()
+                                .string());
+        }
+        return names;
+    }
+
+    testsupport::TemporaryFolder folder{"search-view"};
+    fs::path root = folder.Path();
+    std::shared_ptr<TandrelSearchResultsView> view;
+    int shown = 0;
+};
+
+TEST_F(TandrelSearchResultsViewTest, SearchingForAbcFindsItsProjectsInAnyAsciiCaseAndNothingElse) {
+    EXPECT_EQ(FindAndWait(u"abc"), (std::vector<std::string>{"ABC_Final.mvproj", "xAbCx.mvproj"}));
+    // Each row knows its path both ways.
+    const host::WideString path = host::ToUTF16((root / "Day 1" / "xAbCx.mvproj").string());
+    ASSERT_NE(view->GetRowForPath(path), nullptr);
+    EXPECT_EQ(view->GetRowPath(view->GetRowForPath(path)), path);
+}
+
+TEST_F(TandrelSearchResultsViewTest, SearchingForTheProjectExtensionFindsNothing) {
+    EXPECT_EQ(FindAndWait(u"mvproj"), std::vector<std::string>{});
+    Touch("An mvproj primer.mvproj");
+    EXPECT_EQ(FindAndWait(u"mvproj"), (std::vector<std::string>{"An mvproj primer.mvproj"}));
+}
+
+TEST_F(TandrelSearchResultsViewTest, ALetterOutsideAsciiInTheOtherCaseDoesNotMatch) {
+    EXPECT_EQ(FindAndWait(u"\u00e9clair"), std::vector<std::string>{});
+    EXPECT_EQ(FindAndWait(u"\u00c9clair"), (std::vector<std::string>{"\xC3\x89"
+                                                                     "clair.mvproj"}));
+}
+
+TEST_F(TandrelSearchResultsViewTest, ClearingTheTextEmptiesTheListAtOnceWithoutSearching) {
+    ASSERT_EQ(FindAndWait(u"abc").size(), 2u);
+    const int before = shown;
+    view->Find(u"");
+    EXPECT_EQ(view->GetTree().GetTopLevelRowCount(), 0);
+    EXPECT_FALSE(view->IsSearching());
+    EXPECT_EQ(view->GetRowForPath(host::ToUTF16((root / "ABC_Final.mvproj").string())), nullptr);
+    SettleEvents(100);
+    EXPECT_EQ(shown, before); // no search ran
+}
+
+TEST_F(TandrelSearchResultsViewTest, ANewerTextReplacesAnOlderSearchBeforeItsResultsShow) {
+    view->Find(u"abc");
+    EXPECT_EQ(FindAndWait(u"interview"), (std::vector<std::string>{"Interview.mvproj"}));
+    host::WaitForDefaultExecutor(10000);
+    SettleEvents(100);
+    EXPECT_EQ(shown, 1); // the first search's results never arrived
+}
+
+TEST_F(TandrelSearchResultsViewTest, RowsAreSortedByTheCurrentColumn) {
+    Touch("Day 2/abc 10.mvproj");
+    Touch("Day 2/abc 2.mvproj");
+    EXPECT_EQ(FindAndWait(u"abc"), (std::vector<std::string>{"abc 2.mvproj", "abc 10.mvproj",
+                                                             "ABC_Final.mvproj", "xAbCx.mvproj"}));
+}
+
+TEST_F(TandrelSearchResultsViewTest, ADoubleClickOnAProjectThatIsGoneDoesNothing) {
+    ASSERT_EQ(FindAndWait(u"abc").size(), 2u);
+    const host::TreeRowPtr row =
+        view->GetRowForPath(host::ToUTF16((root / "ABC_Final.mvproj").string()));
+    ASSERT_NE(row, nullptr);
+    fs::remove(root / "ABC_Final.mvproj");
+    view->RowDoubleClicked(row, 0);
+    EXPECT_EQ(host::FindOpenProject((root / "ABC_Final.mvproj").string()), nullptr);
+}
+
+} // namespace
