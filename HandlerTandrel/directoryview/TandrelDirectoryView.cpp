@@ -12,6 +12,7 @@
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 #include "panel/TandrelTabView.h"
+#include "utils/ProjectMessages.h"
 
 namespace HandlerTandrel {
 
@@ -196,13 +197,8 @@ void TandrelDirectoryView::ReceiveMessage(const host::Message& message) {
     } else if (type == host::MvProductionFolderClosedMessage::kTypeID) {
         SetProductionFolder(
             static_cast<const host::MvProductionFolderClosedMessage&>(message).oldPath, {});
-    } else if (type == host::ProjectOpenedMessage::kTypeID) {
-        ProjectStateChanged(static_cast<const host::ProjectOpenedMessage&>(message).projectPath);
-    } else if (type == host::ProjectClosedMessage::kTypeID) {
-        ProjectStateChanged(static_cast<const host::ProjectClosedMessage&>(message).projectPath);
-    } else if (type == host::ProjectReadOnlyChangedMessage::kTypeID) {
-        ProjectStateChanged(
-            static_cast<const host::ProjectReadOnlyChangedMessage&>(message).projectPath);
+    } else if (const host::ByteString* project = Utils::ProjectPathOfMessage(message)) {
+        ProjectStateChanged(*project);
     } else {
         host::MediaBrowserDirectoryView::ReceiveMessage(message);
     }

@@ -5,6 +5,7 @@
 #include "columns/SortString.h"
 #include "host/ApplicationLayer.h"
 #include "host/ProjectBackEnd.h"
+#include "utils/ProjectMessages.h"
 
 namespace HandlerTandrel {
 
@@ -149,14 +150,8 @@ void TandrelSearchResultsView::ProjectStateChanged(const host::ByteString& proje
 }
 
 void TandrelSearchResultsView::ReceiveMessage(const host::Message& message) {
-    const host::MessageTypeID type = message.GetTypeID();
-    if (type == host::ProjectOpenedMessage::kTypeID) {
-        ProjectStateChanged(static_cast<const host::ProjectOpenedMessage&>(message).projectPath);
-    } else if (type == host::ProjectClosedMessage::kTypeID) {
-        ProjectStateChanged(static_cast<const host::ProjectClosedMessage&>(message).projectPath);
-    } else if (type == host::ProjectReadOnlyChangedMessage::kTypeID) {
-        ProjectStateChanged(
-            static_cast<const host::ProjectReadOnlyChangedMessage&>(message).projectPath);
+    if (const host::ByteString* project = Utils::ProjectPathOfMessage(message)) {
+        ProjectStateChanged(*project);
     }
 }
 

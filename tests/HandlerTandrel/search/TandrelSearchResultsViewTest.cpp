@@ -46,14 +46,7 @@ protected:
         const int before = shown;
         view->Find(text);
         EXPECT_TRUE(WaitUntil([&] { return shown > before; }));
-        std::vector<std::string> names;
-        auto& tree = view->GetTree();
-        for (int index = 0; index < tree.GetTopLevelRowCount(); ++index) {
-            names.push_back(fs::path(host::ToUTF8(view->GetRowPath(tree.GetTopLevelRow(index))))
-                                .filename()
-                                .string());
-        }
-        return names;
+        return TopLevelFileNames(*view);
     }
 
     testsupport::TemporaryFolder folder{"search-view"};

@@ -44,16 +44,7 @@ protected:
         SettleEvents(20);
         view.reset();
     }
-    std::vector<std::string> TopLevelNames() const {
-        std::vector<std::string> names;
-        auto& tree = view->GetTree();
-        for (int index = 0; index < tree.GetTopLevelRowCount(); ++index) {
-            names.push_back(fs::path(host::ToUTF8(view->GetRowPath(tree.GetTopLevelRow(index))))
-                                .filename()
-                                .string());
-        }
-        return names;
-    }
+    std::vector<std::string> TopLevelNames() const { return TopLevelFileNames(*view); }
     TreeRowPtr RowOf(const fs::path& path) const {
         return view->GetRowForPath(host::ToUTF16(path.string()));
     }
