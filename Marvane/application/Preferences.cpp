@@ -1,4 +1,5 @@
 #include "Marvane/application/Preferences.h"
+#include "Marvane/core/JsonText.h"
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileReading.h"
@@ -68,7 +69,9 @@ Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
         const auto found = object.find(key);
         return found != object.end() && found->is_string() ? found->get<std::string>() : fallback;
     };
-    preferences.lastProduction = text(json, "lastProduction", "");
+    if (const auto last = json.find("lastProduction"); last != json.end()) {
+        preferences.lastProduction = PathFromJson(*last);
+    }
     preferences.trace = text(json, "trace", "");
     if (const auto folderFormat = json.find("folderProjectFormat");
         folderFormat != json.end() && folderFormat->is_boolean()) {
@@ -112,7 +115,7 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
                                     error);
         }
     }
-    json["lastProduction"] = preferences.lastProduction.string();
+    json["lastProduction"] = PathToJson(preferences.lastProduction);
     json["trace"] = preferences.trace;
     json["folderProjectFormat"] = preferences.folderProjectFormat;
     json["newMasking"] = preferences.newMasking;
@@ -125,7 +128,7 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
     json["locking"]["second"] = preferences.locking.second;
     json["locking"]["enabled"] = preferences.locking.enabled;
     std::string reason;
-    return ReplaceFile(profileDirectory / kFileName, json.dump(2) + "\n", reason);
+    return ReplaceFile(profileDirectory / kFileName, JsonText(json, 2) + "\n", reason);
 }
 
 } // namespace host

@@ -1,6 +1,7 @@
 // The side data of projects: where it lives beside them, and keeping it up to date.
 #include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/core/InstalledSource.h"
+#include "Marvane/core/JsonText.h"
 
 #include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
@@ -51,7 +52,7 @@ void UpdateProjectSideData(const fs::path& projectPath, const ProjectContent& co
     std::string reason;
     {
         const std::lock_guard guard(gIndexMutex);
-        if (!ReplaceFile(SearchIndexFileFor(projectPath), index.dump() + "\n", reason)) {
+        if (!ReplaceFile(SearchIndexFileFor(projectPath), JsonText(index) + "\n", reason)) {
             Trace("Host", 2, "The search index could not be written: " + reason);
         }
     }
@@ -61,7 +62,8 @@ void UpdateProjectSideData(const fs::path& projectPath, const ProjectContent& co
         fs::create_directories(folder, error);
         const nlohmann::json selections = {{"project", content.name},
                                            {"sequences", content.sequences}};
-        if (error || !ReplaceFile(folder / "selections.json", selections.dump() + "\n", reason)) {
+        if (error ||
+            !ReplaceFile(folder / "selections.json", JsonText(selections) + "\n", reason)) {
             Trace("Host", 2,
                   "The object-selection data could not be written in " + folder.string());
         }

@@ -1,4 +1,5 @@
 #include "Marvane/documents/Recovery.h"
+#include "Marvane/core/JsonText.h"
 
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/fileservices/FileReading.h"
@@ -76,7 +77,7 @@ RecoveryResult SaveRecoveryCopies(const fs::path& dataDirectory) {
         std::string markerError;
         if (placed.empty() ||
             PlaceNewFile(placed.string() + kOriginSuffix,
-                         nlohmann::json{{"original", project->Path().string()}}.dump() + "\n",
+                         JsonText(nlohmann::json{{"original", PathToJson(project->Path())}}) + "\n",
                          markerError) != PlaceResult::Placed) {
             result.failed.emplace_back(project->Path(), placed.empty() ? error : markerError);
             continue;
@@ -100,9 +101,7 @@ std::vector<RecoveredCopy> FindRecoveredCopies(const fs::path& dataDirectory) {
             continue;
         }
         const auto original = json.is_object() ? json.find("original") : json.end();
-        copies.push_back({copy, original != json.end() && original->is_string()
-                                    ? original->get<std::string>()
-                                    : std::string()});
+        copies.push_back({copy, original != json.end() ? PathFromJson(*original) : fs::path()});
     }
     return copies;
 }

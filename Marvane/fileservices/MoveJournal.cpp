@@ -1,4 +1,5 @@
 #include "Marvane/fileservices/MoveJournal.h"
+#include "Marvane/core/JsonText.h"
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileCopy.h"
@@ -97,13 +98,13 @@ MoveJournalEntry::MoveJournalEntry(const fs::path& copy, const fs::path& aside,
                                    {"bootId", ThisBootId()},
                                    {"processId", static_cast<long long>(::getpid())},
                                    {"processStartTicks", ThisProcessStartTicks()},
-                                   {"copy", copy.string()},
-                                   {"aside", aside.string()},
-                                   {"source", source.string()},
-                                   {"destination", destination.string()}};
+                                   {"copy", PathToJson(copy)},
+                                   {"aside", PathToJson(aside)},
+                                   {"source", PathToJson(source)},
+                                   {"destination", PathToJson(destination)}};
     const fs::path path = PrivateName(folder, "move");
     std::string error;
-    if (PlaceNewFile(path, record.dump(), error) == PlaceResult::Placed) {
+    if (PlaceNewFile(path, JsonText(record), error) == PlaceResult::Placed) {
         mRecord = path;
     } else {
         Trace("Host", 2, "A move could not be recorded: " + error);
@@ -135,10 +136,14 @@ std::size_t FinishInterruptedMoves() {
         if (!WriterIsGone(record)) {
             continue;
         }
-        const fs::path copy = record.value("copy", std::string());
-        const fs::path aside = record.value("aside", std::string());
-        const fs::path source = record.value("source", std::string());
-        const fs::path destination = record.value("destination", std::string());
+        const auto path = [&record](const char* key) {
+            const auto found = record.find(key);
+            return found == record.end() ? fs::path() : PathFromJson(*found);
+        };
+        const fs::path copy = path("copy");
+        const fs::path aside = path("aside");
+        const fs::path source = path("source");
+        const fs::path destination = path("destination");
         // The copy is renamed into place only once complete: under its private name it is
         // partial, or complete beside an original that was never touched.
         if (Exists(copy)) {

@@ -1,4 +1,5 @@
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/core/JsonText.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 
 #include "Marvane/core/ThisMachine.h"
@@ -196,7 +197,7 @@ std::string SerialiseLockFile(const LockFileContent& content) {
                                  {"bootId", content.bootId},
                                  {"machineId", content.machineId},
                                  {"createdUtc", content.createdUtc}};
-    return json.dump(2) + "\n";
+    return JsonText(json, 2) + "\n";
 }
 
 LockHolder JudgeLockHolder(const LockFileContent& content) {

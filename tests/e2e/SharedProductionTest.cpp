@@ -243,6 +243,33 @@ TEST_F(SharedProductionTest, PipesWhereFilesShouldBeNeverHangTheHost) {
     EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
 }
 
+TEST_F(SharedProductionTest, AProjectWhoseNameIsNotUtf8KeepsItsChangesAndItsLockGoesAtTheStop) {
+    // Named on a machine that writes Latin-1: "Scène 7" with a single byte for the è.
+    const fs::path latin1 = production / "Sc\xE8ne 7.mvproj";
+    std::ofstream(latin1, std::ios::binary)
+        << R"({"formatVersion": 1, "name": "Scene 7", "bins": [], "sequences": ["Assembly"]})";
+    {
+        auto ana = StartEditor("Ana Ruiz");
+        ASSERT_EQ(ana->Send({"open", latin1.string()}), "ok") << ana->ErrorOutput();
+        EXPECT_TRUE(fs::exists(latin1.string() + ".lock"));
+        ASSERT_EQ(ana->Send({"add-sequence", latin1.string(), "Unsaved Cut"}), "ok");
+        // End of input stops it with the change unsaved.
+        EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+    }
+    EXPECT_FALSE(fs::exists(latin1.string() + ".lock"));
+    int copies = 0;
+    for (const auto& entry : fs::directory_iterator(root / "Ana Ruiz" / "data" / "Recovery")) {
+        if (entry.path().extension() == ".mvproj") {
+            ++copies;
+            EXPECT_NE(ReadBytes(entry.path()).find("Unsaved Cut"), std::string::npos);
+        }
+    }
+    EXPECT_EQ(copies, 1);
+    auto again = StartEditor("Ana Ruiz");
+    EXPECT_EQ(again->Send({"recovered"}), "ok count=1");
+    EXPECT_EQ(again->Finish(), 0);
+}
+
 class StopSignalTest : public SharedProductionTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(StopSignalTest, StoppingRemovesOurLocksAndKeepsUnsavedChangesAside) {

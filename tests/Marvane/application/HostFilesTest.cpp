@@ -54,6 +54,15 @@ TEST(Preferences, RoundTripKeepsEveryValueAndUnknownKeys) {
     EXPECT_FALSE(fs::exists(profile / "preferences.json.new"));
 }
 
+TEST(Preferences, ALastProductionWhoseNameIsNotUtf8IsSavedAndComesBackAsItWas) {
+    const testsupport::TemporaryFolder temporary("prefs-latin1");
+    const std::filesystem::path profile = temporary.Path();
+    host::Preferences preferences = host::LoadPreferences(profile);
+    preferences.lastProduction = "/shows/Caf\xE9 Noir";
+    ASSERT_TRUE(host::SavePreferences(profile, preferences));
+    EXPECT_EQ(host::LoadPreferences(profile).lastProduction, preferences.lastProduction);
+}
+
 TEST(Preferences, ABrokenFileGivesTheDefaults) {
     const testsupport::TemporaryFolder temporary("prefs-broken");
     const fs::path profile = temporary.Path();

@@ -1,7 +1,9 @@
 // A move across file systems killed with -9 at random moments: every file still exists whole
 // under its real name at least once, nothing partial ever carries a real name, and the next
 // start tidies up what the killed move left under private names.
+#include "FileBytes.h"
 #include "GoneProcess.h"
+#include "Marvane/core/JsonText.h"
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/MoveJournal.h"
@@ -203,6 +205,36 @@ TEST_F(InterruptedMoveTest, ARecordCutShortByAKillIsTidiedUpAndALiveOneIsLeft) {
     EXPECT_EQ(host::FinishInterruptedMoves(), 0u);
     EXPECT_FALSE(fs::exists(cutShort));
     EXPECT_TRUE(fs::exists(ours)); // still being written by a process that runs
+}
+
+TEST_F(InterruptedMoveTest, AMoveOfANameThatIsNotUtf8IsRecordedAndTidiedUpByItsBytes) {
+    // A Latin-1 folder moved across file systems: its record must be written and found again.
+    const fs::path day = other / "D\xED\x61 1";
+    fs::create_directories(day);
+    std::ofstream(day / "Take 1.mov") << "take";
+    ASSERT_EQ(host::Move(W(day), W(local / "Trash" / "D\xED\x61 1")), 0);
+    EXPECT_EQ(testsupport::ReadBytes(local / "Trash" / "D\xED\x61 1" / "Take 1.mov"), "take");
+    EXPECT_FALSE(fs::exists(day));
+    std::error_code error;
+    EXPECT_TRUE(!fs::exists(journal, error) || fs::is_empty(journal, error));
+    // What a move killed while copying such a name leaves: its record and its private copy.
+    const pid_t gone = testsupport::PidOfAGoneProcess();
+    const fs::path copy = local / "Trash" / ".mv-copy.partial \xE9";
+    fs::create_directories(copy);
+    std::ofstream(copy / "Take 1.mov") << "ta";
+    fs::create_directories(journal);
+    nlohmann::json record = {{"hostName", host::ThisHostName()},
+                             {"bootId", host::ThisBootId()},
+                             {"processId", gone},
+                             {"processStartTicks", 1},
+                             {"copy", host::PathToJson(copy)},
+                             {"aside", host::PathToJson(other / ".mv-moving.x")},
+                             {"source", host::PathToJson(other / "D\xED\x61 2")},
+                             {"destination", host::PathToJson(local / "Trash" / "D\xED\x61 2")}};
+    std::ofstream(journal / ".mv-move.record") << host::JsonText(record);
+    EXPECT_EQ(host::FinishInterruptedMoves(), 1u);
+    EXPECT_FALSE(fs::exists(copy));
+    EXPECT_FALSE(fs::exists(journal / ".mv-move.record"));
 }
 
 } // namespace

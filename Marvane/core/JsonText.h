@@ -1,0 +1,21 @@
+#pragma once
+// JSON that the host writes to its own files. A file name need not be UTF-8 (a Latin-1 name
+// from another machine), and JSON text can only hold UTF-8: writing such a name as a plain
+// string makes the writer throw, at the worst moment (keeping a recovery copy at a stop).
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace host {
+
+// The JSON as text; never throws: a string that is not UTF-8 is written with U+FFFD in place
+// of what is not. indent as for nlohmann::json::dump (-1: one line).
+std::string JsonText(const nlohmann::json& json, int indent = -1);
+
+// A path as JSON that gives back exactly its bytes: a string when the path is UTF-8, else
+// {"bytes": "<hexadecimal>"}.
+nlohmann::json PathToJson(const std::filesystem::path& path);
+// The path either form gives; empty for anything else.
+std::filesystem::path PathFromJson(const nlohmann::json& value);
+
+} // namespace host
