@@ -47,6 +47,18 @@ std::string LockOfThisMachine(const std::string& holder, pid_t processId) {
            "\", \"createdUtc\": \"2026-11-23T09:00:00Z\"}\n";
 }
 
+// How many recovery copies a profile's data folder holds; each must hold the text.
+int RecoveryCopiesHolding(const fs::path& profile, const std::string& text) {
+    int copies = 0;
+    for (const auto& entry : fs::directory_iterator(profile / "data" / "Recovery")) {
+        if (entry.path().extension() == ".mvproj") {
+            ++copies;
+            EXPECT_NE(ReadBytes(entry.path()).find(text), std::string::npos) << entry.path();
+        }
+    }
+    return copies;
+}
+
 class SharedProductionTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -222,11 +234,7 @@ TEST_F(SharedProductionTest, ASecondStopSignalDuringTheStopDoesNotCutItShort) {
         ana->Signal(SIGTERM);
         EXPECT_EQ(ana->WaitForExit(), 0) << ana->ErrorOutput();
         EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
-        int copies = 0;
-        for (const auto& entry : fs::directory_iterator(profile / "data" / "Recovery")) {
-            copies += entry.path().extension() == ".mvproj" ? 1 : 0;
-        }
-        EXPECT_EQ(copies, 1);
+        EXPECT_EQ(RecoveryCopiesHolding(profile, "Unsaved Cut"), 1);
     }
 }
 
@@ -257,14 +265,7 @@ TEST_F(SharedProductionTest, AProjectWhoseNameIsNotUtf8KeepsItsChangesAndItsLock
         EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
     }
     EXPECT_FALSE(fs::exists(latin1.string() + ".lock"));
-    int copies = 0;
-    for (const auto& entry : fs::directory_iterator(root / "Ana Ruiz" / "data" / "Recovery")) {
-        if (entry.path().extension() == ".mvproj") {
-            ++copies;
-            EXPECT_NE(ReadBytes(entry.path()).find("Unsaved Cut"), std::string::npos);
-        }
-    }
-    EXPECT_EQ(copies, 1);
+    EXPECT_EQ(RecoveryCopiesHolding(root / "Ana Ruiz", "Unsaved Cut"), 1);
     auto again = StartEditor("Ana Ruiz");
     EXPECT_EQ(again->Send({"recovered"}), "ok count=1");
     EXPECT_EQ(again->Finish(), 0);
@@ -289,15 +290,7 @@ TEST_P(StopSignalTest, StoppingRemovesOurLocksAndKeepsUnsavedChangesAside) {
     }
     EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
     EXPECT_EQ(ReadBytes(scene), before); // never written over
-    const fs::path recovery = root / "Ana Ruiz" / "data" / "Recovery";
-    int copies = 0;
-    for (const auto& entry : fs::directory_iterator(recovery)) {
-        if (entry.path().extension() == ".mvproj") {
-            ++copies;
-            EXPECT_NE(ReadBytes(entry.path()).find("Unsaved Cut"), std::string::npos);
-        }
-    }
-    EXPECT_EQ(copies, 1);
+    EXPECT_EQ(RecoveryCopiesHolding(root / "Ana Ruiz", "Unsaved Cut"), 1);
     // The next start offers the copy.
     auto again = StartEditor("Ana Ruiz");
     EXPECT_EQ(again->Send({"dialogs"}), "ok count=1 last=Recovered Changes");
