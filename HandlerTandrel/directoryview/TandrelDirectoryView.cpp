@@ -66,6 +66,7 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
     tree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
                                        std::uint32_t modifiers,
                                        std::uint32_t) { RowDoubleClicked(row, modifiers); });
+    mWidths.Install();
 }
 
 TandrelDirectoryView::~TandrelDirectoryView() {
@@ -129,6 +130,7 @@ void TandrelDirectoryView::InsertDirectoryContent(const host::TreeRowPtr& row,
             GetTree().SetRowHasCustomChild(row, true);
         }
         mRefresher.ContentDelivered(row, isRoot || GetTree().IsRowOpen(row));
+        BroadcastRowsChanged();
     }
     if (mOpener.IsRunning()) {
         mOpener.DirectoryDelivered(host::ToUTF16(directoryPath));
@@ -143,6 +145,7 @@ void TandrelDirectoryView::RemoveRowFromMaps(const host::TreeRowPtr& row) {
 void TandrelDirectoryView::RowDisclosureChanged(const host::TreeRowPtr& row, bool open) {
     host::MediaBrowserDirectoryView::RowDisclosureChanged(row, open);
     mRefresher.DisclosureChanged(row, open);
+    BroadcastRowsChanged();
 }
 
 void TandrelDirectoryView::OnDirectoryChanged(const host::ByteString& directoryPath) {
@@ -171,6 +174,10 @@ std::unique_ptr<host::UI_SubView> TandrelDirectoryView::CellView(const host::Tre
     const bool owned = record != nullptr && record->lockOwnedByCurrentUser;
     const bool locked = record != nullptr && record->hasLockFile;
     return std::make_unique<Columns::NameCellView>(GetRowPath(row), owned, locked);
+}
+
+void TandrelDirectoryView::BroadcastRowsChanged() {
+    host::MessageStation::Get(kDirectoryViewStation)->Broadcast(DirectoryViewRowsChangedMessage());
 }
 
 void TandrelDirectoryView::BroadcastSelectionChanged() {
@@ -228,6 +235,47 @@ void TandrelDirectoryView::UpdateFromStateData(const DirectoryViewStateData& sta
         });
     if (mRootDelivered) {
         mOpener.DirectoryDelivered(GetRootPath());
+    }
+}
+
+DirectoryViewStateData TandrelDirectoryView::GetStateData() const {
+    DirectoryViewStateData state;
+    const host::UI_MultiColumnTree& tree = GetTree();
+    const std::vector<host::TreeRowPtr> opened = tree.GetOpenedRows();
+    for (const host::TreeRowPtr& row : opened) {
+        if (row->CanHaveChildren() && tree.IsRowOpen(row)) {
+            state.mOpenFolderPaths.push_back(GetRowPath(row));
+        }
+    }
+    state.mSelectedRowPaths = GetSelectedPaths();
+    state.mHeaderRowData = Columns::GetHeaderRowData(mHeaderRow.get(), mWidths.Get());
+    const int top = tree.GetFirstVisibleOpenedRowIndex();
+    if (top >= 0 && static_cast<std::size_t>(top) < opened.size()) {
+        state.mTopVisibleRowPath = GetRowPath(opened[static_cast<std::size_t>(top)]);
+    }
+    return state;
+}
+
+void TandrelDirectoryView::ApplyHeaderRowData(const Columns::HeaderRowData& data, float scale) {
+    Columns::RecordedWidths widths;
+    for (const Columns::ColumnData& column : data.mColumnDataList) {
+        widths.emplace(column.mColumnID, column.mWidth);
+    }
+    mWidths.Set(std::move(widths));
+    mWidths.SetScale(scale);
+    Columns::ApplyHeaderRowData(mHeaderRow.get(), data, scale);
+    GetTree().Resort();
+}
+
+int TandrelDirectoryView::GetItemCount() const {
+    return static_cast<int>(GetTree().GetOpenedRows().size());
+}
+
+void TandrelDirectoryView::RefreshOpenedRows() {
+    for (const host::TreeRowPtr& row : GetTree().GetOpenedRows()) {
+        if (mRecords.Find(row.get()) != nullptr || mRecords.IsStale(row.get())) {
+            mRefresher.RefreshRow(row, false, true);
+        }
     }
 }
 

@@ -13,6 +13,7 @@
 //   SelectionMoves   Home, End, paging and Select All
 //   SavedSelection   the saved selection and scroll position, put back
 //   FolderOpener     the saved open folders, opened one after another
+#include "columns/ColumnWidthRecorder.h"
 #include "columns/FileMetadata.h"
 #include "directoryview/ChangeDeferral.h"
 #include "directoryview/FolderOpener.h"
@@ -37,6 +38,10 @@ class TandrelTabView;
 // Broadcast on kDirectoryViewStation whenever the tree's selection changes.
 struct DirectoryViewSelectionChangedMessage : host::Message {
     HOST_DECLARE_MESSAGE_TYPE(DirectoryViewSelectionChangedMessage)
+};
+// Broadcast on kDirectoryViewStation when rows came, went, opened or closed.
+struct DirectoryViewRowsChangedMessage : host::Message {
+    HOST_DECLARE_MESSAGE_TYPE(DirectoryViewRowsChangedMessage)
 };
 inline constexpr std::string_view kDirectoryViewStation = "MvProduction.DirectoryView";
 inline constexpr std::string_view kDirectoryViewNodeID = "MvProduction.DirectoryView";
@@ -85,6 +90,20 @@ public:
 
     // Opens the saved folders, then selects the saved rows and scrolls to the saved top row.
     void UpdateFromStateData(const DirectoryViewStateData& state, bool restoreSelection);
+    // What the view would put back later: open folders (parents first), selection, columns
+    // with their unzoomed widths, and the row at the top.
+    DirectoryViewStateData GetStateData() const;
+    // The columns' saved order, widths (drawn at scale) and sort.
+    void ApplyHeaderRowData(const Columns::HeaderRowData& data, float scale);
+    Columns::ColumnWidthRecorder& GetColumnWidths() { return mWidths; }
+    // The rows reachable through open folders: the items the panel counts.
+    int GetItemCount() const;
+    // The panel shows the tree (mode 0) or the search results (mode 1) in its place.
+    void SetMode(int mode) { mMode = mode; }
+    int GetMode() const { return mMode; }
+    // Reads the records of the project rows that can be reached through open folders again
+    // (the tree comes back after the search results were shown).
+    void RefreshOpenedRows();
     void SelectPaths(const std::vector<host::WideString>& paths);
     const FolderOpener& GetFolderOpener() const { return mOpener; }
     // Used by the folder opener: opens the folder's row, telling the opener when that makes a
@@ -138,6 +157,7 @@ private:
     std::unique_ptr<host::UI_SubView> CellView(const host::TreeRowPtr& row,
                                                Columns::ColumnID column);
     void BroadcastSelectionChanged();
+    void BroadcastRowsChanged();
     void ProjectStateChanged(const host::ByteString& projectPath);
     // The one selected row when it can be seen, which Return renames; else null.
     host::TreeRowPtr RenamableSelectedRow() const;
@@ -146,6 +166,7 @@ private:
 
     std::weak_ptr<TandrelTabView> mTabView;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
+    Columns::ColumnWidthRecorder mWidths{*mHeaderRow};
     RowRecords mRecords;
     RecordRefresher mRefresher{*this, mRecords, *mHeaderRow};
     host::ByteString mProductionFolder;
@@ -156,6 +177,7 @@ private:
     bool mRootDelivered = false;
     SelectionMoves mMoves{GetTree()};
     RenameTrigger mRename;
+    int mMode = 0;
 };
 
 } // namespace HandlerTandrel

@@ -64,6 +64,9 @@ public:
     using SelectionCallback = std::function<void()>;
     // Answers whether the key was handled; an unhandled key goes on to the tree.
     using KeyboardCallback = std::function<bool(const KeyboardEvent& event)>;
+    // A turn of the mouse wheel over the rows: steps > 0 away from the user, in notches.
+    // Answers whether it was used; an unused turn scrolls the tree.
+    using WheelCallback = std::function<bool(float steps, std::uint32_t modifiers)>;
 
     explicit UI_MultiColumnTree(const ByteString& nodeID);
     ~UI_MultiColumnTree();
@@ -132,6 +135,24 @@ public:
     // The height of the area that shows rows.
     float GetScrollViewHeight() const;
 
+    // Settings. By default several rows may be selected and a click on the empty area
+    // deselects every row.
+    void SetAllowsMultipleSelection(bool allow);
+    bool AllowsMultipleSelection() const;
+    void SetDeselectAllOnEmptyClick(bool deselect);
+    bool DeselectsAllOnEmptyClick() const;
+    void SetShowsGridLines(bool show);
+    bool ShowsGridLines() const;
+    // Where the busy indicator sits: 0 in the middle of the rows, 1 at the top right.
+    void SetBusySpinnerAlignment(int alignment);
+    int GetBusySpinnerAlignment() const;
+    // While busy the tree shows a moving indicator: its rows are about to change.
+    void SetBusy(bool busy);
+    bool IsBusy() const;
+    // Whether the tree is shown (inside the area that holds it).
+    void SetVisible(bool visible);
+    bool IsVisible() const;
+
     // What the user does.
     void SetDisclosureChangedCallback(DisclosureCallback callback);
     void SetSelectionChangedCallback(SelectionCallback callback);
@@ -139,6 +160,9 @@ public:
     void SetSingleClickDownCallback(ClickCallback callback);
     void SetSingleClickUpCallback(ClickCallback callback);
     void SetKeyboardCallback(KeyboardCallback callback);
+    void SetWheelCallback(WheelCallback callback);
+    // A right-click (or the menu key); the row is null over the empty area.
+    void SetContextClickCallback(ClickCallback callback);
 
     MultiColumnTreeImpl* GetImpl() const { return mImpl.get(); }
 

@@ -3,6 +3,7 @@
 // windows and window menus, tab views (panels), the workspace that docks them, and modal
 // message boxes. Main thread only.
 #include "host/CoreTypes.h"
+#include "host/UINodes.h"
 
 #include <cstdint>
 #include <functional>
@@ -118,11 +119,30 @@ public:
     // Brings the panel to the front of its dock area; with focus, also gives it focus.
     void Activate(bool raise, bool takeFocus);
 
-    // Puts a tree into the panel, below what is already there, taking the panel's space.
-    void EmbedTree(UI_MultiColumnTree& tree);
+    // The panel's area, in its own coordinates (origin at 0, 0); empty before Create.
+    UI_Rect GetBounds() const;
+    // Called whenever the panel's area changes size (and once when it is first shown); the
+    // panel places its controls here.
+    virtual void LayoutChildren(const UI_Rect& bounds);
+
+    // Whether the panel sits undocked in a floating window, and that window's frame on the
+    // screen (empty while docked).
+    bool IsFloating() const;
+    UI_Rect GetFloatingFrame() const;
+    // The panel places host toolkit views (trees, controls) itself, over a background it fills.
+    void SetHasORNChildViews(bool has);
+    bool HasORNChildViews() const;
+    // Whether the panel is drawn off screen first and shown whole (the default).
+    void EnableDoubleBuffering(bool enable);
+    bool IsDoubleBuffered() const;
 
     // The id of the panel's own menu resource, or empty for none.
     virtual ByteString GetPanelMenuID() const;
+    // The width the panel would like when it is first docked; 0 for the host's choice.
+    virtual float GetPreferredWidth() const;
+    // The host asks the panel to keep its state now: when the user closes the panel and
+    // before the host quits.
+    virtual void SaveState();
     virtual void FinishCreateSelf();
     // Called before the panel's widgets are destroyed.
     virtual void RemoveUI();

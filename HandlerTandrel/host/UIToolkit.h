@@ -27,6 +27,10 @@ public:
     using ColumnID = std::uint32_t;
     using StringSortingCallback = std::function<bool(const WideString&, const WideString&)>;
     using UserChangedSortCallback = std::function<void(ColumnID column, bool ascending)>;
+    // The user dragged a column's edge (width) or moved a column (position); not called for
+    // changes the owner makes.
+    using UserResizedColumnCallback = std::function<void(ColumnID column, float width)>;
+    using UserMovedColumnCallback = std::function<void(ColumnID column, int position)>;
 
     UI_MultiColumnTreeHeaderRow();
     ~UI_MultiColumnTreeHeaderRow();
@@ -55,6 +59,8 @@ public:
     void SetStringSortingCallback(StringSortingCallback callback);
     const StringSortingCallback& GetStringSortingCallback() const;
     void SetUserChangedSortCallback(UserChangedSortCallback callback);
+    void SetUserResizedColumnCallback(UserResizedColumnCallback callback);
+    void SetUserMovedColumnCallback(UserMovedColumnCallback callback);
     ByteString GetColumnTitle(ColumnID id) const;
 
     HeaderRowImpl* GetImpl() const { return mImpl.get(); }

@@ -1,4 +1,5 @@
 #include "panel/TandrelTabView.h"
+#include "panel/TandrelTreeView.h"
 #include "panel/TrashScriptingHook.h"
 
 #include "TandrelIDs.h"
@@ -9,6 +10,7 @@
 #include "host/ExceptionLog.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
+#include "search/TandrelSearchResultsView.h"
 
 namespace HandlerTandrel {
 
@@ -17,6 +19,37 @@ constexpr std::string_view kTabTitlePrefixKey =
     "$$$/Marvane/Handlers/MvProductionFolder/TabTitlePrefix=Production: ";
 constexpr std::string_view kTabTitleNoProductionKey =
     "$$$/Marvane/Handlers/MvProductionFolder/TabTitleWhenNoProductionIsOpen=Production";
+constexpr std::string_view kFindPromptKey = "$$$/Marvane/Handlers/MvProductionFolder/Find=Find";
+constexpr std::string_view kZoomSliderToolTipKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/ZoomSliderToolTip=Adjust size of text and icons";
+constexpr std::string_view kNewProjectToolTipKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/NewProjectButtonToolTip=New Project";
+constexpr std::string_view kNewProjectStatusKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/NewProjectButtonStatusText=Create a new project";
+constexpr std::string_view kNewFolderToolTipKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/NewFolderButtonToolTip=New Folder";
+constexpr std::string_view kNewFolderStatusKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/NewFolderButtonStatusText=Create a new folder";
+constexpr std::string_view kTrashToolTipKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/TrashButtonToolTip=Move to Trash";
+constexpr std::string_view kTrashStatusKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/DeleteButton=Delete the currently selected items";
+
+// The slider's track: finer on the current skin.
+constexpr int kSliderStepsV7 = 200;
+constexpr int kSliderStepsOlder = 400;
+
+std::unique_ptr<host::PictureButton> MakeButton(host::TabView& panel, std::string_view nodeID,
+                                                std::string_view picture, std::string_view command,
+                                                std::string_view toolTip,
+                                                std::string_view statusText) {
+    auto button = host::PictureButton::Create(panel, host::ByteString(nodeID),
+                                              host::ByteString(picture), host::ByteString(command));
+    button->SetToolTip(host::ByteString(toolTip));
+    button->SetStatusText(host::ByteString(statusText));
+    return button;
+}
+
 } // namespace
 
 TandrelTabView::TandrelTabView() = default;
@@ -35,25 +68,135 @@ void TandrelTabView::PostSharedPtrInit() {
 void TandrelTabView::FinishCreateSelf() {
     try {
         UpdateTabTitle();
-        const auto self = std::static_pointer_cast<TandrelTabView>(shared_from_this());
-        mDirectoryView =
-            TandrelDirectoryView::Create(host::ToUTF8(host::GetTandrelManagerFolderPath()), self);
-        EmbedTree(mDirectoryView->GetTree());
-        // The host pauses the tree's reaction to changes on disk through this.
-        const std::weak_ptr<TandrelDirectoryView> view = mDirectoryView;
-        host::SetTandrelNotifyPauseFn([view](bool paused) {
-            if (const auto alive = view.lock()) {
-                alive->SetNotifyPaused(paused);
-            }
-        });
+        BuildChildren();
+        ApplyZoom();
+        RestoreState();
+        LayoutChildren(GetBounds());
+        UpdateButtons();
+        UpdateStatusText();
     } catch (const std::exception& error) {
         host::LogException("HandlerTandrel::TandrelTabView::FinishCreateSelf", error);
     }
 }
 
+void TandrelTabView::BuildChildren() {
+    const auto self = std::static_pointer_cast<TandrelTabView>(shared_from_this());
+    const std::weak_ptr<host::Listener> listener = self;
+    const std::weak_ptr<TandrelTabView> weakSelf = self;
+    SetHasORNChildViews(true);
+    EnableDoubleBuffering(true);
+
+    // 1: the tree, with the search results in the same place.
+    mDirectoryView =
+        TandrelDirectoryView::Create(host::ToUTF8(host::GetTandrelManagerFolderPath()), self);
+    mSearchResultsView = TandrelSearchResultsView::Create([weakSelf] {
+        if (const auto panel = weakSelf.lock()) {
+            panel->UpdateButtons();
+            panel->UpdateStatusText();
+        }
+    });
+    mTreeView = std::make_unique<TandrelTreeView>(*this, mDirectoryView, mSearchResultsView);
+    host::MessageStation::Get(kDirectoryViewStation)->Subscribe(listener);
+    const auto wheel = [weakSelf](float steps, std::uint32_t modifiers) {
+        const auto panel = weakSelf.lock();
+        if (!panel || (modifiers & host::kModifierControl) == 0) {
+            return false;
+        }
+        if (steps > 0) {
+            panel->ZoomIn();
+        } else {
+            panel->ZoomOut();
+        }
+        return true;
+    };
+    mDirectoryView->GetTree().SetWheelCallback(wheel);
+    mSearchResultsView->GetTree().SetWheelCallback(wheel);
+    mSearchResultsView->GetTree().SetSelectionChangedCallback([weakSelf] {
+        if (const auto panel = weakSelf.lock()) {
+            panel->UpdateButtons();
+            panel->UpdateStatusText();
+        }
+    });
+    // The host pauses the tree's reaction to changes on disk through this.
+    const std::weak_ptr<TandrelDirectoryView> view = mDirectoryView;
+    host::SetTandrelNotifyPauseFn([view](bool paused) {
+        if (const auto alive = view.lock()) {
+            alive->SetNotifyPaused(paused);
+        }
+    });
+
+    // 2: the search box.
+    mSearchBox = host::SearchBoxControl::Create(*this, host::ByteString(kSearchBoxNodeID),
+                                                host::ByteString(kFindPromptKey));
+    host::MessageStation::Get(mSearchBox->GetStationName())->Subscribe(listener);
+
+    // 3: the status line.
+    mStatusText = host::StaticTextControl::Create(*this, host::ByteString(kStatusTextNodeID),
+                                                  host::TextAlignment::Left);
+
+    // 4: the zoom slider.
+    mZoomSlider = host::SliderControl::Create(*this, host::ByteString(kZoomSliderNodeID));
+    mZoomSlider->SetToolTip(host::ByteString(kZoomSliderToolTipKey));
+    mZoomSlider->SetValue(mZoom);
+    mZoomSlider->SetValueChangedCallback([weakSelf](bool) {
+        if (const auto panel = weakSelf.lock()) {
+            panel->OnZoomSliderChanged();
+        }
+    });
+    mZoomSlider->SetStepCount(host::IsRunningV7OrBeyond() ? kSliderStepsV7 : kSliderStepsOlder);
+
+    // 5 to 7: the buttons.
+    mNewProjectButton = MakeButton(*this, kNewProjectButtonNodeID, "kPanelButtonNewProject",
+                                   "cmd.mvproductionfolder.newproject", kNewProjectToolTipKey,
+                                   kNewProjectStatusKey);
+    mNewFolderButton =
+        MakeButton(*this, kNewFolderButtonNodeID, "kPanelButtonNewFolder",
+                   "cmd.mediabrowser.newfolder", kNewFolderToolTipKey, kNewFolderStatusKey);
+    mTrashButton =
+        MakeButton(*this, kTrashButtonNodeID, "kPanelButtonTrash",
+                   "cmd.mvproductionfolder.movetotrash", kTrashToolTipKey, kTrashStatusKey);
+}
+
+void TandrelTabView::LayoutChildren(const host::UI_Rect& bounds) {
+    if (!mTreeView || !mSearchBox) {
+        return;
+    }
+    PanelMeasures measures;
+    measures.searchBoxHeight = mSearchBox->GetRecommendedSize().height;
+    const host::UI_Size button = mTrashButton->GetRecommendedSize();
+    measures.buttonWidth = button.width;
+    measures.buttonHeight = button.height;
+    measures.bottomBarHeight = static_cast<float>(host::GetDimension(7));
+    const PanelFrames frames = ComputePanelFrames(bounds, mMetrics, measures);
+    mSearchBox->SetFrame(frames.searchBox);
+    mTreeView->GetArea().SetFrame(frames.tree);
+    mStatusText->SetFrame(frames.statusText);
+    mZoomSlider->SetFrame(frames.slider);
+    mZoomSlider->SetVisible(frames.sliderShown);
+    host::PictureButton* buttons[] = {mNewProjectButton.get(), mNewFolderButton.get(),
+                                      mTrashButton.get()};
+    for (int index = 0; index < 3; ++index) {
+        buttons[index]->SetFrame(frames.buttons[index]);
+        buttons[index]->SetVisible(frames.buttonsShown);
+    }
+}
+
 void TandrelTabView::RemoveUI() {
+    SaveState();
     Unsubscribe();
     ClearScriptingHooks();
+    RemoveChildren();
+}
+
+void TandrelTabView::RemoveChildren() {
+    mTrashButton.reset();
+    mNewFolderButton.reset();
+    mNewProjectButton.reset();
+    mZoomSlider.reset();
+    mStatusText.reset();
+    mSearchBox.reset();
+    mTreeView.reset();
+    mSearchResultsView.reset();
     mDirectoryView.reset();
 }
 
@@ -63,13 +206,42 @@ host::ByteString TandrelTabView::GetPanelMenuID() const {
 
 void TandrelTabView::ReceiveMessage(const host::Message& message) {
     try {
-        if (message.GetTypeID() == host::MvProductionFolderOpenedMessage::kTypeID ||
-            message.GetTypeID() == host::MvProductionFolderClosedMessage::kTypeID) {
+        const host::MessageTypeID type = message.GetTypeID();
+        if (type == host::MvProductionFolderOpenedMessage::kTypeID ||
+            type == host::MvProductionFolderClosedMessage::kTypeID) {
             UpdateTabTitle();
+            UpdateButtons();
+            UpdateStatusText();
+        } else if (type == host::SearchBoxValueChangedMessage::kTypeID) {
+            OnSearchTextChanged();
+        } else if (type == DirectoryViewSelectionChangedMessage::kTypeID ||
+                   type == DirectoryViewRowsChangedMessage::kTypeID) {
+            UpdateButtons();
+            UpdateStatusText();
         }
     } catch (const std::exception& error) {
         host::LogException("HandlerTandrel::TandrelTabView::ReceiveMessage", error);
     }
+}
+
+void TandrelTabView::OnSearchTextChanged() {
+    if (!mSearchBox || !mTreeView) {
+        return;
+    }
+    const host::WideString text = mSearchBox->GetValue();
+    if (text == mLastSearchText) {
+        return;
+    }
+    mSearchResultsView->Find(text);
+    mLastSearchText = text;
+    mTreeView->SetMode(text.empty() ? TandrelTreeView::kDirectoryMode
+                                    : TandrelTreeView::kSearchResultsMode);
+    UpdateButtons();
+    UpdateStatusText();
+}
+
+bool TandrelTabView::IsShowingSearchResults() const {
+    return mTreeView && mTreeView->GetMode() == TandrelTreeView::kSearchResultsMode;
 }
 
 void TandrelTabView::UpdateTabTitle() {
@@ -85,6 +257,8 @@ host::ByteString TabTitleFor(const host::WideString& productionPath) {
 
 void TandrelTabView::Unsubscribe() {
     host::MessageStation::Get(host::kPanelFrameworkStation)->Unsubscribe(this);
+    host::MessageStation::Get(kDirectoryViewStation)->Unsubscribe(this);
+    host::MessageStation::Get(kSearchBoxNodeID)->Unsubscribe(this);
 }
 
 } // namespace HandlerTandrel

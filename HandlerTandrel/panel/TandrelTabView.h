@@ -1,14 +1,30 @@
 #pragma once
-// The Production panel itself: the tab view that the handler makes for the host.
+// The Production panel itself: the tab view that the handler makes for the host. It builds the
+// panel's children (the tree with the search results in its place, the search box, the status
+// line, the zoom slider and the New Project, New Folder and Trash buttons), places them, keeps
+// the status line, the buttons and the zoom current, and hands its state to the settings store
+// when it goes, getting it back when it is made again.
 #include "host/Messaging.h"
+#include "host/UIControls.h"
 #include "host/UIFramework.h"
+#include "panel/PanelLayout.h"
 #include "panel/TabViewStateData.h"
 
 #include <memory>
+#include <vector>
 
 namespace HandlerTandrel {
 
 class TandrelDirectoryView;
+class TandrelSearchResultsView;
+class TandrelTreeView;
+
+inline constexpr std::string_view kSearchBoxNodeID = "Handlers.Tandrel.SearchBox";
+inline constexpr std::string_view kStatusTextNodeID = "Handlers.Tandrel.StatusText";
+inline constexpr std::string_view kZoomSliderNodeID = "Handlers.Tandrel.ZoomSlider";
+inline constexpr std::string_view kNewProjectButtonNodeID = "Handlers.Tandrel.NewProjectButton";
+inline constexpr std::string_view kNewFolderButtonNodeID = "Handlers.Tandrel.NewFolderButton";
+inline constexpr std::string_view kTrashButtonNodeID = "Handlers.Tandrel.TrashButton";
 
 class TandrelTabView : public host::TabView, public host::Listener {
 public:
@@ -22,18 +38,78 @@ public:
 
     void FinishCreateSelf() override;
     void RemoveUI() override;
+    void SaveState() override;
+    float GetPreferredWidth() const override { return GetFirstStartWidth(); }
+    void LayoutChildren(const host::UI_Rect& bounds) override;
     host::ByteString GetPanelMenuID() const override;
     void ReceiveMessage(const host::Message& message) override;
+    bool FindCommandStatus(const host::Command& command, host::CommandStatus& status) override;
+    bool ObeyCommand(const host::Command& command) override;
 
     // "Production: <folder name>" while a production is open, else "Production".
     void UpdateTabTitle();
-    // The tree of the production; null until the panel was created.
+    // "2 of 5 items selected" for the view shown now.
+    void UpdateStatusText();
+    // New Project and New Folder follow the selection; Trash follows the move-to-trash test.
+    void UpdateButtons();
+    void ZoomIn();
+    void ZoomOut();
+    void OnZoomSliderChanged();
+    // Sets both views' row height for the zoom and rescales the shown view's columns.
+    void ApplyZoom();
+    double GetZoom() const { return mZoom; }
+    // The search box's text changed: the results for a new text, and the view to show.
+    void OnSearchTextChanged();
+
+    // The preferred height when stacked with other panels: every row the tree shows.
+    float GetStackedDimensionHeight() const;
+    // The full paths of the selected rows of the view shown now.
+    std::vector<host::WideString> GetSelectedPaths() const;
+    // What the panel would save now.
+    StateData GetStateData() const;
+    // Puts a saved state back: columns, sort, open folders, selection, top row, zoom, search.
+    void ApplyStateData(const StateData& state);
+
+    // The children; null until the panel was created and after its UI was removed.
     const std::shared_ptr<TandrelDirectoryView>& GetDirectoryView() const { return mDirectoryView; }
+    const std::shared_ptr<TandrelSearchResultsView>& GetSearchResultsView() const {
+        return mSearchResultsView;
+    }
+    TandrelTreeView* GetTreeView() const { return mTreeView.get(); }
+    host::SearchBoxControl* GetSearchBox() const { return mSearchBox.get(); }
+    host::StaticTextControl* GetStatusText() const { return mStatusText.get(); }
+    host::SliderControl* GetZoomSlider() const { return mZoomSlider.get(); }
+    host::PictureButton* GetNewProjectButton() const { return mNewProjectButton.get(); }
+    host::PictureButton* GetNewFolderButton() const { return mNewFolderButton.get(); }
+    host::PictureButton* GetTrashButton() const { return mTrashButton.get(); }
+    const PanelMetrics& GetMetrics() const { return mMetrics; }
+    // The width at which every column of the tree can be read without scrolling.
+    float GetFirstStartWidth() const;
 
 private:
+    void BuildChildren();
+    void RestoreState();
     void Unsubscribe();
+    void RemoveChildren();
+    bool IsShowingSearchResults() const;
+
+    PanelMetrics mMetrics;
+    double mZoomStep = 0.25;
+    // Room beside the columns at first start: the tree's scroll bar and its frame.
+    std::int32_t mFirstStartScrollBarRoom = 30;
+    std::int32_t mFirstStartFrameRoom = 30;
+    double mZoom = 0.0;
+    host::WideString mLastSearchText;
 
     std::shared_ptr<TandrelDirectoryView> mDirectoryView;
+    std::shared_ptr<TandrelSearchResultsView> mSearchResultsView;
+    std::unique_ptr<TandrelTreeView> mTreeView;
+    std::unique_ptr<host::SearchBoxControl> mSearchBox;
+    std::unique_ptr<host::StaticTextControl> mStatusText;
+    std::unique_ptr<host::SliderControl> mZoomSlider;
+    std::unique_ptr<host::PictureButton> mNewProjectButton;
+    std::unique_ptr<host::PictureButton> mNewFolderButton;
+    std::unique_ptr<host::PictureButton> mTrashButton;
 };
 
 // The tab title for a production folder path (empty when no production is open).

@@ -7,6 +7,8 @@
 #include "host/ProjectBackEnd.h"
 #include "utils/ProjectMessages.h"
 
+#include <algorithm>
+
 namespace HandlerTandrel {
 
 std::shared_ptr<TandrelSearchResultsView>
@@ -51,6 +53,13 @@ TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> results
     mTree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
                                         std::uint32_t modifiers,
                                         std::uint32_t) { RowDoubleClicked(row, modifiers); });
+    mTree.SetContextClickCallback([this](const host::TreeRowPtr& row, host::UI_Point, std::uint32_t,
+                                         std::uint32_t) { SelectForContextMenu(row); });
+    mTree.SetAllowsMultipleSelection(true);
+    mTree.SetDeselectAllOnEmptyClick(true);
+    mTree.SetShowsGridLines(false);
+    mTree.SetBusySpinnerAlignment(1);
+    mWidths.Install();
 }
 
 TandrelSearchResultsView::~TandrelSearchResultsView() {
@@ -66,9 +75,11 @@ void TandrelSearchResultsView::Find(const host::WideString& searchText) {
         mSearch.reset();
     }
     if (searchText.empty() || !host::IsTandrelManagerActive()) {
+        mTree.SetBusy(false);
         RemoveAllRows();
         return;
     }
+    mTree.SetBusy(true);
     std::vector<host::WideString> extensions = {host::WideString(host::kProjectFileExtension16)};
     if (host::IsFolderProjectFormatEnabled()) {
         extensions.emplace_back(host::kProjectFolderExtension16);
@@ -90,6 +101,7 @@ void TandrelSearchResultsView::RemoveAllRows() {
 }
 
 void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths) {
+    mTree.SetBusy(false);
     RemoveAllRows();
     std::vector<host::TreeRowPtr> rows;
     rows.reserve(paths.size());
@@ -112,6 +124,18 @@ std::vector<host::WideString> TandrelSearchResultsView::GetSelectedPaths() const
         paths.push_back(GetRowPath(row));
     }
     return paths;
+}
+
+bool TandrelSearchResultsView::SelectForContextMenu(const host::TreeRowPtr& row) {
+    if (!row) {
+        mTree.DeselectAllRows();
+        return false;
+    }
+    const std::vector<host::TreeRowPtr> selected = mTree.GetSelectedRows();
+    if (std::find(selected.begin(), selected.end(), row) == selected.end()) {
+        mTree.SelectRow(row, true, false, true);
+    }
+    return true;
 }
 
 host::TreeRowPtr TandrelSearchResultsView::GetRowForPath(const host::WideString& path) const {

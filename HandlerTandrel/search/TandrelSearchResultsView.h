@@ -6,6 +6,7 @@
 // Find runs the host's search on a worker: the window keeps answering on a big production or
 // a network share, a newer text cancels an older search, and the rows are replaced when the
 // results arrive (OnResultsShown is told then). An empty text empties the list at once.
+#include "columns/ColumnWidthRecorder.h"
 #include "columns/Columns.h"
 #include "directoryview/RowRecords.h"
 #include "host/FileServices.h"
@@ -43,6 +44,12 @@ public:
     host::WideString GetRowPath(const host::TreeRowPtr& row) const;
 
     void ReceiveMessage(const host::Message& message) override;
+    // A right-click on a row (null: on the empty area). On the empty area every row is
+    // deselected and no menu follows (false); on a row outside the selection, that row
+    // becomes the selection; on a selected row the selection stays. True: the menu follows.
+    bool SelectForContextMenu(const host::TreeRowPtr& row);
+    int GetRowCount() const { return mTree.GetTopLevelRowCount(); }
+    Columns::ColumnWidthRecorder& GetColumnWidths() { return mWidths; }
     // A double-click on a row: a project that still exists opens in the host.
     void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);
 
@@ -54,6 +61,7 @@ private:
     std::function<void()> mResultsShown;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
     host::UI_MultiColumnTree mTree;
+    Columns::ColumnWidthRecorder mWidths{*mHeaderRow};
     RowRecords mRecords;
     std::unordered_map<host::WideString, host::TreeRowPtr> mRowForPath;
     std::unordered_map<const host::UI_TreeRow*, host::WideString> mPathOfRow;

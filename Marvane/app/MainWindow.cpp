@@ -14,6 +14,8 @@
 #include "Marvane/app/ProgressPanel.h"
 #include "host/ApplicationLayer.h"
 #include <QApplication>
+#include <QGuiApplication>
+#include <QScreen>
 
 #include <QCloseEvent>
 #include <QFileDialog>
@@ -43,7 +45,14 @@ private:
 
 MainWindow::MainWindow() {
     setObjectName(QStringLiteral("MarvaneMainWindow"));
-    resize(1100, 700);
+    // Room for the panel's five columns beside the project area, within the screen (an
+    // offscreen run has no real screen to fit).
+    QSize size(1600, 900);
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen != nullptr && QGuiApplication::platformName() != QStringLiteral("offscreen")) {
+        size = size.boundedTo(screen->availableSize());
+    }
+    resize(size);
     mWorkspace = new DockWorkspace(this);
     SetCurrentWorkspace(mWorkspace);
 

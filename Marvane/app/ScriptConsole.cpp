@@ -1,6 +1,7 @@
 #include "Marvane/app/ScriptConsole.h"
 
 #include "Marvane/app/MainWindow.h"
+#include "Marvane/app/ScriptWidgets.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ScriptingHooks.h"
 #include "Marvane/documents/DocumentManager.h"
@@ -140,6 +141,10 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
          }},
         {"move-to-trash", AtLeast(2), kNoProject,
          [](ScriptConsole&, const Fields& fields, const Project&) { return MoveToTrash(fields); }},
+        {"ui", AtLeast(3), kNoProject,
+         [](ScriptConsole& console, const Fields& fields, const Project&) {
+             return RunWidgetCommand(console.mWindow, fields);
+         }},
         {"quit", kAnyCount, kNoProject,
          [](ScriptConsole& console, const Fields&, const Project&) {
              console.mQuitting = true;

@@ -9,6 +9,7 @@
 //   answer N | text T | dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
 //   recovered (ok count=N) | quit
 //   move-to-trash PATH...  ok allowed | ok refused (what the production panel decided)
+//   ui VERB NAME ...       what a user does to a widget of the window (ScriptWidgets.h)
 #include <QObject>
 #include <QSocketNotifier>
 #include <functional>

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QMenu>
+#include <algorithm>
 
 namespace host {
 
@@ -26,6 +27,8 @@ WorkspaceManagerImpl& TheWorkspaceManager() {
 }
 
 constexpr int kInitialPanelWidth = 460;
+// What a panel leaves of the main window's width for the project area at least.
+constexpr int kProjectAreaWidth = 300;
 
 } // namespace
 
@@ -105,14 +108,23 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
     dock->setWidget(tabView->GetImpl()->content);
     tabView->GetImpl()->dock = dock;
     mMainWindow->addDockWidget(Qt::LeftDockWidgetArea, dock);
-    // A new panel starts wide enough for a tree of names and a few columns.
-    mMainWindow->resizeDocks({dock}, {kInitialPanelWidth}, Qt::Horizontal);
+    // A new panel starts wide enough for a tree of names and a few columns, or as wide as it
+    // asks, up to most of the window.
+    const int asked = static_cast<int>(tabView->GetPreferredWidth());
+    const int widest = std::max(kInitialPanelWidth, mMainWindow->width() - kProjectAreaWidth);
+    mMainWindow->resizeDocks({dock}, {std::clamp(asked, kInitialPanelWidth, widest)},
+                             Qt::Horizontal);
     connect(dock, &QDockWidget::visibilityChanged, this, [this, handlerID](bool visible) {
         const auto entry = mTabs.find(handlerID);
         if (entry == mTabs.end()) {
             return;
         }
         entry->second.frontmost = visible;
+        // A panel the user closed keeps its state now.
+        if (!visible && entry->second.dock && entry->second.dock->isHidden() &&
+            entry->second.tabView) {
+            entry->second.tabView->SaveState();
+        }
         // A panel that is no longer seen stops taking commands.
         auto& dispatcher = CommandDispatcher::Instance();
         if (!visible && dispatcher.GetFocusedTabView() == entry->second.tabView) {
@@ -175,6 +187,7 @@ void DockWorkspace::Shutdown() {
     CommandDispatcher::Instance().SetFocusedTabView(nullptr);
     for (auto& [id, tab] : mTabs) {
         if (tab.tabView) {
+            tab.tabView->SaveState();
             tab.tabView->RemoveUI();
             tab.tabView.reset();
         }

@@ -2,12 +2,31 @@
 #include "Marvane/uiframework/Window.h"
 #include "Marvane/uitoolkit/TreeView.h"
 
-#include <QVBoxLayout>
+#include "Marvane/uiframework/ControlImpl.h"
+
+#include <QResizeEvent>
 
 namespace host {
 
 namespace {
 constexpr int kMinimumPanelWidth = 200;
+
+// The panel's content: it tells its tab view when its size changes, so that the panel can
+// place its controls.
+class PanelContent final : public QWidget {
+public:
+    PanelContent(TabView& owner, QWidget* parent) : QWidget(parent), mOwner(owner) {}
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QWidget::resizeEvent(event);
+        mOwner.LayoutChildren({0, 0, static_cast<float>(event->size().width()),
+                               static_cast<float>(event->size().height())});
+    }
+
+private:
+    TabView& mOwner;
+};
 } // namespace
 
 TabView::TabView() : mImpl(std::make_unique<TabViewImpl>()) {}
@@ -24,7 +43,7 @@ void TabView::Create(HandlerID handlerID, const ByteString& title, Window* paren
     mImpl->handlerID = handlerID;
     mImpl->title = title;
     QWidget* parentWidget = parent != nullptr ? parent->GetWidget() : nullptr;
-    mImpl->content = new QWidget(parentWidget);
+    mImpl->content = new PanelContent(*this, parentWidget);
     mImpl->content->setObjectName(QStringLiteral("TabViewContent"));
     mImpl->content->setMinimumWidth(kMinimumPanelWidth);
     mImpl->content->setWindowTitle(QString::fromStdString(title));
@@ -32,19 +51,18 @@ void TabView::Create(HandlerID handlerID, const ByteString& title, Window* paren
     FinishCreateSelf();
 }
 
-void TabView::EmbedTree(UI_MultiColumnTree& tree) {
-    QWidget* content = mImpl->content.data();
-    QWidget* widget = tree.GetImpl()->view.data();
-    if (content == nullptr || widget == nullptr) {
-        return;
+UI_Rect TabView::GetBounds() const {
+    if (!mImpl->content) {
+        return {};
     }
-    auto* layout = qobject_cast<QVBoxLayout*>(content->layout());
-    if (layout == nullptr) {
-        layout = new QVBoxLayout(content);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->setSpacing(0);
-    }
-    layout->addWidget(widget, 1);
+    const QSize size = mImpl->content->size();
+    return {0, 0, static_cast<float>(size.width()), static_cast<float>(size.height())};
+}
+
+void TabView::LayoutChildren(const UI_Rect&) {}
+
+QWidget* ContentWidgetOf(TabView& tabView) {
+    return tabView.GetImpl()->content.data();
 }
 
 bool TabView::IsCreated() const {
@@ -83,9 +101,50 @@ void TabView::Activate(bool raise, bool takeFocus) {
     }
 }
 
+bool TabView::IsFloating() const {
+    return mImpl->dock && mImpl->dock->isFloating();
+}
+
+UI_Rect TabView::GetFloatingFrame() const {
+    if (!IsFloating()) {
+        return {};
+    }
+    const QRect frame = mImpl->dock->geometry();
+    return {static_cast<float>(frame.left()), static_cast<float>(frame.top()),
+            static_cast<float>(frame.width()), static_cast<float>(frame.height())};
+}
+
+void TabView::SetHasORNChildViews(bool has) {
+    mImpl->hasToolkitChildren = has;
+    if (mImpl->content) {
+        mImpl->content->setAutoFillBackground(has);
+    }
+}
+
+bool TabView::HasORNChildViews() const {
+    return mImpl->hasToolkitChildren;
+}
+
+void TabView::EnableDoubleBuffering(bool enable) {
+    mImpl->doubleBuffered = enable;
+    if (mImpl->content) {
+        mImpl->content->setAttribute(Qt::WA_PaintOnScreen, !enable);
+    }
+}
+
+bool TabView::IsDoubleBuffered() const {
+    return mImpl->doubleBuffered;
+}
+
 ByteString TabView::GetPanelMenuID() const {
     return {};
 }
+
+float TabView::GetPreferredWidth() const {
+    return 0.0f;
+}
+
+void TabView::SaveState() {}
 
 void TabView::FinishCreateSelf() {}
 

@@ -15,6 +15,8 @@ public:
     HandlerID handlerID = 0;
     ByteString title;
     bool created = false;
+    bool hasToolkitChildren = false;
+    bool doubleBuffered = true;
 };
 
 } // namespace host

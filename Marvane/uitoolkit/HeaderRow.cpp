@@ -54,15 +54,27 @@ UI_MultiColumnTreeHeaderRow::UI_MultiColumnTreeHeaderRow()
     : mImpl(std::make_unique<HeaderRowImpl>()) {
     HeaderRowImpl* impl = mImpl.get();
     // Each column keeps its own minimum width while the user drags.
-    QObject::connect(impl->view.get(), &QHeaderView::sectionResized, impl->view.get(),
-                     [impl](int section, int, int size) {
+    QObject::connect(
+        impl->view.get(), &QHeaderView::sectionResized, impl->view.get(),
+        [impl](int section, int, int size) {
+            const auto index = static_cast<std::size_t>(section);
+            if (index < impl->minimumWidths.size()) {
+                const int minimum = static_cast<int>(std::ceil(impl->minimumWidths[index]));
+                if (size < minimum) {
+                    impl->view->resizeSection(section, minimum);
+                    return;
+                }
+            }
+            if (impl->ownerChanging == 0 && impl->userResized && index < impl->ids.size()) {
+                impl->userResized(impl->ids[index], static_cast<float>(size));
+            }
+        });
+    QObject::connect(impl->view.get(), &QHeaderView::sectionMoved, impl->view.get(),
+                     [impl](int section, int, int position) {
                          const auto index = static_cast<std::size_t>(section);
-                         if (index < impl->minimumWidths.size()) {
-                             const int minimum =
-                                 static_cast<int>(std::ceil(impl->minimumWidths[index]));
-                             if (size < minimum) {
-                                 impl->view->resizeSection(section, minimum);
-                             }
+                         if (impl->ownerChanging == 0 && impl->userMoved &&
+                             index < impl->ids.size()) {
+                             impl->userMoved(impl->ids[index], position);
                          }
                      });
     // A click on a column's title changes the sort; the owner hears of it.
@@ -115,6 +127,7 @@ void UI_MultiColumnTreeHeaderRow::SetColumnWidth(ColumnID id, float width) {
         constexpr float kWidest = 100000.0f;
         const float minimum = mImpl->minimumWidths[static_cast<std::size_t>(section)];
         const float bounded = std::isfinite(width) ? std::clamp(width, minimum, kWidest) : minimum;
+        const OwnerChange change(*mImpl);
         mImpl->view->resizeSection(section, static_cast<int>(std::lround(bounded)));
     }
 }
@@ -129,6 +142,7 @@ void UI_MultiColumnTreeHeaderRow::SetColumnAllowedMinimumWidth(ColumnID id, floa
     if (section >= 0) {
         mImpl->minimumWidths[static_cast<std::size_t>(section)] = width;
         if (static_cast<float>(mImpl->view->sectionSize(section)) < width) {
+            const OwnerChange change(*mImpl);
             mImpl->view->resizeSection(section, static_cast<int>(std::ceil(width)));
         }
     }
@@ -144,6 +158,7 @@ void UI_MultiColumnTreeHeaderRow::MoveColumn(ColumnID id, int position, bool) {
     if (section < 0 || position < 0 || position >= GetCountOfColumns()) {
         return;
     }
+    const OwnerChange change(*mImpl);
     mImpl->view->moveSection(mImpl->view->visualIndex(section), position);
 }
 
@@ -196,6 +211,14 @@ UI_MultiColumnTreeHeaderRow::GetStringSortingCallback() const {
 
 void UI_MultiColumnTreeHeaderRow::SetUserChangedSortCallback(UserChangedSortCallback callback) {
     mImpl->userChangedSort = std::move(callback);
+}
+
+void UI_MultiColumnTreeHeaderRow::SetUserResizedColumnCallback(UserResizedColumnCallback callback) {
+    mImpl->userResized = std::move(callback);
+}
+
+void UI_MultiColumnTreeHeaderRow::SetUserMovedColumnCallback(UserMovedColumnCallback callback) {
+    mImpl->userMoved = std::move(callback);
 }
 
 ByteString UI_MultiColumnTreeHeaderRow::GetColumnTitle(ColumnID id) const {

@@ -43,6 +43,22 @@ public:
     bool allowMoving = false;
     UI_MultiColumnTreeHeaderRow::StringSortingCallback stringSorting;
     UI_MultiColumnTreeHeaderRow::UserChangedSortCallback userChangedSort;
+    UI_MultiColumnTreeHeaderRow::UserResizedColumnCallback userResized;
+    UI_MultiColumnTreeHeaderRow::UserMovedColumnCallback userMoved;
+    // Set while the owner changes widths or order, so that the user callbacks stay quiet.
+    int ownerChanging = 0;
+};
+
+// Keeps the user callbacks quiet while the owner changes the header.
+class OwnerChange {
+public:
+    explicit OwnerChange(HeaderRowImpl& impl) : mImpl(impl) { ++mImpl.ownerChanging; }
+    ~OwnerChange() { --mImpl.ownerChanging; }
+    OwnerChange(const OwnerChange&) = delete;
+    OwnerChange& operator=(const OwnerChange&) = delete;
+
+private:
+    HeaderRowImpl& mImpl;
 };
 
 } // namespace host

@@ -97,6 +97,7 @@ void UI_MultiColumnTree::SetHeaderRow(UI_MultiColumnTreeHeaderRow* header) {
         widths.push_back(headerView->sectionSize(section));
         order.push_back(headerView->visualIndex(section));
     }
+    const OwnerChange change(*headerImpl);
     mImpl->model.SetHeader(headerImpl);
     mImpl->view->setHeader(headerView);
     for (int section = 0; section < static_cast<int>(widths.size()); ++section) {
@@ -374,6 +375,66 @@ void UI_MultiColumnTree::SetSingleClickUpCallback(ClickCallback callback) {
 
 void UI_MultiColumnTree::SetKeyboardCallback(KeyboardCallback callback) {
     mImpl->keyboard = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetWheelCallback(WheelCallback callback) {
+    mImpl->wheel = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetContextClickCallback(ClickCallback callback) {
+    mImpl->contextClick = std::move(callback);
+}
+
+void UI_MultiColumnTree::SetAllowsMultipleSelection(bool allow) {
+    mImpl->view->setSelectionMode(allow ? QAbstractItemView::ExtendedSelection
+                                        : QAbstractItemView::SingleSelection);
+}
+
+bool UI_MultiColumnTree::AllowsMultipleSelection() const {
+    return mImpl->view->selectionMode() == QAbstractItemView::ExtendedSelection;
+}
+
+void UI_MultiColumnTree::SetDeselectAllOnEmptyClick(bool deselect) {
+    mImpl->deselectOnEmptyClick = deselect;
+}
+
+bool UI_MultiColumnTree::DeselectsAllOnEmptyClick() const {
+    return mImpl->deselectOnEmptyClick;
+}
+
+void UI_MultiColumnTree::SetShowsGridLines(bool show) {
+    mImpl->gridLines = show;
+    mImpl->view->viewport()->update();
+}
+
+bool UI_MultiColumnTree::ShowsGridLines() const {
+    return mImpl->gridLines;
+}
+
+void UI_MultiColumnTree::SetBusySpinnerAlignment(int alignment) {
+    mImpl->spinnerAlignment = alignment;
+    mImpl->view->PlaceBusyIndicator();
+}
+
+int UI_MultiColumnTree::GetBusySpinnerAlignment() const {
+    return mImpl->spinnerAlignment;
+}
+
+void UI_MultiColumnTree::SetBusy(bool busy) {
+    mImpl->view->SetBusy(busy);
+}
+
+bool UI_MultiColumnTree::IsBusy() const {
+    return mImpl->view->IsBusy();
+}
+
+void UI_MultiColumnTree::SetVisible(bool visible) {
+    mImpl->visible = visible;
+    mImpl->view->setVisible(visible);
+}
+
+bool UI_MultiColumnTree::IsVisible() const {
+    return mImpl->visible;
 }
 
 } // namespace host

@@ -4,6 +4,7 @@
 #include "Marvane/uitoolkit/TextMetrics.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -74,6 +75,7 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
         painter->setPen(option.palette.color(textRole));
         mTexts.Draw(*painter, QRectF(area), text, background.font);
         painter->restore();
+        DrawGridLine(*painter, option.rect);
         return;
     }
     cell->BoundsChanged(
@@ -82,6 +84,17 @@ void CellDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     painter->setClipRect(QRect(QPoint(0, 0), option.rect.size()));
     PaintNode(*painter, *cell, textRole, option.palette, mTexts);
     painter->restore();
+    DrawGridLine(*painter, option.rect);
+}
+
+void CellDelegate::DrawGridLine(QPainter& painter, const QRect& cell) const {
+    if (mTree.gridLines) {
+        painter.save();
+        painter.setPen(QColor(0, 0, 0, 40));
+        painter.drawLine(cell.bottomLeft(), cell.bottomRight());
+        painter.drawLine(cell.topRight(), cell.bottomRight());
+        painter.restore();
+    }
 }
 
 QSize CellDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
@@ -101,6 +114,15 @@ TreeWidget::TreeWidget(MultiColumnTreeImpl& tree) : mTree(tree) {
 
 void TreeWidget::mousePressEvent(QMouseEvent* event) {
     mPressedAt = event->position().toPoint();
+    // A click on the empty area below the rows: every row is deselected, or, when the tree
+    // is set not to, nothing changes.
+    if (!indexAt(mPressedAt).isValid()) {
+        if (mTree.deselectOnEmptyClick) {
+            clearSelection();
+        }
+        event->accept();
+        return;
+    }
     // The owner hears of the click before it changes the selection.
     if (const TreeRowPtr row = mTree.model.RowAt(indexAt(mPressedAt)); row && mTree.clickDown) {
         mTree.clickDown(
@@ -152,6 +174,65 @@ void TreeWidget::keyPressEvent(QKeyEvent* event) {
     QTreeView::keyPressEvent(event);
 }
 
+void TreeWidget::wheelEvent(QWheelEvent* event) {
+    if (mTree.wheel) {
+        const float steps = static_cast<float>(event->angleDelta().y()) / 120.0f;
+        if (steps != 0.0f && mTree.wheel(steps, CurrentModifiers(event->modifiers()))) {
+            event->accept();
+            return;
+        }
+    }
+    QTreeView::wheelEvent(event);
+}
+
+void TreeWidget::contextMenuEvent(QContextMenuEvent* event) {
+    if (!mTree.contextClick) {
+        QTreeView::contextMenuEvent(event);
+        return;
+    }
+    const QPoint at = event->pos();
+    mTree.contextClick(mTree.model.RowAt(indexAt(at)),
+                       {static_cast<float>(at.x()), static_cast<float>(at.y())},
+                       CurrentModifiers(event->modifiers()), 0);
+    event->accept();
+}
+
+void TreeWidget::resizeEvent(QResizeEvent* event) {
+    QTreeView::resizeEvent(event);
+    PlaceBusyIndicator();
+}
+
+void TreeWidget::SetBusy(bool busy) {
+    if (busy && !mBusy) {
+        mBusy = new QProgressBar(viewport());
+        mBusy->setObjectName(QStringLiteral("BusyIndicator"));
+        mBusy->setRange(0, 0); // moves without a known end
+        mBusy->setTextVisible(false);
+    }
+    if (mBusy) {
+        mBusy->setVisible(busy);
+        PlaceBusyIndicator();
+    }
+}
+
+bool TreeWidget::IsBusy() const {
+    return mBusy && !mBusy->isHidden();
+}
+
+void TreeWidget::PlaceBusyIndicator() {
+    if (!mBusy) {
+        return;
+    }
+    constexpr int kWidth = 60;
+    constexpr int kHeight = 8;
+    constexpr int kMargin = 6;
+    const QRect area = viewport()->rect();
+    const QPoint at = mTree.spinnerAlignment == 1
+                          ? QPoint(area.right() - kWidth - kMargin, area.top() + kMargin)
+                          : QPoint(area.center().x() - kWidth / 2, area.center().y() - kHeight / 2);
+    mBusy->setGeometry(QRect(at, QSize(kWidth, kHeight)));
+}
+
 MultiColumnTreeImpl::MultiColumnTreeImpl(ByteString id)
     : nodeID(std::move(id)), delegate(*this), view(new TreeWidget(*this)) {
     view->setObjectName(QString::fromStdString(nodeID));
@@ -163,9 +244,8 @@ MultiColumnTreeImpl::~MultiColumnTreeImpl() {
     if (view) {
         view->setItemDelegate(nullptr);
         view->setModel(nullptr);
-        if (view->parent() == nullptr) {
-            delete view.data();
-        }
+        // The widget points back at this tree: it goes now, even from a parent that stays.
+        delete view.data();
     }
 }
 

@@ -5,6 +5,7 @@
 #include "Marvane/uitoolkit/TreeModel.h"
 
 #include <QPointer>
+#include <QProgressBar>
 #include <QStyledItemDelegate>
 #include <QTreeView>
 
@@ -20,6 +21,8 @@ public:
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
 private:
+    void DrawGridLine(QPainter& painter, const QRect& cell) const;
+
     MultiColumnTreeImpl& mTree;
     mutable CellTextCache mTexts;
 };
@@ -27,16 +30,24 @@ private:
 class TreeWidget final : public QTreeView {
 public:
     explicit TreeWidget(MultiColumnTreeImpl& tree);
+    void SetBusy(bool busy);
+    bool IsBusy() const;
+    // Puts the busy indicator where the tree's spinner alignment says.
+    void PlaceBusyIndicator();
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     MultiColumnTreeImpl& mTree;
     QPoint mPressedAt;
+    QPointer<QProgressBar> mBusy;
 };
 
 class MultiColumnTreeImpl {
@@ -58,6 +69,12 @@ public:
     UI_MultiColumnTree::ClickCallback clickDown;
     UI_MultiColumnTree::ClickCallback clickUp;
     UI_MultiColumnTree::KeyboardCallback keyboard;
+    UI_MultiColumnTree::WheelCallback wheel;
+    UI_MultiColumnTree::ClickCallback contextClick;
+    bool deselectOnEmptyClick = true;
+    bool gridLines = false;
+    int spinnerAlignment = 0;
+    bool visible = true;
 
     UI_SubView* CellView(const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column);
 };
