@@ -112,3 +112,53 @@ TEST_F(TandrelSearchResultsViewTest, ADoubleClickOnAProjectThatIsGoneDoesNothing
 }
 
 } // namespace
+
+TEST_F(TandrelSearchResultsViewTest, TheListAllowsSeveralRowsHasNoGridAndShowsItsSpinnerAtTheTop) {
+    host::UI_MultiColumnTree& tree = view->GetTree();
+    EXPECT_EQ(tree.GetNodeID(), "Handlers.Tandrel.TandrelSearchResultsView");
+    EXPECT_TRUE(tree.AllowsMultipleSelection());
+    EXPECT_TRUE(tree.DeselectsAllOnEmptyClick());
+    EXPECT_FALSE(tree.ShowsGridLines());
+    EXPECT_EQ(tree.GetBusySpinnerAlignment(), 1);
+}
+
+TEST_F(TandrelSearchResultsViewTest, TheListIsBusyFromTheSearchUntilItsResultsShow) {
+    EXPECT_FALSE(view->GetTree().IsBusy());
+    const int before = shown;
+    view->Find(u"abc");
+    EXPECT_TRUE(view->GetTree().IsBusy());
+    ASSERT_TRUE(WaitUntil([&] { return shown > before; }));
+    EXPECT_FALSE(view->GetTree().IsBusy());
+    view->Find(u"interview");
+    view->Find(u"");
+    EXPECT_FALSE(view->GetTree().IsBusy()); // an emptied list has nothing to wait for
+}
+
+TEST_F(TandrelSearchResultsViewTest, ARightClickOnTheEmptyAreaDeselectsEveryRowAndShowsNoMenu) {
+    FindAndWait(u"abc");
+    host::UI_MultiColumnTree& tree = view->GetTree();
+    tree.SelectRow(tree.GetTopLevelRow(0), true, false, true);
+    EXPECT_FALSE(view->SelectForContextMenu(nullptr));
+    EXPECT_TRUE(tree.GetSelectedRows().empty());
+}
+
+TEST_F(TandrelSearchResultsViewTest, ARightClickOutsideTheSelectionSelectsThatRowAlone) {
+    FindAndWait(u"i");
+    host::UI_MultiColumnTree& tree = view->GetTree();
+    ASSERT_GE(tree.GetTopLevelRowCount(), 2);
+    tree.SelectRow(tree.GetTopLevelRow(0), true, false, true);
+    const host::TreeRowPtr other = tree.GetTopLevelRow(1);
+    EXPECT_TRUE(view->SelectForContextMenu(other));
+    EXPECT_EQ(tree.GetSelectedRows(), std::vector<host::TreeRowPtr>{other});
+}
+
+TEST_F(TandrelSearchResultsViewTest, ARightClickOnASelectedRowKeepsTheWholeSelection) {
+    FindAndWait(u"i");
+    host::UI_MultiColumnTree& tree = view->GetTree();
+    ASSERT_GE(tree.GetTopLevelRowCount(), 2);
+    tree.SelectRow(tree.GetTopLevelRow(0), true, false, true);
+    tree.SelectRow(tree.GetTopLevelRow(1), false, false, true);
+    EXPECT_TRUE(view->SelectForContextMenu(tree.GetTopLevelRow(1)));
+    EXPECT_EQ(tree.GetSelectedRows().size(), 2u);
+    EXPECT_EQ(view->GetSelectedPaths().size(), 2u);
+}

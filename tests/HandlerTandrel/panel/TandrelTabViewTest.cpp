@@ -1,0 +1,389 @@
+// The whole panel in a real main window over a real production folder: its children, the
+// search in the tree's place, the status line, the buttons, the zoom, and its state across a
+// restart.
+#include "panel/TandrelTabView.h"
+#include "Marvane/app/MainWindow.h"
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/panelframework/Registries.h"
+#include "Marvane/uiframework/DockWorkspace.h"
+#include "ProductionCommands.h"
+#include "TandrelIDs.h"
+#include "TestProjects.h"
+#include "directoryview/TandrelDirectoryView.h"
+#include "handler/TandrelHandler.h"
+#include "host/ProjectBackEnd.h"
+#include "panel/TandrelTreeView.h"
+#include "search/TandrelSearchResultsView.h"
+
+#include <QApplication>
+#include <QDockWidget>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QTreeView>
+#include <QWheelEvent>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include "TemporaryFolder.h"
+#include "ViewTestSupport.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using HandlerTandrel::kMvProductionFolderHandlerID;
+using HandlerTandrel::TandrelTabView;
+using HandlerTandrel::TandrelTreeView;
+using ColumnID = host::UI_MultiColumnTreeHeaderRow::ColumnID;
+constexpr ColumnID kNameColumn = 0x4E616D65;
+constexpr ColumnID kSizeColumn = 0x53697A65;
+
+class TandrelTabViewTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(profile);
+        host::HostSession::Instance().profileDirectory = profile;
+        testsupport::WriteProject(pilot / "Scene 4.mvproj");
+        testsupport::WriteProject(pilot / "Scene 12.mvproj");
+        testsupport::WriteProject(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj");
+        testsupport::WriteProject(pilot / "Dailies" / "Scene 9 pickup.mvproj");
+        testsupport::WriteProject(pilot / "Trash" / "Old Scene.mvproj");
+        testsupport::WriteProject(other / "Promo.mvproj");
+        HandlerTandrel::DeclareProductionCommands(host::ShortcutManager::Instance());
+        host::PanelFrameworkRegistry::Instance().CreateRegisteredHandlers();
+        StartWindow();
+        Open(pilot);
+    }
+    void TearDown() override {
+        window.reset();
+        host::WaitForDefaultExecutor(10000);
+        host::ProductionSession::Instance().Close();
+        host::HostSession::Instance().profileDirectory.clear();
+    }
+    void StartWindow() {
+        window = std::make_unique<host::MainWindow>();
+        window->resize(1600, 900);
+        window->show();
+        SettleEvents();
+    }
+    // Opens a production and waits for the panel's top folder.
+    void Open(const fs::path& production) {
+        ASSERT_EQ(host::ProductionSession::Instance().Open(production), "");
+        SettleEvents();
+        ASSERT_NE(Panel(), nullptr);
+        ASSERT_TRUE(WaitUntil([&] { return Tree().GetTopLevelRowCount() > 0; }));
+    }
+    // Quits and starts again: the panel goes with its window, the settings are read afresh.
+    void Restart(const fs::path& production) {
+        window.reset();
+        host::WaitForDefaultExecutor(10000);
+        host::ProductionSession::Instance().Close();
+        StartWindow();
+        Open(production);
+    }
+    std::shared_ptr<TandrelTabView> Panel() const {
+        return std::dynamic_pointer_cast<TandrelTabView>(
+            window->GetWorkspace().GetTabView(kMvProductionFolderHandlerID));
+    }
+    HandlerTandrel::TandrelDirectoryView& Directory() const { return *Panel()->GetDirectoryView(); }
+    HandlerTandrel::TandrelSearchResultsView& Results() const {
+        return *Panel()->GetSearchResultsView();
+    }
+    host::UI_MultiColumnTree& Tree() const { return Directory().GetTree(); }
+    host::TreeRowPtr Row(const fs::path& path) const {
+        return Directory().GetRowForPath(host::ToUTF16(path.string()));
+    }
+    QLineEdit& SearchField() const {
+        return *window->findChild<QLineEdit*>(
+            QString::fromStdString(std::string(HandlerTandrel::kSearchBoxNodeID)));
+    }
+    // Types a text as the user does and waits for the results.
+    void Search(const std::string& text) {
+        SearchField().setText(QString::fromStdString(text));
+        ASSERT_TRUE(WaitUntil([&] { return !Results().IsSearching(); }));
+        SettleEvents(20);
+    }
+    std::string StatusLine() const { return host::ToUTF8(Panel()->GetStatusText()->GetValue()); }
+    // Drags the edge of a column of the tree shown as the user does.
+    void DragColumn(std::string_view treeID, ColumnID id, int width) const {
+        auto* view = window->findChild<QTreeView*>(QString::fromStdString(std::string(treeID)));
+        ASSERT_NE(view, nullptr);
+        const auto& header = treeID == HandlerTandrel::kDirectoryTreeNodeID
+                                 ? Directory().GetHeaderRow()
+                                 : Results().GetHeaderRow();
+        QHeaderView* headerView = view->header();
+        headerView->resizeSection(headerView->logicalIndex(header.GetIndexOfColumn(id)), width);
+    }
+
+    const testsupport::TemporaryFolder temporary{"tab-view"};
+    const fs::path profile = temporary.Path() / "profile";
+    const fs::path pilot = temporary.Path() / "Pilot";
+    const fs::path other = temporary.Path() / "Promo Show";
+    std::unique_ptr<host::MainWindow> window;
+};
+
+TEST_F(TandrelTabViewTest, ThePanelBuildsItsSevenChildrenWithTheirTexts) {
+    const auto panel = Panel();
+    ASSERT_NE(panel->GetTreeView(), nullptr);
+    EXPECT_EQ(panel->GetTreeView()->GetMode(), TandrelTreeView::kDirectoryMode);
+    EXPECT_EQ(panel->GetSearchBox()->GetPromptText(), "Find");
+    EXPECT_EQ(panel->GetZoomSlider()->GetToolTip(), "Adjust size of text and icons");
+    EXPECT_EQ(panel->GetZoomSlider()->GetStepCount(), 200);
+    EXPECT_EQ(panel->GetNewProjectButton()->GetToolTip(), "New Project");
+    EXPECT_EQ(panel->GetNewProjectButton()->GetStatusText(), "Create a new project");
+    EXPECT_EQ(panel->GetNewProjectButton()->GetCommandName(), "cmd.mvproductionfolder.newproject");
+    EXPECT_EQ(panel->GetNewFolderButton()->GetToolTip(), "New Folder");
+    EXPECT_EQ(panel->GetNewFolderButton()->GetStatusText(), "Create a new folder");
+    EXPECT_EQ(panel->GetNewFolderButton()->GetCommandName(), "cmd.mediabrowser.newfolder");
+    EXPECT_EQ(panel->GetTrashButton()->GetToolTip(), "Move to Trash");
+    EXPECT_EQ(panel->GetTrashButton()->GetStatusText(), "Delete the currently selected items");
+    EXPECT_EQ(panel->GetTrashButton()->GetCommandName(), "cmd.mvproductionfolder.movetotrash");
+    EXPECT_TRUE(panel->HasORNChildViews());
+    EXPECT_TRUE(panel->IsDoubleBuffered());
+    EXPECT_EQ(panel->GetPanelMenuID(), "HandlerTandrel_Wing_Menu");
+}
+
+TEST_F(TandrelTabViewTest, TheChildrenFillThePanelWithoutOverlapping) {
+    const auto panel = Panel();
+    const host::UI_Rect search = panel->GetSearchBox()->GetFrame();
+    const host::UI_Rect tree = panel->GetTreeView()->GetArea().GetFrame();
+    const host::UI_Rect status = panel->GetStatusText()->GetFrame();
+    const host::UI_Rect trash = panel->GetTrashButton()->GetFrame();
+    EXPECT_GT(search.height, 0);
+    EXPECT_GE(tree.top, search.top + search.height);
+    EXPECT_EQ(tree.width, panel->GetBounds().width);
+    EXPECT_GE(status.top, tree.top + tree.height);
+    EXPECT_EQ(trash.left + trash.width, panel->GetBounds().width - 6);
+}
+
+TEST_F(TandrelTabViewTest, ANewPanelIsWideEnoughForAllFiveColumns) {
+    QDockWidget* dock = window->GetWorkspace().GetDock(kMvProductionFolderHandlerID);
+    float columns = 0;
+    host::UI_MultiColumnTreeHeaderRow& header = Directory().GetHeaderRow();
+    for (int position = 0; position < header.GetCountOfColumns(); ++position) {
+        columns += header.GetColumnWidth(header.GetColumnAt(position));
+    }
+    EXPECT_EQ(header.GetCountOfColumns(), 5);
+    EXPECT_GE(static_cast<float>(dock->width()), columns);
+}
+
+TEST_F(TandrelTabViewTest,
+       TypingShowsTheMatchingProjectsInTheTreesPlaceAndClearingBringsTheTreeBack) {
+    Search("SCENE");
+    const auto panel = Panel();
+    EXPECT_EQ(panel->GetTreeView()->GetMode(), TandrelTreeView::kSearchResultsMode);
+    EXPECT_TRUE(Results().GetTree().IsVisible());
+    EXPECT_FALSE(Tree().IsVisible());
+    EXPECT_EQ(TopLevelFileNames(Results()),
+              (std::vector<std::string>{"Old Scene.mvproj", "Scene 4.mvproj",
+                                        "Scene 9 pickup.mvproj", "Scene 12.mvproj"}));
+    EXPECT_EQ(StatusLine(), "4 items");
+    SearchField().clear();
+    EXPECT_EQ(panel->GetTreeView()->GetMode(), TandrelTreeView::kDirectoryMode);
+    EXPECT_EQ(Results().GetTree().GetTopLevelRowCount(), 0); // emptied at once
+    EXPECT_TRUE(Tree().IsVisible());
+    EXPECT_FALSE(Results().GetTree().IsVisible());
+    EXPECT_EQ(StatusLine(), "4 items");
+}
+
+TEST_F(TandrelTabViewTest, TheSameTextAgainStartsNoNewSearch) {
+    Search("scene");
+    const auto rows = TopLevelFileNames(Results());
+    Panel()->OnSearchTextChanged(); // the box tells again, with the text unchanged
+    EXPECT_FALSE(Results().IsSearching());
+    EXPECT_EQ(TopLevelFileNames(Results()), rows);
+}
+
+TEST_F(TandrelTabViewTest, TheColumnLayoutGoesWithTheUserBetweenTreeAndResults) {
+    host::UI_MultiColumnTreeHeaderRow& header = Directory().GetHeaderRow();
+    header.MoveColumn(kSizeColumn, 1, false);
+    header.SetColumnWidth(kSizeColumn, 130);
+    header.SetSortColumn(kSizeColumn);
+    header.SetSortDirection(false);
+    Search("scene");
+    host::UI_MultiColumnTreeHeaderRow& results = Results().GetHeaderRow();
+    EXPECT_EQ(results.GetIndexOfColumn(kSizeColumn), 1);
+    EXPECT_EQ(results.GetColumnWidth(kSizeColumn), 130);
+    EXPECT_EQ(results.GetSortColumn(), kSizeColumn);
+    EXPECT_FALSE(results.IsSortDirectionAscending());
+    results.SetColumnWidth(kNameColumn, 260);
+    results.SetSortDirection(true);
+    SearchField().clear();
+    EXPECT_EQ(header.GetColumnWidth(kNameColumn), 260);
+    EXPECT_TRUE(header.IsSortDirectionAscending());
+}
+
+TEST_F(TandrelTabViewTest, TheStatusLineCountsTheShownRowsAndTheSelection) {
+    EXPECT_EQ(StatusLine(), "4 items");
+    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
+    EXPECT_EQ(StatusLine(), "1 of 4 items selected");
+    Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), false, false, true);
+    EXPECT_EQ(StatusLine(), "2 of 4 items selected");
+    Search("scene 4");
+    EXPECT_EQ(StatusLine(), "1 item");
+    Results().GetTree().SelectRow(Results().GetTree().GetTopLevelRow(0), true, false, true);
+    EXPECT_EQ(StatusLine(), "1 of 1 item selected");
+}
+
+TEST_F(TandrelTabViewTest, TheStatusLineCountsRowsOfOpenedFolders) {
+    Tree().OpenRow(Row(pilot / "Dailies"), true);
+    ASSERT_TRUE(WaitUntil([&] { return StatusLine() == "6 items"; })) << StatusLine();
+}
+
+TEST_F(TandrelTabViewTest, TheButtonsFollowTheSelectionAndTheTrash) {
+    const auto panel = Panel();
+    EXPECT_TRUE(panel->GetNewProjectButton()->IsEnabled());
+    EXPECT_TRUE(panel->GetNewFolderButton()->IsEnabled());
+    EXPECT_FALSE(panel->GetTrashButton()->IsEnabled());
+    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
+    EXPECT_TRUE(panel->GetNewProjectButton()->IsEnabled());
+    EXPECT_TRUE(panel->GetTrashButton()->IsEnabled());
+    Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), false, false, true);
+    EXPECT_FALSE(panel->GetNewProjectButton()->IsEnabled()); // two rows: no single place
+    EXPECT_FALSE(panel->GetNewFolderButton()->IsEnabled());
+    EXPECT_TRUE(panel->GetTrashButton()->IsEnabled());
+    Tree().SelectRow(Row(pilot / "Trash"), true, false, true);
+    EXPECT_FALSE(panel->GetNewProjectButton()->IsEnabled());
+    EXPECT_FALSE(panel->GetTrashButton()->IsEnabled());
+}
+
+TEST_F(TandrelTabViewTest, TheTrashButtonIsOffForAProjectAnotherEditorHolds) {
+    const fs::path scene = pilot / "Scene 4.mvproj";
+    const auto lock = host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere");
+    ASSERT_NE(lock, nullptr);
+    Tree().SelectRow(Row(scene), true, false, true);
+    EXPECT_FALSE(Panel()->GetTrashButton()->IsEnabled());
+}
+
+TEST_F(TandrelTabViewTest, ZoomInAndOutMoveTheSliderAndTheRowHeight) {
+    const auto panel = Panel();
+    EXPECT_EQ(Tree().GetRowHeight(), 25.0f);
+    panel->ZoomIn();
+    panel->ZoomIn();
+    EXPECT_EQ(panel->GetZoom(), 0.5);
+    EXPECT_EQ(panel->GetZoomSlider()->GetValue(), 0.5);
+    EXPECT_EQ(Tree().GetRowHeight(), 47.5f);
+    EXPECT_EQ(Results().GetTree().GetRowHeight(), 47.5f);
+    panel->ZoomOut();
+    EXPECT_EQ(panel->GetZoom(), 0.25);
+}
+
+TEST_F(TandrelTabViewTest, TheZoomCommandsAreThePanels) {
+    const auto panel = Panel();
+    host::CommandStatus status;
+    EXPECT_TRUE(panel->FindCommandStatus(
+        {HandlerTandrel::kCmdZoomIn, "cmd.mvproductionfolder.zoomin"}, status));
+    EXPECT_TRUE(status.enabled);
+    EXPECT_TRUE(panel->ObeyCommand({HandlerTandrel::kCmdZoomIn, "cmd.mvproductionfolder.zoomin"}));
+    EXPECT_EQ(panel->GetZoom(), 0.25);
+    EXPECT_TRUE(
+        panel->ObeyCommand({HandlerTandrel::kCmdZoomOut, "cmd.mvproductionfolder.zoomout"}));
+    EXPECT_EQ(panel->GetZoom(), 0.0);
+}
+
+TEST_F(TandrelTabViewTest, ControlAndTheWheelOverTheTreeZoomsAndTheWheelAloneScrolls) {
+    auto* view = window->findChild<QTreeView*>(
+        QString::fromStdString(std::string(HandlerTandrel::kDirectoryTreeNodeID)));
+    ASSERT_NE(view, nullptr);
+    const QPoint at = view->viewport()->rect().center();
+    QWheelEvent zoom(at, view->viewport()->mapToGlobal(at), QPoint(), QPoint(0, 120), Qt::NoButton,
+                     Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(view->viewport(), &zoom);
+    EXPECT_EQ(Panel()->GetZoom(), 0.25);
+    QWheelEvent scroll(at, view->viewport()->mapToGlobal(at), QPoint(), QPoint(0, -120),
+                       Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(view->viewport(), &scroll);
+    EXPECT_EQ(Panel()->GetZoom(), 0.25);
+}
+
+TEST_F(TandrelTabViewTest, TheSliderZoomsAndRescalesOnlyTheColumnsTheUserSized) {
+    const auto panel = Panel();
+    host::UI_MultiColumnTreeHeaderRow& header = Directory().GetHeaderRow();
+    DragColumn(HandlerTandrel::kDirectoryTreeNodeID, kSizeColumn, 100);
+    ASSERT_EQ(Directory().GetColumnWidths().Get().at(kSizeColumn), 100.0f);
+    panel->GetZoomSlider()->SetValue(1.0);
+    panel->OnZoomSliderChanged();
+    EXPECT_EQ(Tree().GetRowHeight(), 70.0f);
+    EXPECT_EQ(header.GetColumnWidth(kSizeColumn), 280.0f);
+    EXPECT_EQ(header.GetColumnWidth(kNameColumn), 200.0f); // never sized by the user
+    // A width dragged while zoomed is kept unzoomed.
+    DragColumn(HandlerTandrel::kDirectoryTreeNodeID, kSizeColumn, 140);
+    EXPECT_FLOAT_EQ(Directory().GetColumnWidths().Get().at(kSizeColumn), 50.0f);
+}
+
+TEST_F(TandrelTabViewTest, TheStackedHeightIsTheHeightOfEveryShownRow) {
+    EXPECT_EQ(Panel()->GetStackedDimensionHeight(), 4 * Tree().GetRowHeight());
+}
+
+TEST_F(TandrelTabViewTest, TheSelectedPathsAreTheResultsWhileTheyAreShown) {
+    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
+    EXPECT_EQ(Panel()->GetSelectedPaths(),
+              std::vector<host::WideString>{host::ToUTF16((pilot / "Scene 4.mvproj").string())});
+    Search("pickup");
+    EXPECT_TRUE(Panel()->GetSelectedPaths().empty());
+    Results().GetTree().SelectRow(Results().GetTree().GetTopLevelRow(0), true, false, true);
+    EXPECT_EQ(Panel()->GetSelectedPaths(),
+              std::vector<host::WideString>{
+                  host::ToUTF16((pilot / "Dailies" / "Scene 9 pickup.mvproj").string())});
+}
+
+TEST_F(TandrelTabViewTest, AfterARestartThePanelIsAsTheUserLeftIt) {
+    Tree().OpenRow(Row(pilot / "Dailies"), true);
+    ASSERT_TRUE(WaitUntil([&] { return Row(pilot / "Dailies" / "Day 1") != nullptr; }));
+    Tree().OpenRow(Row(pilot / "Dailies" / "Day 1"), true);
+    ASSERT_TRUE(
+        WaitUntil([&] { return Row(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj") != nullptr; }));
+    Tree().SelectRow(Row(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj"), true, false, true);
+    host::UI_MultiColumnTreeHeaderRow& header = Directory().GetHeaderRow();
+    header.MoveColumn(kSizeColumn, 1, false);
+    DragColumn(HandlerTandrel::kDirectoryTreeNodeID, kSizeColumn, 120);
+    header.SetSortDirection(false);
+    Panel()->ZoomIn();
+    Search("scene");
+
+    Restart(pilot);
+    const auto panel = Panel();
+    EXPECT_EQ(panel->GetZoom(), 0.25);
+    EXPECT_EQ(panel->GetSearchBox()->GetValue(), u"scene");
+    ASSERT_TRUE(WaitUntil([&] { return Results().GetTree().GetTopLevelRowCount() == 4; }));
+    EXPECT_EQ(panel->GetTreeView()->GetMode(), TandrelTreeView::kSearchResultsMode);
+    host::UI_MultiColumnTreeHeaderRow& results = Results().GetHeaderRow();
+    EXPECT_EQ(results.GetIndexOfColumn(kSizeColumn), 1);
+    EXPECT_FALSE(results.IsSortDirectionAscending());
+    const float scale = (70.0f / 25.0f - 1.0f) * 0.25f + 1.0f;
+    EXPECT_EQ(results.GetColumnWidth(kSizeColumn), std::round(120.0f * scale));
+    SearchField().clear();
+    ASSERT_TRUE(
+        WaitUntil([&] { return Row(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj") != nullptr; }));
+    EXPECT_TRUE(Tree().IsRowOpen(Row(pilot / "Dailies")));
+    EXPECT_TRUE(Tree().IsRowOpen(Row(pilot / "Dailies" / "Day 1")));
+    EXPECT_EQ(Directory().GetSelectedPaths(),
+              std::vector<host::WideString>{
+                  host::ToUTF16((pilot / "Dailies" / "Day 1" / "Shot 1.mvproj").string())});
+}
+
+TEST_F(TandrelTabViewTest, EachProductionKeepsItsOwnState) {
+    Panel()->ZoomIn();
+    Panel()->ZoomIn();
+    Restart(other);
+    EXPECT_EQ(Panel()->GetZoom(), 0.0);
+    EXPECT_EQ(Tree().GetRowHeight(), 25.0f);
+    Restart(pilot);
+    EXPECT_EQ(Panel()->GetZoom(), 0.5);
+}
+
+TEST_F(TandrelTabViewTest, ClosingThePanelKeepsItsStateAtOnce) {
+    Panel()->ZoomIn();
+    window->GetWorkspace().CloseTab(kMvProductionFolderHandlerID);
+    SettleEvents();
+    const auto saved = HandlerTandrel::FindTandrelHandler()->GetSettingsStore().FindProductionState(
+        host::ToUTF16(pilot.string()));
+    ASSERT_TRUE(saved.has_value());
+    EXPECT_EQ(saved->mZoom, 0.25);
+    EXPECT_TRUE(fs::exists(profile / "Production Panel Settings"));
+}
+
+} // namespace
