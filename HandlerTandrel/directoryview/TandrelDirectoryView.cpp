@@ -4,6 +4,7 @@
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
+#include "columns/TuningValue.h"
 #include "directoryview/RowFilter.h"
 #include "directoryview/SavedSelection.h"
 #include "host/ApplicationLayer.h"
@@ -201,6 +202,9 @@ void TandrelDirectoryView::ReceiveMessage(const host::Message& message) {
     const host::MessageTypeID type = message.GetTypeID();
     if (type == host::MvProductionFolderOpenedMessage::kTypeID) {
         ReloadProductionFolder();
+        if (const std::shared_ptr<TandrelTabView> owner = GetOwner()) {
+            owner->ProductionShown();
+        }
     } else if (type == host::MvProductionFolderClosedMessage::kTypeID) {
         SetProductionFolder(
             static_cast<const host::MvProductionFolderClosedMessage&>(message).oldPath, {});
@@ -257,13 +261,20 @@ DirectoryViewStateData TandrelDirectoryView::GetStateData() const {
 }
 
 void TandrelDirectoryView::ApplyHeaderRowData(const Columns::HeaderRowData& data, float scale) {
+    Columns::ApplyHeaderRowData(mHeaderRow.get(), data, scale);
+    // A column saved at the default width was never sized by the user: it stays at that width
+    // at any zoom, as it was before it was saved. The others are the user's widths again.
+    const float defaultWidth = Columns::ColumnWidth().Get();
     Columns::RecordedWidths widths;
     for (const Columns::ColumnData& column : data.mColumnDataList) {
-        widths.emplace(column.mColumnID, column.mWidth);
+        if (column.mWidth == defaultWidth) {
+            mHeaderRow->SetColumnWidth(column.mColumnID, defaultWidth);
+        } else {
+            widths.emplace(column.mColumnID, column.mWidth);
+        }
     }
     mWidths.Set(std::move(widths));
     mWidths.SetScale(scale);
-    Columns::ApplyHeaderRowData(mHeaderRow.get(), data, scale);
     GetTree().Resort();
 }
 

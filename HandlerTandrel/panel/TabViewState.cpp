@@ -72,25 +72,43 @@ void TandrelTabView::ApplyStateData(const StateData& state) {
     OnSearchTextChanged();
 }
 
-void TandrelTabView::RestoreState() {
+bool TandrelTabView::RestoreState() {
     const std::shared_ptr<TandrelHandler> handler = FindTandrelHandler();
-    if (!handler) {
-        return;
+    if (!handler || !mTreeView) {
+        return false;
     }
     const std::optional<StateData> state =
         handler->GetSettingsStore().FindProductionState(GetTandrelManagerFolderPath());
     if (state) {
         ApplyStateData(*state);
     }
+    return state.has_value();
+}
+
+void TandrelTabView::ProductionShown() {
+    if (!RestoreState()) {
+        ClearSearch(); // results of another production mean nothing here
+    }
+    UpdateButtons();
+    UpdateStatusText();
+}
+
+void TandrelTabView::ClearSearch() {
+    if (mSearchBox && !mSearchBox->GetValue().empty()) {
+        mSearchBox->SetValue({}, true);
+    }
+    OnSearchTextChanged();
 }
 
 void TandrelTabView::SaveState() {
-    if (!mTreeView) {
+    SaveStateFor(GetTandrelManagerFolderPath());
+}
+
+void TandrelTabView::SaveStateFor(const host::WideString& production) {
+    if (!mTreeView || production.empty()) {
         return;
     }
-    const std::shared_ptr<TandrelHandler> handler = FindTandrelHandler();
-    const host::WideString production = GetTandrelManagerFolderPath();
-    if (handler && !production.empty()) {
+    if (const std::shared_ptr<TandrelHandler> handler = FindTandrelHandler()) {
         handler->GetSettingsStore().StoreProductionState(production, GetStateData());
     }
 }

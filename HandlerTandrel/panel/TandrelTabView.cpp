@@ -207,8 +207,16 @@ host::ByteString TandrelTabView::GetPanelMenuID() const {
 void TandrelTabView::ReceiveMessage(const host::Message& message) {
     try {
         const host::MessageTypeID type = message.GetTypeID();
-        if (type == host::MvProductionFolderOpenedMessage::kTypeID ||
-            type == host::MvProductionFolderClosedMessage::kTypeID) {
+        if (type == host::MvProductionFolderClosedMessage::kTypeID) {
+            // Heard before the tree lets go of the production's rows: they are kept as the
+            // state of the production that closes.
+            SaveStateFor(host::ToUTF16(
+                static_cast<const host::MvProductionFolderClosedMessage&>(message).oldPath));
+            ClearSearch();
+            UpdateTabTitle();
+            UpdateButtons();
+            UpdateStatusText();
+        } else if (type == host::MvProductionFolderOpenedMessage::kTypeID) {
             UpdateTabTitle();
             UpdateButtons();
             UpdateStatusText();

@@ -65,6 +65,8 @@ public:
     float GetStackedDimensionHeight() const;
     // The full paths of the selected rows of the view shown now.
     std::vector<host::WideString> GetSelectedPaths() const;
+    // The tree shows a production that was just opened: its saved state comes back.
+    void ProductionShown();
     // What the panel would save now.
     StateData GetStateData() const;
     // Puts a saved state back: columns, sort, open folders, selection, top row, zoom, search.
@@ -88,7 +90,11 @@ public:
 
 private:
     void BuildChildren();
-    void RestoreState();
+    // Puts back the open production's saved state; whether there was one.
+    bool RestoreState();
+    void SaveStateFor(const host::WideString& production);
+    // Empties the search box, which brings the tree back.
+    void ClearSearch();
     void Unsubscribe();
     void RemoveChildren();
     bool IsShowingSearchResults() const;

@@ -387,3 +387,27 @@ TEST_F(TandrelTabViewTest, ClosingThePanelKeepsItsStateAtOnce) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(TandrelTabViewTest, SwitchingProductionsKeepsTheStateOfTheOneLeftAndClearsTheSearch) {
+    Tree().OpenRow(Row(pilot / "Dailies"), true);
+    ASSERT_TRUE(WaitUntil([&] { return Row(pilot / "Dailies" / "Day 1") != nullptr; }));
+    Panel()->ZoomIn();
+    Search("scene");
+    Open(other);
+    EXPECT_EQ(Panel()->GetSearchBox()->GetValue(), u"");
+    EXPECT_EQ(Panel()->GetTreeView()->GetMode(), TandrelTreeView::kDirectoryMode);
+    EXPECT_EQ(Results().GetTree().GetTopLevelRowCount(), 0);
+    EXPECT_EQ(TopLevelFileNames(Directory()), std::vector<std::string>{"Promo.mvproj"});
+    Open(pilot);
+    EXPECT_EQ(Panel()->GetZoom(), 0.25);
+    EXPECT_EQ(Panel()->GetSearchBox()->GetValue(), u"scene");
+    ASSERT_TRUE(WaitUntil([&] { return Results().GetTree().GetTopLevelRowCount() == 4; }));
+    SearchField().clear();
+    EXPECT_TRUE(WaitUntil([&] {
+        return Row(pilot / "Dailies" / "Day 1") != nullptr && Tree().IsRowOpen(Row(pilot / "Dailies"));
+    }));
+}
+
+} // namespace
