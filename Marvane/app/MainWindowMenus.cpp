@@ -1,4 +1,4 @@
-// The main window's menu bar: File, Edit, Window and Help.
+// The main window's menu bar: File, Edit, View, Window and Help.
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/uiframework/DockWorkspace.h"
@@ -40,6 +40,12 @@ void MainWindow::BuildMenus() {
     add(edit, "cmd.edit.paste", QKeySequence::Paste);
     edit->addSeparator();
     add(edit, "cmd.edit.selectall", QKeySequence::SelectAll);
+
+    // The focused panel's zoom; the commands are the panel's own, so they reach it through the
+    // command chain.
+    QMenu* view = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/View=&View"));
+    add(view, "cmd.mvproductionfolder.zoomin", QKeySequence::ZoomIn);
+    add(view, "cmd.mvproductionfolder.zoomout", QKeySequence::ZoomOut);
 
     QMenu* window = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/Window=&Window"));
     connect(window, &QMenu::aboutToShow, this, [this, window] { BuildWindowMenu(window); });

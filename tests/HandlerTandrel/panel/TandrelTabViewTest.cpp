@@ -7,6 +7,7 @@
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/panelframework/Registries.h"
+#include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "ProductionCommands.h"
 #include "TandrelIDs.h"
@@ -17,6 +18,7 @@
 #include "panel/TandrelTreeView.h"
 #include "search/TandrelSearchResultsView.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDockWidget>
 #include <QHeaderView>
@@ -408,6 +410,32 @@ TEST_F(TandrelTabViewTest, SwitchingProductionsKeepsTheStateOfTheOneLeftAndClear
     EXPECT_TRUE(WaitUntil([&] {
         return Row(pilot / "Dailies" / "Day 1") != nullptr && Tree().IsRowOpen(Row(pilot / "Dailies"));
     }));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(TandrelTabViewTest, TheViewMenusZoomItemsAndTheirShortcutsZoomTheFocusedPanel) {
+    QAction* zoomIn = nullptr;
+    QAction* zoomOut = nullptr;
+    for (QAction* action : window->findChildren<QAction*>()) {
+        if (action->data().toInt() == HandlerTandrel::kCmdZoomIn) {
+            zoomIn = action;
+        } else if (action->data().toInt() == HandlerTandrel::kCmdZoomOut) {
+            zoomOut = action;
+        }
+    }
+    ASSERT_NE(zoomIn, nullptr);
+    ASSERT_NE(zoomOut, nullptr);
+    EXPECT_EQ(zoomIn->shortcut(), QKeySequence(QKeySequence::ZoomIn));
+    EXPECT_EQ(zoomOut->shortcut(), QKeySequence(QKeySequence::ZoomOut));
+    host::CommandDispatcher::Instance().SetFocusedTabView(Panel());
+    zoomIn->trigger();
+    zoomIn->trigger();
+    zoomOut->trigger();
+    EXPECT_EQ(Panel()->GetZoom(), 0.25);
+    EXPECT_EQ(Tree().GetRowHeight(), (70.0f - 25.0f) * 0.25f + 25.0f);
 }
 
 } // namespace
