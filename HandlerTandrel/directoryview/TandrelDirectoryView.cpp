@@ -97,6 +97,7 @@ void TandrelDirectoryView::SetProductionFolder(const host::ByteString& oldPath,
         LoadRoot();
         Watch(newPath);
     }
+    BroadcastRowsChanged();
 }
 
 void TandrelDirectoryView::ReloadProductionFolder() {

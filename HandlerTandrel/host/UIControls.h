@@ -73,7 +73,7 @@ struct SearchBoxValueChangedMessage : Message {
 };
 
 // A one-line text field with a prompt shown while it is empty and a clear button; Escape
-// clears it.
+// clears it, and Ctrl+F anywhere in its panel puts the typing there.
 class SearchBoxControl : public UI_Control {
 public:
     static std::unique_ptr<SearchBoxControl> Create(TabView& parent, const ByteString& nodeID,

@@ -7,6 +7,7 @@
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
 #include "host/ApplicationLayer.h"
+#include "host/AsyncCalls.h"
 #include "host/ExceptionLog.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
@@ -113,8 +114,7 @@ void TandrelTabView::BuildChildren() {
     mSearchResultsView->GetTree().SetWheelCallback(wheel);
     mSearchResultsView->GetTree().SetSelectionChangedCallback([weakSelf] {
         if (const auto panel = weakSelf.lock()) {
-            panel->UpdateButtons();
-            panel->UpdateStatusText();
+            panel->UpdateSoon();
         }
     });
     // The host pauses the tree's reaction to changes on disk through this.
@@ -224,8 +224,7 @@ void TandrelTabView::ReceiveMessage(const host::Message& message) {
             OnSearchTextChanged();
         } else if (type == DirectoryViewSelectionChangedMessage::kTypeID ||
                    type == DirectoryViewRowsChangedMessage::kTypeID) {
-            UpdateButtons();
-            UpdateStatusText();
+            UpdateSoon();
         }
     } catch (const std::exception& error) {
         host::LogException("HandlerTandrel::TandrelTabView::ReceiveMessage", error);
@@ -246,6 +245,24 @@ void TandrelTabView::OnSearchTextChanged() {
                                     : TandrelTreeView::kSearchResultsMode);
     UpdateButtons();
     UpdateStatusText();
+}
+
+void TandrelTabView::UpdateSoon() {
+    // A burst of changes (a folder of rows arriving, a selection dragged over many rows)
+    // costs one update once it is over.
+    if (mUpdatePending) {
+        return;
+    }
+    mUpdatePending = true;
+    const std::weak_ptr<TandrelTabView> weakSelf =
+        std::static_pointer_cast<TandrelTabView>(shared_from_this());
+    host::CallAsyncOnMainThread([weakSelf] {
+        if (const auto panel = weakSelf.lock()) {
+            panel->mUpdatePending = false;
+            panel->UpdateButtons();
+            panel->UpdateStatusText();
+        }
+    });
 }
 
 bool TandrelTabView::IsShowingSearchResults() const {

@@ -52,6 +52,8 @@ public:
     void UpdateStatusText();
     // New Project and New Folder follow the selection; Trash follows the move-to-trash test.
     void UpdateButtons();
+    // Both of the above, once the changes of the current event are all in.
+    void UpdateSoon();
     void ZoomIn();
     void ZoomOut();
     void OnZoomSliderChanged();
@@ -106,6 +108,7 @@ private:
     std::int32_t mFirstStartFrameRoom = 30;
     double mZoom = 0.0;
     host::WideString mLastSearchText;
+    bool mUpdatePending = false;
 
     std::shared_ptr<TandrelDirectoryView> mDirectoryView;
     std::shared_ptr<TandrelSearchResultsView> mSearchResultsView;

@@ -4,6 +4,7 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <stdexcept>
 
 namespace host {
 
@@ -13,6 +14,15 @@ public:
     virtual ~UI_ControlImpl();
     UI_ControlImpl(const UI_ControlImpl&) = delete;
     UI_ControlImpl& operator=(const UI_ControlImpl&) = delete;
+
+    // The widget; it lives as long as the control, unless its panel went first.
+    QWidget& Widget() const {
+        QWidget* shown = widget.data();
+        if (shown == nullptr) {
+            throw std::logic_error("the control's panel is gone: " + nodeID);
+        }
+        return *shown;
+    }
 
     ByteString nodeID;
     ByteString toolTipKey;

@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QShortcut>
 #include <QSlider>
 #include <QStatusBar>
 #include <QStyle>
@@ -120,13 +121,13 @@ public:
 };
 
 QSlider* SliderOf(const UI_Control& control) {
-    return static_cast<QSlider*>(control.GetImpl()->widget.data());
+    return static_cast<QSlider*>(&control.GetImpl()->Widget());
 }
 
 } // namespace
 
 UI_ControlImpl::UI_ControlImpl(ByteString id, QWidget* w) : nodeID(std::move(id)), widget(w) {
-    widget->setObjectName(QString::fromStdString(nodeID));
+    w->setObjectName(QString::fromStdString(nodeID));
 }
 
 UI_ControlImpl::~UI_ControlImpl() = default;
@@ -145,21 +146,21 @@ const ByteString& UI_Control::GetNodeID() const {
 }
 
 void UI_Control::SetFrame(const UI_Rect& frame) {
-    mImpl->widget->setGeometry(static_cast<int>(std::lround(frame.left)),
-                               static_cast<int>(std::lround(frame.top)),
-                               std::max(0, static_cast<int>(std::lround(frame.width))),
-                               std::max(0, static_cast<int>(std::lround(frame.height))));
+    mImpl->Widget().setGeometry(static_cast<int>(std::lround(frame.left)),
+                                static_cast<int>(std::lround(frame.top)),
+                                std::max(0, static_cast<int>(std::lround(frame.width))),
+                                std::max(0, static_cast<int>(std::lround(frame.height))));
 }
 
 UI_Rect UI_Control::GetFrame() const {
-    const QRect rect = mImpl->widget->geometry();
+    const QRect rect = mImpl->Widget().geometry();
     return {static_cast<float>(rect.left()), static_cast<float>(rect.top()),
             static_cast<float>(rect.width()), static_cast<float>(rect.height())};
 }
 
 void UI_Control::SetVisible(bool visible) {
     mImpl->visible = visible;
-    mImpl->widget->setVisible(visible);
+    mImpl->Widget().setVisible(visible);
 }
 
 bool UI_Control::IsVisible() const {
@@ -167,24 +168,24 @@ bool UI_Control::IsVisible() const {
 }
 
 void UI_Control::SetEnabled(bool enabled) {
-    mImpl->widget->setEnabled(enabled);
+    mImpl->Widget().setEnabled(enabled);
 }
 
 bool UI_Control::IsEnabled() const {
-    return mImpl->widget->isEnabled();
+    return mImpl->Widget().isEnabled();
 }
 
 void UI_Control::SetToolTip(const ByteString& key) {
     mImpl->toolTipKey = key;
-    mImpl->widget->setToolTip(Localized(key));
+    mImpl->Widget().setToolTip(Localized(key));
 }
 
 ByteString UI_Control::GetToolTip() const {
-    return mImpl->widget->toolTip().toStdString();
+    return mImpl->Widget().toolTip().toStdString();
 }
 
 UI_Size UI_Control::GetRecommendedSize() const {
-    const QSize size = mImpl->widget->sizeHint();
+    const QSize size = mImpl->Widget().sizeHint();
     return {static_cast<float>(size.width()), static_cast<float>(size.height())};
 }
 
@@ -197,7 +198,7 @@ std::unique_ptr<SubView> SubView::Create(TabView& parent, const ByteString& node
 }
 
 void SubView::EmbedTree(UI_MultiColumnTree& tree) {
-    QWidget* area = GetImpl()->widget.data();
+    QWidget* area = &GetImpl()->Widget();
     QWidget* view = tree.GetImpl()->view.data();
     view->setParent(area);
     view->setGeometry(area->rect());
@@ -208,10 +209,18 @@ void SubView::EmbedTree(UI_MultiColumnTree& tree) {
 
 std::unique_ptr<SearchBoxControl>
 SearchBoxControl::Create(TabView& parent, const ByteString& nodeID, const ByteString& promptKey) {
-    auto* field = new SearchField(ParentWidget(parent));
+    QWidget* panel = ParentWidget(parent);
+    auto* field = new SearchField(panel);
     field->setPlaceholderText(Localized(promptKey));
     field->setClearButtonEnabled(true);
     field->show();
+    // Ctrl+F anywhere in the panel goes to the box, its text selected for typing over.
+    auto* find = new QShortcut(QKeySequence::Find, panel);
+    find->setContext(Qt::WidgetWithChildrenShortcut);
+    QObject::connect(find, &QShortcut::activated, field, [field] {
+        field->setFocus(Qt::ShortcutFocusReason);
+        field->selectAll();
+    });
     const ByteString station = nodeID;
     QObject::connect(field, &QLineEdit::textChanged, field, [station](const QString&) {
         MessageStation::Get(station)->Broadcast(SearchBoxValueChangedMessage());
@@ -221,17 +230,17 @@ SearchBoxControl::Create(TabView& parent, const ByteString& nodeID, const ByteSt
 }
 
 WideString SearchBoxControl::GetValue() const {
-    return FromQString(static_cast<QLineEdit*>(GetImpl()->widget.data())->text());
+    return FromQString(static_cast<QLineEdit*>(&GetImpl()->Widget())->text());
 }
 
 void SearchBoxControl::SetValue(const WideString& text, bool notify) {
-    auto* field = static_cast<QLineEdit*>(GetImpl()->widget.data());
+    auto* field = static_cast<QLineEdit*>(&GetImpl()->Widget());
     const QSignalBlocker blocker(notify ? nullptr : field);
     field->setText(ToQString(text));
 }
 
 ByteString SearchBoxControl::GetPromptText() const {
-    return static_cast<QLineEdit*>(GetImpl()->widget.data())->placeholderText().toStdString();
+    return static_cast<QLineEdit*>(&GetImpl()->Widget())->placeholderText().toStdString();
 }
 
 // ---- static text
@@ -249,11 +258,11 @@ StaticTextControl::Create(TabView& parent, const ByteString& nodeID, TextAlignme
 }
 
 void StaticTextControl::SetValue(const WideString& text) {
-    static_cast<QLabel*>(GetImpl()->widget.data())->setText(ToQString(text));
+    static_cast<QLabel*>(&GetImpl()->Widget())->setText(ToQString(text));
 }
 
 WideString StaticTextControl::GetValue() const {
-    return FromQString(static_cast<QLabel*>(GetImpl()->widget.data())->text());
+    return FromQString(static_cast<QLabel*>(&GetImpl()->Widget())->text());
 }
 
 // ---- slider

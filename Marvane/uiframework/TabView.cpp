@@ -52,10 +52,11 @@ void TabView::Create(HandlerID handlerID, const ByteString& title, Window* paren
 }
 
 UI_Rect TabView::GetBounds() const {
-    if (!mImpl->content) {
+    const QWidget* content = mImpl->content.data();
+    if (content == nullptr) {
         return {};
     }
-    const QSize size = mImpl->content->size();
+    const QSize size = content->size();
     return {0, 0, static_cast<float>(size.width()), static_cast<float>(size.height())};
 }
 
@@ -102,22 +103,24 @@ void TabView::Activate(bool raise, bool takeFocus) {
 }
 
 bool TabView::IsFloating() const {
-    return mImpl->dock && mImpl->dock->isFloating();
+    const QDockWidget* dock = mImpl->dock.data();
+    return dock != nullptr && dock->isFloating();
 }
 
 UI_Rect TabView::GetFloatingFrame() const {
-    if (!IsFloating()) {
+    const QDockWidget* dock = mImpl->dock.data();
+    if (dock == nullptr || !dock->isFloating()) {
         return {};
     }
-    const QRect frame = mImpl->dock->geometry();
+    const QRect frame = dock->geometry();
     return {static_cast<float>(frame.left()), static_cast<float>(frame.top()),
             static_cast<float>(frame.width()), static_cast<float>(frame.height())};
 }
 
 void TabView::SetHasORNChildViews(bool has) {
     mImpl->hasToolkitChildren = has;
-    if (mImpl->content) {
-        mImpl->content->setAutoFillBackground(has);
+    if (QWidget* content = mImpl->content.data()) {
+        content->setAutoFillBackground(has);
     }
 }
 
@@ -127,8 +130,8 @@ bool TabView::HasORNChildViews() const {
 
 void TabView::EnableDoubleBuffering(bool enable) {
     mImpl->doubleBuffered = enable;
-    if (mImpl->content) {
-        mImpl->content->setAttribute(Qt::WA_PaintOnScreen, !enable);
+    if (QWidget* content = mImpl->content.data()) {
+        content->setAttribute(Qt::WA_PaintOnScreen, !enable);
     }
 }
 

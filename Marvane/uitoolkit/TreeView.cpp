@@ -209,18 +209,20 @@ void TreeWidget::SetBusy(bool busy) {
         mBusy->setRange(0, 0); // moves without a known end
         mBusy->setTextVisible(false);
     }
-    if (mBusy) {
-        mBusy->setVisible(busy);
+    if (QProgressBar* indicator = mBusy.data()) {
+        indicator->setVisible(busy);
         PlaceBusyIndicator();
     }
 }
 
 bool TreeWidget::IsBusy() const {
-    return mBusy && !mBusy->isHidden();
+    const QProgressBar* indicator = mBusy.data();
+    return indicator != nullptr && !indicator->isHidden();
 }
 
 void TreeWidget::PlaceBusyIndicator() {
-    if (!mBusy) {
+    QProgressBar* indicator = mBusy.data();
+    if (indicator == nullptr) {
         return;
     }
     constexpr int kWidth = 60;
@@ -230,7 +232,7 @@ void TreeWidget::PlaceBusyIndicator() {
     const QPoint at = mTree.spinnerAlignment == 1
                           ? QPoint(area.right() - kWidth - kMargin, area.top() + kMargin)
                           : QPoint(area.center().x() - kWidth / 2, area.center().y() - kHeight / 2);
-    mBusy->setGeometry(QRect(at, QSize(kWidth, kHeight)));
+    indicator->setGeometry(QRect(at, QSize(kWidth, kHeight)));
 }
 
 MultiColumnTreeImpl::MultiColumnTreeImpl(ByteString id)

@@ -108,7 +108,16 @@ protected:
         ASSERT_TRUE(WaitUntil([&] { return !Results().IsSearching(); }));
         SettleEvents(20);
     }
-    std::string StatusLine() const { return host::ToUTF8(Panel()->GetStatusText()->GetValue()); }
+    // The status line once the panel's pending update ran.
+    std::string StatusLine() const {
+        SettleEvents(5);
+        return host::ToUTF8(Panel()->GetStatusText()->GetValue());
+    }
+    // Whether a button is enabled once the panel's pending update ran.
+    static bool Enabled(const host::PictureButton* button) {
+        SettleEvents(5);
+        return button->IsEnabled();
+    }
     // Drags the edge of a column of the tree shown as the user does.
     void DragColumn(std::string_view treeID, ColumnID id, int width) const {
         auto* view = window->findChild<QTreeView*>(QString::fromStdString(std::string(treeID)));
@@ -237,19 +246,19 @@ TEST_F(TandrelTabViewTest, TheStatusLineCountsRowsOfOpenedFolders) {
 
 TEST_F(TandrelTabViewTest, TheButtonsFollowTheSelectionAndTheTrash) {
     const auto panel = Panel();
-    EXPECT_TRUE(panel->GetNewProjectButton()->IsEnabled());
-    EXPECT_TRUE(panel->GetNewFolderButton()->IsEnabled());
-    EXPECT_FALSE(panel->GetTrashButton()->IsEnabled());
+    EXPECT_TRUE(Enabled(panel->GetNewProjectButton()));
+    EXPECT_TRUE(Enabled(panel->GetNewFolderButton()));
+    EXPECT_FALSE(Enabled(panel->GetTrashButton()));
     Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
-    EXPECT_TRUE(panel->GetNewProjectButton()->IsEnabled());
-    EXPECT_TRUE(panel->GetTrashButton()->IsEnabled());
+    EXPECT_TRUE(Enabled(panel->GetNewProjectButton()));
+    EXPECT_TRUE(Enabled(panel->GetTrashButton()));
     Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), false, false, true);
-    EXPECT_FALSE(panel->GetNewProjectButton()->IsEnabled()); // two rows: no single place
-    EXPECT_FALSE(panel->GetNewFolderButton()->IsEnabled());
-    EXPECT_TRUE(panel->GetTrashButton()->IsEnabled());
+    EXPECT_FALSE(Enabled(panel->GetNewProjectButton())); // two rows: no single place
+    EXPECT_FALSE(Enabled(panel->GetNewFolderButton()));
+    EXPECT_TRUE(Enabled(panel->GetTrashButton()));
     Tree().SelectRow(Row(pilot / "Trash"), true, false, true);
-    EXPECT_FALSE(panel->GetNewProjectButton()->IsEnabled());
-    EXPECT_FALSE(panel->GetTrashButton()->IsEnabled());
+    EXPECT_FALSE(Enabled(panel->GetNewProjectButton()));
+    EXPECT_FALSE(Enabled(panel->GetTrashButton()));
 }
 
 TEST_F(TandrelTabViewTest, TheTrashButtonIsOffForAProjectAnotherEditorHolds) {
@@ -257,7 +266,7 @@ TEST_F(TandrelTabViewTest, TheTrashButtonIsOffForAProjectAnotherEditorHolds) {
     const auto lock = host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere");
     ASSERT_NE(lock, nullptr);
     Tree().SelectRow(Row(scene), true, false, true);
-    EXPECT_FALSE(Panel()->GetTrashButton()->IsEnabled());
+    EXPECT_FALSE(Enabled(Panel()->GetTrashButton()));
 }
 
 TEST_F(TandrelTabViewTest, ZoomInAndOutMoveTheSliderAndTheRowHeight) {
@@ -408,7 +417,8 @@ TEST_F(TandrelTabViewTest, SwitchingProductionsKeepsTheStateOfTheOneLeftAndClear
     ASSERT_TRUE(WaitUntil([&] { return Results().GetTree().GetTopLevelRowCount() == 4; }));
     SearchField().clear();
     EXPECT_TRUE(WaitUntil([&] {
-        return Row(pilot / "Dailies" / "Day 1") != nullptr && Tree().IsRowOpen(Row(pilot / "Dailies"));
+        return Row(pilot / "Dailies" / "Day 1") != nullptr &&
+               Tree().IsRowOpen(Row(pilot / "Dailies"));
     }));
 }
 
@@ -436,6 +446,39 @@ TEST_F(TandrelTabViewTest, TheViewMenusZoomItemsAndTheirShortcutsZoomTheFocusedP
     zoomOut->trigger();
     EXPECT_EQ(Panel()->GetZoom(), 0.25);
     EXPECT_EQ(Tree().GetRowHeight(), (70.0f - 25.0f) * 0.25f + 25.0f);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(TandrelTabViewTest, WithNoProductionThePanelKeepsItsChildrenAndTheButtonsAreOff) {
+    host::ProductionSession::Instance().Close();
+    const auto panel = Panel();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_NE(panel->GetSearchBox(), nullptr);
+    EXPECT_NE(panel->GetTreeView(), nullptr);
+    EXPECT_FALSE(Enabled(panel->GetNewProjectButton()));
+    EXPECT_FALSE(Enabled(panel->GetNewFolderButton()));
+    EXPECT_FALSE(Enabled(panel->GetTrashButton()));
+    EXPECT_EQ(StatusLine(), "0 items");
+    EXPECT_EQ(panel->GetTitle(), "Production");
+}
+
+TEST_F(TandrelTabViewTest, APanelMadeBeforeAnyProductionIsOpenBuildsTheSameChildren) {
+    window.reset();
+    host::WaitForDefaultExecutor(10000);
+    host::ProductionSession::Instance().Close();
+    StartWindow();
+    window->GetWorkspace().OpenTab(kMvProductionFolderHandlerID);
+    SettleEvents();
+    const auto panel = Panel();
+    ASSERT_NE(panel, nullptr);
+    ASSERT_NE(panel->GetTrashButton(), nullptr);
+    EXPECT_FALSE(Enabled(panel->GetNewProjectButton()));
+    Open(pilot); // the tree shows it when it opens
+    EXPECT_TRUE(Enabled(panel->GetNewProjectButton()));
+    EXPECT_EQ(StatusLine(), "4 items");
 }
 
 } // namespace

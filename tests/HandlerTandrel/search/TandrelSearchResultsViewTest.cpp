@@ -3,6 +3,7 @@
 
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/projectbackend/ProjectFormats.h"
 #include "TemporaryFolder.h"
 #include "ViewTestSupport.h"
 #include "host/ProjectBackEnd.h"
@@ -161,4 +162,16 @@ TEST_F(TandrelSearchResultsViewTest, ARightClickOnASelectedRowKeepsTheWholeSelec
     EXPECT_TRUE(view->SelectForContextMenu(tree.GetTopLevelRow(1)));
     EXPECT_EQ(tree.GetSelectedRows().size(), 2u);
     EXPECT_EQ(view->GetSelectedPaths().size(), 2u);
+}
+
+TEST_F(TandrelSearchResultsViewTest, AFolderProjectIsFoundOnlyWhileItsFormatIsEnabled) {
+    fs::create_directories(root / "Titles abc.mvprojd");
+    Touch("Titles abc.mvprojd/project.json");
+    host::SetFolderProjectFormatEnabled(false);
+    EXPECT_EQ(FindAndWait(u"titles"), std::vector<std::string>{});
+    host::SetFolderProjectFormatEnabled(true);
+    EXPECT_EQ(FindAndWait(u"titles"), std::vector<std::string>{"Titles abc.mvprojd"});
+    host::SetFolderProjectFormatEnabled(false);
+    EXPECT_EQ(FindAndWait(u"abc"), (std::vector<std::string>{"ABC_Final.mvproj", "xAbCx.mvproj"}));
+    host::SetFolderProjectFormatEnabled(true); // as every other test expects it
 }

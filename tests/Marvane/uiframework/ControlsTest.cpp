@@ -112,6 +112,23 @@ TEST_F(ControlsTest, TypingAndEscapeInTheSearchBoxEachTellItsStation) {
     EXPECT_EQ(listener->count, 3);
 }
 
+TEST_F(ControlsTest, ControlFAnywhereInThePanelPutsTheTypingInTheSearchBox) {
+    const auto box = host::SearchBoxControl::Create(*panel, "Test.SearchBox.Find", "$$$/T=Find");
+    const auto text =
+        host::StaticTextControl::Create(*panel, "Test.Other", host::TextAlignment::Left);
+    auto* field = window.findChild<QLineEdit*>("Test.SearchBox.Find");
+    box->SetValue(u"old", false);
+    auto* other = window.findChild<QLabel*>("Test.Other");
+    other->setFocusPolicy(Qt::StrongFocus);
+    other->setFocus();
+    QApplication::setActiveWindow(&window);
+    SettleEvents();
+    QTest::keySequence(&window, QKeySequence::Find);
+    SettleEvents();
+    EXPECT_TRUE(field->hasFocus());
+    EXPECT_EQ(field->selectedText(), QStringLiteral("old"));
+}
+
 TEST_F(ControlsTest, SettingTheSearchTextTellsTheStationOnlyWhenAsked) {
     const auto box = host::SearchBoxControl::Create(*panel, "Test.SearchBox.Set", "$$$/T=Find");
     const auto listener = std::make_shared<ValueChanges>();

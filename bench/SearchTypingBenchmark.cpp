@@ -1,0 +1,203 @@
+// Typing into the panel's search box on the generated production of 100,000 projects (about
+// 131,000 entries), warm cache: the time from the changed text to the result rows drawn, for
+// texts that match a few, some thousands and tens of thousands of projects. Measured in the
+// same iterations:
+//   host_search_ms    the host's search alone, called directly for the same text (the floor)
+//   longest_stall_ms  the longest the main thread did not answer a 1 ms timer while the text
+//                     was searched and its rows built and drawn
+// Run from an optimised build: build/dev/bin/search_typing_benchmark
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "Marvane/uiframework/DockWorkspace.h"
+#include "Marvane/uiframework/TabViewImpl.h"
+#include "Marvane/uitoolkit/TreeView.h"
+#include "ProductionGenerator.h"
+#include "WindowlessWorkspace.h"
+#include "directoryview/TandrelDirectoryView.h"
+#include "host/FileServices.h"
+#include "panel/TandrelTabView.h"
+#include "search/TandrelSearchResultsView.h"
+
+#include "EventLoopWait.h"
+
+#include <QApplication>
+#include <QTimer>
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <chrono>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+using benchsupport::WaitUntil;
+
+constexpr int kProjects = 100'000;
+
+const bench::GeneratedProduction& Production() {
+    static const bench::GeneratedProduction production = [] {
+        bench::ProductionShape shape;
+        shape.projects = kProjects;
+        shape.topLevelProjects = 100;
+        shape.episodes = 20;
+        shape.ordinaryFilesPerFolder = 4;
+        return bench::GenerateProduction("typing", shape);
+    }();
+    return production;
+}
+
+// Sees the paints of a widget once armed.
+class PaintWatch : public QObject {
+public:
+    explicit PaintWatch(QWidget* widget) : mWidget(widget) { mWidget->installEventFilter(this); }
+    ~PaintWatch() override { mWidget->removeEventFilter(this); }
+    PaintWatch(const PaintWatch&) = delete;
+    PaintWatch& operator=(const PaintWatch&) = delete;
+    bool eventFilter(QObject*, QEvent* event) override {
+        painted = painted || (armed && event->type() == QEvent::Paint);
+        return false;
+    }
+    bool armed = false;
+    bool painted = false;
+
+private:
+    QWidget* mWidget;
+};
+
+// The longest gap between two ticks of a 1 ms timer on the main thread while it runs.
+class StallWatch {
+public:
+    StallWatch() {
+        mTimer.setInterval(1);
+        QObject::connect(&mTimer, &QTimer::timeout, [this] {
+            const auto now = Clock::now();
+            mLongest = std::max(mLongest, now - mLast);
+            mLast = now;
+        });
+        mLast = Clock::now();
+        mTimer.start();
+    }
+    double LongestMs() {
+        mLongest = std::max(mLongest, Clock::now() - mLast);
+        return std::chrono::duration<double, std::milli>(mLongest).count();
+    }
+
+private:
+    QTimer mTimer;
+    Clock::time_point mLast;
+    Clock::duration mLongest{};
+};
+
+// The Production panel, shown on the offscreen platform, over the generated production.
+class Panel {
+public:
+    Panel() {
+        mPanel = std::make_shared<HandlerTandrel::TandrelTabView>();
+        mPanel->PostSharedPtrInit();
+        mPanel->Create(1, "Production", nullptr, 0);
+        mPanel->GetImpl()->content->resize(1100, 700);
+        mPanel->GetImpl()->content->show();
+        host::ProductionSession::Instance().Open(Production().root);
+        WaitUntil([&] { return mPanel->GetDirectoryView()->GetTree().GetTopLevelRowCount() > 0; });
+    }
+    ~Panel() {
+        host::ProductionSession::Instance().Close();
+        mPanel.reset();
+        host::WaitForDefaultExecutor(60'000);
+        host::DirectoryMonitor::Instance().Reset();
+        QApplication::processEvents();
+    }
+    Panel(const Panel&) = delete;
+    Panel& operator=(const Panel&) = delete;
+
+    HandlerTandrel::TandrelSearchResultsView& Results() const {
+        return *mPanel->GetSearchResultsView();
+    }
+    // Types the text and runs the event loop until its rows were drawn; false on a time-out.
+    bool TypeUntilDrawn(const std::u16string& text) {
+        QWidget* rows = Results().GetTree().GetImpl()->view->viewport();
+        PaintWatch watch(rows);
+        mPanel->GetSearchBox()->SetValue(text, true);
+        return WaitUntil([&] {
+            if (!watch.armed && !Results().IsSearching()) {
+                watch.armed = true;
+                rows->update();
+            }
+            return watch.painted;
+        });
+    }
+    void Clear() { mPanel->GetSearchBox()->SetValue({}, true); }
+
+private:
+    std::shared_ptr<HandlerTandrel::TandrelTabView> mPanel;
+};
+
+void BM_TypeUntilRowsDrawn(benchmark::State& state, const char* text) {
+    Panel panel;
+    const std::u16string wide = host::ToUTF16(text);
+    double hostSearch = 0;
+    double longestStall = 0;
+    std::size_t rows = 0;
+    for (auto _ : state) {
+        panel.Clear();
+        QApplication::processEvents();
+        StallWatch stalls;
+        const auto start = Clock::now();
+        if (!panel.TypeUntilDrawn(wide)) {
+            state.SkipWithError("the rows were never drawn");
+            break;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        longestStall = std::max(longestStall, stalls.LongestMs());
+        rows = static_cast<std::size_t>(panel.Results().GetRowCount());
+        const auto searchStart = Clock::now();
+        const std::size_t found = host::FindFilesOrDirectories(
+                                      host::ToUTF16(Production().root.string()), {u".mvproj"}, wide)
+                                      .size();
+        hostSearch += std::chrono::duration<double, std::milli>(Clock::now() - searchStart).count();
+        if (found != rows) {
+            state.SkipWithError("the panel shows other rows than the search finds");
+            break;
+        }
+    }
+    state.counters["rows"] = static_cast<double>(rows);
+    state.counters["host_search_ms"] =
+        benchmark::Counter(hostSearch, benchmark::Counter::kAvgIterations);
+    state.counters["longest_stall_ms"] = longestStall;
+}
+
+BENCHMARK_CAPTURE(BM_TypeUntilRowsDrawn, few, "scene 1005")
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
+BENCHMARK_CAPTURE(BM_TypeUntilRowsDrawn, thousands, "shot 1")
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
+BENCHMARK_CAPTURE(BM_TypeUntilRowsDrawn, tens_of_thousands, "shot")
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5);
+BENCHMARK_CAPTURE(BM_TypeUntilRowsDrawn, most, "e")
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication application(argc, argv);
+    host::HostSession::Instance().preferences.locking = {"Bench", "bench", true};
+    testsupport::WindowlessWorkspace workspace;
+    host::SetCurrentWorkspace(&workspace);
+    benchmark::Initialize(&argc, argv);
+    Production(); // written before any timing starts
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    host::SetCurrentWorkspace(nullptr);
+    fs::remove_all(Production().root);
+    return 0;
+}
