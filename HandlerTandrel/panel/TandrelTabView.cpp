@@ -98,14 +98,18 @@ void TandrelTabView::BuildChildren() {
     });
     mTreeView = std::make_unique<TandrelTreeView>(*this, mDirectoryView, mSearchResultsView);
     host::MessageStation::Get(kDirectoryViewStation)->Subscribe(listener);
-    const auto wheel = [weakSelf](float steps, std::uint32_t modifiers) {
+    // Ctrl + wheel zooms a step per notch; a touchpad's small turns add up to notches.
+    const auto turned = std::make_shared<float>(0.0f);
+    const auto wheel = [weakSelf, turned](float steps, std::uint32_t modifiers) {
         const auto panel = weakSelf.lock();
         if (!panel || (modifiers & host::kModifierControl) == 0) {
             return false;
         }
-        if (steps > 0) {
+        *turned += steps;
+        for (; *turned >= 1.0f; *turned -= 1.0f) {
             panel->ZoomIn();
-        } else {
+        }
+        for (; *turned <= -1.0f; *turned += 1.0f) {
             panel->ZoomOut();
         }
         return true;

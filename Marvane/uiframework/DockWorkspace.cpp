@@ -66,7 +66,8 @@ DockWorkspace::~DockWorkspace() {
 
 bool DockWorkspace::TabIsShown(HandlerID handlerID) const {
     const auto found = mTabs.find(handlerID);
-    return found != mTabs.end() && found->second.dock && !found->second.dock->isHidden();
+    const QDockWidget* dock = found != mTabs.end() ? found->second.dock.data() : nullptr;
+    return dock != nullptr && !dock->isHidden();
 }
 
 void DockWorkspace::OpenTab(HandlerID handlerID) {
@@ -121,9 +122,11 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
         }
         entry->second.frontmost = visible;
         // A panel the user closed keeps its state now.
-        if (!visible && entry->second.dock && entry->second.dock->isHidden() &&
-            entry->second.tabView) {
-            entry->second.tabView->SaveState();
+        const QDockWidget* closed = entry->second.dock.data();
+        if (!visible && closed != nullptr && closed->isHidden()) {
+            if (TabView* panel = entry->second.tabView.get()) {
+                panel->SaveState();
+            }
         }
         // A panel that is no longer seen stops taking commands.
         auto& dispatcher = CommandDispatcher::Instance();

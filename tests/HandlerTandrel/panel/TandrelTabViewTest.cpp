@@ -90,9 +90,18 @@ protected:
         return std::dynamic_pointer_cast<TandrelTabView>(
             window->GetWorkspace().GetTabView(kMvProductionFolderHandlerID));
     }
-    HandlerTandrel::TandrelDirectoryView& Directory() const { return *Panel()->GetDirectoryView(); }
+    // What a test cannot go on without.
+    template <typename T> static T& Required(const std::shared_ptr<T>& object) {
+        if (!object) {
+            throw std::logic_error("the panel or one of its views is missing");
+        }
+        return *object;
+    }
+    HandlerTandrel::TandrelDirectoryView& Directory() const {
+        return Required(Required(Panel()).GetDirectoryView());
+    }
     HandlerTandrel::TandrelSearchResultsView& Results() const {
-        return *Panel()->GetSearchResultsView();
+        return Required(Required(Panel()).GetSearchResultsView());
     }
     host::UI_MultiColumnTree& Tree() const { return Directory().GetTree(); }
     host::TreeRowPtr Row(const fs::path& path) const {
@@ -304,10 +313,17 @@ TEST_F(TandrelTabViewTest, ControlAndTheWheelOverTheTreeZoomsAndTheWheelAloneScr
                      Qt::ControlModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(view->viewport(), &zoom);
     EXPECT_EQ(Panel()->GetZoom(), 0.25);
+    // A touchpad's small turns zoom once they add up to a notch.
+    for (int turn = 0; turn < 3; ++turn) {
+        QWheelEvent small(at, view->viewport()->mapToGlobal(at), QPoint(), QPoint(0, 40),
+                          Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(view->viewport(), &small);
+        EXPECT_EQ(Panel()->GetZoom(), turn < 2 ? 0.25 : 0.5);
+    }
     QWheelEvent scroll(at, view->viewport()->mapToGlobal(at), QPoint(), QPoint(0, -120),
                        Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(view->viewport(), &scroll);
-    EXPECT_EQ(Panel()->GetZoom(), 0.25);
+    EXPECT_EQ(Panel()->GetZoom(), 0.5);
 }
 
 TEST_F(TandrelTabViewTest, TheSliderZoomsAndRescalesOnlyTheColumnsTheUserSized) {
