@@ -80,6 +80,12 @@ public:
 
     // Rows. A null parent is the top level. Inserted rows are put in sort order.
     void InsertRows(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows);
+    // Fills an empty parent with rows that are already in the header's order, each with its
+    // key in the sort column (keys[i] for rows[i]): the tree asks for no key and checks the
+    // order once; rows found out of order are sorted as InsertRows would. Into a parent that
+    // has rows, this is InsertRows.
+    void InsertRowsInOrder(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows,
+                           std::vector<WideString> keys);
     void RemoveRow(const TreeRowPtr& row);
     void RemoveChildren(const TreeRowPtr& parent);
     void RemoveAllRows();

@@ -84,13 +84,52 @@ void TandrelSearchResultsView::Find(const host::WideString& searchText) {
     if (host::IsFolderProjectFormatEnabled()) {
         extensions.emplace_back(host::kProjectFolderExtension16);
     }
+    // Sorting by name needs nothing but the paths: the worker puts the rows in order, so that
+    // a text matching tens of thousands of projects does not hold up the window to sort them.
+    auto order = std::make_shared<ResultOrder>();
+    order->column = mHeaderRow->GetSortColumn();
+    order->ascending = mHeaderRow->IsSortDirectionAscending();
+    std::function<void(std::vector<host::WideString>&)> arrange;
+    if (order->column == Columns::kNameColumn) {
+        arrange = [order](std::vector<host::WideString>& paths) { OrderByName(paths, *order); };
+    }
     std::weak_ptr<TandrelSearchResultsView> self = weak_from_this();
-    mSearch = host::StartFileSearch(host::GetTandrelManagerFolderPath(), extensions, searchText,
-                                    [self](std::vector<host::WideString> paths) {
-                                        if (auto view = self.lock()) {
-                                            view->ShowResults(std::move(paths));
-                                        }
-                                    });
+    mSearch = host::StartFileSearch(
+        host::GetTandrelManagerFolderPath(), extensions, searchText,
+        [self, order](std::vector<host::WideString> paths) {
+            if (auto view = self.lock()) {
+                view->ShowResults(std::move(paths), std::move(*order));
+            }
+        },
+        std::move(arrange));
+}
+
+void TandrelSearchResultsView::OrderByName(std::vector<host::WideString>& paths,
+                                           ResultOrder& order) {
+    std::vector<host::WideString> names;
+    names.reserve(paths.size());
+    for (const host::WideString& path : paths) {
+        names.push_back(DisplayNameOf(path));
+    }
+    std::vector<std::size_t> positions(paths.size());
+    for (std::size_t index = 0; index < positions.size(); ++index) {
+        positions[index] = index;
+    }
+    // Stable, as the tree's own sort: equal names keep the order the search found them in.
+    const bool ascending = order.ascending;
+    std::stable_sort(positions.begin(), positions.end(), [&](std::size_t a, std::size_t b) {
+        return ascending ? Columns::SortStringIsLess(names[a], names[b])
+                         : Columns::SortStringIsLess(names[b], names[a]);
+    });
+    std::vector<host::WideString> ordered;
+    ordered.reserve(paths.size());
+    order.keys.clear();
+    order.keys.reserve(paths.size());
+    for (const std::size_t position : positions) {
+        ordered.push_back(std::move(paths[position]));
+        order.keys.push_back(std::move(names[position]));
+    }
+    paths = std::move(ordered);
 }
 
 void TandrelSearchResultsView::RemoveAllRows() {
@@ -100,7 +139,7 @@ void TandrelSearchResultsView::RemoveAllRows() {
     mPathOfRow.clear();
 }
 
-void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths) {
+void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths, ResultOrder order) {
     mTree.SetBusy(false);
     RemoveAllRows();
     std::vector<host::TreeRowPtr> rows;
@@ -111,8 +150,14 @@ void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths) 
         mRowForPath.emplace(std::move(path), row);
         rows.push_back(std::move(row));
     }
-    // Inserted in one step, sorted by the current column and direction.
-    mTree.InsertRows(nullptr, rows);
+    // Inserted in one step, sorted by the current column and direction: as the worker ordered
+    // them when it could and the sort is still the one it ordered them by.
+    if (order.keys.size() == rows.size() && order.column == mHeaderRow->GetSortColumn() &&
+        order.ascending == mHeaderRow->IsSortDirectionAscending()) {
+        mTree.InsertRowsInOrder(nullptr, rows, std::move(order.keys));
+    } else {
+        mTree.InsertRows(nullptr, rows);
+    }
     if (mResultsShown) {
         mResultsShown();
     }

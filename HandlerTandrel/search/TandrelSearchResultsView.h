@@ -54,7 +54,17 @@ public:
     void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);
 
 private:
-    void ShowResults(std::vector<host::WideString> paths);
+    // The order a search's results were put in on the worker: by the sort column and
+    // direction of the moment the search started, with each row's key; no keys when the
+    // worker left them unordered.
+    struct ResultOrder {
+        Columns::ColumnID column = 0;
+        bool ascending = true;
+        std::vector<host::WideString> keys;
+    };
+    // Runs on the worker: orders the paths by name as the tree would, keeping the names.
+    static void OrderByName(std::vector<host::WideString>& paths, ResultOrder& order);
+    void ShowResults(std::vector<host::WideString> paths, ResultOrder order);
     void RemoveAllRows();
     void ProjectStateChanged(const host::ByteString& projectPath);
 

@@ -213,15 +213,20 @@ public:
     bool IsRunning() const override { return !mCancelled->load() && !mDelivered->load(); }
 
     void Start(WideString folder, std::vector<WideString> extensions, WideString nameFilter,
-               std::function<void(std::vector<WideString>)> done) {
+               std::function<void(std::vector<WideString>)> done,
+               std::function<void(std::vector<WideString>&)> arrange) {
         // The worker holds the flags, never the handle: releasing the handle cancels.
         auto cancelled = mCancelled;
         auto delivered = mDelivered;
         RunOnDefaultExecutor([cancelled, delivered, folder = std::move(folder),
                               extensions = std::move(extensions),
-                              nameFilter = std::move(nameFilter), done = std::move(done)] {
+                              nameFilter = std::move(nameFilter), done = std::move(done),
+                              arrange = std::move(arrange)] {
             auto paths = std::make_shared<std::vector<WideString>>(
                 RunSearch(folder, extensions, nameFilter, cancelled.get()));
+            if (arrange && !cancelled->load()) {
+                arrange(*paths);
+            }
             CallAsyncOnMainThread([cancelled, delivered, paths, done] {
                 if (!cancelled->load()) {
                     delivered->store(true);
@@ -247,9 +252,10 @@ std::vector<WideString> FindFilesOrDirectories(const WideString& folder,
 
 FileSearchPtr StartFileSearch(const WideString& folder, const std::vector<WideString>& extensions,
                               const WideString& nameFilter,
-                              std::function<void(std::vector<WideString> paths)> done) {
+                              std::function<void(std::vector<WideString> paths)> done,
+                              std::function<void(std::vector<WideString>& paths)> arrange) {
     auto search = std::make_shared<BackgroundSearch>();
-    search->Start(folder, extensions, nameFilter, std::move(done));
+    search->Start(folder, extensions, nameFilter, std::move(done), std::move(arrange));
     return search;
 }
 

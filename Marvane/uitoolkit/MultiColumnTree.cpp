@@ -125,6 +125,12 @@ void UI_MultiColumnTree::InsertRows(const TreeRowPtr& parent, const std::vector<
     mImpl->model.Insert(parent, rows);
 }
 
+void UI_MultiColumnTree::InsertRowsInOrder(const TreeRowPtr& parent,
+                                           const std::vector<TreeRowPtr>& rows,
+                                           std::vector<WideString> keys) {
+    mImpl->model.InsertInOrder(parent, rows, std::move(keys));
+}
+
 void UI_MultiColumnTree::RemoveRow(const TreeRowPtr& row) {
     mImpl->model.Remove(row);
 }

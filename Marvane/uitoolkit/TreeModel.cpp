@@ -171,6 +171,43 @@ void TreeModel::SortChildren(std::vector<TreeRowPtr>& rows, bool deep) {
     }
 }
 
+void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows,
+                              std::vector<WideString> keys) {
+    const bool fresh = std::all_of(rows.begin(), rows.end(), [](const TreeRowPtr& row) {
+        return row && row->Node().tree == nullptr;
+    });
+    std::unordered_set<const UI_TreeRow*> distinct;
+    for (const TreeRowPtr& row : rows) {
+        distinct.insert(row.get());
+    }
+    if ((parent && parent->Node().tree != this) || !ChildrenOf(parent.get()).empty() || !fresh ||
+        keys.size() != rows.size() || distinct.size() != rows.size() || rows.empty()) {
+        Insert(parent, rows);
+        return;
+    }
+    if (parent) {
+        parent->Node().childrenLoaded = true;
+    }
+    std::vector<TreeRowPtr> ordered = rows;
+    for (std::size_t index = 0; index < ordered.size(); ++index) {
+        TreeRowNode& node = ordered[index]->Node();
+        node.tree = this;
+        node.parent = parent.get();
+        node.sortKey = std::move(keys[index]);
+        node.sortKeyValid = true;
+    }
+    // One look at the order; rows the owner did not order as the header says are sorted.
+    const auto before = [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); };
+    if (std::is_sorted(ordered.begin(), ordered.end(), before)) {
+        Reindex(ordered);
+    } else {
+        SortChildren(ordered, false);
+    }
+    beginInsertRows(IndexOf(parent), 0, static_cast<int>(ordered.size()) - 1);
+    MutableChildrenOf(parent.get()) = std::move(ordered);
+    endInsertRows();
+}
+
 void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows) {
     if (parent && parent->Node().tree != this) {
         return;

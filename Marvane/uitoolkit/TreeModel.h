@@ -36,6 +36,9 @@ public:
     const std::vector<TreeRowPtr>& ChildrenOf(const UI_TreeRow* parent) const;
 
     void Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows);
+    // Rows already in order with their keys, into an empty parent (else as Insert).
+    void InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows,
+                       std::vector<WideString> keys);
     void Remove(const TreeRowPtr& row);
     void RemoveChildren(const UI_TreeRow* parent);
     void SetCustomChild(const TreeRowPtr& row, bool custom);

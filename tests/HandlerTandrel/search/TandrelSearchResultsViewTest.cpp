@@ -102,6 +102,40 @@ TEST_F(TandrelSearchResultsViewTest, RowsAreSortedByTheCurrentColumn) {
                                                              "ABC_Final.mvproj", "xAbCx.mvproj"}));
 }
 
+TEST_F(TandrelSearchResultsViewTest, ResultsSortedByNameAreOrderedOffTheWindowsThread) {
+    Touch("Day 2/abc 10.mvproj");
+    Touch("Day 2/abc 2.mvproj");
+    const std::uint64_t before = view->GetTree().GetSortDataRequestCount();
+    EXPECT_EQ(FindAndWait(u"abc"), (std::vector<std::string>{"abc 2.mvproj", "abc 10.mvproj",
+                                                             "ABC_Final.mvproj", "xAbCx.mvproj"}));
+    EXPECT_EQ(view->GetTree().GetSortDataRequestCount(), before); // no row was asked for a key
+    view->GetHeaderRow().SetSortDirection(false);
+    EXPECT_EQ(FindAndWait(u"abc"), (std::vector<std::string>{"xAbCx.mvproj", "ABC_Final.mvproj",
+                                                             "abc 10.mvproj", "abc 2.mvproj"}));
+}
+
+TEST_F(TandrelSearchResultsViewTest, ResultsSortedByAnotherColumnAreSortedByTheTree) {
+    Touch("Day 2/abc big.mvproj");
+    std::ofstream(root / "Day 2" / "abc big.mvproj", std::ios::app) << std::string(4000, ' ');
+    view->GetHeaderRow().SetSortColumn(0x53697A65); // Size
+    view->GetHeaderRow().SetSortDirection(false);
+    const std::vector<std::string> rows = FindAndWait(u"abc");
+    ASSERT_EQ(rows.size(), 3u);
+    EXPECT_EQ(rows.front(), "abc big.mvproj");
+}
+
+TEST_F(TandrelSearchResultsViewTest, ASortChangedWhileSearchingOrdersTheResultsByTheNewSort) {
+    Touch("Day 2/abc 10.mvproj");
+    Touch("Day 2/abc 2.mvproj");
+    const int before = shown;
+    view->Find(u"abc");
+    view->GetHeaderRow().SetSortDirection(false); // the user clicks the column meanwhile
+    ASSERT_TRUE(WaitUntil([&] { return shown > before; }));
+    EXPECT_EQ(TopLevelFileNames(*view),
+              (std::vector<std::string>{"xAbCx.mvproj", "ABC_Final.mvproj", "abc 10.mvproj",
+                                        "abc 2.mvproj"}));
+}
+
 TEST_F(TandrelSearchResultsViewTest, ADoubleClickOnAProjectThatIsGoneDoesNothing) {
     ASSERT_EQ(FindAndWait(u"abc").size(), 2u);
     const host::TreeRowPtr row =

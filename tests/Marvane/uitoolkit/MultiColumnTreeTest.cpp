@@ -104,6 +104,35 @@ TEST_F(MultiColumnTreeTest, RowsAreInsertedInSortOrderAskingEachRowForItsKeyOnce
     EXPECT_EQ(tree.GetSortDataRequestCount(), 4u); // only the new row was asked
 }
 
+TEST_F(MultiColumnTreeTest, RowsGivenInOrderWithTheirKeysAreTakenAsTheyAreAskingNothing) {
+    tree.InsertRowsInOrder(nullptr, {Row(u"a"), Row(u"b"), Row(u"c")}, {u"a", u"b", u"c"});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c"}));
+    EXPECT_EQ(tree.GetSortDataRequestCount(), 0u);
+    // The keys given are the rows' keys until the next sort: a row added later finds its place.
+    tree.InsertRows(nullptr, {Row(u"bb")});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"bb", u"c"}));
+    EXPECT_EQ(tree.GetSortDataRequestCount(), 1u);
+}
+
+TEST_F(MultiColumnTreeTest, RowsGivenOutOfOrderAreSortedByTheKeysGiven) {
+    tree.InsertRowsInOrder(nullptr, {Row(u"c"), Row(u"a"), Row(u"b")}, {u"c", u"a", u"b"});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c"}));
+    header.SetSortDirection(false);
+    const TreeRowPtr folder = Row(u"f", true);
+    tree.InsertRows(nullptr, {folder});
+    // Keys in the ascending order while the header sorts descending: put in its order.
+    tree.InsertRowsInOrder(folder, {Row(u"p"), Row(u"q")}, {u"p", u"q"});
+    EXPECT_EQ(names.at(folder->GetChild(0).get()), u"q");
+}
+
+TEST_F(MultiColumnTreeTest, RowsInOrderIntoAFolderThatHasRowsGoToTheirPlacesOneByOne) {
+    tree.InsertRows(nullptr, {Row(u"b")});
+    tree.InsertRowsInOrder(nullptr, {Row(u"a"), Row(u"c")}, {u"a", u"c"});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c"}));
+    tree.InsertRowsInOrder(nullptr, {Row(u"d")}, {}); // no keys: asked as usual
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c", u"d"}));
+}
+
 TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
     const TreeRowPtr small = Row(u"z", false, u"1");
     const TreeRowPtr big = Row(u"y", false, u"9");
