@@ -34,6 +34,14 @@ enum ProductionCommandID : host::CommandID {
     kCmdMoveToTrash = 30325,
 };
 
+// Commands of the host that the panel answers while it has the focus: the File menu's close
+// (the selected open projects), and the Edit menu's Select All and Deselect All.
+enum HostCommandAnswered : host::CommandID {
+    kHostCmdCloseProjects = 11215,
+    kHostCmdSelectAll = 57642,
+    kHostCmdDeselectAll = 11303,
+};
+
 struct ProductionCommand {
     std::string_view name;
     host::CommandID id;

@@ -1,10 +1,12 @@
 #include "directoryview/TandrelDirectoryView.h"
 
+#include "TandrelIDs.h"
 #include "columns/Columns.h"
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
 #include "columns/TuningValue.h"
+#include "directoryview/ContextMenus.h"
 #include "directoryview/RowFilter.h"
 #include "directoryview/SavedSelection.h"
 #include "host/ApplicationLayer.h"
@@ -12,8 +14,12 @@
 #include "host/FileServices.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
+#include "host/UIFramework.h"
 #include "panel/TandrelTabView.h"
+#include "utils/MoveItems.h"
 #include "utils/ProjectMessages.h"
+
+#include <algorithm>
 
 namespace HandlerTandrel {
 
@@ -67,6 +73,8 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
     tree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
                                        std::uint32_t modifiers,
                                        std::uint32_t) { RowDoubleClicked(row, modifiers); });
+    tree.SetContextClickCallback([this](const host::TreeRowPtr& row, host::UI_Point, std::uint32_t,
+                                        std::uint32_t) { ContextClick(row); });
     mWidths.Install();
 }
 
@@ -241,6 +249,24 @@ void TandrelDirectoryView::UpdateFromStateData(const DirectoryViewStateData& sta
     if (mRootDelivered) {
         mOpener.DirectoryDelivered(GetRootPath());
     }
+}
+
+std::string_view TandrelDirectoryView::ContextClick(const host::TreeRowPtr& row) {
+    std::string_view menu = kNoSelectionContextMenuID;
+    if (!row) {
+        GetTree().DeselectAllRows();
+    } else {
+        std::vector<host::WideString> selected = GetSelectedPaths();
+        if (std::find(selected.begin(), selected.end(), GetRowPath(row)) == selected.end()) {
+            GetTree().SelectRow(row, true, false, true);
+            selected = GetSelectedPaths();
+        }
+        menu = ContextMenuForSelection(Utils::ClassifyItems(selected));
+    }
+    if (!menu.empty()) {
+        host::TrackContextMenu(host::ByteString(menu));
+    }
+    return menu;
 }
 
 DirectoryViewStateData TandrelDirectoryView::GetStateData() const {

@@ -131,6 +131,10 @@ public:
     static host::UI_TimerID RenameTimerID() { return RenameTrigger::TimerID(); }
     static constexpr double kRenameDelaySeconds = RenameTrigger::kDelaySeconds;
 
+    // A right-click on a row (null: on empty space): empty space deselects every row; a row
+    // outside the selection becomes the selection, a selected one keeps it. Then the menu for
+    // what is selected is shown at the pointer; answers the menu shown (empty for none).
+    std::string_view ContextClick(const host::TreeRowPtr& row);
     // A double-click: a folder opens or closes; a project opens in the host (read-only with
     // the alternative key held), unless it lies in the trash.
     void RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers);

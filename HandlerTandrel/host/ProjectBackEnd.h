@@ -87,6 +87,13 @@ inline constexpr int kOpenModeAlternative = 11;
 // Opens the project and shows it; a project that cannot be opened is reported to the user.
 // False when it did not open.
 bool OpenProjectInHost(const ByteString& projectPath, int mode);
+// Whether the host's document manager is there to open, reload and close projects.
+bool HasDocumentManager();
+// Reads an open project again from its file; with reportFailure a project that cannot be read
+// is reported to the user. False when it was not reloaded.
+bool ReloadOpenProject(const ProjectPtr& project, bool reportFailure);
+// Closes every open project, asking to save each modified one; false when the user cancelled.
+bool CloseAllOpenProjects();
 bool IsProjectOutOfDate(const ProjectPtr& project);
 
 // Sent on kProjectActivationStation after a project was opened, closed, or switched between

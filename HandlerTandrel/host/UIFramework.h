@@ -193,6 +193,12 @@ void AddWindowClass(std::uint32_t windowTypeID, HandlerID handlerID, int classTy
 void AddWindow(std::uint32_t windowTypeID, std::uint32_t windowID, const ByteString& title,
                std::uint32_t windowContextID);
 
+// Shows a menu of the host's menu resource at the pointer and waits until the user chose an
+// entry or dismissed it. Each entry's state is asked of the command chain first; the chosen
+// entry's command is carried out through the chain. Answers the id of the command carried
+// out, or 0 when none was (dismissed, or an unknown menu).
+CommandID TrackContextMenu(const ByteString& menuID);
+
 // The icon kinds of a message box.
 enum MessageBoxIcon : int {
     kNoIcon = 0,

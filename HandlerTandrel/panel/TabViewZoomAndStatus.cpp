@@ -5,10 +5,10 @@
 #include "panel/TandrelTabView.h"
 #include "panel/TandrelTreeView.h"
 
-#include "ProductionCommands.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
 #include "search/TandrelSearchResultsView.h"
+#include "utils/MoveItems.h"
 
 namespace HandlerTandrel {
 
@@ -30,7 +30,7 @@ void TandrelTabView::UpdateButtons() {
     const bool canCreate = CanCreateForSelection(selected, !GetTandrelManagerFolderPath().empty());
     mNewProjectButton->SetEnabled(canCreate);
     mNewFolderButton->SetEnabled(canCreate);
-    mTrashButton->SetEnabled(CanMoveToTrash(selected));
+    mTrashButton->SetEnabled(Utils::CanMoveItems(selected));
 }
 
 void TandrelTabView::ZoomIn() {
@@ -73,26 +73,6 @@ void TandrelTabView::ApplyZoom() {
     } else {
         mDirectoryView->GetColumnWidths().ApplyScale(scale);
     }
-}
-
-bool TandrelTabView::FindCommandStatus(const host::Command& command, host::CommandStatus& status) {
-    if (command.id == kCmdZoomIn || command.id == kCmdZoomOut) {
-        status.enabled = mTreeView != nullptr;
-        return true;
-    }
-    return host::TabView::FindCommandStatus(command, status);
-}
-
-bool TandrelTabView::ObeyCommand(const host::Command& command) {
-    if (command.id == kCmdZoomIn) {
-        ZoomIn();
-        return true;
-    }
-    if (command.id == kCmdZoomOut) {
-        ZoomOut();
-        return true;
-    }
-    return host::TabView::ObeyCommand(command);
 }
 
 } // namespace HandlerTandrel

@@ -100,6 +100,10 @@ private:
     void Unsubscribe();
     void RemoveChildren();
     bool IsShowingSearchResults() const;
+    // Carries out a command the panel handles; false leaves it to the host's default.
+    bool CarryOut(host::CommandID id);
+    void SelectAllOfShownView(bool select);
+    void MoveSelection(host::CommandID id);
 
     PanelMetrics mMetrics;
     double mZoomStep = 0.25;

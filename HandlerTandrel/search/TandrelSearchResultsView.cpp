@@ -1,10 +1,12 @@
 #include "search/TandrelSearchResultsView.h"
 
+#include "TandrelIDs.h"
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
 #include "host/ApplicationLayer.h"
 #include "host/ProjectBackEnd.h"
+#include "host/UIFramework.h"
 #include "utils/ProjectMessages.h"
 
 #include <algorithm>
@@ -53,8 +55,12 @@ TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> results
     mTree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
                                         std::uint32_t modifiers,
                                         std::uint32_t) { RowDoubleClicked(row, modifiers); });
-    mTree.SetContextClickCallback([this](const host::TreeRowPtr& row, host::UI_Point, std::uint32_t,
-                                         std::uint32_t) { SelectForContextMenu(row); });
+    mTree.SetContextClickCallback(
+        [this](const host::TreeRowPtr& row, host::UI_Point, std::uint32_t, std::uint32_t) {
+            if (SelectForContextMenu(row)) {
+                host::TrackContextMenu(host::ByteString(kSearchResultsContextMenuID));
+            }
+        });
     mTree.SetAllowsMultipleSelection(true);
     mTree.SetDeselectAllOnEmptyClick(true);
     mTree.SetShowsGridLines(false);

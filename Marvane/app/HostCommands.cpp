@@ -26,7 +26,11 @@ void DeclareHostCommands(ShortcutManager& shortcutManager) {
     declare("cmd.edit.cut", kCmdCut, "$$$/Marvane/Host/Commands/Cut=Cut");
     declare("cmd.edit.copy", kCmdCopy, "$$$/Marvane/Host/Commands/Copy=Copy");
     declare("cmd.edit.paste", kCmdPaste, "$$$/Marvane/Host/Commands/Paste=Paste");
+    declare("cmd.file.closeselectedprojects", kCmdCloseSelectedProjects,
+            "$$$/Marvane/Host/Commands/CloseSelectedProjects=Close Selected Projects");
     declare("cmd.edit.selectall", kCmdSelectAll, "$$$/Marvane/Host/Commands/SelectAll=Select All");
+    declare("cmd.edit.deselectall", kCmdDeselectAll,
+            "$$$/Marvane/Host/Commands/DeselectAll=Deselect All");
     declare("cmd.help.about", kCmdAbout, "$$$/Marvane/Host/Commands/About=About Marvane");
 }
 

@@ -17,7 +17,10 @@ enum HostCommandID : CommandID {
     kCmdCut = 1101,
     kCmdCopy = 1102,
     kCmdPaste = 1103,
-    kCmdSelectAll = 1104,
+    // Answered by the focused panel; the host itself does nothing with them.
+    kCmdSelectAll = 57642,
+    kCmdDeselectAll = 11303,
+    kCmdCloseSelectedProjects = 11215,
     kCmdAbout = 1301,
 };
 

@@ -28,6 +28,7 @@ void MainWindow::BuildMenus() {
     add(file, "cmd.file.openproject", QKeySequence::Open);
     add(file, "cmd.file.saveproject", QKeySequence::Save);
     add(file, "cmd.file.closeproject", QKeySequence::Close);
+    add(file, "cmd.file.closeselectedprojects", QKeySequence());
     file->addSeparator();
     add(file, "cmd.file.openproduction", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
     add(file, "cmd.file.closeproduction", QKeySequence());
@@ -40,6 +41,7 @@ void MainWindow::BuildMenus() {
     add(edit, "cmd.edit.paste", QKeySequence::Paste);
     edit->addSeparator();
     add(edit, "cmd.edit.selectall", QKeySequence::SelectAll);
+    add(edit, "cmd.edit.deselectall", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A));
 
     // The focused panel's zoom; the commands are the panel's own, so they reach it through the
     // command chain.

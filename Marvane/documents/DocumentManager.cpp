@@ -362,6 +362,19 @@ bool InstallOpenProjectsAccess() {
             }
             return true;
         },
+        [](const ProjectPtr& project, bool reportFailure) {
+            const auto open = std::dynamic_pointer_cast<OpenProject>(project);
+            std::string error;
+            if (!open || DocumentManager::Instance().Reload(open, error)) {
+                return static_cast<bool>(open);
+            }
+            if (reportFailure) {
+                ShowMessageBox(Localize("$$$/Marvane/Host/ReloadFailed=Cannot Reload Project"),
+                               error, {}, kCriticalIcon, 0);
+            }
+            return false;
+        },
+        [] { return DocumentManager::Instance().CloseAll(); },
     });
     return true;
 }

@@ -15,6 +15,8 @@ struct OpenProjectsAccess {
                        bool offerApplyToAll)>
         close;
     std::function<bool(const ByteString& projectPath, int mode)> openInHost;
+    std::function<bool(const ProjectPtr& project, bool reportFailure)> reload;
+    std::function<bool()> closeAll;
 };
 
 void SetOpenProjectsAccess(OpenProjectsAccess access);

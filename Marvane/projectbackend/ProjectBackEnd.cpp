@@ -111,6 +111,20 @@ bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAski
     return !access.close || access.close(projects, saveWithoutAsking, offerApplyToAll);
 }
 
+bool HasDocumentManager() {
+    return static_cast<bool>(Access().Get().find);
+}
+
+bool ReloadOpenProject(const ProjectPtr& project, bool reportFailure) {
+    const OpenProjectsAccess access = Access().Get();
+    return project && access.reload && access.reload(project, reportFailure);
+}
+
+bool CloseAllOpenProjects() {
+    const OpenProjectsAccess access = Access().Get();
+    return !access.closeAll || access.closeAll();
+}
+
 bool OpenProjectInHost(const ByteString& projectPath, int mode) {
     const OpenProjectsAccess access = Access().Get();
     return access.openInHost && access.openInHost(projectPath, mode);

@@ -1,6 +1,6 @@
 #pragma once
-// Modal dialogs ask a person. Tests and scripted runs install a responder that answers
-// instead; every request is then recorded and no window opens.
+// Modal dialogs and context menus ask a person. Tests and scripted runs install a responder
+// that answers instead; every request is then recorded and no window opens.
 #include "host/CoreTypes.h"
 
 #include <memory>
@@ -23,9 +23,26 @@ struct TextInputRequest {
     ByteString initialText;
 };
 
+// A context menu about to be shown: its resource id and, per entry (separators left out),
+// the command, the text shown and whether the command chain enabled it.
+struct ContextMenuEntry {
+    ByteString command;
+    ByteString text;
+    bool enabled = false;
+};
+struct ContextMenuRequest {
+    ByteString menuID;
+    std::vector<ContextMenuEntry> entries;
+};
+
 class DialogResponder {
 public:
     virtual ~DialogResponder() = default;
+    // The command to choose from the menu (an enabled entry's name), or empty to dismiss it.
+    virtual ByteString AnswerContextMenu(const ContextMenuRequest& request) {
+        (void)request;
+        return {};
+    }
     // The index of the button to choose, or -1 to close the box without choosing.
     virtual int AnswerMessageBox(const MessageBoxRequest& request) = 0;
     // The text to enter, or nothing to cancel.
@@ -48,7 +65,11 @@ public:
         : mAnswers(std::move(answers)), mTexts(std::move(texts)) {}
     int AnswerMessageBox(const MessageBoxRequest& request) override;
     std::optional<ByteString> AnswerTextInput(const TextInputRequest& request) override;
+    ByteString AnswerContextMenu(const ContextMenuRequest& request) override;
     void AddAnswer(int answer) { mAnswers.push_back(answer); }
+    // The next context menu chooses this command (empty: dismisses it).
+    void AddMenuChoice(ByteString command) { mMenuChoices.push_back(std::move(command)); }
+    const std::vector<ContextMenuRequest>& GetMenuRequests() const { return mMenuRequests; }
     void AddText(ByteString text) { mTexts.push_back(std::move(text)); }
     const std::vector<MessageBoxRequest>& GetRequests() const { return mRequests; }
     const std::vector<TextInputRequest>& GetTextRequests() const { return mTextRequests; }
@@ -60,6 +81,12 @@ private:
     std::size_t mNextText = 0;
     std::vector<MessageBoxRequest> mRequests;
     std::vector<TextInputRequest> mTextRequests;
+    std::vector<ByteString> mMenuChoices;
+    std::size_t mNextMenuChoice = 0;
+    std::vector<ContextMenuRequest> mMenuRequests;
 };
+
+// The responder installed now, or null while a person answers.
+std::shared_ptr<DialogResponder> CurrentDialogResponder();
 
 } // namespace host

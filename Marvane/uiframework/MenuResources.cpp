@@ -1,11 +1,14 @@
 #include "Marvane/uiframework/MenuResources.h"
 
 #include "Marvane/uiframework/CommandDispatch.h"
+#include "Marvane/uiframework/DialogResponder.h"
 #include "host/DebugTrace.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QCursor>
 #include <QFile>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -95,6 +98,47 @@ QMenu* BuildMenu(const ByteString& menuID, QWidget* parent) {
         }
     }
     return menu;
+}
+
+CommandID TrackContextMenu(const ByteString& menuID) {
+    const std::vector<MenuItem> items = FindMenuResource(menuID);
+    if (items.empty()) {
+        Trace("Host", 2, "TrackContextMenu: no menu " + menuID);
+        return 0;
+    }
+    const CommandDispatcher& dispatcher = CommandDispatcher::Instance();
+    if (const std::shared_ptr<DialogResponder> responder = CurrentDialogResponder()) {
+        ContextMenuRequest request{menuID, {}};
+        for (const MenuItem& item : items) {
+            const CommandDeclaration* declaration =
+                item.separator ? nullptr : ShortcutManager::Instance().FindCommand(item.command);
+            if (declaration == nullptr) {
+                continue;
+            }
+            const CommandStatus status = dispatcher.FindStatus(declaration->id);
+            const ByteString text = !status.label.empty()         ? status.label
+                                    : !declaration->label.empty() ? Localize(declaration->label)
+                                                                  : Localize(item.label);
+            request.entries.push_back({item.command, text, status.enabled});
+        }
+        const ByteString chosen = responder->AnswerContextMenu(request);
+        for (const ContextMenuEntry& entry : request.entries) {
+            if (!chosen.empty() && entry.command == chosen && entry.enabled) {
+                const CommandID id = ShortcutManager::Instance().FindCommand(chosen)->id;
+                return dispatcher.Obey(id) ? id : 0;
+            }
+        }
+        return 0;
+    }
+    QMenu* menu = BuildMenu(menuID, QApplication::activeWindow());
+    if (menu == nullptr) {
+        return 0;
+    }
+    // The actions carry their command out when triggered, before exec returns.
+    const QAction* chosen = menu->exec(QCursor::pos());
+    const CommandID id = chosen != nullptr ? chosen->data().toInt() : 0;
+    delete menu;
+    return id;
 }
 
 } // namespace host

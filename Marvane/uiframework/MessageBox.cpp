@@ -57,6 +57,15 @@ int ScriptedDialogResponder::AnswerMessageBox(const MessageBoxRequest& request) 
     return -1;
 }
 
+std::shared_ptr<DialogResponder> CurrentDialogResponder() {
+    return InstalledResponder();
+}
+
+ByteString ScriptedDialogResponder::AnswerContextMenu(const ContextMenuRequest& request) {
+    mMenuRequests.push_back(request);
+    return mNextMenuChoice < mMenuChoices.size() ? mMenuChoices[mNextMenuChoice++] : ByteString();
+}
+
 std::optional<ByteString>
 ScriptedDialogResponder::AnswerTextInput(const TextInputRequest& request) {
     mTextRequests.push_back(request);

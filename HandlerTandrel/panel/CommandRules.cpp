@@ -1,0 +1,172 @@
+#include "panel/CommandRules.h"
+
+#include "ProductionCommands.h"
+#include "host/ApplicationLayer.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+#include "host/ProjectBackEnd.h"
+#include "panel/SelectionTests.h"
+#include "utils/MoveItems.h"
+#include "utils/ProjectLocks.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+
+namespace HandlerTandrel {
+
+namespace {
+
+constexpr std::string_view kReadWriteModeKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/ProjectContextMenu/ReadWriteMode=Read-Write Mode";
+constexpr std::string_view kReadOnlyModeKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/ProjectContextMenu/ReadOnlyMode=Read-Only Mode";
+
+host::ProjectPtr OpenProjectAt(const host::WideString& path) {
+    return host::FindOpenProject(host::ToUTF8(path));
+}
+
+bool AnyOf(const std::vector<host::WideString>& paths, bool (*test)(const host::WideString&)) {
+    return std::any_of(paths.begin(), paths.end(), test);
+}
+
+bool IsOpenProject(const host::WideString& path) {
+    return OpenProjectAt(path) != nullptr;
+}
+
+bool IsClosedProject(const host::WideString& path) {
+    return !IsFolderItem(path) && !IsOpenProject(path);
+}
+
+bool IsOutOfDateReadOnlyProject(const host::WideString& path) {
+    const host::ProjectPtr project = OpenProjectAt(path);
+    return project && host::GetIsReadOnly(project) && host::IsProjectOutOfDate(project);
+}
+
+// The open projects inside the production.
+std::vector<host::ProjectPtr> ProjectsOfTheProduction() {
+    std::vector<host::ProjectPtr> projects;
+    for (const host::ProjectPtr& project : host::GetOpenProjectList()) {
+        if (project && host::IsWithinCurrentMvProductionFolder(host::ToUTF16(project->GetPath()))) {
+            projects.push_back(project);
+        }
+    }
+    return projects;
+}
+
+// Every selected path an open project, all read-only or all read-write, and over read-only
+// ones no other editor holding a lock. The menu text offers the other mode.
+bool DecideLockToggle(const std::vector<host::WideString>& selected, host::CommandStatus& status) {
+    if (selected.empty() || !host::HasDocumentManager()) {
+        return false;
+    }
+    std::optional<bool> readOnly;
+    for (const host::WideString& path : selected) {
+        const host::ProjectPtr project = OpenProjectAt(path);
+        if (!project) {
+            return false;
+        }
+        const bool thisReadOnly = host::GetIsReadOnly(project);
+        if (readOnly && *readOnly != thisReadOnly) {
+            return false;
+        }
+        readOnly = thisReadOnly;
+    }
+    if (*readOnly && AnyOf(selected, &Utils::IsLockedByOtherUser)) {
+        return false;
+    }
+    status.label = host::Localize(*readOnly ? kReadWriteModeKey : kReadOnlyModeKey);
+    return true;
+}
+
+} // namespace
+
+bool IsFolderItem(const host::WideString& path) {
+    return host::DirectoryExists(path) && !host::ProductionSupportsMarvaneProjectFile(path);
+}
+
+bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
+                         host::CommandStatus& status) {
+    const std::vector<host::WideString>& selected = facts.selected;
+    const bool productionOpen = !facts.production.empty();
+    const bool documents = host::HasDocumentManager();
+    status.checked = false;
+    switch (id) {
+    case kCmdNewFolder:
+    case kCmdMoveToTrash:
+    case kHostCmdSelectAll:
+    case kHostCmdDeselectAll:
+        if (!facts.created) {
+            return false; // the host's default decides
+        }
+        if (id == kCmdNewFolder) {
+            status.enabled = CanCreateForSelection(selected, productionOpen);
+        } else if (id == kCmdMoveToTrash) {
+            status.enabled = Utils::CanMoveItems(selected);
+        } else {
+            status.enabled = true;
+        }
+        return true;
+    case kCmdNewProject:
+    case kCmdAddProject:
+        status.enabled = CanCreateForSelection(selected, productionOpen);
+        return true;
+    case kCmdOpenProject:
+        status.enabled = documents && AnyOf(selected, &IsClosedProject);
+        return true;
+    case kCmdCloseProject:
+        status.enabled = documents && AnyOf(selected, &IsOpenProject);
+        return true;
+    case kHostCmdCloseProjects:
+        status.enabled =
+            documents && AnyOf(selected, &IsOpenProject) && host::OpenProjectCount() > 1;
+        return true;
+    case kCmdRefreshProject:
+        status.enabled = documents && AnyOf(selected, &IsOutOfDateReadOnlyProject);
+        return true;
+    case kCmdRenameItem:
+        status.enabled =
+            selected.size() == 1 && !Utils::IsLockedByOtherUser(selected.front()) &&
+            !host::DoesDirectoryContainLockedProjects(host::ToUTF8(selected.front()), true, true);
+        return true;
+    case kCmdToggleLock:
+        status.enabled = DecideLockToggle(selected, status);
+        return true;
+    case kCmdRevealRootInSystem:
+        status.enabled = productionOpen;
+        return true;
+    case kCmdRevealItemInSystem:
+    case kCmdMakeACopy:
+        status.enabled = !selected.empty();
+        return true;
+    case kCmdMoveHome:
+    case kCmdMoveEnd:
+    case kCmdMovePageDown:
+    case kCmdMovePageUp:
+    case kCmdZoomIn:
+    case kCmdZoomOut:
+        status.enabled = true;
+        return true;
+    case kCmdRefreshAllProjects: {
+        const auto projects = ProjectsOfTheProduction();
+        status.enabled = std::any_of(projects.begin(), projects.end(), [](const auto& project) {
+            return host::GetIsReadOnly(project) && host::IsProjectOutOfDate(project);
+        });
+        return true;
+    }
+    case kCmdSaveAllProjects: {
+        const auto projects = ProjectsOfTheProduction();
+        status.enabled = std::any_of(projects.begin(), projects.end(), [](const auto& project) {
+            return !host::GetIsReadOnly(project);
+        });
+        return true;
+    }
+    case kCmdCloseAllProjects:
+        status.enabled = !ProjectsOfTheProduction().empty();
+        return true;
+    default:
+        return false; // Show Path, Rename Production and the host's others: the default
+    }
+}
+
+} // namespace HandlerTandrel

@@ -1,0 +1,28 @@
+#pragma once
+// When each of the panel's commands is enabled, from what the panel shows: whether it is
+// created, the selected paths of the view shown, and the open production. The rules look at
+// the real folders, lock files and open projects through the host.
+#include "host/CoreTypes.h"
+#include "host/UIFramework.h"
+
+#include <vector>
+
+namespace HandlerTandrel {
+
+struct CommandFacts {
+    bool created = false;                   // the panel's tab view exists with its children
+    std::vector<host::WideString> selected; // the selected paths of the view shown
+    host::WideString production;            // the open production's folder; empty for none
+};
+
+// Decides the status of a command the panel rules on and answers true; false leaves the
+// command to the host's default (an id the panel does not rule on, or a rule that says
+// "default" while the panel is not created). Never sets the checked flag. The lock toggle's
+// menu text is set with its status.
+bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
+                         host::CommandStatus& status);
+
+// A path the panel treats as a folder: a directory that is not a project stored as one.
+bool IsFolderItem(const host::WideString& path);
+
+} // namespace HandlerTandrel

@@ -1,0 +1,153 @@
+// The panel as the handler of its commands: their status by the rules, and carrying them out.
+#include "panel/CommandRules.h"
+#include "panel/TandrelTabView.h"
+#include "panel/TandrelTreeView.h"
+
+#include "ProductionCommands.h"
+#include "directoryview/TandrelDirectoryView.h"
+#include "handler/TandrelHandler.h"
+#include "host/ProjectBackEnd.h"
+#include "search/TandrelSearchResultsView.h"
+#include "utils/MoveItems.h"
+#include "utils/OpenProjects.h"
+
+#include <set>
+
+namespace HandlerTandrel {
+
+namespace {
+
+// The commands the panel carries out so far; the others stay with the host's default, so
+// that nothing is offered that would do nothing.
+bool CarriesOut(host::CommandID id) {
+    static const std::set<host::CommandID> carried = {
+        kCmdOpenProject, kCmdCloseProject,  kHostCmdCloseProjects, kCmdRefreshProject,
+        kCmdMoveToTrash, kHostCmdSelectAll, kHostCmdDeselectAll,   kCmdMoveHome,
+        kCmdMoveEnd,     kCmdMovePageDown,  kCmdMovePageUp,        kCmdCloseAllProjects,
+        kCmdZoomIn,      kCmdZoomOut};
+    return carried.count(id) != 0;
+}
+
+} // namespace
+
+bool TandrelTabView::FindCommandStatus(const host::Command& command, host::CommandStatus& status) {
+    const CommandFacts facts{IsCreated() && mTreeView != nullptr, GetSelectedPaths(),
+                             GetTandrelManagerFolderPath()};
+    if (CarriesOut(command.id) && DecideCommandStatus(command.id, facts, status)) {
+        return true;
+    }
+    return host::TabView::FindCommandStatus(command, status);
+}
+
+bool TandrelTabView::ObeyCommand(const host::Command& command) {
+    if (CarriesOut(command.id) && CarryOut(command.id)) {
+        return true;
+    }
+    return host::TabView::ObeyCommand(command);
+}
+
+bool TandrelTabView::CarryOut(host::CommandID id) {
+    const bool created = IsCreated() && mTreeView != nullptr;
+    const std::vector<host::WideString> selected = GetSelectedPaths();
+    switch (id) {
+    case kCmdOpenProject:
+        for (const host::WideString& path : selected) {
+            if (host::HasDocumentManager() && !IsFolderItem(path)) {
+                host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModePlain);
+            }
+        }
+        return true;
+    case kCmdCloseProject:
+        Utils::CloseProjectsIn(selected, false, true);
+        return true;
+    case kHostCmdCloseProjects:
+        Utils::CloseProjectsIn(selected, false, false);
+        return true;
+    case kCmdRefreshProject:
+        for (const host::WideString& path : selected) {
+            const host::ProjectPtr project =
+                IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
+            if (project) {
+                host::ReloadOpenProject(project, true);
+            }
+        }
+        return true;
+    case kCmdMoveToTrash:
+        if (!created) {
+            return false;
+        }
+        if (Utils::CanMoveItems(selected)) {
+            Utils::MoveToTrash(selected, false, true);
+        }
+        return true;
+    case kHostCmdSelectAll:
+    case kHostCmdDeselectAll:
+        if (!created) {
+            return false;
+        }
+        SelectAllOfShownView(id == kHostCmdSelectAll);
+        return true;
+    case kCmdMoveHome:
+    case kCmdMoveEnd:
+    case kCmdMovePageDown:
+    case kCmdMovePageUp:
+        MoveSelection(id);
+        return true;
+    case kCmdCloseAllProjects:
+        if (host::HasDocumentManager()) {
+            host::CloseAllOpenProjects();
+        }
+        return true;
+    case kCmdZoomIn:
+        ZoomIn();
+        return true;
+    case kCmdZoomOut:
+        ZoomOut();
+        return true;
+    default:
+        return false;
+    }
+}
+
+void TandrelTabView::SelectAllOfShownView(bool select) {
+    if (!IsShowingSearchResults()) {
+        if (select) {
+            mDirectoryView->SelectAll();
+        } else {
+            mDirectoryView->DeselectAll();
+        }
+        return;
+    }
+    host::UI_MultiColumnTree& tree = mSearchResultsView->GetTree();
+    if (!select) {
+        tree.DeselectAllRows();
+        return;
+    }
+    const int count = tree.GetTopLevelRowCount();
+    for (int index = 0; index < count; ++index) {
+        // Told once, for the last row.
+        tree.SelectRow(tree.GetTopLevelRow(index), false, false, index + 1 == count);
+    }
+}
+
+void TandrelTabView::MoveSelection(host::CommandID id) {
+    if (!mDirectoryView || IsShowingSearchResults()) {
+        return; // the results are a plain list: the tree's own keys move in it
+    }
+    switch (id) {
+    case kCmdMoveHome:
+        mDirectoryView->MoveHome();
+        break;
+    case kCmdMoveEnd:
+        mDirectoryView->MoveEnd();
+        break;
+    case kCmdMovePageDown:
+        mDirectoryView->MovePageDown();
+        break;
+    default:
+        mDirectoryView->MovePageUp();
+        break;
+    }
+}
+
+} // namespace HandlerTandrel

@@ -1,0 +1,213 @@
+// When each of the panel's commands is enabled, over a real production folder with real lock
+// files and real open projects.
+#include "panel/CommandRules.h"
+
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionSession.h"
+#include "ProductionCommands.h"
+#include "TemporaryFolder.h"
+#include "TestProjects.h"
+#include "host/ProjectBackEnd.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace HandlerTandrel;
+
+class CommandRulesTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        auto& session = host::HostSession::Instance();
+        session.preferences.locking = {"Ana Ruiz", "suite-1", true};
+        session.userOverride.reset();
+        scene4 = testsupport::WriteProject(pilot / "Scene 4.mvproj");
+        scene12 = testsupport::WriteProject(pilot / "Scene 12.mvproj");
+        shot = testsupport::WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
+        old = testsupport::WriteProject(pilot / "Trash" / "Old Cut.mvproj");
+        outside = testsupport::WriteProject(temporary.Path() / "Elsewhere" / "Promo.mvproj");
+        fs::create_directories(pilot / "Empty");
+        ASSERT_EQ(host::ProductionSession::Instance().Open(pilot), "");
+    }
+    void TearDown() override {
+        testsupport::CloseAllProjects();
+        host::ProductionSession::Instance().Close();
+    }
+    static host::WideString W(const fs::path& path) { return host::ToUTF16(path.string()); }
+    // The status of a command for a selection of the created panel in the open production.
+    host::CommandStatus Status(host::CommandID id, const std::vector<fs::path>& selection,
+                               bool created = true) const {
+        CommandFacts facts;
+        facts.created = created;
+        facts.production = W(pilot);
+        for (const fs::path& path : selection) {
+            facts.selected.push_back(W(path));
+        }
+        host::CommandStatus status;
+        status.checked = true; // the rules must clear it
+        decided = DecideCommandStatus(id, facts, status);
+        return status;
+    }
+    bool Enabled(host::CommandID id, const std::vector<fs::path>& selection) const {
+        const host::CommandStatus status = Status(id, selection);
+        EXPECT_TRUE(decided) << id;
+        EXPECT_FALSE(status.checked) << id;
+        return status.enabled;
+    }
+    static void LockAs(const fs::path& project, const std::string& name) {
+        ASSERT_NE(host::CreateProjectLockFile(project.string(), name, "elsewhere"), nullptr);
+    }
+
+    const testsupport::TemporaryFolder temporary{"command-rules"};
+    const fs::path pilot = temporary.Path() / "Pilot";
+    fs::path scene4, scene12, shot, old, outside;
+    mutable bool decided = false;
+};
+
+TEST_F(CommandRulesTest, NothingSelectedInAnOpenProductionEnablesTheCommandsThatMakeItems) {
+    for (const host::CommandID id : {kCmdNewFolder, kCmdNewProject, kCmdAddProject}) {
+        EXPECT_TRUE(Enabled(id, {})) << id;
+    }
+}
+
+TEST_F(CommandRulesTest, NothingSelectedWithoutAProductionDisablesThem) {
+    for (const host::CommandID id : {kCmdNewFolder, kCmdNewProject, kCmdAddProject}) {
+        CommandFacts facts;
+        facts.created = true;
+        host::CommandStatus status;
+        EXPECT_TRUE(DecideCommandStatus(id, facts, status));
+        EXPECT_FALSE(status.enabled) << id;
+    }
+    CommandFacts facts{true, {}, {}};
+    host::CommandStatus status;
+    EXPECT_TRUE(DecideCommandStatus(kCmdRevealRootInSystem, facts, status));
+    EXPECT_FALSE(status.enabled);
+}
+
+TEST_F(CommandRulesTest, TwoSelectedRowsDisableTheCommandsThatMakeItemsEvenOutsideTheTrash) {
+    for (const host::CommandID id : {kCmdNewFolder, kCmdNewProject, kCmdAddProject}) {
+        EXPECT_TRUE(Enabled(id, {pilot / "Dailies"})) << id;
+        EXPECT_FALSE(Enabled(id, {scene4, scene12})) << id;
+        EXPECT_FALSE(Enabled(id, {old})) << id;
+        EXPECT_FALSE(Enabled(id, {pilot / "Trash"})) << id;
+    }
+}
+
+TEST_F(CommandRulesTest, OpenProjectIsOffWhenEverySelectedProjectIsOpenAndCloseWhenNoneIs) {
+    EXPECT_TRUE(Enabled(kCmdOpenProject, {scene4}));
+    EXPECT_FALSE(Enabled(kCmdCloseProject, {scene4}));
+    EXPECT_FALSE(Enabled(kCmdOpenProject, {pilot / "Dailies"})); // a folder is never opened
+    testsupport::OpenProject(scene4);
+    EXPECT_FALSE(Enabled(kCmdOpenProject, {scene4}));
+    EXPECT_TRUE(Enabled(kCmdCloseProject, {scene4}));
+    EXPECT_TRUE(Enabled(kCmdOpenProject, {scene4, scene12}));
+    EXPECT_TRUE(Enabled(kCmdCloseProject, {scene12, scene4}));
+    EXPECT_FALSE(Enabled(kCmdOpenProject, {}));
+}
+
+TEST_F(CommandRulesTest, TheHostsCloseStaysOffWhileOnlyOneProjectIsOpen) {
+    testsupport::OpenProject(scene4);
+    EXPECT_FALSE(Enabled(kHostCmdCloseProjects, {scene4}));
+    testsupport::OpenProject(scene12);
+    EXPECT_TRUE(Enabled(kHostCmdCloseProjects, {scene4}));
+    EXPECT_FALSE(Enabled(kHostCmdCloseProjects, {shot}));
+}
+
+TEST_F(CommandRulesTest, MoveToTrashIsOffForAnythingInTheTrashAnotherEditorsProjectOrTheirFolder) {
+    EXPECT_TRUE(Enabled(kCmdMoveToTrash, {scene4, pilot / "Dailies"}));
+    EXPECT_FALSE(Enabled(kCmdMoveToTrash, {}));
+    EXPECT_FALSE(Enabled(kCmdMoveToTrash, {scene4, old}));
+    EXPECT_FALSE(Enabled(kCmdMoveToTrash, {pilot / "Trash"}));
+    LockAs(shot, "Ben Okafor");
+    EXPECT_FALSE(Enabled(kCmdMoveToTrash, {shot}));
+    EXPECT_FALSE(Enabled(kCmdMoveToTrash, {scene4, pilot / "Dailies"}));
+    EXPECT_TRUE(Enabled(kCmdMoveToTrash, {scene4}));
+}
+
+TEST_F(CommandRulesTest, TheLockToggleWantsOpenProjectsAllInOneModeAndOffersTheOther) {
+    EXPECT_FALSE(Enabled(kCmdToggleLock, {scene4})); // not open
+    testsupport::OpenProject(scene4);
+    host::CommandStatus status = Status(kCmdToggleLock, {scene4});
+    EXPECT_TRUE(status.enabled);
+    EXPECT_EQ(status.label, "Read-Only Mode");
+    testsupport::OpenProject(scene12, host::OpenMode::ReadOnly);
+    EXPECT_FALSE(Enabled(kCmdToggleLock, {scene4, scene12})); // mixed modes
+    EXPECT_FALSE(Enabled(kCmdToggleLock, {scene12, shot}));   // one is not open
+    status = Status(kCmdToggleLock, {scene12});
+    EXPECT_TRUE(status.enabled);
+    EXPECT_EQ(status.label, "Read-Write Mode");
+}
+
+TEST_F(CommandRulesTest, TheLockToggleIsOffOverReadOnlyProjectsAnotherEditorHolds) {
+    LockAs(scene12, "Ben Okafor");
+    testsupport::OpenProject(scene12); // opens read-only: Ben holds it
+    EXPECT_FALSE(Enabled(kCmdToggleLock, {scene12}));
+}
+
+TEST_F(CommandRulesTest, RefreshWantsAReadOnlyProjectChangedOnDisk) {
+    testsupport::OpenProject(scene12, host::OpenMode::ReadOnly);
+    EXPECT_FALSE(Enabled(kCmdRefreshProject, {scene12}));
+    EXPECT_FALSE(Enabled(kCmdRefreshAllProjects, {}));
+    testsupport::WriteProject(scene12, {"Sequence 1", "Sequence 2 from Ben"});
+    EXPECT_TRUE(Enabled(kCmdRefreshProject, {scene4, scene12}));
+    EXPECT_TRUE(Enabled(kCmdRefreshAllProjects, {}));
+}
+
+TEST_F(CommandRulesTest, RenameWantsExactlyOneItemThatNobodyElseHolds) {
+    EXPECT_TRUE(Enabled(kCmdRenameItem, {scene4}));
+    EXPECT_TRUE(Enabled(kCmdRenameItem, {pilot / "Dailies"}));
+    EXPECT_FALSE(Enabled(kCmdRenameItem, {}));
+    EXPECT_FALSE(Enabled(kCmdRenameItem, {scene4, scene12}));
+    LockAs(shot, "Ben Okafor");
+    EXPECT_FALSE(Enabled(kCmdRenameItem, {shot}));
+    EXPECT_FALSE(Enabled(kCmdRenameItem, {pilot / "Dailies"}));
+}
+
+TEST_F(CommandRulesTest, SaveCloseAndRefreshAllCountOnlyTheProductionsOpenProjects) {
+    testsupport::OpenProject(outside);
+    EXPECT_FALSE(Enabled(kCmdSaveAllProjects, {}));
+    EXPECT_FALSE(Enabled(kCmdCloseAllProjects, {}));
+    testsupport::OpenProject(scene4, host::OpenMode::ReadOnly);
+    EXPECT_FALSE(Enabled(kCmdSaveAllProjects, {})); // read-only: nothing to save
+    EXPECT_TRUE(Enabled(kCmdCloseAllProjects, {}));
+    testsupport::OpenProject(scene12);
+    EXPECT_TRUE(Enabled(kCmdSaveAllProjects, {}));
+}
+
+TEST_F(CommandRulesTest, MovingZoomingRevealingAndCopyingFollowOnlyTheSelectionOrNothing) {
+    for (const host::CommandID id : {kCmdMoveHome, kCmdMoveEnd, kCmdMovePageDown, kCmdMovePageUp,
+                                     kCmdZoomIn, kCmdZoomOut, kCmdRevealRootInSystem}) {
+        EXPECT_TRUE(Enabled(id, {})) << id;
+    }
+    EXPECT_FALSE(Enabled(kCmdRevealItemInSystem, {}));
+    EXPECT_FALSE(Enabled(kCmdMakeACopy, {}));
+    EXPECT_TRUE(Enabled(kCmdRevealItemInSystem, {old}));
+    EXPECT_TRUE(Enabled(kCmdMakeACopy, {scene4, scene12}));
+    EXPECT_TRUE(Enabled(kHostCmdSelectAll, {}));
+    EXPECT_TRUE(Enabled(kHostCmdDeselectAll, {scene4}));
+}
+
+TEST_F(CommandRulesTest, SomeCommandsAreTheHostsWhileThePanelIsNotCreated) {
+    for (const host::CommandID id : std::vector<host::CommandID>{
+             kCmdNewFolder, kCmdMoveToTrash, kHostCmdSelectAll, kHostCmdDeselectAll}) {
+        Status(id, {scene4}, false);
+        EXPECT_FALSE(decided) << id;
+    }
+    Status(kCmdNewProject, {}, false); // this one has no such exception
+    EXPECT_TRUE(decided);
+}
+
+TEST_F(CommandRulesTest, ShowPathRenameProductionAndUnknownCommandsAreLeftToTheHost) {
+    for (const host::CommandID id :
+         {static_cast<host::CommandID>(kCmdToggleShowPath),
+          static_cast<host::CommandID>(kCmdRenameProduction), 1, 99999}) {
+        Status(id, {scene4});
+        EXPECT_FALSE(decided) << id;
+    }
+}
+
+} // namespace
