@@ -251,6 +251,13 @@ void TandrelDirectoryView::UpdateFromStateData(const DirectoryViewStateData& sta
     }
 }
 
+void TandrelDirectoryView::ShowNewItem(const host::WideString& path) {
+    const std::size_t slash = path.find_last_of(u'/');
+    if (slash != host::WideString::npos && slash > 0) {
+        OnDirectoryChanged(host::ToUTF8(path.substr(0, slash)));
+    }
+}
+
 std::string_view TandrelDirectoryView::ContextClick(const host::TreeRowPtr& row) {
     std::string_view menu = kNoSelectionContextMenuID;
     if (!row) {

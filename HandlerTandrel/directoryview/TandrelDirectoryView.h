@@ -88,6 +88,9 @@ public:
         mRefresher.RefreshRow(row, onlyIfStale, parentOpen);
     }
 
+    // An item was just made at the path: its folder is read again now, so that it shows
+    // without waiting for the directory monitor.
+    void ShowNewItem(const host::WideString& path);
     // Opens the saved folders, then selects the saved rows and scrolls to the saved top row.
     void UpdateFromStateData(const DirectoryViewStateData& state, bool restoreSelection);
     // What the view would put back later: open folders (parents first), selection, columns

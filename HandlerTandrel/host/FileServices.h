@@ -62,6 +62,11 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
                               const std::vector<WideString>& reservedPaths);
 // Makes the folder and any missing parents; true when it exists afterwards.
 bool EnsureDirectoryExists(const WideString& path);
+// The characters no file name may hold here ("/" and the NUL character), as shown to a user.
+WideString GetIllegalFilenameCharacters();
+// Whether a name can be given to a file or folder: not empty, not "." or "..", no illegal
+// character, and no longer than the file system allows (255 bytes in UTF-8).
+bool IsValidFileName(const WideString& name);
 
 // A file operation failed; what() names the paths and the reason, and ErrorNumber() gives the
 // system's error number when one is known (else 0).

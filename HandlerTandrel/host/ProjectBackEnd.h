@@ -94,6 +94,18 @@ bool HasDocumentManager();
 bool ReloadOpenProject(const ProjectPtr& project, bool reportFailure);
 // Closes every open project, asking to save each modified one; false when the user cancelled.
 bool CloseAllOpenProjects();
+// Saves an open project; a failure is reported to the user. False when it was not saved.
+bool SaveOpenProject(const ProjectPtr& project);
+// Switches an open project to read-only or read-write (taking or releasing its lock); a refusal
+// is reported to the user. needsReload: the file changed on disk while the project was
+// read-only, so it must be read again. False when the mode did not change.
+bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& needsReload);
+// Makes a new project in the folder in the host's default format ("Untitled Project", or the
+// next free number) and opens it; a failure is reported to the user. Its path, or empty.
+ByteString CreateNewProjectIn(const ByteString& folderPath);
+// The project the user works in, or null; making another one the active project.
+ProjectPtr GetActiveProject();
+void SetActiveProject(const ProjectPtr& project);
 bool IsProjectOutOfDate(const ProjectPtr& project);
 
 // Sent on kProjectActivationStation after a project was opened, closed, or switched between

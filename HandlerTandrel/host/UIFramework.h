@@ -199,6 +199,10 @@ void AddWindow(std::uint32_t windowTypeID, std::uint32_t windowID, const ByteStr
 // out, or 0 when none was (dismissed, or an unknown menu).
 CommandID TrackContextMenu(const ByteString& menuID);
 
+// A modal box asking for one line of text over the main window: title, the label before the
+// field, and the text in it (replaced by what the user typed). False when cancelled.
+bool ShowSimpleInputBox(const ByteString& title, const ByteString& label, ByteString& text);
+
 // The icon kinds of a message box.
 enum MessageBoxIcon : int {
     kNoIcon = 0,

@@ -21,10 +21,13 @@ namespace {
 // that nothing is offered that would do nothing.
 bool CarriesOut(host::CommandID id) {
     static const std::set<host::CommandID> carried = {
-        kCmdOpenProject, kCmdCloseProject,  kHostCmdCloseProjects, kCmdRefreshProject,
-        kCmdMoveToTrash, kHostCmdSelectAll, kHostCmdDeselectAll,   kCmdMoveHome,
-        kCmdMoveEnd,     kCmdMovePageDown,  kCmdMovePageUp,        kCmdCloseAllProjects,
-        kCmdZoomIn,      kCmdZoomOut};
+        kCmdOpenProject,     kCmdCloseProject, kHostCmdCloseProjects,
+        kCmdRefreshProject,  kCmdMoveToTrash,  kHostCmdSelectAll,
+        kHostCmdDeselectAll, kCmdMoveHome,     kCmdMoveEnd,
+        kCmdMovePageDown,    kCmdMovePageUp,   kCmdCloseAllProjects,
+        kCmdZoomIn,          kCmdZoomOut,      kCmdNewFolder,
+        kCmdNewProject,      kCmdToggleLock,   kCmdRefreshAllProjects,
+        kCmdSaveAllProjects};
     return carried.count(id) != 0;
 }
 
@@ -97,6 +100,24 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         if (host::HasDocumentManager()) {
             host::CloseAllOpenProjects();
         }
+        return true;
+    case kCmdNewFolder:
+        if (!created) {
+            return false;
+        }
+        OnNewFolderCommand();
+        return true;
+    case kCmdNewProject:
+        OnNewProjectCommand();
+        return true;
+    case kCmdToggleLock:
+        OnToggleReadOnlyCommand();
+        return true;
+    case kCmdRefreshAllProjects:
+        OnRefreshOutOfDateProjectsCommand();
+        return true;
+    case kCmdSaveAllProjects:
+        OnSaveAllCommand();
         return true;
     case kCmdZoomIn:
         ZoomIn();

@@ -63,6 +63,19 @@ public:
     // The search box's text changed: the results for a new text, and the view to show.
     void OnSearchTextChanged();
 
+    // Folder and project commands.
+    // Asks for a name in the simple input box; a name that cannot be a file name is refused
+    // with a message (the answer is still true: the caller asks again). False on Cancel.
+    bool AskItemName(const host::ByteString& title, host::WideString& name);
+    // Where New Folder and New Project make their item: the one selected folder, beside the
+    // one selected project, or else the production's top.
+    host::WideString ParentForNewItem() const;
+    void OnNewFolderCommand();
+    void OnNewProjectCommand();
+    void OnToggleReadOnlyCommand();
+    void OnRefreshOutOfDateProjectsCommand();
+    void OnSaveAllCommand();
+
     // The preferred height when stacked with other panels: every row the tree shows.
     float GetStackedDimensionHeight() const;
     // The full paths of the selected rows of the view shown now.

@@ -375,6 +375,44 @@ bool InstallOpenProjectsAccess() {
             return false;
         },
         [] { return DocumentManager::Instance().CloseAll(); },
+        [](const ProjectPtr& project) {
+            const auto open = std::dynamic_pointer_cast<OpenProject>(project);
+            std::string error;
+            if (!open || DocumentManager::Instance().Save(open, error)) {
+                return static_cast<bool>(open);
+            }
+            ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
+                           kCriticalIcon, 0);
+            return false;
+        },
+        [](const ProjectPtr& project, bool readOnly, bool& needsReload) {
+            const auto open = std::dynamic_pointer_cast<OpenProject>(project);
+            if (!open) {
+                return false;
+            }
+            const ReadOnlyResult result = DocumentManager::Instance().SetReadOnly(open, readOnly);
+            needsReload = result.needsReload;
+            if (!result.error.empty()) {
+                ShowMessageBox(
+                    Localize("$$$/Marvane/Host/ReadOnlyFailed=Cannot Change the Project's Mode"),
+                    result.error, {}, kWarningIcon, 0);
+            }
+            return result.changed;
+        },
+        [](const ByteString& folderPath) {
+            const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath);
+            if (!result.project) {
+                ShowMessageBox(
+                    Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
+                    result.error, {}, kCriticalIcon, 0);
+                return ByteString();
+            }
+            return result.project->GetPath();
+        },
+        []() -> ProjectPtr { return DocumentManager::Instance().GetActive(); },
+        [](const ProjectPtr& project) {
+            DocumentManager::Instance().SetActive(std::dynamic_pointer_cast<OpenProject>(project));
+        },
     });
     return true;
 }

@@ -251,4 +251,15 @@ int Move(const WideString& source, const WideString& destination) {
     return MoveAcrossFileSystems(from, to);
 }
 
+WideString GetIllegalFilenameCharacters() {
+    return u"/";
+}
+
+bool IsValidFileName(const WideString& name) {
+    constexpr std::size_t kLongestNameBytes = 255;
+    return !name.empty() && name != u"." && name != u".." &&
+           name.find_first_of(WideString(u"/") + u'\0') == WideString::npos &&
+           ToUTF8(name).size() <= kLongestNameBytes;
+}
+
 } // namespace host

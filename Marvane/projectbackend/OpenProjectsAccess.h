@@ -17,6 +17,11 @@ struct OpenProjectsAccess {
     std::function<bool(const ByteString& projectPath, int mode)> openInHost;
     std::function<bool(const ProjectPtr& project, bool reportFailure)> reload;
     std::function<bool()> closeAll;
+    std::function<bool(const ProjectPtr& project)> save;
+    std::function<bool(const ProjectPtr& project, bool readOnly, bool& needsReload)> setReadOnly;
+    std::function<ByteString(const ByteString& folderPath)> createNew;
+    std::function<ProjectPtr()> active;
+    std::function<void(const ProjectPtr& project)> makeActive;
 };
 
 void SetOpenProjectsAccess(OpenProjectsAccess access);

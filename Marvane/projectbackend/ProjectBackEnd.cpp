@@ -125,6 +125,34 @@ bool CloseAllOpenProjects() {
     return !access.closeAll || access.closeAll();
 }
 
+bool SaveOpenProject(const ProjectPtr& project) {
+    const OpenProjectsAccess access = Access().Get();
+    return project && access.save && access.save(project);
+}
+
+bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& needsReload) {
+    needsReload = false;
+    const OpenProjectsAccess access = Access().Get();
+    return project && access.setReadOnly && access.setReadOnly(project, readOnly, needsReload);
+}
+
+ByteString CreateNewProjectIn(const ByteString& folderPath) {
+    const OpenProjectsAccess access = Access().Get();
+    return access.createNew ? access.createNew(folderPath) : ByteString();
+}
+
+ProjectPtr GetActiveProject() {
+    const OpenProjectsAccess access = Access().Get();
+    return access.active ? access.active() : nullptr;
+}
+
+void SetActiveProject(const ProjectPtr& project) {
+    const OpenProjectsAccess access = Access().Get();
+    if (access.makeActive) {
+        access.makeActive(project);
+    }
+}
+
 bool OpenProjectInHost(const ByteString& projectPath, int mode) {
     const OpenProjectsAccess access = Access().Get();
     return access.openInHost && access.openInHost(projectPath, mode);

@@ -91,6 +91,15 @@ std::optional<ByteString> AskForText(const ByteString& title, const ByteString& 
     return text.toStdString();
 }
 
+bool ShowSimpleInputBox(const ByteString& title, const ByteString& label, ByteString& text) {
+    const std::optional<ByteString> entered = AskForText(title, label, text);
+    if (!entered) {
+        return false;
+    }
+    text = *entered;
+    return true;
+}
+
 int ShowMessageBox(const ByteString& title, const ByteString& text,
                    const std::vector<ByteString>& buttons, int iconKind, int defaultButton) {
     MessageBoxRequest request{title, text, buttons, iconKind, defaultButton};

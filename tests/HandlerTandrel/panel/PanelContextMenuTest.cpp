@@ -1,18 +1,7 @@
 // Right-clicks in the panel of a real main window over a real production: how the selection
 // follows the click, which menu opens, the states of its entries, and what choosing does.
-#include "Marvane/app/MainWindow.h"
-#include "Marvane/application/HostSession.h"
-#include "Marvane/application/ProductionSession.h"
-#include "Marvane/core/DefaultExecutor.h"
-#include "Marvane/panelframework/Registries.h"
-#include "Marvane/uiframework/CommandDispatch.h"
-#include "Marvane/uiframework/DialogResponder.h"
-#include "Marvane/uiframework/DockWorkspace.h"
-#include "ProductionCommands.h"
-#include "TandrelIDs.h"
-#include "TestProjects.h"
-#include "directoryview/TandrelDirectoryView.h"
-#include "panel/TandrelTabView.h"
+#include "PanelWindow.h"
+#include "TemporaryFolder.h"
 #include "search/TandrelSearchResultsView.h"
 
 #include <QContextMenuEvent>
@@ -20,73 +9,38 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "TemporaryFolder.h"
-#include "ViewTestSupport.h"
-
 namespace {
 
 namespace fs = std::filesystem;
-using HandlerTandrel::kMvProductionFolderHandlerID;
 
 class PanelContextMenuTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        host::HostSession::Instance().profileDirectory = temporary.Path() / "profile";
+    static fs::path Production(const testsupport::TemporaryFolder& folder) {
+        const fs::path pilot = folder.Path() / "Pilot";
         testsupport::WriteProject(pilot / "Scene 4.mvproj");
         testsupport::WriteProject(pilot / "Scene 12.mvproj");
         testsupport::WriteProject(pilot / "Teaser.mvproj");
         testsupport::WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
         testsupport::WriteProject(pilot / "Trash" / "Old Cut.mvproj");
-        HandlerTandrel::DeclareProductionCommands(host::ShortcutManager::Instance());
-        host::PanelFrameworkRegistry::Instance().CreateRegisteredHandlers();
-        window = std::make_unique<host::MainWindow>();
-        window->show();
-        previous = host::SetDialogResponder(responder);
-        ASSERT_EQ(host::ProductionSession::Instance().Open(pilot), "");
-        SettleEvents();
-        ASSERT_NE(Panel(), nullptr);
-        ASSERT_TRUE(WaitUntil([&] { return Tree().GetTopLevelRowCount() == 5; }));
+        return pilot;
+    }
+    void SetUp() override {
         Tree().OpenRow(Row(pilot / "Trash"), true);
         ASSERT_TRUE(WaitUntil([&] { return Row(pilot / "Trash" / "Old Cut.mvproj") != nullptr; }));
-        host::CommandDispatcher::Instance().SetFocusedTabView(Panel());
     }
-    void TearDown() override {
-        host::SetDialogResponder(previous);
-        testsupport::CloseAllProjects();
-        window.reset();
-        host::WaitForDefaultExecutor(10000);
-        host::ProductionSession::Instance().Close();
-        host::HostSession::Instance().profileDirectory.clear();
-    }
-    std::shared_ptr<HandlerTandrel::TandrelTabView> Panel() const {
-        return std::dynamic_pointer_cast<HandlerTandrel::TandrelTabView>(
-            window->GetWorkspace().GetTabView(kMvProductionFolderHandlerID));
-    }
-    HandlerTandrel::TandrelDirectoryView& View() const {
-        const auto panel = Panel();
-        if (!panel || !panel->GetDirectoryView()) {
-            throw std::logic_error("no panel");
-        }
-        return *panel->GetDirectoryView();
-    }
-    host::UI_MultiColumnTree& Tree() const { return View().GetTree(); }
-    host::TreeRowPtr Row(const fs::path& path) const {
-        return View().GetRowForPath(host::ToUTF16(path.string()));
-    }
-    void Select(const std::vector<fs::path>& paths) const {
-        Tree().DeselectAllRows();
-        for (const fs::path& path : paths) {
-            Tree().SelectRow(Row(path), false, false, true);
-        }
-    }
+    std::shared_ptr<HandlerTandrel::TandrelTabView> Panel() const { return panel.Panel(); }
+    HandlerTandrel::TandrelDirectoryView& View() const { return panel.View(); }
+    host::UI_MultiColumnTree& Tree() const { return panel.Tree(); }
+    host::TreeRowPtr Row(const fs::path& path) const { return panel.Row(path); }
+    void Select(const std::vector<fs::path>& paths) const { panel.Select(paths); }
     std::vector<host::WideString> Selected() const { return View().GetSelectedPaths(); }
     static host::WideString W(const fs::path& path) { return host::ToUTF16(path.string()); }
     // The last context menu shown, as "menu: entry+ entry- ..." (+ enabled, - disabled).
     std::string LastMenu() const {
-        if (responder->GetMenuRequests().empty()) {
+        if (panel.responder->GetMenuRequests().empty()) {
             return "none";
         }
-        const host::ContextMenuRequest& request = responder->GetMenuRequests().back();
+        const host::ContextMenuRequest& request = panel.responder->GetMenuRequests().back();
         std::string text = request.menuID + ":";
         for (const host::ContextMenuEntry& entry : request.entries) {
             text += " " + entry.command + (entry.enabled ? "+" : "-");
@@ -95,11 +49,10 @@ protected:
     }
 
     const testsupport::TemporaryFolder temporary{"context-menu"};
-    const fs::path pilot = temporary.Path() / "Pilot";
-    std::unique_ptr<host::MainWindow> window;
-    std::shared_ptr<host::ScriptedDialogResponder> responder =
-        std::make_shared<host::ScriptedDialogResponder>();
-    std::shared_ptr<host::DialogResponder> previous;
+    const fs::path pilot = Production(temporary);
+    testsupport::PanelWindow panel{pilot, temporary.Path() / "profile", 5};
+    const std::shared_ptr<host::ScriptedDialogResponder>& responder = panel.responder;
+    std::unique_ptr<host::MainWindow>& window = panel.window;
 };
 
 TEST_F(PanelContextMenuTest, RightClickingAnUnselectedRowMakesItTheWholeSelection) {

@@ -1,0 +1,157 @@
+// The panel's commands that make folders and projects and change how open projects are held:
+// New Folder, New Project, the read-only toggle, Refresh All and Save All.
+#include "panel/CommandRules.h"
+#include "panel/TandrelTabView.h"
+
+#include "directoryview/TandrelDirectoryView.h"
+#include "handler/TandrelHandler.h"
+#include "host/ApplicationLayer.h"
+#include "host/ExceptionLog.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+#include "host/ProjectBackEnd.h"
+#include "host/UIFramework.h"
+
+#include <string_view>
+
+namespace HandlerTandrel {
+
+namespace {
+
+constexpr std::string_view kNewFolderTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/NameFolderDialog/Title=New Folder";
+constexpr std::string_view kUntitledKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/Untitled=Untitled";
+constexpr std::string_view kNameLabelKey =
+    "$$$/Marvane/Handlers/MvProduction/NameItemDialog/TextBoxLabel=Name";
+constexpr std::string_view kInvalidNameTitleKey =
+    "$$$/Marvane/Handlers/MvProduction/NameItemDialog/InvalidNameWarning/Title=Invalid Name";
+constexpr std::string_view kInvalidNameMessageKey =
+    "$$$/Marvane/Handlers/MvProduction/NameItemDialog/InvalidNameWarning/MessageWithParam=A "
+    "valid name cannot be empty and cannot contain any of the following characters:\n@0";
+constexpr std::string_view kFolderExistsTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/MessageBox/DirectoryExistsTitle=Directory Exists";
+constexpr std::string_view kFolderExistsMessageKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/MessageBox/DirectoryExistsMessage=Directory "
+    "already exists";
+
+host::WideString WithTrailingSlash(host::WideString path) {
+    if (path.empty() || path.back() != u'/') {
+        path += u'/';
+    }
+    return path;
+}
+
+host::WideString FolderPart(const host::WideString& path) {
+    const std::size_t slash = path.find_last_of(u'/');
+    return slash == host::WideString::npos ? host::WideString() : path.substr(0, slash);
+}
+
+} // namespace
+
+bool TandrelTabView::AskItemName(const host::ByteString& title, host::WideString& name) {
+    host::ByteString text = host::ToUTF8(name);
+    if (!host::ShowSimpleInputBox(title, host::Localize(kNameLabelKey), text)) {
+        return false;
+    }
+    name = host::ToUTF16(text);
+    if (!host::IsValidFileName(name)) {
+        host::ShowMessageBox(host::Localize(kInvalidNameTitleKey),
+                             host::Localize(kInvalidNameMessageKey,
+                                            {host::ToUTF8(host::GetIllegalFilenameCharacters())}),
+                             {}, host::kWarningIcon, 0);
+    }
+    return true;
+}
+
+host::WideString TandrelTabView::ParentForNewItem() const {
+    const std::vector<host::WideString> selected = GetSelectedPaths();
+    host::WideString parent = selected.size() == 1 && !selected.front().empty()
+                                  ? selected.front()
+                                  : GetTandrelManagerFolderPath();
+    if (host::FileOrDirExists(parent) && !IsFolderItem(parent)) {
+        parent = FolderPart(parent); // beside a selected project, not inside it
+    }
+    return parent;
+}
+
+void TandrelTabView::OnNewFolderCommand() {
+    try {
+        if (!IsCreated() || !mDirectoryView) {
+            return;
+        }
+        const host::WideString parent = ParentForNewItem();
+        host::WideString name = host::LocalizeWide(kUntitledKey);
+        while (AskItemName(host::Localize(kNewFolderTitleKey), name)) {
+            if (!host::IsValidFileName(name)) {
+                continue; // refused with its message: asked again
+            }
+            const host::WideString path = WithTrailingSlash(parent) + name;
+            if (host::DirectoryExists(path)) {
+                host::ShowMessageBox(host::Localize(kFolderExistsTitleKey),
+                                     host::Localize(kFolderExistsMessageKey), {},
+                                     host::kWarningIcon, 0);
+                continue;
+            }
+            if (host::EnsureDirectoryExists(path)) {
+                mDirectoryView->ShowNewItem(path);
+            }
+            return;
+        }
+    } catch (const std::exception& error) {
+        host::LogException("HandlerTandrel::TandrelTabView::OnNewFolderCommand", error);
+    }
+}
+
+void TandrelTabView::OnNewProjectCommand() {
+    const host::ByteString made = host::CreateNewProjectIn(host::ToUTF8(ParentForNewItem()));
+    if (!made.empty() && mDirectoryView) {
+        mDirectoryView->ShowNewItem(host::ToUTF16(made));
+    }
+}
+
+void TandrelTabView::OnToggleReadOnlyCommand() {
+    for (const host::WideString& path : GetSelectedPaths()) {
+        const host::ProjectPtr project =
+            IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
+        if (!project) {
+            continue;
+        }
+        bool needsReload = false;
+        if (host::SetOpenProjectReadOnly(project, !host::GetIsReadOnly(project), needsReload) &&
+            needsReload) {
+            host::ReloadOpenProject(project, true);
+        }
+    }
+}
+
+void TandrelTabView::OnRefreshOutOfDateProjectsCommand() {
+    const host::ProjectPtr active = host::GetActiveProject();
+    const host::ByteString activePath = active ? active->GetPath() : host::ByteString();
+    for (const host::ProjectPtr& project : host::GetOpenProjectList()) {
+        if (project && host::IsWithinCurrentMvProductionFolder(host::ToUTF16(project->GetPath())) &&
+            host::GetIsReadOnly(project) && host::IsProjectOutOfDate(project)) {
+            host::ReloadOpenProject(project, true);
+        }
+    }
+    // Reloading never changes which project the user works in.
+    if (!activePath.empty()) {
+        if (const host::ProjectPtr again = host::FindOpenProject(activePath)) {
+            host::SetActiveProject(again);
+        }
+    }
+}
+
+void TandrelTabView::OnSaveAllCommand() {
+    if (!host::HasDocumentManager()) {
+        return;
+    }
+    for (const host::ProjectPtr& project : host::GetOpenProjectList()) {
+        if (project && host::IsWithinCurrentMvProductionFolder(host::ToUTF16(project->GetPath())) &&
+            !host::GetIsReadOnly(project)) {
+            host::SaveOpenProject(project);
+        }
+    }
+}
+
+} // namespace HandlerTandrel

@@ -1,0 +1,166 @@
+// New Folder, New Project, the read-only toggle, Refresh All and Save All, carried out through
+// the command chain as the menus do, in a real main window over a real production.
+#include "PanelWindow.h"
+#include "TemporaryFolder.h"
+#include "host/ProjectBackEnd.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace HandlerTandrel;
+
+class FolderAndProjectCommandsTest : public ::testing::Test {
+protected:
+    static fs::path Production(const testsupport::TemporaryFolder& folder) {
+        const fs::path pilot = folder.Path() / "Pilot";
+        testsupport::WriteProject(pilot / "Scene 4.mvproj");
+        testsupport::WriteProject(pilot / "Scene 12.mvproj");
+        testsupport::WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
+        fs::create_directories(pilot / "Trash");
+        return pilot;
+    }
+    host::ScriptedDialogResponder& Responder() const { return *panel.responder; }
+    std::string Folders(const fs::path& folder) const {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(folder)) {
+            if (entry.is_directory()) {
+                names.push_back(entry.path().filename().string());
+            }
+        }
+        std::sort(names.begin(), names.end());
+        std::string text;
+        for (const std::string& name : names) {
+            text += (text.empty() ? "" : "|") + name;
+        }
+        return text;
+    }
+
+    const testsupport::TemporaryFolder temporary{"panel-commands"};
+    const fs::path pilot = Production(temporary);
+    testsupport::PanelWindow panel{pilot, temporary.Path() / "profile", 4};
+};
+
+TEST_F(FolderAndProjectCommandsTest, NewFolderWithNothingSelectedMakesItAtTheTopAndShowsIt) {
+    Responder().AddText("Music");
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    EXPECT_TRUE(fs::is_directory(pilot / "Music"));
+    ASSERT_EQ(Responder().GetTextRequests().size(), 1u);
+    EXPECT_EQ(Responder().GetTextRequests()[0].title, "New Folder");
+    EXPECT_EQ(Responder().GetTextRequests()[0].label, "Name");
+    EXPECT_EQ(Responder().GetTextRequests()[0].initialText, "Untitled");
+    EXPECT_TRUE(WaitUntil([&] { return panel.Row(pilot / "Music") != nullptr; }));
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewFolderWithAProjectSelectedMakesItBesideTheProject) {
+    panel.Tree().OpenRow(panel.Row(pilot / "Dailies"), true);
+    ASSERT_TRUE(
+        WaitUntil([&] { return panel.Row(pilot / "Dailies" / "Shot 1.mvproj") != nullptr; }));
+    panel.Select({pilot / "Dailies" / "Shot 1.mvproj"});
+    Responder().AddText("Day 2");
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    EXPECT_TRUE(fs::is_directory(pilot / "Dailies" / "Day 2"));
+    EXPECT_FALSE(fs::exists(pilot / "Dailies" / "Shot 1.mvproj" / "Day 2"));
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewFolderWithAFolderSelectedMakesItInside) {
+    panel.Select({pilot / "Dailies"});
+    Responder().AddText("Day 9");
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    EXPECT_TRUE(fs::is_directory(pilot / "Dailies" / "Day 9"));
+}
+
+TEST_F(FolderAndProjectCommandsTest, AnExistingNameSaysSoAndAsksAgainWithThatName) {
+    Responder().AddText("Dailies");
+    Responder().AddText("Dailies 2");
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    ASSERT_EQ(Responder().GetRequests().size(), 1u);
+    EXPECT_EQ(Responder().GetRequests()[0].title, "Directory Exists");
+    EXPECT_EQ(Responder().GetRequests()[0].text, "Directory already exists");
+    ASSERT_EQ(Responder().GetTextRequests().size(), 2u);
+    EXPECT_EQ(Responder().GetTextRequests()[1].initialText, "Dailies");
+    EXPECT_TRUE(fs::is_directory(pilot / "Dailies 2"));
+}
+
+TEST_F(FolderAndProjectCommandsTest, CancelAfterAnExistingNameMakesNothing) {
+    const std::string before = Folders(pilot);
+    Responder().AddText("Dailies"); // then no text left: the box is cancelled
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    EXPECT_EQ(Folders(pilot), before);
+}
+
+TEST_F(FolderAndProjectCommandsTest, AnInvalidNameIsRefusedWithTheCharactersAndAskedAgain) {
+    const std::string before = Folders(pilot);
+    Responder().AddText("a/b");
+    Responder().AddText("");
+    Responder().AddText(std::string(256, 'x'));
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    ASSERT_EQ(Responder().GetRequests().size(), 3u);
+    EXPECT_EQ(Responder().GetRequests()[0].title, "Invalid Name");
+    EXPECT_EQ(Responder().GetRequests()[0].text,
+              "A valid name cannot be empty and cannot contain any of the following "
+              "characters:\n/");
+    EXPECT_EQ(Responder().GetTextRequests().size(), 4u); // asked again each time, then cancelled
+    EXPECT_EQ(Folders(pilot), before);
+}
+
+TEST_F(FolderAndProjectCommandsTest,
+       NewProjectMakesAnUntitledProjectInTheSelectedFolderAndOpensIt) {
+    panel.Select({pilot / "Dailies"});
+    ASSERT_TRUE(panel.Obey(kCmdNewProject));
+    const fs::path made = pilot / "Dailies" / "Untitled Project.mvproj";
+    EXPECT_TRUE(fs::exists(made));
+    EXPECT_NE(host::FindOpenProject(made.string()), nullptr);
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewFolderAndNewProjectAreOffInTheTrash) {
+    panel.Select({pilot / "Trash"});
+    EXPECT_FALSE(panel.IsEnabled(kCmdNewFolder));
+    EXPECT_FALSE(panel.IsEnabled(kCmdNewProject));
+}
+
+TEST_F(FolderAndProjectCommandsTest, TheToggleSwitchesOpenProjectsBetweenReadOnlyAndReadWrite) {
+    testsupport::OpenProject(pilot / "Scene 4.mvproj");
+    panel.Select({pilot / "Scene 4.mvproj"});
+    ASSERT_TRUE(panel.Obey(kCmdToggleLock));
+    const host::ProjectPtr project = host::FindOpenProject((pilot / "Scene 4.mvproj").string());
+    ASSERT_NE(project, nullptr);
+    EXPECT_TRUE(project->IsReadOnly());
+    EXPECT_EQ(host::CommandDispatcher::Instance().FindStatus(kCmdToggleLock).label,
+              "Read-Write Mode");
+    ASSERT_TRUE(panel.Obey(kCmdToggleLock));
+    EXPECT_FALSE(project->IsReadOnly());
+}
+
+TEST_F(FolderAndProjectCommandsTest, RefreshAllReloadsOutOfDateProjectsAndKeepsTheActiveOne) {
+    const fs::path scene12 = pilot / "Scene 12.mvproj";
+    const auto readOnly = testsupport::OpenProject(scene12, host::OpenMode::ReadOnly);
+    const auto active = testsupport::OpenProject(pilot / "Scene 4.mvproj");
+    host::SetActiveProject(active);
+    testsupport::WriteProject(scene12, {"Sequence 1", "Ben's cut"});
+    ASSERT_TRUE(readOnly->IsOutOfDate());
+    ASSERT_TRUE(panel.Obey(kCmdRefreshAllProjects));
+    EXPECT_FALSE(readOnly->IsOutOfDate());
+    EXPECT_EQ(readOnly->Content().sequences.back(), "Ben's cut");
+    EXPECT_EQ(host::GetActiveProject(), active);
+}
+
+TEST_F(FolderAndProjectCommandsTest, SaveAllSavesTheProductionsWritableProjectsOnly) {
+    const fs::path outside = temporary.Path() / "Elsewhere" / "Promo.mvproj";
+    testsupport::WriteProject(outside);
+    const auto inside = testsupport::OpenProject(pilot / "Scene 4.mvproj");
+    const auto other = testsupport::OpenProject(outside);
+    for (const auto& project : {inside, other}) {
+        host::ProjectContent content = project->Content();
+        content.sequences.push_back("Unsaved");
+        project->EditContent(content);
+    }
+    ASSERT_TRUE(panel.Obey(kCmdSaveAllProjects));
+    EXPECT_FALSE(inside->IsModified());
+    EXPECT_TRUE(other->IsModified());
+}
+
+} // namespace
