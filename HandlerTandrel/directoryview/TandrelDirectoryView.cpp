@@ -335,6 +335,11 @@ host::TreeRowPtr TandrelDirectoryView::RenamableSelectedRow() const {
 }
 
 bool TandrelDirectoryView::UI_DoKeyboardEvent(const host::KeyboardEvent& event) {
+    // Select All of the tree never takes the trash's content.
+    if (event.keyCode == host::KeyCodeOfLetter('A') && event.modifiers == host::kModifierControl) {
+        SelectAll();
+        return true;
+    }
     return mRename.KeyDown(event, [this] { return RenamableSelectedRow(); });
 }
 

@@ -114,7 +114,8 @@ public:
     void OpenFolderForOpener(const host::WideString& folder);
 
     // Keys: Return and Enter start renaming the one selected row when it can be seen (and are
-    // used up either way); keys with a modifier, and every other key, go to the tree.
+    // used up either way); Ctrl+A selects all but the trash's content; keys with another
+    // modifier, and every other key, go to the tree.
     bool UI_DoKeyboardEvent(const host::KeyboardEvent& event);
     // The rename timer fired: renaming starts on the rename candidate.
     bool UI_DoTimerNotify(host::UI_TimerID id);

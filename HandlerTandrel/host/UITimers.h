@@ -14,6 +14,10 @@ struct KeyboardEvent {
 };
 inline constexpr int kKeyCodeReturn = 4;
 inline constexpr int kKeyCodeEnter = 5;
+// Other keys: 1000 plus the key's code; a letter's code is its capital ASCII letter.
+constexpr int KeyCodeOfLetter(char capital) {
+    return 1000 + capital;
+}
 
 using UI_TimerID = std::uint32_t;
 

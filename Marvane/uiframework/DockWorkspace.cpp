@@ -107,6 +107,11 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
     }
     dock->setFeatures(features);
     dock->setWidget(tabView->GetImpl()->content);
+    // The panel's command keys work while the focus is inside it, and go to it.
+    const std::weak_ptr<TabView> keyTarget = tabView;
+    InstallPanelShortcuts(tabView->GetImpl()->content, [keyTarget] {
+        CommandDispatcher::Instance().SetFocusedTabView(keyTarget.lock());
+    });
     tabView->GetImpl()->dock = dock;
     mMainWindow->addDockWidget(Qt::LeftDockWidgetArea, dock);
     // A new panel starts wide enough for a tree of names and a few columns, or as wide as it

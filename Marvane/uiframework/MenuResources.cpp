@@ -49,7 +49,63 @@ const std::map<ByteString, std::vector<MenuItem>>& MenuTable() {
     return table;
 }
 
+const std::map<ByteString, std::vector<QKeySequence>>& ShortcutTable() {
+    static const std::map<ByteString, std::vector<QKeySequence>> table = [] {
+        std::map<ByteString, std::vector<QKeySequence>> shortcuts;
+        QFile file(QStringLiteral(":/menus/shortcuts.json"));
+        if (!file.open(QIODevice::ReadOnly)) {
+            Trace("Host", 1, "The shortcut resource is missing");
+            return shortcuts;
+        }
+        const QByteArray bytes = file.readAll();
+        const auto json = nlohmann::json::parse(bytes.constBegin(), bytes.constEnd(), nullptr,
+                                                /*allow_exceptions=*/false);
+        if (!json.is_object()) {
+            Trace("Host", 1, "The shortcut resource is not a JSON object");
+            return shortcuts;
+        }
+        for (const auto& [command, keys] : json.items()) {
+            for (const auto& key : keys) {
+                if (key.is_string()) {
+                    shortcuts[command].push_back(
+                        QKeySequence::fromString(QString::fromStdString(key.get<std::string>()),
+                                                 QKeySequence::PortableText));
+                }
+            }
+        }
+        return shortcuts;
+    }();
+    return table;
+}
+
 } // namespace
+
+std::vector<QKeySequence> FindCommandShortcuts(const ByteString& commandName) {
+    const auto found = ShortcutTable().find(commandName);
+    return found == ShortcutTable().end() ? std::vector<QKeySequence>{} : found->second;
+}
+
+void InstallPanelShortcuts(QWidget* panelContent, const std::function<void()>& focusPanel) {
+    for (const auto& [command, keys] : ShortcutTable()) {
+        const CommandDeclaration* declaration = ShortcutManager::Instance().FindCommand(command);
+        if (declaration == nullptr || keys.empty()) {
+            continue;
+        }
+        auto* action = new QAction(panelContent);
+        action->setObjectName(QString::fromStdString("Shortcut:" + command));
+        action->setShortcuts(QList<QKeySequence>(keys.begin(), keys.end()));
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        const CommandID id = declaration->id;
+        QObject::connect(action, &QAction::triggered, action, [id, focusPanel] {
+            focusPanel();
+            const CommandDispatcher& dispatcher = CommandDispatcher::Instance();
+            if (dispatcher.FindStatus(id).enabled) {
+                dispatcher.Obey(id);
+            }
+        });
+        panelContent->addAction(action);
+    }
+}
 
 std::vector<MenuItem> FindMenuResource(const ByteString& menuID) {
     const auto found = MenuTable().find(menuID);
@@ -65,7 +121,11 @@ QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const Byte
     }
     const ByteString text =
         !declaration->label.empty() ? Localize(declaration->label) : Localize(labelKey);
-    QAction* action = menu->addAction(QString::fromStdString(text));
+    QString shown = QString::fromStdString(text);
+    if (const std::vector<QKeySequence> keys = FindCommandShortcuts(commandName); !keys.empty()) {
+        shown += QLatin1Char('\t') + keys.front().toString(QKeySequence::NativeText);
+    }
+    QAction* action = menu->addAction(shown);
     const CommandID id = declaration->id;
     action->setData(id);
     action->setCheckable(checkable || declaration->kind == kCommandKindToggle);
@@ -78,7 +138,9 @@ QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const Byte
             action->setChecked(status.checked);
         }
         if (!status.label.empty()) {
-            action->setText(QString::fromStdString(status.label));
+            const QString keys = action->text().section(QLatin1Char('\t'), 1);
+            action->setText(QString::fromStdString(status.label) +
+                            (keys.isEmpty() ? QString() : QLatin1Char('\t') + keys));
         }
     });
     return action;

@@ -4,8 +4,14 @@
 #include "TemporaryFolder.h"
 #include "search/TandrelSearchResultsView.h"
 
+#include "Marvane/uiframework/MenuResources.h"
+
 #include <QContextMenuEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTest>
 #include <QTreeView>
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -141,6 +147,68 @@ TEST_F(PanelContextMenuTest, TheSearchResultsShowTheirOwnMenuForASelectedProject
     host::TrackContextMenu(host::ByteString(HandlerTandrel::kSearchResultsContextMenuID));
     EXPECT_EQ(LastMenu().rfind("HandlerTandrel_SearchResults_Context_Menu_Project:", 0), 0u);
     EXPECT_NE(LastMenu().find("cmd.mvproductionfolder.openproject+"), std::string::npos);
+}
+
+} // namespace
+
+namespace {
+
+QTreeView* TreeWidget(QWidget& window) {
+    return window.findChild<QTreeView*>(
+        QString::fromStdString(std::string(HandlerTandrel::kDirectoryTreeNodeID)));
+}
+
+TEST_F(PanelContextMenuTest, DeleteOnTheTreeMovesTheSelectionToTheTrash) {
+    QTreeView* tree = TreeWidget(*window);
+    ASSERT_NE(tree, nullptr);
+    tree->setFocus();
+    QApplication::setActiveWindow(window.get());
+    SettleEvents();
+    Select({pilot / "Teaser.mvproj"});
+    QTest::keyClick(tree, Qt::Key_Delete);
+    EXPECT_FALSE(fs::exists(pilot / "Teaser.mvproj"));
+    EXPECT_TRUE(fs::exists(pilot / "Trash" / "Teaser.mvproj"));
+}
+
+TEST_F(PanelContextMenuTest, DeleteAndBackspaceInTheFindBoxEditTheTextAndMoveNothing) {
+    auto* field = window->findChild<QLineEdit*>(
+        QString::fromStdString(std::string(HandlerTandrel::kSearchBoxNodeID)));
+    ASSERT_NE(field, nullptr);
+    Select({pilot / "Teaser.mvproj"});
+    field->setFocus();
+    QApplication::setActiveWindow(window.get());
+    SettleEvents();
+    QTest::keyClicks(field, "ab");
+    QTest::keyClick(field, Qt::Key_Backspace);
+    QTest::keyClick(field, Qt::Key_Home);
+    QTest::keyClick(field, Qt::Key_Delete);
+    EXPECT_EQ(field->text(), QString());
+    EXPECT_TRUE(fs::exists(pilot / "Teaser.mvproj"));
+}
+
+TEST_F(PanelContextMenuTest, ControlAOnTheTreeSelectsEveryRowButTheTrashsContent) {
+    QTreeView* tree = TreeWidget(*window);
+    tree->setFocus();
+    QApplication::setActiveWindow(window.get());
+    SettleEvents();
+    QTest::keyClick(tree, Qt::Key_A, Qt::ControlModifier);
+    const std::vector<host::WideString> selected = Selected();
+    EXPECT_EQ(selected.size(), 4u); // the top rows but the trash, whose project is left out too
+    EXPECT_EQ(std::count(selected.begin(), selected.end(), W(pilot / "Trash" / "Old Cut.mvproj")),
+              0);
+    EXPECT_EQ(std::count(selected.begin(), selected.end(), W(pilot / "Trash")), 0);
+}
+
+TEST_F(PanelContextMenuTest, TheMenusShowTheKeysOfTheirCommands) {
+    View().ContextClick(Row(pilot / "Scene 4.mvproj"));
+    std::unique_ptr<QMenu> menu(host::BuildMenu("HandlerTandrel_Context_Menu_Project", nullptr));
+    ASSERT_NE(menu, nullptr);
+    QStringList texts;
+    for (const QAction* action : menu->actions()) {
+        texts << action->text();
+    }
+    EXPECT_TRUE(texts.contains(QStringLiteral("Move To Trash\tDel")))
+        << texts.join('|').toStdString();
 }
 
 } // namespace

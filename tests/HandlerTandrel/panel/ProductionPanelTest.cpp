@@ -142,7 +142,9 @@ TEST_F(ProductionPanelTest, ThePanelMenuComesFromTheHostsMenuResource) {
         }
     }
     EXPECT_TRUE(texts.contains(QStringLiteral("Zoom In"))) << texts.join(", ").toStdString();
-    EXPECT_TRUE(texts.contains(QStringLiteral("New Project…"))) << texts.join(", ").toStdString();
+    // A command's key follows its text after a tab.
+    EXPECT_TRUE(texts.contains(QStringLiteral("New Project…\tCtrl+Alt+N")))
+        << texts.join(", ").toStdString();
 }
 
 TEST_F(ProductionPanelTest, EveryContextMenuOfThePanelExistsInTheMenuResource) {
