@@ -6,6 +6,7 @@
 #include "Marvane/application/ScriptingHooks.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/Recovery.h"
+#include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 
@@ -86,6 +87,20 @@ std::string OpenProjectFile(MainWindow& window, const std::string& path, OpenMod
     return result.project ? "ok" : "error " + result.error;
 }
 
+// A command carried out as a menu does: asked for its status through the chain (from the
+// focused panel), then carried out when enabled.
+std::string ObeyNamedCommand(const std::string& name) {
+    const CommandDeclaration* command = ShortcutManager::Instance().FindCommand(name);
+    if (command == nullptr) {
+        return "error no command " + name;
+    }
+    const CommandDispatcher& dispatcher = CommandDispatcher::Instance();
+    if (!dispatcher.FindStatus(command->id).enabled) {
+        return "error disabled";
+    }
+    return dispatcher.Obey(command->id) ? "ok" : "error nobody carried it out";
+}
+
 std::string OkOrError(bool done, const std::string& error) {
     return done ? "ok" : "error " + error;
 }
@@ -141,6 +156,10 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
          }},
         {"move-to-trash", AtLeast(2), kNoProject,
          [](ScriptConsole&, const Fields& fields, const Project&) { return MoveToTrash(fields); }},
+        {"command", Exactly(2), kNoProject,
+         [](ScriptConsole&, const Fields& fields, const Project&) {
+             return ObeyNamedCommand(fields[1]);
+         }},
         {"ui", AtLeast(3), kNoProject,
          [](ScriptConsole& console, const Fields& fields, const Project&) {
              return RunWidgetCommand(console.mWindow, fields);

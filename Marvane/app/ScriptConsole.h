@@ -10,6 +10,8 @@
 //   recovered (ok count=N) | quit
 //   move-to-trash PATH...  ok allowed | ok refused (what the production panel decided)
 //   ui VERB NAME ...       what a user does to a widget of the window (ScriptWidgets.h)
+//   command NAME           carries a declared command out as its menu item does (ok, or
+//                          "error disabled" when the chain does not enable it)
 #include <QObject>
 #include <QSocketNotifier>
 #include <functional>

@@ -160,6 +160,11 @@ std::string RunWidgetCommand(QWidget& window, const std::vector<std::string>& fi
     if (widget == nullptr) {
         return "error no widget " + fields[2];
     }
+    if (verb == "focus") {
+        QApplication::setActiveWindow(&window);
+        widget->setFocus(Qt::OtherFocusReason);
+        return widget->hasFocus() ? "ok" : "error the widget did not take the focus";
+    }
     if (verb == "shown") {
         return std::string("ok ") + (widget->isVisible() ? "1" : "0") +
                " enabled=" + (widget->isEnabled() ? "1" : "0");
