@@ -49,6 +49,13 @@ WideString GetMvProductionItemCopyPath(const WideString& path,
 // leaves nothing behind.
 void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
                                const WideString& destinationFolder);
+// The same, keeping each project's place below sourceFolder: a project at
+// <sourceFolder>/Day 1/Shot 1 goes to <destinationFolder>/Day 1/Shot 1 (the folders must
+// exist). Projects outside sourceFolder go to destinationFolder itself.
+void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
+                               const WideString& destinationFolder, const WideString& sourceFolder);
+// Copies one project to the path given, in the background as above.
+void AddProjectToMvProduction(const WideString& projectPath, const WideString& destinationPath);
 
 // Broadcast on kProgressStation to bring up the host's progress panel.
 struct ShowProgressPanelMessage : Message {

@@ -1,5 +1,5 @@
 // The panel's commands that make folders and projects and change how open projects are held:
-// New Folder, New Project, the read-only toggle, Refresh All and Save All.
+// New Folder, New Project, Make a Copy, the read-only toggle, Refresh All and Save All.
 #include "panel/CommandRules.h"
 #include "panel/TandrelTabView.h"
 
@@ -11,6 +11,8 @@
 #include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
+#include "utils/AddProjects.h"
+#include "utils/CopyFiles.h"
 
 #include <string_view>
 
@@ -107,6 +109,43 @@ void TandrelTabView::OnNewProjectCommand() {
     const host::ByteString made = host::CreateNewProjectIn(host::ToUTF8(ParentForNewItem()));
     if (!made.empty() && mDirectoryView) {
         mDirectoryView->ShowNewItem(host::ToUTF16(made));
+    }
+}
+
+void TandrelTabView::OnMakeACopyCommand() {
+    try {
+        std::vector<host::WideString> chosen; // two copies made at once never share a name
+        bool copying = false;
+        for (const host::WideString& path : GetSelectedPaths()) {
+            const host::WideString copy = host::GetMvProductionItemCopyPath(path, chosen);
+            chosen.push_back(copy);
+            if (!IsFolderItem(path)) {
+                host::AddProjectToMvProduction(path, copy);
+                copying = true;
+                continue;
+            }
+            // A folder: its folders are made at once, its projects copied in the background.
+            if (!host::EnsureDirectoryExists(copy)) {
+                continue;
+            }
+            Utils::CopyDirectoryTree(path, copy);
+            std::vector<host::WideString> extensions = {
+                host::WideString(host::kProjectFileExtension16)};
+            if (host::IsFolderProjectFormatEnabled()) {
+                extensions.emplace_back(host::kProjectFolderExtension16);
+            }
+            const std::vector<host::WideString> projects =
+                host::FindFilesOrDirectories(path, extensions, {});
+            if (!projects.empty()) {
+                host::AddProjectsToMvProduction(projects, copy, path);
+                copying = true;
+            }
+        }
+        if (copying) {
+            Utils::NotifyProgressPanel();
+        }
+    } catch (const std::exception& error) {
+        host::LogException("HandlerTandrel::TandrelTabView::OnMakeACopyCommand", error);
     }
 }
 

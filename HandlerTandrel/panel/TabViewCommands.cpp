@@ -27,7 +27,7 @@ bool CarriesOut(host::CommandID id) {
         kCmdMovePageDown,    kCmdMovePageUp,   kCmdCloseAllProjects,
         kCmdZoomIn,          kCmdZoomOut,      kCmdNewFolder,
         kCmdNewProject,      kCmdToggleLock,   kCmdRefreshAllProjects,
-        kCmdSaveAllProjects};
+        kCmdSaveAllProjects, kCmdMakeACopy};
     return carried.count(id) != 0;
 }
 
@@ -112,6 +112,9 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     case kCmdToggleLock:
         OnToggleReadOnlyCommand();
+        return true;
+    case kCmdMakeACopy:
+        OnMakeACopyCommand();
         return true;
     case kCmdRefreshAllProjects:
         OnRefreshOutOfDateProjectsCommand();

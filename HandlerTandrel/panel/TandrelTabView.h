@@ -72,6 +72,9 @@ public:
     host::WideString ParentForNewItem() const;
     void OnNewFolderCommand();
     void OnNewProjectCommand();
+    // A copy of each selected item beside it: a project is copied in the background; a
+    // folder's folders are made at once and its projects copied into them.
+    void OnMakeACopyCommand();
     void OnToggleReadOnlyCommand();
     void OnRefreshOutOfDateProjectsCommand();
     void OnSaveAllCommand();

@@ -89,4 +89,24 @@ void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
     ProjectImport::Instance().Add(projects, std::filesystem::path(ToUTF8(destinationFolder)));
 }
 
+void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
+                               const WideString& destinationFolder,
+                               const WideString& sourceFolder) {
+    const std::filesystem::path source(ToUTF8(StripTrailingSlash(sourceFolder)));
+    const std::filesystem::path destination(ToUTF8(StripTrailingSlash(destinationFolder)));
+    for (const WideString& path : projectPaths) {
+        const std::filesystem::path project(ToUTF8(StripTrailingSlash(path)));
+        const std::filesystem::path place = project.parent_path().lexically_relative(source);
+        const bool inside = !place.empty() && *place.begin() != "..";
+        ProjectImport::Instance().Add({project}, inside && place != "."
+                                                     ? (destination / place).lexically_normal()
+                                                     : destination);
+    }
+}
+
+void AddProjectToMvProduction(const WideString& projectPath, const WideString& destinationPath) {
+    ProjectImport::Instance().AddAs(std::filesystem::path(ToUTF8(StripTrailingSlash(projectPath))),
+                                    std::filesystem::path(ToUTF8(destinationPath)));
+}
+
 } // namespace host

@@ -59,7 +59,15 @@ ProjectImport::~ProjectImport() {
 }
 
 void ProjectImport::Add(const std::vector<fs::path>& projects, const fs::path& folder) {
-    if (projects.empty()) {
+    Queue({projects, folder, 0, {}});
+}
+
+void ProjectImport::AddAs(const fs::path& project, const fs::path& destination) {
+    Queue({{project}, destination.parent_path(), 0, destination.filename()});
+}
+
+void ProjectImport::Queue(Batch batch) {
+    if (batch.projects.empty()) {
         return;
     }
     std::unique_lock lock(mMutex);
@@ -69,8 +77,9 @@ void ProjectImport::Add(const std::vector<fs::path>& projects, const fs::path& f
         mAnyCancelled = false;
     }
     mProgress.state = ImportProgress::State::Running;
-    mProgress.projectsTotal += projects.size();
-    mQueue.push_back({projects, folder, mNextBatch++});
+    mProgress.projectsTotal += batch.projects.size();
+    batch.id = mNextBatch++;
+    mQueue.push_back(std::move(batch));
     if (!mWorking) {
         mWorking = true;
         if (mWorker.joinable()) {
@@ -211,7 +220,7 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
     }
     // Into place under the project's own name, or a fresh one when that is taken; never over
     // anything, even if someone else puts a file there meanwhile.
-    fs::path target = folder / source.filename();
+    fs::path target = folder / (batch.name.empty() ? source.filename() : batch.name);
     for (int attempt = 0; attempt < 100; ++attempt) {
         if (Reserved(target, reserved) || FileOrDirExists(ToUTF16(target.string()))) {
             std::vector<WideString> taken;

@@ -36,6 +36,9 @@ public:
     // Queues the projects to be copied into the folder; work starts at once when idle.
     void Add(const std::vector<std::filesystem::path>& projects,
              const std::filesystem::path& folder);
+    // Queues one project to be copied to the path given (a fresh name beside it when that is
+    // taken by the time the copy is complete).
+    void AddAs(const std::filesystem::path& project, const std::filesystem::path& destination);
     ImportProgress Progress() const;
     // Stops the copy under way and drops what is queued. Projects already added stay.
     void Cancel();
@@ -52,7 +55,9 @@ private:
         std::vector<std::filesystem::path> projects;
         std::filesystem::path folder;
         std::uint64_t id = 0;
+        std::filesystem::path name; // of a single project's copy; empty: the project's own
     };
+    void Queue(Batch batch);
     bool IsCancelled(const Batch& batch) const; // with mMutex held
     void Run();
     void CopyBatch(const Batch& batch);

@@ -1,11 +1,15 @@
 // New Folder, New Project, the read-only toggle, Refresh All and Save All, carried out through
 // the command chain as the menus do, in a real main window over a real production.
+#include "FileBytes.h"
+#include "Marvane/application/ProjectImport.h"
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
+#include "host/ApplicationLayer.h"
 #include "host/ProjectBackEnd.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -161,6 +165,45 @@ TEST_F(FolderAndProjectCommandsTest, SaveAllSavesTheProductionsWritableProjectsO
     ASSERT_TRUE(panel.Obey(kCmdSaveAllProjects));
     EXPECT_FALSE(inside->IsModified());
     EXPECT_TRUE(other->IsModified());
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(FolderAndProjectCommandsTest, MakeACopyOfTwoProjectsCopiesEachBesideItselfUnderItsOwnName) {
+    panel.Select({pilot / "Scene 4.mvproj", pilot / "Scene 12.mvproj"});
+    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    EXPECT_TRUE(fs::exists(pilot / "Scene 4_1.mvproj"));
+    EXPECT_TRUE(fs::exists(pilot / "Scene 12_1.mvproj"));
+    EXPECT_EQ(testsupport::ReadBytes(pilot / "Scene 4_1.mvproj"),
+              testsupport::ReadBytes(pilot / "Scene 4.mvproj"));
+    testsupport::StopProjectImport();
+}
+
+TEST_F(FolderAndProjectCommandsTest, MakeACopyOfAFolderCopiesItsFoldersAndItsProjects) {
+    fs::create_directories(pilot / "Dailies" / "Day 2" / "Morning");
+    testsupport::WriteProject(pilot / "Dailies" / "Day 2" / "Shot 7.mvproj");
+    std::ofstream(pilot / "Dailies" / "camera-report.csv") << "not a project";
+    panel.Select({pilot / "Dailies"});
+    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    const fs::path copy = pilot / "Dailies_1";
+    EXPECT_TRUE(fs::is_directory(copy / "Day 2" / "Morning"));
+    EXPECT_TRUE(fs::exists(copy / "Shot 1.mvproj"));
+    EXPECT_TRUE(fs::exists(copy / "Day 2" / "Shot 7.mvproj"));
+    EXPECT_FALSE(fs::exists(copy / "camera-report.csv")); // only projects are copied
+    EXPECT_TRUE(fs::exists(pilot / "Dailies" / "Shot 1.mvproj"));
+    testsupport::StopProjectImport();
+}
+
+TEST_F(FolderAndProjectCommandsTest, CopiesChosenInOneCommandNeverShareAPath) {
+    const host::WideString scene = host::ToUTF16((pilot / "Scene 4.mvproj").string());
+    const host::WideString first = host::GetMvProductionItemCopyPath(scene, {});
+    const host::WideString second = host::GetMvProductionItemCopyPath(scene, {first});
+    EXPECT_NE(first, second);
+    EXPECT_EQ(host::ToUTF8(second), (pilot / "Scene 4_2.mvproj").string());
 }
 
 } // namespace
