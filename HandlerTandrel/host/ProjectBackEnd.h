@@ -87,6 +87,8 @@ inline constexpr int kOpenModeAlternative = 11;
 // Opens the project and shows it; a project that cannot be opened is reported to the user.
 // False when it did not open.
 bool OpenProjectInHost(const ByteString& projectPath, int mode);
+// The file dialog filter for every kind of project file the host opens.
+ByteString GetAllMvProjectFilterForFileDialog();
 // Whether the host's document manager is there to open, reload and close projects.
 bool HasDocumentManager();
 // Reads an open project again from its file; with reportFailure a project that cannot be read

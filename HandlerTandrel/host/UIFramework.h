@@ -203,6 +203,10 @@ CommandID TrackContextMenu(const ByteString& menuID);
 // field, and the text in it (replaced by what the user typed). False when cancelled.
 bool ShowSimpleInputBox(const ByteString& title, const ByteString& label, ByteString& text);
 
+// The host's modal dialog for choosing existing files to open, several at once; filter is a
+// Qt-style name filter ("Projects (*.mvproj)"). The chosen files' paths; none when cancelled.
+std::vector<WideString> ShowOpenFilesDialog(const ByteString& title, const ByteString& filter);
+
 // The icon kinds of a message box.
 enum MessageBoxIcon : int {
     kNoIcon = 0,

@@ -1,5 +1,6 @@
 // The panel's commands that make folders and projects and change how open projects are held:
-// New Folder, New Project, Make a Copy, the read-only toggle, Refresh All and Save All.
+// New Folder, New Project, Add Project, Make a Copy, the read-only toggle, Refresh All and
+// Save All.
 #include "panel/CommandRules.h"
 #include "panel/TandrelTabView.h"
 
@@ -36,6 +37,9 @@ constexpr std::string_view kFolderExistsTitleKey =
 constexpr std::string_view kFolderExistsMessageKey =
     "$$$/Marvane/Handlers/MvProductionFolder/MessageBox/DirectoryExistsMessage=Directory "
     "already exists";
+
+constexpr std::string_view kAddProjectTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/AddProject=Add Project";
 
 host::WideString WithTrailingSlash(host::WideString path) {
     if (path.empty() || path.back() != u'/') {
@@ -109,6 +113,14 @@ void TandrelTabView::OnNewProjectCommand() {
     const host::ByteString made = host::CreateNewProjectIn(host::ToUTF8(ParentForNewItem()));
     if (!made.empty() && mDirectoryView) {
         mDirectoryView->ShowNewItem(host::ToUTF16(made));
+    }
+}
+
+void TandrelTabView::OnAddProjectCommand() {
+    const std::vector<host::WideString> chosen = host::ShowOpenFilesDialog(
+        host::Localize(kAddProjectTitleKey), host::GetAllMvProjectFilterForFileDialog());
+    if (!chosen.empty()) {
+        Utils::AddProjectsToProduction(chosen, ParentForNewItem());
     }
 }
 

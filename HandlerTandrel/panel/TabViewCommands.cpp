@@ -27,7 +27,7 @@ bool CarriesOut(host::CommandID id) {
         kCmdMovePageDown,    kCmdMovePageUp,   kCmdCloseAllProjects,
         kCmdZoomIn,          kCmdZoomOut,      kCmdNewFolder,
         kCmdNewProject,      kCmdToggleLock,   kCmdRefreshAllProjects,
-        kCmdSaveAllProjects, kCmdMakeACopy};
+        kCmdSaveAllProjects, kCmdMakeACopy,    kCmdAddProject};
     return carried.count(id) != 0;
 }
 
@@ -115,6 +115,9 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     case kCmdMakeACopy:
         OnMakeACopyCommand();
+        return true;
+    case kCmdAddProject:
+        OnAddProjectCommand();
         return true;
     case kCmdRefreshAllProjects:
         OnRefreshOutOfDateProjectsCommand();

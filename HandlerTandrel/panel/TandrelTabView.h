@@ -72,6 +72,8 @@ public:
     host::WideString ParentForNewItem() const;
     void OnNewFolderCommand();
     void OnNewProjectCommand();
+    // Copies of projects the user picks, added where New Project would make one.
+    void OnAddProjectCommand();
     // A copy of each selected item beside it: a project is copied in the background; a
     // folder's folders are made at once and its projects copied into them.
     void OnMakeACopyCommand();

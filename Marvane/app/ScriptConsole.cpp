@@ -138,6 +138,11 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
              console.mResponder->AddText(fields[1]);
              return std::string("ok");
          }},
+        {"files", kAnyCount, kNoProject,
+         [](ScriptConsole& console, const Fields& fields, const Project&) {
+             console.mResponder->AddFileChoice(Fields(fields.begin() + 1, fields.end()));
+             return std::string("ok");
+         }},
         {"dialogs", kAnyCount, kNoProject,
          [](ScriptConsole& console, const Fields&, const Project&) {
              const auto& requests = console.mResponder->GetRequests();

@@ -6,7 +6,8 @@
 //   open PATH | open-read-only PATH | close PATH | save PATH | reload PATH
 //   status PATH            ok read-only=0|1 out-of-date=0|1 modified=0|1 holder=NAME sequences=A|B
 //   add-sequence PATH NAME | read-only PATH 0|1 (ok reload=0|1)
-//   answer N | text T | dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
+//   answer N | text T | files PATH... (the next open-files dialog's choice; none cancels)
+//   dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
 //   recovered (ok count=N) | quit
 //   move-to-trash PATH...  ok allowed | ok refused (what the production panel decided)
 //   ui VERB NAME ...       what a user does to a widget of the window (ScriptWidgets.h)

@@ -1,6 +1,7 @@
 // What modules see of the project back end (host/ProjectBackEnd.h): project files, their
 // locks, and the open projects that the documents layer keeps.
 #include "host/ProjectBackEnd.h"
+#include "host/Localizer.h"
 
 #include "Marvane/core/InstalledSource.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -109,6 +110,10 @@ bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAski
                    bool offerApplyToAll) {
     const OpenProjectsAccess access = Access().Get();
     return !access.close || access.close(projects, saveWithoutAsking, offerApplyToAll);
+}
+
+ByteString GetAllMvProjectFilterForFileDialog() {
+    return Localize("$$$/Marvane/Host/ProjectFilesFilter=Projects") + " (*.mvproj)";
 }
 
 bool HasDocumentManager() {

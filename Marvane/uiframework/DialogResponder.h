@@ -38,6 +38,13 @@ struct ContextMenuRequest {
 class DialogResponder {
 public:
     virtual ~DialogResponder() = default;
+    // The files chosen in an open-files dialog; none cancels it.
+    virtual std::vector<ByteString> AnswerOpenFiles(const ByteString& title,
+                                                    const ByteString& filter) {
+        (void)title;
+        (void)filter;
+        return {};
+    }
     // The command to choose from the menu (an enabled entry's name), or empty to dismiss it.
     virtual ByteString AnswerContextMenu(const ContextMenuRequest& request) {
         (void)request;
@@ -67,6 +74,12 @@ public:
     std::optional<ByteString> AnswerTextInput(const TextInputRequest& request) override;
     ByteString AnswerContextMenu(const ContextMenuRequest& request) override;
     void AddAnswer(int answer) { mAnswers.push_back(answer); }
+    std::vector<ByteString> AnswerOpenFiles(const ByteString& title,
+                                            const ByteString& filter) override;
+    // The next open-files dialog chooses these files (none: cancels it).
+    void AddFileChoice(std::vector<ByteString> files) { mFileChoices.push_back(std::move(files)); }
+    // The titles of the open-files dialogs shown.
+    const std::vector<ByteString>& GetFileDialogTitles() const { return mFileDialogTitles; }
     // The next context menu chooses this command (empty: dismisses it).
     void AddMenuChoice(ByteString command) { mMenuChoices.push_back(std::move(command)); }
     const std::vector<ContextMenuRequest>& GetMenuRequests() const { return mMenuRequests; }
@@ -84,6 +97,9 @@ private:
     std::vector<ByteString> mMenuChoices;
     std::size_t mNextMenuChoice = 0;
     std::vector<ContextMenuRequest> mMenuRequests;
+    std::vector<std::vector<ByteString>> mFileChoices;
+    std::size_t mNextFileChoice = 0;
+    std::vector<ByteString> mFileDialogTitles;
 };
 
 // The responder installed now, or null while a person answers.

@@ -3,6 +3,7 @@
 #include "host/UIFramework.h"
 
 #include <QAbstractButton>
+#include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -59,6 +60,30 @@ int ScriptedDialogResponder::AnswerMessageBox(const MessageBoxRequest& request) 
 
 std::shared_ptr<DialogResponder> CurrentDialogResponder() {
     return InstalledResponder();
+}
+
+std::vector<ByteString> ScriptedDialogResponder::AnswerOpenFiles(const ByteString& title,
+                                                                 const ByteString&) {
+    mFileDialogTitles.push_back(title);
+    return mNextFileChoice < mFileChoices.size() ? mFileChoices[mNextFileChoice++]
+                                                 : std::vector<ByteString>();
+}
+
+std::vector<WideString> ShowOpenFilesDialog(const ByteString& title, const ByteString& filter) {
+    std::vector<WideString> chosen;
+    if (const auto responder = InstalledResponder()) {
+        for (const ByteString& file : responder->AnswerOpenFiles(title, filter)) {
+            chosen.push_back(ToUTF16(file));
+        }
+        return chosen;
+    }
+    const QStringList files =
+        QFileDialog::getOpenFileNames(MainWindowWidget(), QString::fromStdString(title), QString(),
+                                      QString::fromStdString(filter));
+    for (const QString& file : files) {
+        chosen.push_back(ToUTF16(file.toStdString()));
+    }
+    return chosen;
 }
 
 ByteString ScriptedDialogResponder::AnswerContextMenu(const ContextMenuRequest& request) {

@@ -207,3 +207,29 @@ TEST_F(FolderAndProjectCommandsTest, CopiesChosenInOneCommandNeverShareAPath) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(FolderAndProjectCommandsTest, AddProjectCopiesThePickedProjectsIntoTheSelectedFolder) {
+    const fs::path outside =
+        testsupport::WriteProject(temporary.Path() / "Elsewhere" / "Promo.mvproj");
+    Responder().AddFileChoice({outside.string()});
+    Responder().AddAnswer(0); // Copy
+    panel.Select({pilot / "Dailies"});
+    ASSERT_TRUE(panel.Obey(kCmdAddProject));
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    EXPECT_EQ(Responder().GetFileDialogTitles(), std::vector<std::string>{"Add Project"});
+    ASSERT_EQ(Responder().GetRequests().size(), 1u);
+    EXPECT_EQ(Responder().GetRequests()[0].title, "Add Projects to Production");
+    EXPECT_TRUE(fs::exists(pilot / "Dailies" / "Promo.mvproj"));
+    EXPECT_TRUE(fs::exists(outside));
+    testsupport::StopProjectImport();
+}
+
+TEST_F(FolderAndProjectCommandsTest, CancellingThePickerAddsNothingAndAsksNothingMore) {
+    ASSERT_TRUE(panel.Obey(kCmdAddProject)); // no files chosen
+    EXPECT_TRUE(Responder().GetRequests().empty());
+    EXPECT_EQ(Responder().GetFileDialogTitles().size(), 1u);
+}
+
+} // namespace
