@@ -207,6 +207,13 @@ bool ShowSimpleInputBox(const ByteString& title, const ByteString& label, ByteSt
 // Qt-style name filter ("Projects (*.mvproj)"). The chosen files' paths; none when cancelled.
 std::vector<WideString> ShowOpenFilesDialog(const ByteString& title, const ByteString& filter);
 
+// The system's file browser: shows a folder, or shows items selected in their folders (several
+// at once). Through the desktop's file manager service on the session bus; where none answers,
+// the folder opens with the desktop's handler for folders. Paths that do not exist are left
+// out; nothing happens when none is left.
+void RevealFolder(const WideString& folder);
+void RevealAndSelectFiles(const std::vector<WideString>& paths);
+
 // The icon kinds of a message box.
 enum MessageBoxIcon : int {
     kNoIcon = 0,

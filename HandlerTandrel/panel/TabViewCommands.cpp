@@ -6,7 +6,9 @@
 #include "ProductionCommands.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
+#include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
+#include "host/UIFramework.h"
 #include "search/TandrelSearchResultsView.h"
 #include "utils/MoveItems.h"
 #include "utils/OpenProjects.h"
@@ -20,14 +22,29 @@ namespace {
 // The commands the panel carries out so far; the others stay with the host's default, so
 // that nothing is offered that would do nothing.
 bool CarriesOut(host::CommandID id) {
-    static const std::set<host::CommandID> carried = {
-        kCmdOpenProject,     kCmdCloseProject, kHostCmdCloseProjects,
-        kCmdRefreshProject,  kCmdMoveToTrash,  kHostCmdSelectAll,
-        kHostCmdDeselectAll, kCmdMoveHome,     kCmdMoveEnd,
-        kCmdMovePageDown,    kCmdMovePageUp,   kCmdCloseAllProjects,
-        kCmdZoomIn,          kCmdZoomOut,      kCmdNewFolder,
-        kCmdNewProject,      kCmdToggleLock,   kCmdRefreshAllProjects,
-        kCmdSaveAllProjects, kCmdMakeACopy,    kCmdAddProject};
+    static const std::set<host::CommandID> carried = {kCmdOpenProject,
+                                                      kCmdCloseProject,
+                                                      kHostCmdCloseProjects,
+                                                      kCmdRefreshProject,
+                                                      kCmdMoveToTrash,
+                                                      kHostCmdSelectAll,
+                                                      kHostCmdDeselectAll,
+                                                      kCmdMoveHome,
+                                                      kCmdMoveEnd,
+                                                      kCmdMovePageDown,
+                                                      kCmdMovePageUp,
+                                                      kCmdCloseAllProjects,
+                                                      kCmdZoomIn,
+                                                      kCmdZoomOut,
+                                                      kCmdNewFolder,
+                                                      kCmdNewProject,
+                                                      kCmdToggleLock,
+                                                      kCmdRefreshAllProjects,
+                                                      kCmdSaveAllProjects,
+                                                      kCmdMakeACopy,
+                                                      kCmdAddProject,
+                                                      kCmdRevealRootInSystem,
+                                                      kCmdRevealItemInSystem};
     return carried.count(id) != 0;
 }
 
@@ -118,6 +135,16 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     case kCmdAddProject:
         OnAddProjectCommand();
+        return true;
+    case kCmdRevealRootInSystem:
+        // Converted once, as the host's own paths are; a folder gone meanwhile shows nothing.
+        if (const host::WideString production = GetTandrelManagerFolderPath();
+            !production.empty() && host::DirectoryExists(production)) {
+            host::RevealFolder(production);
+        }
+        return true;
+    case kCmdRevealItemInSystem:
+        host::RevealAndSelectFiles(selected);
         return true;
     case kCmdRefreshAllProjects:
         OnRefreshOutOfDateProjectsCommand();
