@@ -212,3 +212,39 @@ TEST_F(PanelContextMenuTest, TheMenusShowTheKeysOfTheirCommands) {
 }
 
 } // namespace
+
+namespace {
+
+// The real menu's entries as "text+" or "text-" (enabled or not) once it is about to show.
+std::string RealMenu(std::string_view menuID) {
+    std::unique_ptr<QMenu> menu(host::BuildMenu(host::ByteString(menuID), nullptr));
+    if (!menu) {
+        return "none";
+    }
+    emit menu->aboutToShow();
+    std::string text;
+    for (const QAction* action : menu->actions()) {
+        if (!action->isSeparator()) {
+            text += (text.empty() ? "" : "|") + action->text().section('\t', 0, 0).toStdString() +
+                    (action->isEnabled() ? "+" : "-");
+        }
+    }
+    return text;
+}
+
+TEST_F(PanelContextMenuTest, TheRealProjectMenuEnablesWhatTheSelectedClosedProjectAllows) {
+    Select({pilot / "Scene 4.mvproj"});
+    EXPECT_EQ(RealMenu(HandlerTandrel::kProjectContextMenuID),
+              "Open Project+|Close Project-|Refresh-|Read-Only Mode-|Make a Copy+|Rename-|"
+              "Move To Trash+|Reveal in File Browser+");
+}
+
+TEST_F(PanelContextMenuTest, TheRealTrashAndNoSelectionMenusEnableWhatTheyAllow) {
+    Select({pilot / "Trash"});
+    EXPECT_EQ(RealMenu(HandlerTandrel::kTrashContextMenuID), "Reveal in File Browser+");
+    Select({});
+    EXPECT_EQ(RealMenu(HandlerTandrel::kNoSelectionContextMenuID),
+              "New Project…+|New Folder+|Add Project…+|Reveal Production in File Browser+");
+}
+
+} // namespace
