@@ -71,25 +71,8 @@ void RemoveProductions() {
     }
 }
 
+using benchsupport::PaintWatch;
 using benchsupport::WaitUntil;
-
-// Sees the paints of a widget once armed.
-class PaintWatch : public QObject {
-public:
-    explicit PaintWatch(QWidget* widget) : mWidget(widget) { mWidget->installEventFilter(this); }
-    ~PaintWatch() override { mWidget->removeEventFilter(this); }
-    PaintWatch(const PaintWatch&) = delete;
-    PaintWatch& operator=(const PaintWatch&) = delete;
-    bool eventFilter(QObject*, QEvent* event) override {
-        painted = painted || (armed && event->type() == QEvent::Paint);
-        return false;
-    }
-    bool armed = false;
-    bool painted = false;
-
-private:
-    QWidget* mWidget;
-};
 
 // Runs `action`, then the event loop until the tree's rows area has been drawn once after
 // `ready` held. `ready` is checked as rows enter the model, change, or are laid out again;

@@ -1,7 +1,10 @@
 #pragma once
-// Benchmarks that drive real windows wait for them through the event loop.
+// Benchmarks that drive real windows wait for them through the event loop, and see when they
+// were drawn.
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QEvent>
+#include <QWidget>
 #include <functional>
 
 namespace benchsupport {
@@ -15,5 +18,23 @@ inline bool WaitUntil(const std::function<bool()>& condition, int timeoutMs = 60
     }
     return condition();
 }
+
+// Sees the paints of a widget once armed.
+class PaintWatch final : public QObject {
+public:
+    explicit PaintWatch(QWidget* widget) : mWidget(widget) { mWidget->installEventFilter(this); }
+    ~PaintWatch() override { mWidget->removeEventFilter(this); }
+    PaintWatch(const PaintWatch&) = delete;
+    PaintWatch& operator=(const PaintWatch&) = delete;
+    bool eventFilter(QObject*, QEvent* event) override {
+        painted = painted || (armed && event->type() == QEvent::Paint);
+        return false;
+    }
+    bool armed = false;
+    bool painted = false;
+
+private:
+    QWidget* mWidget;
+};
 
 } // namespace benchsupport

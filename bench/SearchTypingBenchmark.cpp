@@ -32,6 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
+using benchsupport::PaintWatch;
 using benchsupport::WaitUntil;
 
 constexpr int kProjects = 100'000;
@@ -47,24 +48,6 @@ const bench::GeneratedProduction& Production() {
     }();
     return production;
 }
-
-// Sees the paints of a widget once armed.
-class PaintWatch : public QObject {
-public:
-    explicit PaintWatch(QWidget* widget) : mWidget(widget) { mWidget->installEventFilter(this); }
-    ~PaintWatch() override { mWidget->removeEventFilter(this); }
-    PaintWatch(const PaintWatch&) = delete;
-    PaintWatch& operator=(const PaintWatch&) = delete;
-    bool eventFilter(QObject*, QEvent* event) override {
-        painted = painted || (armed && event->type() == QEvent::Paint);
-        return false;
-    }
-    bool armed = false;
-    bool painted = false;
-
-private:
-    QWidget* mWidget;
-};
 
 // The longest gap between two ticks of a 1 ms timer on the main thread while it runs.
 class StallWatch {

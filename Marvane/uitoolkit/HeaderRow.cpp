@@ -40,8 +40,9 @@ HeaderRowImpl::HeaderRowImpl() : view(new QHeaderView(Qt::Horizontal)) {
 }
 
 HeaderRowImpl::~HeaderRowImpl() {
-    if (view && view->parent() == nullptr) {
-        delete view.data();
+    QHeaderView* own = view.data();
+    if (own != nullptr && own->parent() == nullptr) {
+        delete own;
     }
 }
 

@@ -1,5 +1,6 @@
 // The panel's commands in the real marvane, carried out as their menu items are (status asked
 // through the command chain, then carried out), with a second editor's marvane watching.
+#include "E2eProjects.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
 
@@ -12,16 +13,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kTree = "MvProduction.DirectoryView.MediaBrowserMultiColumnTree";
-
-void WriteProject(const fs::path& path) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary)
-        << R"({"formatVersion": 1, "name": ")" << path.stem().string()
-        << R"(", "bins": ["Footage"], "sequences": ["Sequence 1"]})"
-        << "\n";
-}
+using namespace e2e;
 
 class PanelCommandsFlowTest : public ::testing::Test {
 protected:
@@ -37,19 +29,6 @@ protected:
         EXPECT_EQ(marvane->ReadLine(), "ready") << marvane->ErrorOutput();
         return marvane;
     }
-    // Asks again until the answer is the one expected or ten seconds passed; the last answer.
-    static std::string AnswerBecomes(ScriptedMarvane& marvane,
-                                     const std::vector<std::string>& fields,
-                                     const std::string& expected) {
-        std::string answer;
-        for (int attempt = 0; attempt < 200 && answer != expected; ++attempt) {
-            if (attempt > 0) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            }
-            answer = marvane.Send(fields);
-        }
-        return answer;
-    }
 
     const testsupport::TemporaryFolder temporary{"e2e-commands"};
     const fs::path root = temporary.Path();
@@ -58,7 +37,7 @@ protected:
 
 TEST_F(PanelCommandsFlowTest, AFolderAProjectATrashMoveAndTheReadOnlyToggleAsAnEditorDoesThem) {
     auto ana = Start("Ana Ruiz");
-    ASSERT_EQ(AnswerBecomes(*ana, {"ui", "rows", kTree}, "ok count=3 Dailies|Scene 4|Trash"),
+    ASSERT_EQ(ana->SendUntil({"ui", "rows", kTree}, "ok count=3 Dailies|Scene 4|Trash"),
               "ok count=3 Dailies|Scene 4|Trash");
     ASSERT_EQ(ana->Send({"ui", "focus", kTree}), "ok");
 
@@ -68,7 +47,7 @@ TEST_F(PanelCommandsFlowTest, AFolderAProjectATrashMoveAndTheReadOnlyToggleAsAnE
     EXPECT_EQ(ana->Send({"command", "cmd.mediabrowser.newfolder"}), "ok");
     EXPECT_EQ(ana->Send({"dialogs"}), "ok count=1 last=Directory Exists");
     EXPECT_TRUE(fs::is_directory(production / "Rushes"));
-    EXPECT_EQ(AnswerBecomes(*ana, {"ui", "rows", kTree}, "ok count=4 Dailies|Rushes|Scene 4|Trash"),
+    EXPECT_EQ(ana->SendUntil({"ui", "rows", kTree}, "ok count=4 Dailies|Rushes|Scene 4|Trash"),
               "ok count=4 Dailies|Rushes|Scene 4|Trash");
 
     // New Project in the selected folder.
@@ -81,7 +60,7 @@ TEST_F(PanelCommandsFlowTest, AFolderAProjectATrashMoveAndTheReadOnlyToggleAsAnE
     EXPECT_EQ(ana->Send({"command", "cmd.mvproductionfolder.movetotrash"}), "ok");
     EXPECT_TRUE(fs::exists(production / "Trash" / "Dailies" / "Shot 1.mvproj"));
     EXPECT_FALSE(fs::exists(production / "Dailies"));
-    ASSERT_EQ(AnswerBecomes(*ana, {"ui", "select", kTree, "Trash"}, "ok"), "ok");
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Trash"}, "ok"), "ok");
     EXPECT_EQ(ana->Send({"command", "cmd.mvproductionfolder.movetotrash"}), "error disabled");
 
     // The read-only toggle: Ben sees Ana's lock, then sees it go.

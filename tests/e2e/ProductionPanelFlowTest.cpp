@@ -1,5 +1,6 @@
 // The Production panel in the real marvane, driven as a user drives it: searching, clearing,
 // sizing columns, sorting, zooming, then quitting and starting again.
+#include "E2eProjects.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
 
@@ -12,20 +13,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kTree = "MvProduction.DirectoryView.MediaBrowserMultiColumnTree";
-constexpr const char* kResults = "Handlers.Tandrel.TandrelSearchResultsView";
-constexpr const char* kSearchBox = "Handlers.Tandrel.SearchBox";
-constexpr const char* kStatus = "Handlers.Tandrel.StatusText";
-constexpr const char* kSlider = "Handlers.Tandrel.ZoomSlider";
-
-void WriteProject(const fs::path& path) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary)
-        << R"({"formatVersion": 1, "name": ")" << path.stem().string()
-        << R"(", "bins": ["Footage"], "sequences": ["Sequence 1"]})"
-        << "\n";
-}
+using namespace e2e;
 
 class ProductionPanelFlowTest : public ::testing::Test {
 protected:
@@ -44,21 +32,6 @@ protected:
         EXPECT_EQ(marvane->ReadLine(), "ready") << marvane->ErrorOutput();
         return marvane;
     }
-    // Asks again until the answer is the one expected (the panel reads folders and searches
-    // on workers), or ten seconds passed; the last answer.
-    static std::string AnswerBecomes(ScriptedMarvane& marvane,
-                                     const std::vector<std::string>& fields,
-                                     const std::string& expected) {
-        std::string answer;
-        for (int attempt = 0; attempt < 200; ++attempt) {
-            answer = marvane.Send(fields);
-            if (answer == expected) {
-                break;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return answer;
-    }
 
     const testsupport::TemporaryFolder temporary{"e2e-panel"};
     const fs::path production = temporary.Path() / "Pilot";
@@ -67,20 +40,20 @@ protected:
 
 TEST_F(ProductionPanelFlowTest, TypingShowsTheMatchingProjectsAndClearingBringsTheTreeBack) {
     auto marvane = Start();
-    ASSERT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kTree},
-                            "ok count=4 Dailies|Scene 4|Scene 12|Teaser"),
-              "ok count=4 Dailies|Scene 4|Scene 12|Teaser");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "text", kStatus}, "ok 4 items"), "ok 4 items");
+    ASSERT_EQ(
+        marvane->SendUntil({"ui", "rows", kTree}, "ok count=4 Dailies|Scene 4|Scene 12|Teaser"),
+        "ok count=4 Dailies|Scene 4|Scene 12|Teaser");
+    EXPECT_EQ(marvane->SendUntil({"ui", "text", kStatus}, "ok 4 items"), "ok 4 items");
 
     ASSERT_EQ(marvane->Send({"ui", "set", kSearchBox, "scene"}), "ok");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kResults},
-                            "ok count=3 Scene 4|Scene 9 pickup|Scene 12"),
-              "ok count=3 Scene 4|Scene 9 pickup|Scene 12");
+    EXPECT_EQ(
+        marvane->SendUntil({"ui", "rows", kResults}, "ok count=3 Scene 4|Scene 9 pickup|Scene 12"),
+        "ok count=3 Scene 4|Scene 9 pickup|Scene 12");
     EXPECT_EQ(marvane->Send({"ui", "shown", kResults}), "ok 1 enabled=1");
     EXPECT_EQ(marvane->Send({"ui", "shown", kTree}), "ok 0 enabled=1");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "text", kStatus}, "ok 3 items"), "ok 3 items");
+    EXPECT_EQ(marvane->SendUntil({"ui", "text", kStatus}, "ok 3 items"), "ok 3 items");
     ASSERT_EQ(marvane->Send({"ui", "select", kResults, "Scene 12"}), "ok");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "text", kStatus}, "ok 1 of 3 items selected"),
+    EXPECT_EQ(marvane->SendUntil({"ui", "text", kStatus}, "ok 1 of 3 items selected"),
               "ok 1 of 3 items selected");
 
     // Escape clears the box: the tree is back at once.
@@ -89,20 +62,20 @@ TEST_F(ProductionPanelFlowTest, TypingShowsTheMatchingProjectsAndClearingBringsT
     EXPECT_EQ(marvane->Send({"ui", "shown", kTree}), "ok 1 enabled=1");
     EXPECT_EQ(marvane->Send({"ui", "shown", kResults}), "ok 0 enabled=1");
     EXPECT_EQ(marvane->Send({"ui", "rows", kTree}), "ok count=4 Dailies|Scene 4|Scene 12|Teaser");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "text", kStatus}, "ok 4 items"), "ok 4 items");
+    EXPECT_EQ(marvane->SendUntil({"ui", "text", kStatus}, "ok 4 items"), "ok 4 items");
     EXPECT_EQ(marvane->Finish(), 0) << marvane->ErrorOutput();
 }
 
 TEST_F(ProductionPanelFlowTest, AfterQuittingAndStartingAgainThePanelIsAsTheUserLeftIt) {
     {
         auto marvane = Start();
-        ASSERT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kTree},
-                                "ok count=4 Dailies|Scene 4|Scene 12|Teaser"),
-                  "ok count=4 Dailies|Scene 4|Scene 12|Teaser");
+        ASSERT_EQ(
+            marvane->SendUntil({"ui", "rows", kTree}, "ok count=4 Dailies|Scene 4|Scene 12|Teaser"),
+            "ok count=4 Dailies|Scene 4|Scene 12|Teaser");
         ASSERT_EQ(marvane->Send({"ui", "open", kTree, "Dailies"}), "ok");
-        ASSERT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kTree},
-                                "ok count=6 Dailies|>Interview|>Scene 9 pickup|Scene 4|Scene "
-                                "12|Teaser"),
+        ASSERT_EQ(marvane->SendUntil({"ui", "rows", kTree},
+                                     "ok count=6 Dailies|>Interview|>Scene 9 pickup|Scene 4|Scene "
+                                     "12|Teaser"),
                   "ok count=6 Dailies|>Interview|>Scene 9 pickup|Scene 4|Scene 12|Teaser");
         ASSERT_EQ(marvane->Send({"ui", "move-column", kTree, "Size", "1"}), "ok");
         ASSERT_EQ(marvane->Send({"ui", "resize-column", kTree, "Name", "260"}), "ok");
@@ -112,23 +85,23 @@ TEST_F(ProductionPanelFlowTest, AfterQuittingAndStartingAgainThePanelIsAsTheUser
                   "ok Name:494|Size:200|Project Locked:200|Date Modified:200|Date Created:200 "
                   "sort=Name desc row-height=47");
         ASSERT_EQ(marvane->Send({"ui", "set", kSearchBox, "interview"}), "ok");
-        ASSERT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kResults}, "ok count=1 Interview"),
+        ASSERT_EQ(marvane->SendUntil({"ui", "rows", kResults}, "ok count=1 Interview"),
                   "ok count=1 Interview");
         ASSERT_EQ(marvane->Send({"quit"}), "ok");
         EXPECT_EQ(marvane->Finish(), 0) << marvane->ErrorOutput();
     }
     auto marvane = Start();
     EXPECT_EQ(marvane->Send({"ui", "text", kSearchBox}), "ok interview");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kResults}, "ok count=1 Interview"),
+    EXPECT_EQ(marvane->SendUntil({"ui", "rows", kResults}, "ok count=1 Interview"),
               "ok count=1 Interview");
     EXPECT_EQ(marvane->Send({"ui", "value", kSlider}), "ok 0.5");
     EXPECT_EQ(marvane->Send({"ui", "columns", kResults}),
               "ok Name:494|Size:200|Project Locked:200|Date Modified:200|Date Created:200 "
               "sort=Name desc row-height=47");
     ASSERT_EQ(marvane->Send({"ui", "set", kSearchBox, ""}), "ok");
-    EXPECT_EQ(AnswerBecomes(*marvane, {"ui", "rows", kTree},
-                            "ok count=6 Teaser|Scene 12|Scene 4|Dailies|>Scene 9 "
-                            "pickup|>Interview"),
+    EXPECT_EQ(marvane->SendUntil({"ui", "rows", kTree},
+                                 "ok count=6 Teaser|Scene 12|Scene 4|Dailies|>Scene 9 "
+                                 "pickup|>Interview"),
               "ok count=6 Teaser|Scene 12|Scene 4|Dailies|>Scene 9 pickup|>Interview");
     EXPECT_EQ(marvane->Finish(), 0) << marvane->ErrorOutput();
 }

@@ -1,5 +1,6 @@
 // Reveal in File Browser in the real marvane, against a file manager on a session bus of the
 // test's own: a dbus-daemon started here and a stand-in file manager that logs its calls.
+#include "E2eProjects.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
 
@@ -18,8 +19,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kTree = "MvProduction.DirectoryView.MediaBrowserMultiColumnTree";
+using namespace e2e;
 
 // A program run in the background with its output in a file; stopped when it goes.
 class Child {
@@ -71,14 +71,6 @@ bool FileComesToHold(const fs::path& file, const std::string& text) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     return false;
-}
-
-void WriteProject(const fs::path& path) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary)
-        << R"({"formatVersion": 1, "name": ")" << path.stem().string()
-        << R"(", "bins": ["Footage"], "sequences": ["Sequence 1"]})"
-        << "\n";
 }
 
 class RevealTest : public ::testing::Test {

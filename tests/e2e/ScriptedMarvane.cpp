@@ -61,6 +61,18 @@ ScriptedMarvane::~ScriptedMarvane() {
     }
 }
 
+std::string ScriptedMarvane::SendUntil(const std::vector<std::string>& fields,
+                                       const std::string& expected) {
+    std::string answer;
+    for (int attempt = 0; attempt < 200 && answer != expected; ++attempt) {
+        if (attempt > 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        answer = Send(fields);
+    }
+    return answer;
+}
+
 bool ScriptedMarvane::Post(const std::vector<std::string>& fields) {
     std::string line;
     for (const std::string& field : fields) {

@@ -19,6 +19,9 @@ public:
 
     // Sends one command (fields joined by tabs) and returns its answer line.
     std::string Send(const std::vector<std::string>& fields);
+    // Sends the command again until its answer is the one expected (the host reads folders
+    // and searches on workers) or ten seconds passed; the last answer.
+    std::string SendUntil(const std::vector<std::string>& fields, const std::string& expected);
     // Sends one command without waiting for its answer (read it with ReadLine).
     bool Post(const std::vector<std::string>& fields);
     // The next line of output, or "<timeout>" / "<closed>".

@@ -1,4 +1,5 @@
 // Two editors, each with their own marvane, on one production folder.
+#include "E2eProjects.h"
 #include "GoneProcess.h"
 #include "MarvaneProcess.h"
 #include "ScriptedMarvane.h"
@@ -20,14 +21,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace e2e;
 using testsupport::ReadBytes;
-
-void WriteProject(const fs::path& path, const std::string& sequence) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary)
-        << R"({"formatVersion": 1, "name": ")" << path.stem().string()
-        << R"(", "bins": ["Footage"], "sequences": [")" << sequence << "\"]}\n";
-}
 
 std::string FirstLineOf(const char* path) {
     std::ifstream in(path);
