@@ -1,4 +1,5 @@
 #include "Marvane/application/ProjectImport.h"
+#include "Marvane/fileservices/FileWriting.h"
 
 #include "Marvane/fileservices/FileCopy.h"
 #include "host/ApplicationLayer.h"
@@ -221,6 +222,7 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
     // Into place under the project's own name, or a fresh one when that is taken; never over
     // anything, even if someone else puts a file there meanwhile.
     fs::path target = folder / (batch.name.empty() ? source.filename() : batch.name);
+    int lastError = 0;
     for (int attempt = 0; attempt < 100; ++attempt) {
         if (Reserved(target, reserved) || FileOrDirExists(ToUTF16(target.string()))) {
             std::vector<WideString> taken;
@@ -229,18 +231,19 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
             }
             target = fs::path(ToUTF8(GetMvProductionItemCopyPath(ToUTF16(target.string()), taken)));
         }
-        if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) ==
-            0) {
+        // On shares that cannot rename without replacing, linked then unlinked.
+        lastError = RenameNoReplace(temporary, target);
+        if (lastError == 0) {
             reserved.push_back(target);
             const std::lock_guard guard(mMutex);
             mProgress.added.push_back(target);
             return true;
         }
-        if (errno != EEXIST) {
+        if (lastError != EEXIST) {
             break;
         }
     }
-    const int error = errno;
+    const int error = lastError;
     RemoveMade(made);
     const std::lock_guard guard(mMutex);
     mProgress.failures.push_back(source.string() + ": could not be put in place (" +

@@ -2,6 +2,7 @@
 // system cannot rename without replacing: nothing at the destination is ever replaced, even
 // when two processes race to move different files to one name.
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProjectImport.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "host/FileServices.h"
@@ -152,6 +153,29 @@ TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) 
     EXPECT_EQ(roundsWithOneMove, kRounds);
     // Every content is there exactly once, by inventory of the export.
     EXPECT_EQ(testsupport::ContentCounts(testsupport::TakeInventory(exported)), before);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ShareMoveTest, ProjectsAddedOnTheShareArePutInPlaceBesideWhatIsThereNeverOverIt) {
+    const fs::path outside = root / "Outside" / "Scene 4.mvproj";
+    fs::create_directories(outside.parent_path());
+    std::ofstream(outside) << R"({"formatVersion": 1, "name": "Scene 4"})";
+    fs::create_directories(mount / "Pilot");
+    std::ofstream(mount / "Pilot" / "Scene 4.mvproj") << "the production's own";
+    host::ProjectImport::Instance().Add({outside}, mount / "Pilot");
+    host::ProjectImport::Instance().AddAs(outside, mount / "Pilot" / "Scene 4 take.mvproj");
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(60000));
+    const host::ImportProgress progress = host::ProjectImport::Instance().Progress();
+    EXPECT_TRUE(progress.failures.empty()) << progress.failures.front();
+    EXPECT_EQ(testsupport::ReadBytes(mount / "Pilot" / "Scene 4.mvproj"), "the production's own");
+    EXPECT_EQ(testsupport::ReadBytes(mount / "Pilot" / "Scene 4_1.mvproj"),
+              testsupport::ReadBytes(outside));
+    EXPECT_EQ(testsupport::ReadBytes(mount / "Pilot" / "Scene 4 take.mvproj"),
+              testsupport::ReadBytes(outside));
+    host::ProjectImport::Instance().ClearFinished();
 }
 
 } // namespace
