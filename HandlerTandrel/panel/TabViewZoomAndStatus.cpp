@@ -1,14 +1,14 @@
 // The panel's status line, buttons and zoom.
+#include "panel/CommandRules.h"
 #include "panel/PanelZoom.h"
-#include "panel/SelectionTests.h"
 #include "panel/StatusText.h"
 #include "panel/TandrelTabView.h"
 #include "panel/TandrelTreeView.h"
 
+#include "ProductionCommands.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
 #include "search/TandrelSearchResultsView.h"
-#include "utils/MoveItems.h"
 
 namespace HandlerTandrel {
 
@@ -26,11 +26,15 @@ void TandrelTabView::UpdateButtons() {
     if (!mTreeView || !mNewProjectButton) {
         return;
     }
-    const std::vector<host::WideString> selected = GetSelectedPaths();
-    const bool canCreate = CanCreateForSelection(selected, !GetTandrelManagerFolderPath().empty());
-    mNewProjectButton->SetEnabled(canCreate);
-    mNewFolderButton->SetEnabled(canCreate);
-    mTrashButton->SetEnabled(Utils::CanMoveItems(selected));
+    // Each button is enabled exactly as its command is in the menus.
+    const CommandFacts facts{IsCreated(), GetSelectedPaths(), GetTandrelManagerFolderPath()};
+    const auto enable = [&facts](host::PictureButton& button, host::CommandID id) {
+        host::CommandStatus status;
+        button.SetEnabled(DecideCommandStatus(id, facts, status) && status.enabled);
+    };
+    enable(*mNewProjectButton, kCmdNewProject);
+    enable(*mNewFolderButton, kCmdNewFolder);
+    enable(*mTrashButton, kCmdMoveToTrash);
 }
 
 void TandrelTabView::ZoomIn() {

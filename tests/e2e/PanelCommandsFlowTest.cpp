@@ -55,6 +55,20 @@ TEST_F(PanelCommandsFlowTest, AFolderAProjectATrashMoveAndTheReadOnlyToggleAsAnE
     EXPECT_EQ(ana->Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
     EXPECT_TRUE(fs::exists(production / "Rushes" / "Untitled Project.mvproj"));
 
+    // Two copies in one command: each beside its original under a name of its own.
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Scene 4", "Rushes"}, "ok"), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.mvproductionfolder.makeacopy"}), "ok");
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        if (fs::exists(production / "Scene 4_1.mvproj") &&
+            fs::exists(production / "Rushes_1" / "Untitled Project.mvproj")) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    EXPECT_TRUE(fs::exists(production / "Scene 4_1.mvproj"));
+    EXPECT_TRUE(fs::exists(production / "Rushes_1" / "Untitled Project.mvproj"));
+    EXPECT_TRUE(fs::exists(production / "Rushes" / "Untitled Project.mvproj"));
+
     // A folder to the trash; the trash itself cannot go there.
     ASSERT_EQ(ana->Send({"ui", "select", kTree, "Dailies"}), "ok");
     EXPECT_EQ(ana->Send({"command", "cmd.mvproductionfolder.movetotrash"}), "ok");
