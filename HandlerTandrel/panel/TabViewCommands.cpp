@@ -48,12 +48,28 @@ bool CarriesOut(host::CommandID id) {
     return carried.count(id) != 0;
 }
 
+// Commands whose rule never looks at the selection. The main menu asks for its commands'
+// status several times a second: reading a big selection for them would be work for nothing.
+bool IgnoresSelection(host::CommandID id) {
+    static const std::set<host::CommandID> ignoring = {
+        kCmdMoveHome,        kCmdMoveEnd,          kCmdMovePageDown,
+        kCmdMovePageUp,      kCmdZoomIn,           kCmdZoomOut,
+        kHostCmdSelectAll,   kHostCmdDeselectAll,  kCmdRefreshAllProjects,
+        kCmdSaveAllProjects, kCmdCloseAllProjects, kCmdRevealRootInSystem};
+    return ignoring.count(id) != 0;
+}
+
 } // namespace
 
 bool TandrelTabView::FindCommandStatus(const host::Command& command, host::CommandStatus& status) {
-    const CommandFacts facts{IsCreated() && mTreeView != nullptr, GetSelectedPaths(),
+    if (!CarriesOut(command.id)) {
+        return host::TabView::FindCommandStatus(command, status);
+    }
+    const CommandFacts facts{IsCreated() && mTreeView != nullptr,
+                             IgnoresSelection(command.id) ? std::vector<host::WideString>()
+                                                          : GetSelectedPaths(),
                              GetTandrelManagerFolderPath()};
-    if (CarriesOut(command.id) && DecideCommandStatus(command.id, facts, status)) {
+    if (DecideCommandStatus(command.id, facts, status)) {
         return true;
     }
     return host::TabView::FindCommandStatus(command, status);
