@@ -9,10 +9,13 @@
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
+#include "host/UsageEvents.h"
 #include "search/TandrelSearchResultsView.h"
 #include "utils/MoveItems.h"
 #include "utils/OpenProjects.h"
 
+#include <array>
+#include <charconv>
 #include <set>
 
 namespace HandlerTandrel {
@@ -57,6 +60,15 @@ bool IgnoresSelection(host::CommandID id) {
         kHostCmdSelectAll,   kHostCmdDeselectAll,  kCmdRefreshAllProjects,
         kCmdSaveAllProjects, kCmdCloseAllProjects, kCmdRevealRootInSystem};
     return ignoring.count(id) != 0;
+}
+
+// The zoom commands tell the host the zoom they arrived at, in its shortest exact form
+// ("0.25", "1").
+void ReportZoomUsage(double zoom) {
+    std::array<char, 32> text{};
+    const auto result = std::to_chars(text.data(), text.data() + text.size(), zoom);
+    host::ReportUsageEvent(
+        "Zoom", std::string_view(text.data(), static_cast<std::size_t>(result.ptr - text.data())));
 }
 
 } // namespace
@@ -170,9 +182,11 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     case kCmdZoomIn:
         ZoomIn();
+        ReportZoomUsage(mZoom);
         return true;
     case kCmdZoomOut:
         ZoomOut();
+        ReportZoomUsage(mZoom);
         return true;
     default:
         return false;

@@ -6,6 +6,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/core/UsageLog.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
@@ -302,6 +303,31 @@ TEST_F(TandrelTabViewTest, TheZoomCommandsAreThePanels) {
     EXPECT_TRUE(
         panel->ObeyCommand({HandlerTandrel::kCmdZoomOut, "cmd.mvproductionfolder.zoomout"}));
     EXPECT_EQ(panel->GetZoom(), 0.0);
+}
+
+TEST_F(TandrelTabViewTest, TheZoomCommandsReportTheZoomTheyArriveAt) {
+    const auto panel = Panel();
+    host::ClearUsageEvents();
+    EXPECT_TRUE(panel->ObeyCommand({HandlerTandrel::kCmdZoomIn, "cmd.mvproductionfolder.zoomin"}));
+    EXPECT_TRUE(panel->ObeyCommand({HandlerTandrel::kCmdZoomIn, "cmd.mvproductionfolder.zoomin"}));
+    EXPECT_TRUE(
+        panel->ObeyCommand({HandlerTandrel::kCmdZoomOut, "cmd.mvproductionfolder.zoomout"}));
+    const auto events = host::RecentUsageEvents();
+    ASSERT_EQ(events.size(), 3u);
+    EXPECT_EQ(events[0].event, "Zoom");
+    EXPECT_EQ(events[0].value, "0.25");
+    EXPECT_EQ(events[1].value, "0.5");
+    EXPECT_EQ(events[2].event, "Zoom");
+    EXPECT_EQ(events[2].value, "0.25");
+}
+
+TEST_F(TandrelTabViewTest, MovingTheZoomSliderIsNotReportedAsAZoomCommand) {
+    const auto panel = Panel();
+    host::ClearUsageEvents();
+    panel->GetZoomSlider()->SetValue(0.6);
+    panel->OnZoomSliderChanged();
+    EXPECT_EQ(panel->GetZoom(), 0.6);
+    EXPECT_EQ(host::UsageEventCount(), 0u);
 }
 
 TEST_F(TandrelTabViewTest, ControlAndTheWheelOverTheTreeZoomsAndTheWheelAloneScrolls) {
