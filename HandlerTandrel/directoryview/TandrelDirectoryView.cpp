@@ -53,6 +53,8 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
     mHeaderRow->SetSortColumn(Columns::kNameColumn);
     mHeaderRow->SetSortDirection(true);
     tree.SetHeaderRow(mHeaderRow.get());
+    mRename.SetStartRenameHandler(
+        [this](const host::TreeRowPtr& row) { InstallNameEditText(row); });
     tree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return SortKey(row, column);
     });
@@ -145,6 +147,8 @@ void TandrelDirectoryView::InsertDirectoryContent(const host::TreeRowPtr& row,
     if (mOpener.IsRunning()) {
         mOpener.DirectoryDelivered(host::ToUTF16(directoryPath));
     }
+    // A rename's open folders and selection come back once the renamed item is listed.
+    ApplyStateAfterListing();
 }
 
 void TandrelDirectoryView::RemoveRowFromMaps(const host::TreeRowPtr& row) {

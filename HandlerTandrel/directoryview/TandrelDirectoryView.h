@@ -10,6 +10,7 @@
 //   RecordRefresher  reads records again as folders arrive, open and close
 //   ChangeDeferral   changes on disk held back during a rename or a pause
 //   RenameTrigger    Return/Enter and the slow second click that start a rename
+//   InPlaceRename    the edit field over a name, and the rename on disk (its own file)
 //   SelectionMoves   Home, End, paging and Select All
 //   SavedSelection   the saved selection and scroll position, put back
 //   FolderOpener     the saved open folders, opened one after another
@@ -27,6 +28,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -121,11 +123,25 @@ public:
     bool UI_DoTimerNotify(host::UI_TimerID id);
     void RowClickDown(const host::TreeRowPtr& row);
     void RowClickUp(const host::TreeRowPtr& row, host::UI_Point point, std::uint32_t value);
-    // Starts renaming a row in place. The rename itself comes with its own feature; until
-    // then the handler set here is told which row.
+    // Starts renaming a row in place the way the keys and the slow click do (through the
+    // handler, which is InstallNameEditText unless replaced).
     void InstallNameEdit(const host::TreeRowPtr& row) { mRename.Start(row); }
     void SetStartRenameHandler(std::function<void(const host::TreeRowPtr&)> handler) {
         mRename.SetStartRenameHandler(std::move(handler));
+    }
+    // Lays an edit field over the row's name, its display name in it and selected, and
+    // holds back changes on disk until the edit ends. Nothing without a production, a row
+    // or a name cell.
+    void InstallNameEditText(const host::TreeRowPtr& row);
+    // The edit ended (reason: UI_TextEdit's end values; cancelled renames nothing). A valid
+    // new name renames the folder (queued on the main thread) or moves the project with its
+    // lock; an invalid one is refused with a message. The field goes, held-back changes are
+    // applied. A completion that arrives while one runs, anywhere in the module, is ignored.
+    void OnRowRenameComplete(const host::TreeRowPtr& row, host::UI_MultiColumnTree* container,
+                             int endReason, host::UI_TextEdit* edit);
+    // The view state a rename left to put back after the next listing; empty when none.
+    const std::optional<DirectoryViewStateData>& GetStateAfterListing() const {
+        return mStateAfterListing;
     }
     void EnableKeyboardEvents(bool enabled) { mRename.EnableKeys(enabled); }
     bool AreKeyboardEventsEnabled() const { return mRename.AreKeysEnabled(); }
@@ -169,6 +185,11 @@ private:
     void ProjectStateChanged(const host::ByteString& projectPath);
     // The one selected row when it can be seen, which Return renames; else null.
     host::TreeRowPtr RenamableSelectedRow() const;
+    host::UI_Rect NameEditFrame(const host::TreeRowPtr& row);
+    void RenameRow(const host::TreeRowPtr& row, const host::WideString& newName);
+    void RenameFolder(const host::WideString& oldPath, const host::WideString& newName);
+    void RenameProject(const host::WideString& oldPath, const host::WideString& newName);
+    void ApplyStateAfterListing();
     // Whether a release at point in row's Name cell lies on the name itself.
     bool IsOnName(const host::TreeRowPtr& row, host::UI_Point point);
 
@@ -185,6 +206,8 @@ private:
     bool mRootDelivered = false;
     SelectionMoves mMoves{GetTree()};
     RenameTrigger mRename;
+    std::optional<DirectoryViewStateData> mStateAfterListing;
+    host::WideString mRenamedPath; // the row the state waits for
     int mMode = 0;
 };
 

@@ -62,11 +62,26 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
                               const std::vector<WideString>& reservedPaths);
 // Makes the folder and any missing parents; true when it exists afterwards.
 bool EnsureDirectoryExists(const WideString& path);
-// The characters no file name may hold here ("/" and the NUL character), as shown to a user.
+// The characters no file name may hold in the open production, as shown to a user ("/";
+// on a Windows share also \ : * ? " < > |). Control characters are never allowed either.
 WideString GetIllegalFilenameCharacters();
-// Whether a name can be given to a file or folder: not empty, not "." or "..", no illegal
-// character, and no longer than the file system allows (255 bytes in UTF-8).
+// Whether a name can be given to a file or folder of the open production: not empty, not "."
+// or "..", no illegal or control character, at most 255 bytes in UTF-8; on a Windows share
+// also no trailing dot or space and no device name Windows reserves ("CON", "lpt1.txt").
 bool IsValidFileName(const WideString& name);
+
+// A folder on disk, by its full path.
+class Directory {
+public:
+    explicit Directory(WideString path);
+    // Gives the folder a new name in the same parent. Never replaces what is there: a name
+    // in use, or any other failure, throws FileException and leaves the folder as it was.
+    void Rename(const WideString& newName);
+    const WideString& FullPath() const { return mPath; }
+
+private:
+    WideString mPath;
+};
 
 // A file operation failed; what() names the paths and the reason, and ErrorNumber() gives the
 // system's error number when one is known (else 0).

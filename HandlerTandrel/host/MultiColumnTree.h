@@ -6,6 +6,7 @@
 // UI_SubView) the owner makes for the cell. All rows have one height. Main thread only.
 #include "host/CoreTypes.h"
 #include "host/UINodes.h"
+#include "host/UITextEdit.h"
 #include "host/UITimers.h"
 #include "host/UIToolkit.h"
 
@@ -169,6 +170,15 @@ public:
     void SetWheelCallback(WheelCallback callback);
     // A right-click (or the menu key); the row is null over the empty area.
     void SetContextClickCallback(ClickCallback callback);
+
+    // Edit fields laid over the rows (the in-place rename). The frame is in the tree's
+    // visible area (as GetCellFrame gives it); the field takes the keyboard focus. The tree
+    // holds the field until it is removed or the tree goes.
+    UI_TextEdit* CreateEditField(const UI_Rect& frame);
+    std::vector<UI_TextEdit*> GetEditFields() const;
+    // Removes the field and gives the keyboard focus back to the rows when the field had it.
+    // Safe from inside the field's own end callback.
+    void RemoveEditField(UI_TextEdit* field);
 
     MultiColumnTreeImpl* GetImpl() const { return mImpl.get(); }
 

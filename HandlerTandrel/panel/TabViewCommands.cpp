@@ -47,7 +47,8 @@ bool CarriesOut(host::CommandID id) {
                                                       kCmdMakeACopy,
                                                       kCmdAddProject,
                                                       kCmdRevealRootInSystem,
-                                                      kCmdRevealItemInSystem};
+                                                      kCmdRevealItemInSystem,
+                                                      kCmdRenameItem};
     return carried.count(id) != 0;
 }
 
@@ -120,6 +121,9 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
             }
         }
         return true;
+    case kCmdRenameItem:
+        StartRenamingSelectedRow();
+        return true;
     case kCmdMoveToTrash:
         if (!created) {
             return false;
@@ -190,6 +194,17 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     default:
         return false;
+    }
+}
+
+void TandrelTabView::StartRenamingSelectedRow() {
+    // Names are edited in the tree; search results show where an item is, not its name alone.
+    if (!mDirectoryView || IsShowingSearchResults()) {
+        return;
+    }
+    const std::vector<host::TreeRowPtr> rows = mDirectoryView->GetTree().GetSelectedRows();
+    if (rows.size() == 1) {
+        mDirectoryView->InstallNameEditText(rows.front());
     }
 }
 

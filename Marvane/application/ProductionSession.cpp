@@ -1,5 +1,6 @@
 #include "Marvane/application/ProductionSession.h"
 
+#include "Marvane/fileservices/FileNameRules.h"
 #include "host/PanelFramework.h"
 
 #include <cstdlib>
@@ -74,6 +75,8 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
         Close();
     }
     mFolder = absolute;
+    // Names given in the production follow the rules of the file system it lives on.
+    SetFileNameRuleFolder(mFolder);
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderOpenedMessage());
     return {};
 }
@@ -84,6 +87,7 @@ void ProductionSession::Close() {
     }
     const std::string oldPath = mFolder.string();
     mFolder.clear();
+    SetFileNameRuleFolder({});
     MessageStation::Get(kPanelFrameworkStation)
         ->Broadcast(MvProductionFolderClosedMessage(oldPath));
 }

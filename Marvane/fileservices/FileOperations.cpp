@@ -251,15 +251,26 @@ int Move(const WideString& source, const WideString& destination) {
     return MoveAcrossFileSystems(from, to);
 }
 
-WideString GetIllegalFilenameCharacters() {
-    return u"/";
-}
+Directory::Directory(WideString path) : mPath(StripTrailingSlash(path)) {}
 
-bool IsValidFileName(const WideString& name) {
-    constexpr std::size_t kLongestNameBytes = 255;
-    return !name.empty() && name != u"." && name != u".." &&
-           name.find_first_of(WideString(u"/") + u'\0') == WideString::npos &&
-           ToUTF8(name).size() <= kLongestNameBytes;
+void Directory::Rename(const WideString& newName) {
+    const fs::path from = Native(mPath);
+    if (!IsValidFileName(newName)) {
+        throw FileException("Cannot rename " + from.string() + " to \"" + ToUTF8(newName) +
+                                "\": not a valid name",
+                            EINVAL);
+    }
+    std::error_code error;
+    if (!fs::is_directory(fs::symlink_status(from, error))) {
+        throw FileException("Cannot rename " + from.string() + ": not a folder", ENOTDIR);
+    }
+    const fs::path to = from.parent_path() / Native(newName);
+    if (const int failure = RenameNoReplace(from, to); failure != 0) {
+        throw FileException("Cannot rename " + from.string() + " to " + to.filename().string() +
+                                ": " + std::strerror(failure),
+                            failure);
+    }
+    mPath = ToUTF16(to.string());
 }
 
 } // namespace host

@@ -1,4 +1,5 @@
 #include "Marvane/uitoolkit/HeaderRowImpl.h"
+#include "Marvane/uitoolkit/TextEdit.h"
 #include "Marvane/uitoolkit/TreeView.h"
 
 #include <QItemSelectionModel>
@@ -441,6 +442,39 @@ void UI_MultiColumnTree::SetVisible(bool visible) {
 
 bool UI_MultiColumnTree::IsVisible() const {
     return mImpl->visible;
+}
+
+UI_TextEdit* UI_MultiColumnTree::CreateEditField(const UI_Rect& frame) {
+    auto field = std::make_unique<UI_TextEdit>(
+        std::make_unique<TextEditImpl>(mImpl->view->viewport(), frame));
+    UI_TextEdit* made = field.get();
+    mImpl->editFields.push_back(std::move(field));
+    return made;
+}
+
+std::vector<UI_TextEdit*> UI_MultiColumnTree::GetEditFields() const {
+    std::vector<UI_TextEdit*> fields;
+    for (const auto& field : mImpl->editFields) {
+        fields.push_back(field.get());
+    }
+    return fields;
+}
+
+void UI_MultiColumnTree::RemoveEditField(UI_TextEdit* field) {
+    auto& fields = mImpl->editFields;
+    const auto found = std::find_if(fields.begin(), fields.end(),
+                                    [field](const auto& held) { return held.get() == field; });
+    if (found == fields.end()) {
+        return;
+    }
+    const bool hadFocus = field->Impl().line && field->Impl().line->hasFocus();
+    // Out of the list first: removing runs the field's destructor, which may end an edit.
+    std::unique_ptr<UI_TextEdit> removed = std::move(*found);
+    fields.erase(found);
+    removed.reset();
+    if (hadFocus && mImpl->view) {
+        mImpl->view->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 } // namespace host

@@ -75,6 +75,7 @@ public:
     bool gridLines = false;
     int spinnerAlignment = 0;
     bool visible = true;
+    std::vector<std::unique_ptr<UI_TextEdit>> editFields;
 
     UI_SubView* CellView(const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column);
 };

@@ -1,0 +1,221 @@
+// Renaming a row in place: an edit field over the name, and, when the edit ends, the folder
+// renamed (a moment later, on the main thread) or the project moved with its lock.
+#include "directoryview/RenamePaths.h"
+#include "directoryview/TandrelDirectoryView.h"
+
+#include "columns/ColumnIDs.h"
+#include "columns/DisplayName.h"
+#include "columns/NameCellView.h"
+#include "host/ApplicationLayer.h"
+#include "host/AsyncCalls.h"
+#include "host/DirectoryMonitor.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+#include "host/UIFramework.h"
+#include "utils/MonitorTree.h"
+#include "utils/MoveItems.h"
+
+#include <chrono>
+#include <thread>
+
+namespace HandlerTandrel {
+
+namespace {
+
+constexpr std::string_view kInvalidNameTitleKey =
+    "$$$/Marvane/Handlers/MvProduction/Rename/InvalidNameWarning/Title=Invalid Name";
+constexpr std::string_view kInvalidNameMessageKey =
+    "$$$/Marvane/Handlers/MvProduction/Rename/InvalidNameWarning/MessageWithParam=A valid name "
+    "cannot be empty and cannot contain any of the following characters:\n@0";
+
+// The folder rename waits this long on the main thread, and sleeps this long after the
+// folder left the monitor, so that the monitor lets go of it first.
+constexpr int kFolderRenameDelayMs = 100;
+
+// One completion at a time in the whole module: removing the edit field can end the edit a
+// second time while the first completion still runs.
+bool gCompletionRunning = false;
+
+class CompletionGuard {
+public:
+    CompletionGuard() : mTaken(!gCompletionRunning) { gCompletionRunning = true; }
+    ~CompletionGuard() {
+        if (mTaken) {
+            gCompletionRunning = false;
+        }
+    }
+    CompletionGuard(const CompletionGuard&) = delete;
+    CompletionGuard& operator=(const CompletionGuard&) = delete;
+    bool Taken() const { return mTaken; }
+
+private:
+    bool mTaken;
+};
+
+void ShowInvalidName() {
+    host::ShowMessageBox(host::Localize(kInvalidNameTitleKey),
+                         host::Localize(kInvalidNameMessageKey,
+                                        {host::ToUTF8(host::GetIllegalFilenameCharacters())}),
+                         {}, host::kWarningIcon, 0);
+}
+
+bool IsFolder(const host::WideString& path) {
+    return !host::ProductionSupportsMarvaneProjectFile(path) && host::DirectoryExists(path);
+}
+
+} // namespace
+
+host::UI_Rect TandrelDirectoryView::NameEditFrame(const host::TreeRowPtr& row) {
+    host::UI_MultiColumnTree& tree = GetTree();
+    host::UI_Rect frame = tree.GetCellFrame(row, Columns::kNameColumn);
+    if (frame.width <= 0 || frame.height <= 0) {
+        // The rename command can name a row scrolled out of sight: it is brought into view.
+        tree.ScrollRowIntoView(row, false, 0, true);
+        frame = tree.GetCellFrame(row, Columns::kNameColumn);
+    }
+    host::UI_Rect text;
+    if (auto* cell =
+            dynamic_cast<Columns::NameCellView*>(tree.GetCellView(row, Columns::kNameColumn))) {
+        cell->BoundsChanged({0, 0, frame.width, frame.height});
+        if (cell->Text().IsVisible()) {
+            text = cell->Text().GetBounds();
+        }
+    }
+    if (text.width > 0 && text.height > 0) {
+        return {frame.left + text.left, frame.top + text.top, text.width, text.height};
+    }
+    // No name laid out: the cell without its picture, a square as high as the row.
+    return {frame.left + frame.height, frame.top, frame.width - frame.height, frame.height};
+}
+
+void TandrelDirectoryView::InstallNameEditText(const host::TreeRowPtr& row) {
+    if (!host::IsTandrelManagerActive() || !row ||
+        GetTree().GetCellView(row, Columns::kNameColumn) == nullptr) {
+        return;
+    }
+    SetRenameInProgress(true);
+    host::UI_MultiColumnTree& tree = GetTree();
+    host::UI_TextEdit* edit = tree.CreateEditField(NameEditFrame(row));
+    edit->SetIsQuiet(true);
+    edit->SetDesiredSizeVariation(host::UI_TextEdit::kSizeFollowsText);
+    edit->SetValue(DisplayNameOf(GetRowPath(row)));
+    const std::weak_ptr<host::UI_TreeRow> weakRow = row;
+    const std::weak_ptr<host::MediaBrowserDirectoryView> weakSelf = weak_from_this();
+    host::UI_MultiColumnTree* container = &tree;
+    edit->NotifyWhenEditEnds([weakSelf, weakRow, container](host::UI_TextEdit& field, int reason) {
+        if (const auto self = std::static_pointer_cast<TandrelDirectoryView>(weakSelf.lock())) {
+            self->OnRowRenameComplete(weakRow.lock(), container, reason, &field);
+        }
+    });
+    EnableKeyboardEvents(false);
+}
+
+void TandrelDirectoryView::OnRowRenameComplete(const host::TreeRowPtr& row,
+                                               host::UI_MultiColumnTree* container, int endReason,
+                                               host::UI_TextEdit* edit) {
+    const CompletionGuard guard;
+    if (!guard.Taken()) {
+        return;
+    }
+    EnableKeyboardEvents(true);
+    if (edit != nullptr && row && container != nullptr) {
+        if (endReason != host::UI_TextEdit::kEndCancelled) {
+            RenameRow(row, edit->GetValue());
+        }
+        edit->SetVisible(false);
+        for (host::UI_TextEdit* child : container->GetEditFields()) {
+            if (child == edit) {
+                container->RemoveEditField(edit);
+                break;
+            }
+        }
+    }
+    SetRenameInProgress(false);
+}
+
+void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::WideString& newName) {
+    if (newName.empty() || !host::IsValidFileName(newName)) {
+        ShowInvalidName();
+        return;
+    }
+    const host::WideString path = GetRowPath(row);
+    if (path.empty() || !host::FileOrDirExists(path)) {
+        return;
+    }
+    if (IsFolder(path)) {
+        if (SameNameIgnoringCase(newName, DisplayNameOf(path))) {
+            return;
+        }
+        const std::weak_ptr<host::MediaBrowserDirectoryView> weakSelf = weak_from_this();
+        host::CallAsyncOnMainThread(
+            [weakSelf, path, newName] {
+                if (const auto self =
+                        std::static_pointer_cast<TandrelDirectoryView>(weakSelf.lock())) {
+                    self->RenameFolder(path, newName);
+                }
+            },
+            kFolderRenameDelayMs);
+        return;
+    }
+    if (SameNameIgnoringCase(newName, host::GetFilePart(host::ToNormalizedPath(path)))) {
+        return;
+    }
+    RenameProject(path, newName);
+}
+
+void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
+                                        const host::WideString& newName) {
+    if (!host::IsTandrelManagerActive()) {
+        return;
+    }
+    DirectoryViewStateData state = GetStateData();
+    const bool watched = !host::DoesPathRequirePolling(oldPath);
+    if (watched) {
+        // Watches follow a folder's inode: the old tree lets go first.
+        Utils::StopMonitoringTree(oldPath);
+        std::this_thread::sleep_for(std::chrono::milliseconds(kFolderRenameDelayMs));
+    }
+    host::Directory folder(oldPath);
+    try {
+        folder.Rename(newName);
+    } catch (const std::exception&) {
+        // The tree keeps showing the folder under its old name; it is watched again.
+        if (watched) {
+            Utils::StartMonitoringTree(oldPath);
+        }
+        return;
+    }
+    const host::WideString newPath = folder.FullPath();
+    // Projects open from inside the folder now live there, with their locks.
+    Utils::RelocateOpenProjects(host::StripTrailingSlash(oldPath), newPath);
+    MoveFolderInState(state, oldPath, newPath);
+    mStateAfterListing = std::move(state);
+    mRenamedPath = newPath;
+}
+
+void TandrelDirectoryView::RenameProject(const host::WideString& oldPath,
+                                         const host::WideString& newName) {
+    const host::WideString newPath = ProjectRenameTarget(oldPath, newName);
+    if (newPath == oldPath) {
+        return; // the name typed was the name it has, extension and all
+    }
+    DirectoryViewStateData state = GetStateData();
+    Utils::MoveProjectFile(oldPath, newPath);
+    if (host::FileOrDirExists(newPath) && !host::FileOrDirExists(oldPath)) {
+        MoveProjectInState(state, oldPath, newPath);
+        mStateAfterListing = std::move(state);
+        mRenamedPath = newPath;
+    }
+}
+
+void TandrelDirectoryView::ApplyStateAfterListing() {
+    // Listings of other folders may come first; the state waits for the renamed item's row.
+    if (!mStateAfterListing || !GetRowForPath(mRenamedPath)) {
+        return;
+    }
+    const DirectoryViewStateData state = std::move(*mStateAfterListing);
+    mStateAfterListing.reset();
+    UpdateFromStateData(state, true);
+}
+
+} // namespace HandlerTandrel

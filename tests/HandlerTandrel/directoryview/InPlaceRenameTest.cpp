@@ -1,0 +1,358 @@
+#include "TandrelDirectoryViewFixture.h"
+
+#include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/uitoolkit/TextEdit.h"
+#include "Marvane/uitoolkit/TreeView.h"
+#include "ProductionCommands.h"
+#include "TestProjects.h"
+#include "directoryview/RenamePaths.h"
+#include "host/UIFramework.h"
+
+#include <QFocusEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QTest>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+namespace fs = std::filesystem;
+using host::TreeRowPtr;
+using host::UI_TextEdit;
+
+std::string ReadAll(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+class InPlaceRenameTest : public testsupport::TandrelDirectoryViewTest {
+protected:
+    void SetUp() override {
+        TandrelDirectoryViewTest::SetUp();
+        testsupport::WriteProject(production / "Edit" / "Deep" / "Reel 3.mvproj");
+        OpenPanel(5);
+    }
+    host::UI_MultiColumnTree& Tree() const { return View().GetTree(); }
+    // Selects the row and starts renaming it as Return does.
+    UI_TextEdit* StartRenaming(const fs::path& path) {
+        const TreeRowPtr row = RowOf(path);
+        EXPECT_NE(row, nullptr) << path;
+        Tree().SelectRow(row, true, false, true);
+        View().InstallNameEditText(row);
+        const auto fields = Tree().GetEditFields();
+        return fields.size() == 1 ? fields.front() : nullptr;
+    }
+    static QLineEdit& Line(UI_TextEdit* edit) { return *edit->Impl().line; }
+    static void Type(UI_TextEdit* edit, const QString& text) {
+        Line(edit).selectAll();
+        QTest::keyClicks(&Line(edit), text);
+    }
+    static void Press(UI_TextEdit* edit, Qt::Key key) { QTest::keyClick(&Line(edit), key); }
+    void Rename(const fs::path& path, const QString& newName) {
+        UI_TextEdit* edit = StartRenaming(path);
+        ASSERT_NE(edit, nullptr);
+        Type(edit, newName);
+        Press(edit, Qt::Key_Return);
+    }
+    std::vector<std::string> SelectedNames() const {
+        std::vector<std::string> names;
+        for (const std::u16string& path : View().GetSelectedPaths()) {
+            names.push_back(host::ToUTF8(host::GetFullFilePart(path)));
+        }
+        return names;
+    }
+    const std::vector<host::MessageBoxRequest>& Messages() const {
+        return responder->GetRequests();
+    }
+};
+
+TEST_F(InPlaceRenameTest, TheEditFieldHoldsTheDisplayNameSelectedOverTheNameCell) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    EXPECT_EQ(edit->GetValue(), u"Promo");
+    EXPECT_EQ(Line(edit).selectedText(), QString("Promo"));
+    EXPECT_TRUE(edit->IsQuiet());
+    EXPECT_TRUE(edit->IsVisible());
+    const host::UI_Rect cell = Tree().GetCellFrame(RowOf(production / "Promo.mvproj"),
+                                                   HandlerTandrel::Columns::kNameColumn);
+    const host::UI_Rect frame = edit->GetFrame();
+    // Over the name: right of the picture, inside the row.
+    EXPECT_GT(frame.left, cell.left);
+    EXPECT_GE(frame.top, cell.top);
+    EXPECT_LE(frame.top + frame.height, cell.top + cell.height + 1);
+    EXPECT_FALSE(View().AreKeyboardEventsEnabled());
+}
+
+TEST_F(InPlaceRenameTest, ReturnOnTheSelectedRowStartsTheRename) {
+    Tree().SelectRow(RowOf(production / "Edit"), true, false, true);
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QApplication::sendEvent(Tree().GetImpl()->view, &press);
+    ASSERT_EQ(Tree().GetEditFields().size(), 1u);
+    EXPECT_EQ(Tree().GetEditFields().front()->GetValue(), u"Edit");
+}
+
+TEST_F(InPlaceRenameTest, TheFieldWidensAsTheNameGrows) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    const float before = edit->GetFrame().width;
+    QTest::keyClicks(&Line(edit), QString(40, 'w'));
+    EXPECT_GT(edit->GetFrame().width, before);
+    Press(edit, Qt::Key_Escape);
+}
+
+TEST_F(InPlaceRenameTest, RenamingAProjectMovesItAndKeepsItSelected) {
+    Rename(production / "Promo.mvproj", "Teaser");
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    EXPECT_TRUE(View().AreKeyboardEventsEnabled());
+    EXPECT_TRUE(fs::exists(production / "Teaser.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Promo.mvproj"));
+    ASSERT_TRUE(WaitUntil([&] { return RowOf(production / "Teaser.mvproj") != nullptr; }));
+    EXPECT_TRUE(
+        WaitUntil([&] { return SelectedNames() == std::vector<std::string>{"Teaser.mvproj"}; }));
+    EXPECT_EQ(RowOf(production / "Promo.mvproj"), nullptr);
+}
+
+TEST_F(InPlaceRenameTest, ANameTypedWithoutTheExtensionKeepsTheProjectExtension) {
+    Rename(production / "Promo.mvproj", "Promo 2");
+    EXPECT_TRUE(fs::exists(production / "Promo 2.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Promo 2"));
+}
+
+TEST_F(InPlaceRenameTest, ANameTypedWithTheExtensionDoesNotGetItTwice) {
+    Rename(production / "Promo.mvproj", "Promo 3.mvproj");
+    EXPECT_TRUE(fs::exists(production / "Promo 3.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Promo 3.mvproj.mvproj"));
+}
+
+TEST_F(InPlaceRenameTest, ANameTypedWithADotKeepsItAndGetsTheExtension) {
+    Rename(production / "Promo.mvproj", "Promo v2.1");
+    EXPECT_TRUE(fs::exists(production / "Promo v2.1.mvproj"));
+}
+
+TEST_F(InPlaceRenameTest, RenamingAnOpenProjectMovesItsLockWithIt) {
+    const fs::path scene = production / "Scene 12.mvproj";
+    fs::remove(production / "Scene 12.mvproj.lock");
+    const auto project = testsupport::OpenProject(scene);
+    ASSERT_TRUE(fs::exists(host::LockFilePathFor(scene)));
+    Rename(scene, "Scene 20");
+    const fs::path moved = production / "Scene 20.mvproj";
+    EXPECT_TRUE(fs::exists(moved));
+    EXPECT_TRUE(fs::exists(host::LockFilePathFor(moved)));
+    EXPECT_FALSE(fs::exists(scene));
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(scene)));
+    EXPECT_EQ(project->Path(), moved);
+}
+
+TEST_F(InPlaceRenameTest, AProjectIsNeverRenamedOverAnother) {
+    const std::string promoBefore = ReadAll(production / "Promo.mvproj");
+    Rename(production / "Scene 12.mvproj", "Promo");
+    EXPECT_TRUE(fs::exists(production / "Scene 12.mvproj"));
+    EXPECT_EQ(ReadAll(production / "Promo.mvproj"), promoBefore);
+}
+
+TEST_F(InPlaceRenameTest, ChangingOnlyTheCaseOfAProjectNameDoesNothing) {
+    Rename(production / "Promo.mvproj", "PROMO");
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "PROMO.mvproj"));
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InPlaceRenameTest, ChangingOnlyTheCaseOfAFolderNameDoesNothing) {
+    Rename(production / "Edit", "edit");
+    SettleEvents(300);
+    EXPECT_TRUE(fs::is_directory(production / "Edit"));
+    EXPECT_FALSE(fs::exists(production / "edit"));
+}
+
+TEST_F(InPlaceRenameTest, AForbiddenCharacterShowsTheMessageListingTheForbiddenCharacters) {
+    Rename(production / "Promo.mvproj", "Pro/mo");
+    ASSERT_EQ(Messages().size(), 1u);
+    EXPECT_EQ(Messages()[0].title, "Invalid Name");
+    EXPECT_EQ(Messages()[0].text, "A valid name cannot be empty and cannot contain any of the "
+                                  "following characters:\n/");
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+}
+
+TEST_F(InPlaceRenameTest, AControlCharacterIsRefusedWithTheSameMessage) {
+    UI_TextEdit* edit = StartRenaming(production / "Edit");
+    ASSERT_NE(edit, nullptr);
+    Line(edit).setText(QString("Ed") + QChar(0x07) + "it");
+    Press(edit, Qt::Key_Return);
+    ASSERT_EQ(Messages().size(), 1u);
+    EXPECT_EQ(Messages()[0].title, "Invalid Name");
+    SettleEvents(300);
+    EXPECT_TRUE(fs::is_directory(production / "Edit"));
+}
+
+TEST_F(InPlaceRenameTest, AnEmptyNameShowsTheSameMessage) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Line(edit).clear();
+    Press(edit, Qt::Key_Return);
+    ASSERT_EQ(Messages().size(), 1u);
+    EXPECT_EQ(Messages()[0].title, "Invalid Name");
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+}
+
+TEST_F(InPlaceRenameTest, EscapeCancelsAndRenamesNothing) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, "Teaser");
+    Press(edit, Qt::Key_Escape);
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    EXPECT_TRUE(View().AreKeyboardEventsEnabled());
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Teaser.mvproj"));
+    EXPECT_TRUE(Messages().empty());
+}
+
+TEST_F(InPlaceRenameTest, ClickingElsewhereInTheWindowCommitsTheName) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, "Teaser");
+    QFocusEvent out(QEvent::FocusOut, Qt::MouseFocusReason);
+    QApplication::sendEvent(&Line(edit), &out);
+    EXPECT_TRUE(fs::exists(production / "Teaser.mvproj"));
+}
+
+TEST_F(InPlaceRenameTest, SwitchingToAnotherWindowLeavesTheEditOpen) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    QFocusEvent out(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(&Line(edit), &out);
+    EXPECT_EQ(Tree().GetEditFields().size(), 1u);
+    EXPECT_FALSE(edit->HasEnded());
+    Press(edit, Qt::Key_Escape);
+}
+
+TEST_F(InPlaceRenameTest, RenamingAFolderKeepsItsOpenSubFoldersOpenAndSelectsItsNewPath) {
+    OpenFolder(production / "Edit", 3);
+    OpenFolder(production / "Edit" / "Deep", 1);
+    Rename(production / "Edit", "Cut");
+    ASSERT_TRUE(WaitUntil([&] {
+        const TreeRowPtr deep = RowOf(production / "Cut" / "Deep");
+        return deep && Tree().IsRowOpen(deep) && Tree().IsRowOpen(RowOf(production / "Cut")) &&
+               RowOf(production / "Cut" / "Deep" / "Reel 3.mvproj") != nullptr;
+    }));
+    EXPECT_TRUE(fs::exists(production / "Cut" / "Deep" / "Reel 3.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Edit"));
+    EXPECT_EQ(RowOf(production / "Edit"), nullptr);
+    EXPECT_TRUE(WaitUntil([&] { return SelectedNames() == std::vector<std::string>{"Cut"}; }));
+    EXPECT_FALSE(View().GetStateAfterListing().has_value());
+}
+
+TEST_F(InPlaceRenameTest, ASiblingStartingWithTheOldNameKeepsItsPath) {
+    HandlerTandrel::DirectoryViewStateData state;
+    const std::u16string edit = W(production / "Edit");
+    state.mOpenFolderPaths = {edit, edit + u"/Deep", edit + u" extra"};
+    state.mSelectedRowPaths = {edit + u" extra/Reel.mvproj", edit};
+    state.mTopVisibleRowPath = edit + u"/Deep/Reel 3.mvproj";
+    HandlerTandrel::MoveFolderInState(state, edit, W(production / "Cut"));
+    const std::u16string cut = W(production / "Cut");
+    EXPECT_EQ(state.mOpenFolderPaths,
+              (std::vector<std::u16string>{cut, cut + u"/Deep", edit + u" extra"}));
+    EXPECT_EQ(state.mSelectedRowPaths,
+              (std::vector<std::u16string>{edit + u" extra/Reel.mvproj", cut}));
+    EXPECT_EQ(state.mTopVisibleRowPath, cut + u"/Deep/Reel 3.mvproj");
+}
+
+TEST_F(InPlaceRenameTest, AFolderRenameWaitsForTheMainThreadAndRunsAfterTheEditEnded) {
+    Rename(production / "Edit", "Cut");
+    // The edit has ended; the folder is renamed a moment later.
+    EXPECT_TRUE(fs::exists(production / "Edit"));
+    EXPECT_TRUE(WaitUntil([&] { return fs::exists(production / "Cut"); }));
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Cut") != nullptr; }));
+}
+
+TEST_F(InPlaceRenameTest, AFolderRenamedToATakenNameStaysAsItWasAndIsStillWatched) {
+    fs::create_directories(production / "Taken");
+    Write(production / "Taken" / "keep.txt", "keep");
+    ASSERT_TRUE(WaitUntil([&] { return RowOf(production / "Taken") != nullptr; }));
+    Rename(production / "Edit", "Taken");
+    SettleEvents(400);
+    EXPECT_TRUE(fs::exists(production / "Edit" / "Reel 1.mvproj"));
+    EXPECT_TRUE(fs::exists(production / "Taken" / "keep.txt"));
+    EXPECT_FALSE(fs::exists(production / "Taken" / "Reel 1.mvproj"));
+    EXPECT_TRUE(Messages().empty());
+    // Still watched: a project made inside it afterwards shows.
+    OpenFolder(production / "Edit", 3);
+    testsupport::WriteProject(production / "Edit" / "Reel 4.mvproj");
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 4.mvproj") != nullptr; }));
+}
+
+TEST_F(InPlaceRenameTest, ChangesOnDiskWhileTheFieldIsOpenWaitUntilTheRenameIsOver) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    testsupport::WriteProject(production / "Trailer.mvproj");
+    SettleEvents(600);
+    EXPECT_EQ(RowOf(production / "Trailer.mvproj"), nullptr);
+    EXPECT_FALSE(View().GetPendingPaths().empty());
+    Press(edit, Qt::Key_Escape);
+    EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Trailer.mvproj") != nullptr; }));
+}
+
+TEST_F(InPlaceRenameTest, ARowWhoseItemVanishedRenamesNothingSilently) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    fs::remove(production / "Promo.mvproj");
+    Type(edit, "Teaser");
+    Press(edit, Qt::Key_Return);
+    EXPECT_FALSE(fs::exists(production / "Teaser.mvproj"));
+    EXPECT_TRUE(Messages().empty());
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+}
+
+// Answers the invalid-name box by ending another edit: that completion arrives while the
+// first one still runs.
+class ReenteringResponder : public host::ScriptedDialogResponder {
+public:
+    std::function<void()> duringBox;
+    int AnswerMessageBox(const host::MessageBoxRequest& request) override {
+        if (duringBox) {
+            duringBox();
+        }
+        return ScriptedDialogResponder::AnswerMessageBox(request);
+    }
+};
+
+TEST_F(InPlaceRenameTest, ACompletionArrivingWhileOneRunsIsIgnored) {
+    auto reentering = std::make_shared<ReenteringResponder>();
+    host::SetDialogResponder(reentering);
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, "bad/name");
+    const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
+    bool reentered = false;
+    reentering->duringBox = [&] {
+        reentered = true;
+        Line(edit).setText("Teaser");
+        View().OnRowRenameComplete(promo, &Tree(), UI_TextEdit::kEndCommitted, edit);
+    };
+    Press(edit, Qt::Key_Return);
+    EXPECT_TRUE(reentered);
+    EXPECT_EQ(reentering->GetRequests().size(), 1u);
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Teaser.mvproj"));
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+}
+
+TEST_F(InPlaceRenameTest, TheRenameCommandEditsTheSelectedRow) {
+    Tree().SelectRow(RowOf(production / "Scene 12.mvproj"), true, false, true);
+    EXPECT_TRUE(
+        panel->ObeyCommand({HandlerTandrel::kCmdRenameItem, "cmd.mvproductionfolder.renameitem"}));
+    ASSERT_EQ(Tree().GetEditFields().size(), 1u);
+    EXPECT_EQ(Tree().GetEditFields().front()->GetValue(), u"Scene 12");
+    Press(Tree().GetEditFields().front(), Qt::Key_Escape);
+}
+
+TEST_F(InPlaceRenameTest, NoEditStartsWithoutAProduction) {
+    const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
+    host::ProductionSession::Instance().Close();
+    View().InstallNameEditText(promo);
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    EXPECT_TRUE(View().AreKeyboardEventsEnabled());
+}
+
+} // namespace
