@@ -55,6 +55,7 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
     tree.SetHeaderRow(mHeaderRow.get());
     mRename.SetStartRenameHandler(
         [this](const host::TreeRowPtr& row) { InstallNameEditText(row); });
+    SetUpDragAndDrop();
     tree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return SortKey(row, column);
     });

@@ -5,6 +5,7 @@
 // string sorting callback. Cells are drawn from the owner's text, or from a cell view (a
 // UI_SubView) the owner makes for the cell. All rows have one height. Main thread only.
 #include "host/CoreTypes.h"
+#include "host/DataTransfer.h"
 #include "host/UINodes.h"
 #include "host/UITextEdit.h"
 #include "host/UITimers.h"
@@ -170,6 +171,30 @@ public:
     void SetWheelCallback(WheelCallback callback);
     // A right-click (or the menu key); the row is null over the empty area.
     void SetContextClickCallback(ClickCallback callback);
+
+    // Drag and drop. Rows can be dragged once a drag start callback is set, and the tree
+    // takes drops once a drop callback is set.
+    // Where a drag is over the tree: on a row, or in the gap between two rows (the row after
+    // the gap, in display order; null below the last row), or over the empty area below the
+    // rows (betweenRows, no row after).
+    struct DropPlace {
+        TreeRowPtr row;
+        bool betweenRows = false;
+        TreeRowPtr rowAfterGap;
+    };
+    // The user started dragging the selected rows (in display order): the callback puts
+    // their data in and runs the drag.
+    using DragStartCallback =
+        std::function<void(const std::vector<TreeRowPtr>& rows, SendData& data)>;
+    // Asked while a drag moves over the tree and once more when it is dropped.
+    using DropCallback = std::function<void(DropRequest& request, const DropPlace& place)>;
+    void SetDragStartCallback(DragStartCallback callback);
+    void SetDropCallback(DropCallback callback);
+    // Shows where a drop would go (a frame around the row, or a line in the gap), or hides it.
+    void ShowDragFeedback(bool show);
+    bool IsShowingDragFeedback() const;
+    // The cursor the last drag event over the tree asked for.
+    DragCursor GetDragCursor() const;
 
     // Edit fields laid over the rows (the in-place rename). The frame is in the tree's
     // visible area (as GetCellFrame gives it); the field takes the keyboard focus. The tree

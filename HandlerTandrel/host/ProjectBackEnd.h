@@ -2,6 +2,7 @@
 // The host project back end: project files, lock files and open projects. Main thread only,
 // except where a function says otherwise.
 #include "host/CoreTypes.h"
+#include "host/DataTransfer.h"
 #include "host/Messaging.h"
 
 #include <memory>
@@ -109,6 +110,14 @@ ByteString CreateNewProjectIn(const ByteString& folderPath);
 ProjectPtr GetActiveProject();
 void SetActiveProject(const ProjectPtr& project);
 bool IsProjectOutOfDate(const ProjectPtr& project);
+
+// Bins and sequences dragged from a project's window (host/DataTransfer.h) onto a project.
+// Whether the open project takes them: it is writable and not the project they come from.
+bool CanAddProjectItems(const DraggedProjectItems& items, const ProjectPtr& target);
+// Puts them into the open project, as an edit the user saves; a name it holds already gets
+// the next number ("Reel A 2"). moveFlag 1: they also leave their own project when that one
+// is open and writable; 0: they are copied. False when nothing was added.
+bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag);
 
 // Sent on kProjectActivationStation after a project was opened, closed, or switched between
 // read-only and read-write.

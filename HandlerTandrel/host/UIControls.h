@@ -4,6 +4,7 @@
 // measures. A panel creates them in its FinishCreateSelf and places them itself whenever its
 // bounds change. Main thread only.
 #include "host/CoreTypes.h"
+#include "host/DataTransfer.h"
 #include "host/Messaging.h"
 #include "host/UINodes.h"
 
@@ -135,6 +136,11 @@ public:
     const ByteString& GetCommandName() const;
     // Issues the command, as a click does; false when it is disabled or nobody handled it.
     bool Click();
+    // The button takes drops: the handler is asked while a drag moves over the button and
+    // once more when it is dropped there. An empty handler takes none.
+    void SetDropHandler(std::function<void(DropRequest& request)> handler);
+    // The cursor the last drag event over the button asked for.
+    DragCursor GetDragCursor() const;
 
 private:
     using UI_Control::UI_Control;

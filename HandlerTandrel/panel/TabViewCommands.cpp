@@ -6,6 +6,7 @@
 #include "ProductionCommands.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
+#include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
@@ -194,6 +195,39 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     default:
         return false;
+    }
+}
+
+void TandrelTabView::AnswerDropOnTrashButton(host::DropRequest& request) {
+    request.accepted = false;
+    request.action = host::kDropActionNone;
+    request.cursor = host::DragCursor::FistNo;
+    const host::WideString trashPath = host::GetMvProductionTrashDirectoryPath();
+    if (!mDirectoryView || trashPath.empty()) {
+        return;
+    }
+    const auto rows = mDirectoryView->DraggedRowsOf(request.data);
+    if (!rows || rows->empty()) {
+        return;
+    }
+    DropTarget trash;
+    trash.path = trashPath;
+    trash.folder = trashPath;
+    trash.folderRow = mDirectoryView->GetRowForPath(trashPath);
+    trash.row = trash.folderRow;
+    std::vector<host::WideString> paths;
+    for (const host::TreeRowPtr& row : *rows) {
+        paths.push_back(mDirectoryView->GetRowPath(row));
+    }
+    // The button takes what the Trash command would take.
+    if (!mDirectoryView->CanDropRows(*rows, trash) || !Utils::CanMoveItems(paths)) {
+        return;
+    }
+    request.accepted = true;
+    request.action = host::kDropActionMove;
+    request.cursor = host::DragCursor::Fist;
+    if (request.isDrop) {
+        Utils::MoveToTrash(paths, false, true);
     }
 }
 

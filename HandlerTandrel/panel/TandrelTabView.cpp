@@ -159,6 +159,11 @@ void TandrelTabView::BuildChildren() {
     mTrashButton =
         MakeButton(*this, kTrashButtonNodeID, "kPanelButtonTrash",
                    "cmd.mvproductionfolder.movetotrash", kTrashToolTipKey, kTrashStatusKey);
+    mTrashButton->SetDropHandler([weakSelf](host::DropRequest& request) {
+        if (const auto panel = weakSelf.lock()) {
+            panel->AnswerDropOnTrashButton(request);
+        }
+    });
 }
 
 void TandrelTabView::LayoutChildren(const host::UI_Rect& bounds) {

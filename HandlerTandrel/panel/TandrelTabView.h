@@ -120,6 +120,8 @@ private:
     bool IsShowingSearchResults() const;
     // Carries out a command the panel handles; false leaves it to the host's default.
     bool CarryOut(host::CommandID id);
+    // Rows of the tree dragged onto the Trash button go to the production trash.
+    void AnswerDropOnTrashButton(host::DropRequest& request);
     // The rename command: the one selected row of the tree gets its edit field.
     void StartRenamingSelectedRow();
     void SelectAllOfShownView(bool select);

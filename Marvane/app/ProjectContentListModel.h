@@ -4,6 +4,7 @@
 // between two refreshes, and turns a name into text only when a view asks for its row: a
 // project of a million sequences costs a million strings, not a million items.
 #include <QAbstractListModel>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,18 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
 
+    // Rows can be dragged onto a project of the production: the drag names the project (its
+    // path, asked when the drag starts) and the items, as bins or as sequences.
+    void SetDragSource(std::function<std::string()> projectPath, bool sequences);
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDragActions() const override;
+
 private:
     std::vector<std::string> mNames;
+    std::function<std::string()> mProjectPath;
+    bool mSequences = false;
 };
 
 } // namespace host

@@ -27,6 +27,11 @@ QListView* NewList(ProjectContentListModel* rows, QWidget* parent) {
     list->setUniformItemSizes(true);
     list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     list->setModel(rows);
+    // Bins and sequences can be dragged onto another project of the production.
+    list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    list->setDragEnabled(true);
+    list->setDragDropMode(QAbstractItemView::DragOnly);
+    list->setDefaultDropAction(Qt::MoveAction);
     return list;
 }
 
@@ -80,6 +85,8 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mBinRows = new ProjectContentListModel(this);
     mBins = NewList(mBinRows, this);
     mBins->setObjectName(QStringLiteral("Bins"));
+    const auto projectPath = [this] { return mProject->Path().string(); };
+    mBinRows->SetDragSource(projectPath, false);
     binsColumn->addWidget(mBins);
     auto* sequencesColumn = new QVBoxLayout();
     sequencesColumn->addWidget(
@@ -87,6 +94,7 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mSequenceRows = new ProjectContentListModel(this);
     mSequences = NewList(mSequenceRows, this);
     mSequences->setObjectName(QStringLiteral("Sequences"));
+    mSequenceRows->SetDragSource(projectPath, true);
     sequencesColumn->addWidget(mSequences);
     lists->addLayout(binsColumn);
     lists->addLayout(sequencesColumn);

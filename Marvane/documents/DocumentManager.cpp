@@ -1,4 +1,5 @@
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/ProjectItemsTransfer.h"
 #include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -412,6 +413,19 @@ bool InstallOpenProjectsAccess() {
         []() -> ProjectPtr { return DocumentManager::Instance().GetActive(); },
         [](const ProjectPtr& project) {
             DocumentManager::Instance().SetActive(std::dynamic_pointer_cast<OpenProject>(project));
+        },
+        [](const DraggedProjectItems& items, const ProjectPtr& target) {
+            const auto open = std::dynamic_pointer_cast<OpenProject>(target);
+            const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
+            return open && CanReceiveItems(*open, source.get());
+        },
+        [](const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag) {
+            const auto open = std::dynamic_pointer_cast<OpenProject>(target);
+            const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
+            if (!open) {
+                return false;
+            }
+            return TransferItems(*open, source.get(), {items.bins, items.sequences}, moveFlag == 1);
         },
     });
     return true;

@@ -22,6 +22,9 @@ struct OpenProjectsAccess {
     std::function<ByteString(const ByteString& folderPath)> createNew;
     std::function<ProjectPtr()> active;
     std::function<void(const ProjectPtr& project)> makeActive;
+    std::function<bool(const DraggedProjectItems& items, const ProjectPtr& target)> canAddItems;
+    std::function<bool(const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag)>
+        copyItems;
 };
 
 void SetOpenProjectsAccess(OpenProjectsAccess access);

@@ -171,4 +171,14 @@ bool IsProjectOutOfDate(const ProjectPtr& project) {
     return project && project->IsOutOfDate();
 }
 
+bool CanAddProjectItems(const DraggedProjectItems& items, const ProjectPtr& target) {
+    const OpenProjectsAccess access = Access().Get();
+    return target && access.canAddItems && access.canAddItems(items, target);
+}
+
+bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag) {
+    const OpenProjectsAccess access = Access().Get();
+    return target && access.copyItems && access.copyItems(items, target, moveFlag);
+}
+
 } // namespace host

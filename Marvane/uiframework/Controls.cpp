@@ -2,12 +2,15 @@
 // panel's content widget.
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/ControlImpl.h"
+#include "Marvane/uitoolkit/DragAndDrop.h"
 #include "Marvane/uitoolkit/TreeView.h"
 
 #include "host/Localizer.h"
 #include "host/MultiColumnTree.h"
 #include "host/UIFramework.h"
 
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QEvent>
 #include <QKeyEvent>
 #include <QLabel>
@@ -118,6 +121,36 @@ public:
     ByteString statusKey;
     ByteString commandName;
     std::weak_ptr<TabView> panel;
+    std::function<void(DropRequest&)> drop;
+    DragCursor dragCursor = DragCursor::FistNo;
+    bool forwardsDrops = false;
+};
+
+// Hands the drag events over a button to its drop handler.
+class DropForwarder final : public QObject {
+public:
+    DropForwarder(QWidget* button, ButtonImpl& state) : QObject(button), mState(state) {
+        button->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const QEvent::Type type = event->type();
+        if (type != QEvent::DragEnter && type != QEvent::DragMove && type != QEvent::Drop) {
+            return QObject::eventFilter(watched, event);
+        }
+        auto& dropEvent = static_cast<QDropEvent&>(*event);
+        const DropRequest answer = AnswerDragEvent(dropEvent, type == QEvent::Drop, mState.drop);
+        mState.dragCursor = answer.cursor;
+        if (type == QEvent::DragEnter && mState.drop) {
+            // Interested while the pointer is over the button, so that every move is asked.
+            dropEvent.accept();
+        }
+        return true;
+    }
+
+private:
+    ButtonImpl& mState;
 };
 
 QSlider* SliderOf(const UI_Control& control) {
@@ -364,6 +397,20 @@ bool PictureButton::Click() {
     }
     return CommandDispatcher::Instance().FindStatus(command->id).enabled &&
            CommandDispatcher::Instance().Obey(command->id);
+}
+
+void PictureButton::SetDropHandler(std::function<void(DropRequest& request)> handler) {
+    auto* state = static_cast<ButtonImpl*>(GetImpl());
+    state->drop = std::move(handler);
+    state->Widget().setAcceptDrops(static_cast<bool>(state->drop));
+    if (state->drop && !state->forwardsDrops) {
+        new DropForwarder(&state->Widget(), *state);
+        state->forwardsDrops = true;
+    }
+}
+
+DragCursor PictureButton::GetDragCursor() const {
+    return static_cast<ButtonImpl*>(GetImpl())->dragCursor;
 }
 
 // ---- the skin

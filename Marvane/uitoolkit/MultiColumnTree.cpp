@@ -290,11 +290,14 @@ void UI_MultiColumnTree::DeselectAllRows() {
     mImpl->view->selectionModel()->clearSelection();
 }
 
-std::vector<TreeRowPtr> UI_MultiColumnTree::GetSelectedRows() const {
+std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
     std::vector<TreeRowPtr> selected;
-    CollectSelected(mImpl->model, *mImpl->view->selectionModel(), mImpl->model.ChildrenOf(nullptr),
-                    selected);
+    CollectSelected(model, *view->selectionModel(), model.ChildrenOf(nullptr), selected);
     return selected;
+}
+
+std::vector<TreeRowPtr> UI_MultiColumnTree::GetSelectedRows() const {
+    return mImpl->SelectedRows();
 }
 
 void UI_MultiColumnTree::SetSortDataCallback(SortDataCallback callback) {
@@ -475,6 +478,33 @@ void UI_MultiColumnTree::RemoveEditField(UI_TextEdit* field) {
     if (hadFocus && mImpl->view) {
         mImpl->view->setFocus(Qt::OtherFocusReason);
     }
+}
+
+void UI_MultiColumnTree::SetDragStartCallback(DragStartCallback callback) {
+    mImpl->dragStart = std::move(callback);
+    const bool enabled = static_cast<bool>(mImpl->dragStart);
+    mImpl->model.SetDragEnabled(enabled);
+    mImpl->view->setDragEnabled(enabled);
+}
+
+void UI_MultiColumnTree::SetDropCallback(DropCallback callback) {
+    mImpl->drop = std::move(callback);
+    const bool enabled = static_cast<bool>(mImpl->drop);
+    mImpl->view->setAcceptDrops(enabled);
+    mImpl->view->viewport()->setAcceptDrops(enabled);
+}
+
+void UI_MultiColumnTree::ShowDragFeedback(bool show) {
+    mImpl->dragFeedbackShown = show;
+    mImpl->view->viewport()->update();
+}
+
+bool UI_MultiColumnTree::IsShowingDragFeedback() const {
+    return mImpl->dragFeedbackShown;
+}
+
+DragCursor UI_MultiColumnTree::GetDragCursor() const {
+    return mImpl->dragCursor;
 }
 
 } // namespace host

@@ -81,7 +81,15 @@ QVariant TreeModel::headerData(int section, Qt::Orientation orientation, int rol
 }
 
 Qt::ItemFlags TreeModel::flags(const QModelIndex& index) const {
-    return index.isValid() ? Qt::ItemIsEnabled | Qt::ItemIsSelectable : Qt::NoItemFlags;
+    if (!index.isValid()) {
+        return Qt::NoItemFlags;
+    }
+    const Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    return mDragEnabled ? flags | Qt::ItemIsDragEnabled : flags;
+}
+
+Qt::DropActions TreeModel::supportedDragActions() const {
+    return Qt::CopyAction | Qt::MoveAction;
 }
 
 void TreeModel::SetHeader(HeaderRowImpl* header) {

@@ -25,6 +25,9 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
+    Qt::DropActions supportedDragActions() const override;
+    // Rows can be dragged (the view starts the drag).
+    void SetDragEnabled(bool enabled) { mDragEnabled = enabled; }
 
     void SetHeader(HeaderRowImpl* header);
     UI_MultiColumnTree::ColumnID ColumnAt(int section) const;
@@ -56,6 +59,7 @@ private:
     std::vector<TreeRowPtr>& MutableChildrenOf(const UI_TreeRow* parent);
     const WideString& KeyOf(const TreeRowPtr& row);
     bool Before(const TreeRowPtr& a, const TreeRowPtr& b);
+    bool mDragEnabled = false;
     void SortChildren(std::vector<TreeRowPtr>& rows, bool deep);
     static void Reindex(std::vector<TreeRowPtr>& rows, std::size_t from = 0);
     void Detach(const TreeRowPtr& row);

@@ -1,14 +1,20 @@
 #include "Marvane/uitoolkit/TreeView.h"
 
+#include "Marvane/uitoolkit/DragAndDrop.h"
 #include "Marvane/uitoolkit/PictureImpl.h"
 #include "Marvane/uitoolkit/TextMetrics.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QDragEnterEvent>
+#include <QDragLeaveEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStyleOption>
 
 namespace host {
 
@@ -200,6 +206,104 @@ void TreeWidget::contextMenuEvent(QContextMenuEvent* event) {
 void TreeWidget::resizeEvent(QResizeEvent* event) {
     QTreeView::resizeEvent(event);
     PlaceBusyIndicator();
+}
+
+void TreeWidget::startDrag(Qt::DropActions) {
+    if (!mTree.dragStart) {
+        return;
+    }
+    UI_MultiColumnTree::DragStartCallback callback = mTree.dragStart;
+    std::vector<TreeRowPtr> rows;
+    for (const TreeRowPtr& row : mTree.SelectedRows()) {
+        rows.push_back(row);
+    }
+    if (rows.empty()) {
+        return;
+    }
+    SendData sent(std::make_unique<SendDataImpl>(this));
+    callback(rows, sent);
+}
+
+UI_MultiColumnTree::DropPlace TreeWidget::PlaceAt(QPoint point, QRect& feedback) const {
+    UI_MultiColumnTree::DropPlace place;
+    const QModelIndex index = indexAt(point);
+    const QRect area = viewport()->rect();
+    if (!index.isValid()) {
+        place.betweenRows = true;
+        feedback = QRect();
+        return place;
+    }
+    const QModelIndex first = index.siblingAtColumn(0);
+    const QRect rect(area.left(), visualRect(first).top(), area.width(),
+                     visualRect(first).height());
+    // Near a row's top or bottom edge the pointer is in the gap between two rows.
+    const int margin = std::clamp(rect.height() / 5, 2, 12);
+    if (point.y() - rect.top() < margin) {
+        place.betweenRows = true;
+        place.rowAfterGap = mTree.model.RowAt(first);
+        feedback = QRect(rect.left(), rect.top(), rect.width(), 0);
+    } else if (rect.bottom() - point.y() < margin) {
+        place.betweenRows = true;
+        place.rowAfterGap = mTree.model.RowAt(indexBelow(first));
+        feedback = QRect(rect.left(), rect.bottom() + 1, rect.width(), 0);
+    } else {
+        place.row = mTree.model.RowAt(first);
+        feedback = rect;
+    }
+    return place;
+}
+
+void TreeWidget::AnswerDrag(QDropEvent& event, bool isDrop) {
+    if (!mTree.drop) {
+        event.ignore();
+        return;
+    }
+    QRect feedback;
+    const UI_MultiColumnTree::DropPlace place = PlaceAt(event.position().toPoint(), feedback);
+    mDropFeedback = feedback;
+    const UI_MultiColumnTree::DropCallback callback = mTree.drop;
+    const DropRequest answer =
+        AnswerDragEvent(event, isDrop, [&](DropRequest& request) { callback(request, place); });
+    mTree.dragCursor = answer.cursor;
+    viewport()->update();
+}
+
+void TreeWidget::dragEnterEvent(QDragEnterEvent* event) {
+    AnswerDrag(*event, false);
+    // The tree stays interested while the pointer is over it, so that moving onto a row
+    // that takes the drop is noticed even when the place entered first did not.
+    if (mTree.drop) {
+        event->accept();
+    }
+}
+
+void TreeWidget::dragMoveEvent(QDragMoveEvent* event) {
+    AnswerDrag(*event, false);
+}
+
+void TreeWidget::dragLeaveEvent(QDragLeaveEvent* event) {
+    mTree.dragFeedbackShown = false;
+    mDropFeedback = QRect();
+    viewport()->update();
+    event->accept();
+}
+
+void TreeWidget::dropEvent(QDropEvent* event) {
+    AnswerDrag(*event, true);
+    mDropFeedback = QRect();
+    viewport()->update();
+}
+
+void TreeWidget::paintEvent(QPaintEvent* event) {
+    QTreeView::paintEvent(event);
+    if (!mTree.dragFeedbackShown || mDropFeedback.isNull()) {
+        return;
+    }
+    QPainter painter(viewport());
+    QStyleOption option;
+    option.initFrom(this);
+    option.rect = mDropFeedback;
+    style()->drawPrimitive(QStyle::PE_IndicatorItemViewItemDrop, &option, &painter, this);
 }
 
 void TreeWidget::SetBusy(bool busy) {

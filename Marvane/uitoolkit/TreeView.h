@@ -43,9 +43,20 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void startDrag(Qt::DropActions supportedActions) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
+    // Asks the owner about a drag event at its position and answers the event.
+    void AnswerDrag(QDropEvent& event, bool isDrop);
+    UI_MultiColumnTree::DropPlace PlaceAt(QPoint point, QRect& feedback) const;
+
     MultiColumnTreeImpl& mTree;
+    QRect mDropFeedback; // where the feedback is drawn, in the viewport
     QPoint mPressedAt;
     QPointer<QProgressBar> mBusy;
 };
@@ -76,8 +87,14 @@ public:
     int spinnerAlignment = 0;
     bool visible = true;
     std::vector<std::unique_ptr<UI_TextEdit>> editFields;
+    UI_MultiColumnTree::DragStartCallback dragStart;
+    UI_MultiColumnTree::DropCallback drop;
+    bool dragFeedbackShown = false;
+    DragCursor dragCursor = DragCursor::FistNo;
 
     UI_SubView* CellView(const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column);
+    // In display order.
+    std::vector<TreeRowPtr> SelectedRows() const;
 };
 
 // Modifier flags of the keys held now.

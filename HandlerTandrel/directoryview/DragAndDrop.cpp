@@ -1,0 +1,243 @@
+// The tree as a drag source and a drop target: rows moved to another folder or into the
+// trash, project files from the desktop added to the production, and bins and sequences from
+// a project's window put into a project.
+#include "directoryview/TandrelDirectoryView.h"
+
+#include "TandrelIDs.h"
+#include "host/ApplicationLayer.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+#include "host/ProjectBackEnd.h"
+#include "host/UIFramework.h"
+#include "utils/AddProjects.h"
+#include "utils/CopyFiles.h"
+#include "utils/MoveItems.h"
+#include "utils/ProjectLocks.h"
+
+#include <algorithm>
+
+namespace HandlerTandrel {
+
+namespace {
+
+constexpr std::string_view kOnlyProjectsTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/CanOnlyDropProjectsTitle=Can Only Drop Projects";
+constexpr std::string_view kOnlyProjectsMessageKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/CanOnlyDropProjectsMessage=You can only drop "
+    "projects into this panel.";
+
+// Copy and move.
+constexpr std::uint32_t kRowDragActions = host::kDropActionCopy | host::kDropActionMove;
+
+bool IsFolderPath(const host::WideString& path) {
+    return !host::ProductionSupportsMarvaneProjectFile(path) && host::DirectoryExists(path);
+}
+
+host::WideString ParentOf(const host::WideString& path) {
+    const host::WideString clean = host::StripTrailingSlash(path);
+    const std::size_t slash = clean.find_last_of(u'/');
+    return slash == host::WideString::npos || slash == 0 ? host::WideString(u"/")
+                                                         : clean.substr(0, slash);
+}
+
+bool AllSupportedProjects(const std::vector<host::WideString>& files) {
+    return std::all_of(files.begin(), files.end(), [](const host::WideString& file) {
+        return host::ProductionSupportsMarvaneProjectFile(file);
+    });
+}
+
+// Whether `row` lies somewhere below `folder`.
+bool IsADescendent(const host::UI_TreeRow* row, const host::UI_TreeRow* folder) {
+    for (const host::UI_TreeRow* up = row != nullptr ? row->GetParent() : nullptr; up != nullptr;
+         up = up->GetParent()) {
+        if (up == folder) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void Answer(host::DropRequest& request, bool accepted, std::uint32_t action) {
+    request.accepted = accepted;
+    request.action = accepted ? action : host::kDropActionNone;
+    request.cursor = !accepted                         ? host::DragCursor::FistNo
+                     : action == host::kDropActionCopy ? host::DragCursor::FistAdd
+                                                       : host::DragCursor::Fist;
+}
+
+} // namespace
+
+void TandrelDirectoryView::SetUpDragAndDrop() {
+    host::UI_MultiColumnTree& tree = GetTree();
+    tree.SetDragStartCallback([this](const std::vector<host::TreeRowPtr>& rows,
+                                     host::SendData& data) { StartRowDrag(rows, data); });
+    tree.SetDropCallback(
+        [this](host::DropRequest& request, const host::UI_MultiColumnTree::DropPlace& place) {
+            AnswerDrop(request, ResolveDropTarget(place));
+        });
+}
+
+void TandrelDirectoryView::StartRowDrag(const std::vector<host::TreeRowPtr>& rows,
+                                        host::SendData& data) {
+    if (rows.empty()) {
+        return;
+    }
+    data.AddBytes(host::ByteString(kRowDragType), BeginRowDrag(rows));
+    data.RunDrag(kRowDragActions);
+    EndRowDrag();
+}
+
+std::vector<std::uint8_t>
+TandrelDirectoryView::BeginRowDrag(const std::vector<host::TreeRowPtr>& rows) {
+    mDragged.Start(rows);
+    return EncodeRowPayload(rows);
+}
+
+std::optional<std::vector<host::TreeRowPtr>>
+TandrelDirectoryView::DraggedRowsOf(const host::DropData& data) const {
+    if (!data.HasType(host::ByteString(kRowDragType))) {
+        return std::nullopt;
+    }
+    return mDragged.Resolve(data.GetBytes(host::ByteString(kRowDragType)));
+}
+
+DropTarget
+TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlace& place) const {
+    DropTarget target;
+    const host::WideString root = GetRootPath();
+    if (place.row) {
+        target.row = place.row;
+        target.path = GetRowPath(place.row);
+        if (IsFolderPath(target.path)) {
+            target.folder = target.path;
+            target.folderRow = place.row;
+            return target;
+        }
+        // A drop on a project row goes into the folder that holds the project.
+        target.folder = ParentOf(target.path);
+    } else if (place.betweenRows && place.rowAfterGap) {
+        // Between two rows: among the rows after the gap, in the folder that holds them.
+        target.folder = ParentOf(GetRowPath(place.rowAfterGap));
+    } else {
+        // Below the last row: the production itself.
+        target.folder = host::StripTrailingSlash(root);
+    }
+    if (host::StripTrailingSlash(target.folder) != host::StripTrailingSlash(root)) {
+        target.folderRow = GetRowForPath(target.folder);
+    }
+    if (target.path.empty()) {
+        target.path = target.folder;
+    }
+    return target;
+}
+
+bool TandrelDirectoryView::CanDropRows(const std::vector<host::TreeRowPtr>& rows,
+                                       const DropTarget& target) const {
+    for (const host::TreeRowPtr& row : rows) {
+        const host::WideString path = GetRowPath(row);
+        if (host::ProductionSupportsMarvaneProjectFile(path) && Utils::IsLockedByOtherUser(path)) {
+            return false;
+        }
+        if (host::DoesDirectoryContainLockedProjects(host::ToUTF8(path), true, true) ||
+            host::IsTheMvProductionTrashDirectory(path)) {
+            return false;
+        }
+    }
+    for (const host::TreeRowPtr& row : rows) {
+        const host::UI_TreeRow* folder = target.folderRow.get();
+        if (row.get() == folder || IsADescendent(folder, row.get()) || row->GetParent() == folder) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void TandrelDirectoryView::AnswerDrop(host::DropRequest& request, const DropTarget& target) {
+    Answer(request, false, host::kDropActionNone);
+    if (request.isDrop) {
+        GetTree().ShowDragFeedback(false);
+        CarryOutDrop(request, target);
+        return;
+    }
+    const host::DropData& data = request.data;
+    if (data.HasType(host::ByteString(kRowDragType))) {
+        const auto rows = DraggedRowsOf(data);
+        Answer(request, rows && CanDropRows(*rows, target), host::kDropActionMove);
+    } else if (data.HasType(host::kFilesType)) {
+        const std::vector<host::WideString> files = data.GetFiles();
+        Answer(request,
+               host::IsTandrelManagerActive() && !files.empty() && AllSupportedProjects(files),
+               host::kDropActionCopy);
+    } else if (data.HasType(host::kDataTypeName_ProjectItem)) {
+        AnswerProjectItems(request, target);
+    }
+    GetTree().ShowDragFeedback(request.accepted);
+}
+
+void TandrelDirectoryView::AnswerProjectItems(host::DropRequest& request,
+                                              const DropTarget& target) const {
+    host::DraggedProjectItems items;
+    if (!host::GetDraggedProjectItems(request.data, items) || items.IsEmpty() || !target.row) {
+        return;
+    }
+    const host::ProjectPtr project = host::FindOpenProject(host::ToUTF8(target.path));
+    if (!project || host::GetIsReadOnly(project) || !host::CanAddProjectItems(items, project)) {
+        return;
+    }
+    if ((host::GetCurrentModKeys() & host::kModKeyCopy) != 0) {
+        Answer(request, true, host::kDropActionCopy);
+        return;
+    }
+    const host::ProjectPtr parent = host::FindOpenProject(items.projectPath);
+    Answer(request, !parent || !host::GetIsReadOnly(parent), host::kDropActionMove);
+}
+
+void TandrelDirectoryView::CarryOutDrop(host::DropRequest& request, const DropTarget& target) {
+    const host::DropData& data = request.data;
+    if (data.HasType(host::ByteString(kRowDragType))) {
+        const auto rows = DraggedRowsOf(data);
+        if (!rows || !CanDropRows(*rows, target)) {
+            return;
+        }
+        std::vector<host::WideString> paths;
+        for (const host::TreeRowPtr& row : *rows) {
+            paths.push_back(GetRowPath(row));
+        }
+        // Reported before the move: moving may show questions and messages of its own.
+        Answer(request, true, host::kDropActionMove);
+        if (host::IsTheMvProductionTrashDirectory(target.folder)) {
+            Utils::MoveToTrash(paths, false, true);
+        } else if (!paths.empty()) {
+            Utils::CopyFiles(paths, target.folder, true, false);
+        }
+        return;
+    }
+    if (data.HasType(host::kFilesType)) {
+        const std::vector<host::WideString> files = data.GetFiles();
+        const bool projects = !files.empty() && AllSupportedProjects(files);
+        if (projects && host::IsTandrelManagerActive()) {
+            Answer(request, true, host::kDropActionCopy);
+            Utils::AddProjectsToProduction(files, target.folder);
+        } else if (!projects) {
+            host::ShowMessageBox(host::Localize(kOnlyProjectsTitleKey),
+                                 host::Localize(kOnlyProjectsMessageKey), {}, host::kWarningIcon,
+                                 0);
+        }
+        return;
+    }
+    if (data.HasType(host::kDataTypeName_ProjectItem)) {
+        AnswerProjectItems(request, target);
+        if (!request.accepted) {
+            return;
+        }
+        host::DraggedProjectItems items;
+        host::GetDraggedProjectItems(data, items);
+        const host::ProjectPtr project = host::FindOpenProject(host::ToUTF8(target.path));
+        const int moveFlag = request.action == host::kDropActionMove ? 1 : 0;
+        if (!host::CopySelection(items, project, moveFlag)) {
+            Answer(request, false, host::kDropActionNone);
+        }
+    }
+}
+
+} // namespace HandlerTandrel
