@@ -93,6 +93,10 @@ void TandrelDirectoryView::InstallNameEditText(const host::TreeRowPtr& row) {
         GetTree().GetCellView(row, Columns::kNameColumn) == nullptr) {
         return;
     }
+    // One name at a time: F2 again while a name is being edited leaves that edit alone.
+    if (!GetTree().GetEditFields().empty()) {
+        return;
+    }
     SetRenameInProgress(true);
     host::UI_MultiColumnTree& tree = GetTree();
     host::UI_TextEdit* edit = tree.CreateEditField(NameEditFrame(row));

@@ -98,6 +98,17 @@ std::string OnTree(QTreeView& tree, const std::vector<std::string>& fields) {
     if (verb == "columns") {
         return Columns(tree);
     }
+    if (verb == "frame" && fields.size() == 4) {
+        const QModelIndex index = RowReading(tree, fields[3]);
+        if (!index.isValid()) {
+            return "error no row " + fields[3];
+        }
+        tree.scrollTo(index);
+        const QRect cell = tree.visualRect(index);
+        const QPoint topLeft = tree.viewport()->mapToGlobal(cell.topLeft());
+        return "ok " + std::to_string(topLeft.x()) + " " + std::to_string(topLeft.y()) + " " +
+               std::to_string(cell.width()) + " " + std::to_string(cell.height());
+    }
     if ((verb == "open" || verb == "select") && fields.size() >= 4) {
         if (verb == "select") {
             tree.selectionModel()->clearSelection();

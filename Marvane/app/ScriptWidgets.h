@@ -12,6 +12,7 @@
 //                             by their first column's text, children indented by ">")
 //   ui open NAME ROW          opens the folder row whose first column reads ROW
 //   ui select NAME ROW...     selects the rows whose first column reads ROW
+//   ui frame NAME ROW         ok X Y W H (the row's first cell on the screen, in pixels)
 //   ui columns NAME           ok Name:200|Size:120 sort=Name asc row-height=25
 //   ui resize-column NAME TITLE WIDTH | ui move-column NAME TITLE POSITION | ui sort NAME TITLE
 //   ui slider NAME VALUE      drags a slider to VALUE (0.0 to 1.0) and lets go

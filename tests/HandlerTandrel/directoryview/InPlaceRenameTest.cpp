@@ -347,6 +347,17 @@ TEST_F(InPlaceRenameTest, TheRenameCommandEditsTheSelectedRow) {
     Press(Tree().GetEditFields().front(), Qt::Key_Escape);
 }
 
+TEST_F(InPlaceRenameTest, StartingAgainWhileANameIsEditedKeepsThatEdit) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, "Teas");
+    View().InstallNameEditText(RowOf(production / "Edit"));
+    ASSERT_EQ(Tree().GetEditFields().size(), 1u);
+    EXPECT_EQ(Tree().GetEditFields().front(), edit);
+    EXPECT_EQ(edit->GetValue(), u"Teas");
+    Press(edit, Qt::Key_Escape);
+}
+
 TEST_F(InPlaceRenameTest, NoEditStartsWithoutAProduction) {
     const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
     host::ProductionSession::Instance().Close();

@@ -1,11 +1,17 @@
 // The production on a real network share: our own SSH server on 127.0.0.1 exports the
 // production folder, sshfs mounts it, the panel opens the mount, and the export is changed
 // directly, as another editor's machine would change it.
+#include "Marvane/uitoolkit/TextEdit.h"
 #include "SshShare.h"
 #include "TandrelDirectoryViewFixture.h"
 #include "host/DirectoryMonitor.h"
 
+#include <QLineEdit>
+#include <QTest>
+
 #include <array>
+#include <fstream>
+#include <iterator>
 #include <poll.h>
 #include <sys/inotify.h>
 
@@ -98,6 +104,39 @@ TEST_F(NetworkShareTest, AProjectAddedOnAnotherMachineInAnOpenFolderAppears) {
     EXPECT_TRUE(
         WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }, 20000));
     EXPECT_EQ(RowOf(production / "Edit")->GetChildCount(), 3);
+}
+
+TEST_F(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNameAndTheChange) {
+    OpenPanel(5);
+    OpenFolder(production / "Edit", 2);
+    host::UI_MultiColumnTree& tree = View().GetTree();
+    tree.SelectRow(RowOf(production / "Edit"), true, false, true);
+    View().InstallNameEditText(RowOf(production / "Edit"));
+    ASSERT_EQ(tree.GetEditFields().size(), 1u);
+    host::UI_TextEdit* edit = tree.GetEditFields().front();
+    // While the name is being typed, another machine adds a project to the folder and
+    // rewrites one that is there.
+    testsupport::WriteProject(exported / "Edit" / "Reel 3.mvproj");
+    testsupport::WriteProject(exported / "Edit" / "Reel 1.mvproj", {"Recut"});
+    edit->Impl().line->selectAll();
+    QTest::keyClicks(edit->Impl().line, "Cut");
+    QTest::keyClick(edit->Impl().line, Qt::Key_Return);
+    const int wait = 20000;
+    EXPECT_TRUE(WaitUntil(
+        [&] {
+            const host::TreeRowPtr cut = RowOf(production / "Cut");
+            return cut && tree.IsRowOpen(cut) && RowOf(production / "Cut" / "Reel 3.mvproj") &&
+                   !RowOf(production / "Edit");
+        },
+        wait));
+    EXPECT_TRUE(fs::exists(exported / "Cut" / "Reel 3.mvproj"));
+    EXPECT_FALSE(fs::exists(exported / "Edit"));
+    EXPECT_EQ(RowOf(production / "Cut")->GetChildCount(), 3);
+    std::ifstream reel(exported / "Cut" / "Reel 1.mvproj");
+    const std::string text((std::istreambuf_iterator<char>(reel)),
+                           std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find("Recut"), std::string::npos);
+    EXPECT_EQ(View().GetSelectedPaths(), std::vector<std::u16string>{W(production / "Cut")});
 }
 
 } // namespace

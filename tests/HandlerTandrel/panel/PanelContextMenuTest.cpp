@@ -235,8 +235,16 @@ std::string RealMenu(std::string_view menuID) {
 TEST_F(PanelContextMenuTest, TheRealProjectMenuEnablesWhatTheSelectedClosedProjectAllows) {
     Select({pilot / "Scene 4.mvproj"});
     EXPECT_EQ(RealMenu(HandlerTandrel::kProjectContextMenuID),
-              "Open Project+|Close Project-|Refresh-|Read-Only Mode-|Make a Copy+|Rename-|"
+              "Open Project+|Close Project-|Refresh-|Read-Only Mode-|Make a Copy+|Rename+|"
               "Move To Trash+|Reveal in File Browser+");
+}
+
+TEST_F(PanelContextMenuTest, RenameIsOffForAProjectAnotherEditorHolds) {
+    const auto lock =
+        host::CreateProjectLockFile((pilot / "Scene 4.mvproj").string(), "Ben Okafor", "elsewhere");
+    ASSERT_NE(lock, nullptr);
+    Select({pilot / "Scene 4.mvproj"});
+    EXPECT_NE(RealMenu(HandlerTandrel::kProjectContextMenuID).find("|Rename-|"), std::string::npos);
 }
 
 TEST_F(PanelContextMenuTest, TheRealTrashAndNoSelectionMenusEnableWhatTheyAllow) {

@@ -1,0 +1,109 @@
+// A row dragged onto a folder with a real pointer: the real marvane on a virtual X display,
+// the pointer moved by xdotool, the drag carried by the X11 drag protocol as for a person.
+#include "E2eProjects.h"
+#include "ScriptedMarvane.h"
+#include "TemporaryFolder.h"
+#include "XvfbDisplay.h"
+
+#include <chrono>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace e2e;
+
+struct Frame {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+};
+
+// "ok X Y W H" of `ui frame`.
+bool ParseFrame(const std::string& answer, Frame& frame) {
+    std::istringstream in(answer);
+    std::string ok;
+    return static_cast<bool>(in >> ok >> frame.x >> frame.y >> frame.width >> frame.height) &&
+           ok == "ok" && frame.width > 0 && frame.height > 0;
+}
+
+void Pause(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+bool WaitFor(const std::function<bool()>& condition) {
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        if (condition()) {
+            return true;
+        }
+        Pause(50);
+    }
+    return condition();
+}
+
+class DragUnderXvfbTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteProject(production / "Scene 1.mvproj");
+        WriteProject(production / "Dailies" / "Shot 1.mvproj");
+        ASSERT_FALSE(display.Name().empty()) << "Xvfb did not start";
+    }
+
+    const testsupport::TemporaryFolder temporary{"e2e-drag"};
+    const fs::path root = temporary.Path();
+    const fs::path production = root / "Pilot";
+    const XvfbDisplay display;
+};
+
+TEST_F(DragUnderXvfbTest, AProjectDraggedOntoAFolderMovesThereWithItsLock) {
+    ScriptedMarvane ana({"--production", production.string(), "--profile", (root / "ana").string(),
+                         "--user", "Ana Ruiz"},
+                        {"DISPLAY=" + display.Name(), "QT_QPA_PLATFORM=xcb",
+                         "LSAN_OPTIONS=suppressions=" SYSTEM_LEAK_SUPPRESSIONS});
+    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
+    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Dailies|Scene 1"),
+              "ok count=2 Dailies|Scene 1");
+    // Open, so that it carries Ana's lock.
+    ASSERT_EQ(ana.Send({"open", (production / "Scene 1.mvproj").string()}), "ok");
+    ASSERT_TRUE(fs::exists(production / "Scene 1.mvproj.lock"));
+    ASSERT_EQ(ana.Send({"ui", "select", kTree, "Scene 1"}), "ok");
+
+    Frame from;
+    Frame to;
+    ASSERT_TRUE(ParseFrame(ana.Send({"ui", "frame", kTree, "Scene 1"}), from));
+    ASSERT_TRUE(ParseFrame(ana.Send({"ui", "frame", kTree, "Dailies"}), to));
+    const int fromX = from.x + from.width / 2;
+    const int fromY = from.y + from.height / 2;
+    const int toX = to.x + to.width / 2;
+    const int toY = to.y + to.height / 2;
+
+    // Press on the selected row, move a little (a drag starts), travel to the folder, let go.
+    ASSERT_TRUE(
+        display.Xdotool("mousemove " + std::to_string(fromX) + " " + std::to_string(fromY)));
+    Pause(200);
+    ASSERT_TRUE(display.Xdotool("mousedown 1"));
+    Pause(200);
+    for (int step = 1; step <= 10; ++step) {
+        const int x = fromX + (toX - fromX) * step / 10;
+        const int y = fromY + (toY - fromY) * step / 10 + (step == 1 ? 12 : 0);
+        ASSERT_TRUE(display.Xdotool("mousemove " + std::to_string(x) + " " + std::to_string(y)));
+        Pause(100);
+    }
+    ASSERT_TRUE(display.Xdotool("mousemove " + std::to_string(toX) + " " + std::to_string(toY)));
+    Pause(300);
+    ASSERT_TRUE(display.Xdotool("mouseup 1"));
+
+    EXPECT_TRUE(WaitFor([&] { return fs::exists(production / "Dailies" / "Scene 1.mvproj"); }))
+        << ana.ErrorOutput();
+    EXPECT_TRUE(fs::exists(production / "Dailies" / "Scene 1.mvproj.lock"));
+    EXPECT_FALSE(fs::exists(production / "Scene 1.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Scene 1.mvproj.lock"));
+    EXPECT_EQ(ana.Send({"quit"}), "ok");
+    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+}
+
+} // namespace
