@@ -3,11 +3,13 @@
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/uiframework/DialogResponder.h"
+#include "Marvane/uitoolkit/DragAndDrop.h"
 #include "TestProjects.h"
 
 #include <QAbstractItemModel>
 #include <QCloseEvent>
 #include <QListView>
+#include <QMimeData>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -78,6 +80,37 @@ TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
     EXPECT_EQ(Rows(Page()->SequenceList()), QStringList{QStringLiteral("Assembly")});
     EXPECT_TRUE(Page()->BinList()->uniformItemSizes());
     EXPECT_TRUE(Page()->SequenceList()->uniformItemSizes());
+}
+
+TEST_F(ProjectWindowTest, DraggedSequencesNameTheProjectAndTheItemsInListOrder) {
+    const fs::path cut =
+        testsupport::WriteProject(root / "Cut.mvproj", {"Opening", "Chase", "End"});
+    ASSERT_TRUE(window->OpenProjectFile(cut));
+    const QListView* sequences = Page()->SequenceList();
+    QAbstractItemModel* model = sequences->model();
+    EXPECT_TRUE(model->flags(model->index(1, 0)).testFlag(Qt::ItemIsDragEnabled));
+    EXPECT_EQ(sequences->dragDropMode(), QAbstractItemView::DragOnly);
+    const std::unique_ptr<QMimeData> data(
+        model->mimeData({model->index(2, 0), model->index(0, 0)}));
+    ASSERT_NE(data, nullptr);
+    const host::DropDataImpl impl(data.get());
+    host::DraggedProjectItems items;
+    ASSERT_TRUE(host::GetDraggedProjectItems(host::DropData(impl), items));
+    EXPECT_EQ(fs::path(items.projectPath), Page()->GetProject()->Path());
+    EXPECT_EQ(items.sequences, (std::vector<std::string>{"Opening", "End"}));
+    EXPECT_TRUE(items.bins.empty());
+}
+
+TEST_F(ProjectWindowTest, DraggedBinsAreBins) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    QAbstractItemModel* model = Page()->BinList()->model();
+    ASSERT_GT(model->rowCount(), 0);
+    const std::unique_ptr<QMimeData> data(model->mimeData({model->index(0, 0)}));
+    const host::DropDataImpl impl(data.get());
+    host::DraggedProjectItems items;
+    ASSERT_TRUE(host::GetDraggedProjectItems(host::DropData(impl), items));
+    EXPECT_EQ(items.bins.size(), 1u);
+    EXPECT_TRUE(items.sequences.empty());
 }
 
 TEST_F(ProjectWindowTest, AProjectOfFiftyThousandSequencesHasARowForEach) {
