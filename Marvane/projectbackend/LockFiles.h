@@ -3,6 +3,7 @@
 // Host-internal API; modules use ReadProjectLockFile / CreateProjectLockFile.
 #include "host/ProjectBackEnd.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -69,6 +70,19 @@ enum class TakeOverResult {
 // names this process. When several processes try at once exactly one succeeds, and a lock
 // that is live is never removed.
 TakeOverResult TakeOverOwnLockFile(const std::filesystem::path& projectPath);
+// What a replacement may replace, and what it puts in the lock's place.
+struct LockReplacement {
+    bool onlyOurs = false;   // only a lock of our identity
+    bool silentToo = false;  // also a lock from another machine not seen for silentAfter
+    bool evenIfLive = false; // any lock, even a live one or an unreadable file (forced)
+    bool placeOurs = true;   // our lock takes its place; otherwise the place is left free
+    std::chrono::seconds silentAfter{15 * 60};
+};
+// Replaces the project's lock (an abandoned one, and what the replacement allows besides)
+// with the same guarantees as the take-over: of many at once exactly one succeeds, and a lock
+// that appears meanwhile is never removed. replacedBytes: the lock that was replaced.
+TakeOverResult ReplaceLockFile(const std::filesystem::path& projectPath,
+                               const LockReplacement& replacement, std::string* replacedBytes);
 // The claim a take-over makes on the exact bytes of the lock it judged abandoned; a later
 // generation is tried when the maker of an earlier one is gone.
 std::filesystem::path TakeOverMarkerPath(const std::filesystem::path& lockPath,

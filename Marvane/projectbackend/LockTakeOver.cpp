@@ -14,8 +14,10 @@
 //  4. Remove the judged lock (its holder is gone) and the markers.
 // Only the maker of the marker ever moves the judged lock, and it moves only those bytes, so a
 // lock that is live is never taken, and exactly one process succeeds.
+#include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/LockStates.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/DebugTrace.h"
 
@@ -92,12 +94,17 @@ void PutBack(const fs::path& aside, const fs::path& lockPath) {
     }
 }
 
-// Steps 2 and 3, with the claim held.
+// The exact bytes at a lock's name: a regular file's whole content, or nothing.
+bool LockBytes(const fs::path& path, std::string& bytes) {
+    return ReadRegularFile(path, bytes);
+}
+
+// Steps 2 and 3, with the claim held. Without ours (a lock broken, not taken over), the
+// place is left free.
 TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& judged,
                                  const std::string& ours) {
-    LockFileContent content;
     std::string now;
-    if (ReadLockFile(lockPath, content, now) != LockFileState::Valid || now != judged) {
+    if (!LockBytes(lockPath, now) || now != judged) {
         return TakeOverResult::Lost;
     }
     const fs::path aside = PrivateName(lockPath.parent_path(), "stale");
@@ -105,9 +112,13 @@ TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& ju
         return errno == ENOENT ? TakeOverResult::Lost : TakeOverResult::Failed;
     }
     std::string moved;
-    if (ReadLockFile(aside, content, moved) != LockFileState::Valid || moved != judged) {
+    if (!LockBytes(aside, moved) || moved != judged) {
         PutBack(aside, lockPath);
         return TakeOverResult::Lost;
+    }
+    if (ours.empty()) {
+        RemoveJustClosedFile(aside);
+        return TakeOverResult::Taken;
     }
     std::string error;
     switch (PlaceNewFile(lockPath, ours, error)) {
@@ -134,27 +145,48 @@ fs::path TakeOverMarkerPath(const fs::path& lockPath, const std::string& judgedB
                                      Fingerprint(judgedBytes) + "." + std::to_string(generation));
 }
 
-TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
+TakeOverResult ReplaceLockFile(const fs::path& projectPath, const LockReplacement& replacement,
+                               std::string* replacedBytes) {
     const LockingIdentity identity = CurrentLockingIdentity();
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
     std::string judged;
-    if (ReadLockFile(lockPath, content, judged) != LockFileState::Valid ||
-        content.lockingName != identity.name || content.secondLockingString != identity.second) {
+    const LockFileState read = ReadLockFile(lockPath, content, judged);
+    if (read == LockFileState::Missing) {
         return TakeOverResult::NotAbandoned;
     }
-    switch (JudgeLockHolder(content)) {
-    case LockHolder::ThisProcess:
-        return TakeOverResult::Taken;
-    case LockHolder::LiveHere:
-    case LockHolder::Elsewhere:
-        return TakeOverResult::NotAbandoned;
-    case LockHolder::GoneHere:
-        break;
+    if (read == LockFileState::Unreadable &&
+        (!replacement.evenIfLive || !LockBytes(lockPath, judged))) {
+        return TakeOverResult::NotAbandoned; // garbage is removed only by force, and only a file
     }
-    const std::string ours = SerialiseLockFile(MakeLockFileContent(identity.name, identity.second));
+    const bool ours = read == LockFileState::Valid && content.lockingName == identity.name &&
+                      content.secondLockingString == identity.second;
+    if (read == LockFileState::Valid && JudgeLockHolder(content) == LockHolder::ThisProcess) {
+        return replacement.placeOurs ? TakeOverResult::Taken : TakeOverResult::NotAbandoned;
+    }
+    if (!replacement.evenIfLive) {
+        std::error_code error;
+        const auto written = fs::last_write_time(lockPath, error);
+        const auto since = error ? std::chrono::seconds(0)
+                                 : std::chrono::duration_cast<std::chrono::seconds>(
+                                       fs::file_time_type::clock::now() - written);
+        const LockState state = JudgeLockState(read, content, since, replacement.silentAfter);
+        const bool replaceable =
+            state == LockState::Abandoned || (replacement.silentToo && state == LockState::Silent);
+        if (!replaceable || (replacement.onlyOurs && !ours)) {
+            return TakeOverResult::NotAbandoned;
+        }
+    }
+    const std::string placed =
+        replacement.placeOurs
+            ? SerialiseLockFile(MakeLockFileContent(identity.name, identity.second))
+            : std::string();
+    // The claim marker needs content: a breaker with no lock to place claims with its own.
+    const std::string claim =
+        placed.empty() ? SerialiseLockFile(MakeLockFileContent(identity.name, identity.second))
+                       : placed;
     int generation = 0;
-    switch (ClaimJudgedLock(lockPath, judged, ours, generation)) {
+    switch (ClaimJudgedLock(lockPath, judged, claim, generation)) {
     case Claim::Claimed:
         break;
     case Claim::Lost:
@@ -162,12 +194,23 @@ TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
     case Claim::Failed:
         return TakeOverResult::Failed;
     }
-    const TakeOverResult result = ReplaceJudgedLock(lockPath, judged, ours);
+    const TakeOverResult result = ReplaceJudgedLock(lockPath, judged, placed);
     RemoveMarkers(lockPath, judged, generation);
     if (result == TakeOverResult::Taken) {
-        Trace("Host", 3, "Took over the lock its holder left behind: " + lockPath.string());
+        if (replacedBytes != nullptr) {
+            *replacedBytes = judged;
+        }
+        Trace("Host", 3,
+              std::string(replacement.placeOurs ? "Took over" : "Broke") + " the lock " +
+                  lockPath.string());
     }
     return result;
+}
+
+TakeOverResult TakeOverOwnLockFile(const fs::path& projectPath) {
+    LockReplacement replacement;
+    replacement.onlyOurs = true;
+    return ReplaceLockFile(projectPath, replacement, nullptr);
 }
 
 } // namespace host

@@ -193,6 +193,8 @@ TEST_F(InPlaceRenameTest, AnEmptyNameShowsTheSameMessage) {
     Press(edit, Qt::Key_Return);
     ASSERT_EQ(Messages().size(), 1u);
     EXPECT_EQ(Messages()[0].title, "Invalid Name");
+    EXPECT_EQ(Messages()[0].text, "A valid name cannot be empty and cannot contain any of the "
+                                  "following characters:\n/");
     EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
 }
 

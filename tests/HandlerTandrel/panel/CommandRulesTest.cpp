@@ -178,6 +178,22 @@ TEST_F(CommandRulesTest, SaveCloseAndRefreshAllCountOnlyTheProductionsOpenProjec
     EXPECT_TRUE(Enabled(kCmdSaveAllProjects, {}));
 }
 
+TEST_F(CommandRulesTest, RefreshAllIgnoresAnOutOfDateProjectOutsideTheProduction) {
+    testsupport::OpenProject(outside, host::OpenMode::ReadOnly);
+    testsupport::WriteProject(outside, {"Sequence 1", "Changed by Ben"});
+    EXPECT_FALSE(Enabled(kCmdRefreshAllProjects, {}));
+    testsupport::OpenProject(scene12, host::OpenMode::ReadOnly);
+    testsupport::WriteProject(scene12, {"Sequence 1", "Changed by Ben"});
+    EXPECT_TRUE(Enabled(kCmdRefreshAllProjects, {}));
+}
+
+TEST_F(CommandRulesTest, TheLockToggleIsOffForAFolderEvenWithAnOpenProject) {
+    testsupport::OpenProject(scene4);
+    EXPECT_TRUE(Enabled(kCmdToggleLock, {scene4}));
+    EXPECT_FALSE(Enabled(kCmdToggleLock, {pilot / "Dailies"}));
+    EXPECT_FALSE(Enabled(kCmdToggleLock, {scene4, pilot / "Dailies"}));
+}
+
 TEST_F(CommandRulesTest, MovingZoomingRevealingAndCopyingFollowOnlyTheSelectionOrNothing) {
     for (const host::CommandID id : {kCmdMoveHome, kCmdMoveEnd, kCmdMovePageDown, kCmdMovePageUp,
                                      kCmdZoomIn, kCmdZoomOut, kCmdRevealRootInSystem}) {

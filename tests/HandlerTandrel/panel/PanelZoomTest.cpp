@@ -19,10 +19,12 @@ TEST(PanelZoom, ZoomingOutAtTheSmallestStaysThere) {
 
 TEST(PanelZoom, ZoomingInJustBelowTheLargestGivesTheLargest) {
     EXPECT_EQ(ZoomedIn(0.99, kStep), 1.0);
+    EXPECT_EQ(ZoomedIn(0.9, kStep), 1.0);
 }
 
 TEST(PanelZoom, ZoomingOutJustAboveTheSmallestGivesTheSmallest) {
     EXPECT_EQ(ZoomedOut(0.01, kStep), 0.0);
+    EXPECT_EQ(ZoomedOut(0.1, kStep), 0.0);
 }
 
 TEST(PanelZoom, ZoomingInMovesToTheNextStepAbove) {

@@ -1,0 +1,146 @@
+#include "Marvane/projectbackend/LockStates.h"
+
+#include "Marvane/projectbackend/LockingIdentity.h"
+#include "host/ProjectBackEnd.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::chrono::seconds AgeOf(fs::file_time_type time) {
+    const auto age = fs::file_time_type::clock::now() - time;
+    return std::max(std::chrono::seconds(0), std::chrono::duration_cast<std::chrono::seconds>(age));
+}
+
+bool IsOurs(const LockFileContent& content) {
+    const LockingIdentity identity = CurrentLockingIdentity();
+    return !identity.name.empty() && content.lockingName == identity.name &&
+           content.secondLockingString == identity.second;
+}
+
+} // namespace
+
+const char* LockStateName(LockState state) {
+    switch (state) {
+    case LockState::Yours:
+        return "yours";
+    case LockState::Live:
+        return "live";
+    case LockState::Abandoned:
+        return "abandoned";
+    case LockState::Silent:
+        return "silent";
+    case LockState::Unreadable:
+        break;
+    }
+    return "unreadable";
+}
+
+LockState JudgeLockState(LockFileState read, const LockFileContent& content,
+                         std::chrono::seconds sinceLastSeen, std::chrono::seconds silentAfter) {
+    if (read != LockFileState::Valid) {
+        return LockState::Unreadable;
+    }
+    switch (JudgeLockHolder(content)) {
+    case LockHolder::GoneHere:
+        return LockState::Abandoned;
+    case LockHolder::ThisProcess:
+    case LockHolder::LiveHere:
+        return IsOurs(content) ? LockState::Yours : LockState::Live;
+    case LockHolder::Elsewhere:
+        break;
+    }
+    if (sinceLastSeen > silentAfter) {
+        return LockState::Silent;
+    }
+    return IsOurs(content) ? LockState::Yours : LockState::Live;
+}
+
+bool InspectLock(const fs::path& projectPath, std::chrono::seconds silentAfter,
+                 LockReport& report) {
+    report = LockReport{};
+    report.projectPath = projectPath;
+    const fs::path lockPath = LockFilePathFor(projectPath);
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(lockPath, error);
+    if (error || !fs::exists(status)) {
+        return false;
+    }
+    report.lockPath = lockPath;
+    const LockFileState read = ReadLockFile(lockPath, report.content);
+    if (read == LockFileState::Valid) {
+        report.lastSeen = fs::last_write_time(lockPath, error);
+        report.sinceLastSeen = error ? std::chrono::seconds(0) : AgeOf(report.lastSeen);
+    } else {
+        report.content = LockFileContent{};
+    }
+    report.state = JudgeLockState(read, report.content, report.sinceLastSeen, silentAfter);
+    return true;
+}
+
+std::vector<LockReport> ListProductionLocks(const fs::path& production,
+                                            std::chrono::seconds silentAfter) {
+    std::vector<LockReport> reports;
+    std::error_code error;
+    fs::recursive_directory_iterator it(production, fs::directory_options::skip_permission_denied,
+                                        error);
+    for (; !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+        const fs::path& path = it->path();
+        const std::string name = path.filename().string();
+        std::error_code kindError;
+        const bool folder = it->is_directory(kindError) && !it->is_symlink(kindError);
+        if (!name.empty() && name.front() == '.') {
+            if (folder) {
+                it.disable_recursion_pending();
+            }
+            continue;
+        }
+        if (folder && IsMarvaneProjectFile(path.string())) {
+            it.disable_recursion_pending(); // a project stored as a folder
+        }
+        if (!IsProjectLockFileName(name)) {
+            continue;
+        }
+        const fs::path project = path.parent_path() / name.substr(0, name.size() - 5);
+        LockReport report;
+        if (InspectLock(project, silentAfter, report)) {
+            reports.push_back(std::move(report));
+        }
+    }
+    std::sort(reports.begin(), reports.end(), [](const LockReport& a, const LockReport& b) {
+        return a.projectPath < b.projectPath;
+    });
+    return reports;
+}
+
+bool RefreshLockTime(const fs::path& lockPath, const std::string& expectedBytes) {
+    LockFileContent content;
+    std::string bytes;
+    if (ReadLockFile(lockPath, content, bytes) != LockFileState::Valid || bytes != expectedBytes) {
+        return false;
+    }
+    // The time only: the content, and so everything that identifies the lock, stays.
+    return ::utimensat(AT_FDCWD, lockPath.c_str(), nullptr, 0) == 0;
+}
+
+std::string DescribeLastSeen(std::chrono::seconds sinceLastSeen) {
+    const long long seconds = sinceLastSeen.count();
+    if (seconds < 60) {
+        return "just now";
+    }
+    if (seconds < 3600) {
+        return std::to_string(seconds / 60) + " min ago";
+    }
+    if (seconds < 48 * 3600) {
+        return std::to_string(seconds / 3600) + " h ago";
+    }
+    return std::to_string(seconds / 86400) + " days ago";
+}
+
+} // namespace host
