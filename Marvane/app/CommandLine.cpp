@@ -74,7 +74,12 @@ std::string UsageText() {
            "  --script              take commands from standard input (see ScriptConsole.h)\n"
            "  --help                show this text\n"
            "Without --production the last production opens, or the demo production.\n"
-           "PROJECT files (.mvproj) or folders (.mvprojd) open once the production is shown.\n";
+           "PROJECT files (.mvproj) or folders (.mvprojd) open once the production is shown.\n"
+           "\n"
+           "       marvane locks [--json] [--user NAME] [--profile DIR] [PRODUCTION]\n"
+           "lists every lock of the production: holder, machine, since, last seen, state.\n"
+           "       marvane unlock [--force] [--user NAME] [--profile DIR] PROJECT\n"
+           "removes an abandoned or silent lock (any lock with --force), and records it.\n";
 }
 
 } // namespace host

@@ -60,6 +60,7 @@ void SetUpSession(const CommandLineOptions& options) {
         ConfigureTrace(session.preferences.trace);
     }
     SetFolderProjectFormatEnabled(session.preferences.folderProjectFormat);
+    DocumentManager::Instance().SetDataDirectory(session.dataDirectory);
     // Copies and moves that an earlier run was stopped in the middle of are tidied up.
     SetMoveJournalFolder(session.dataDirectory / "Moves");
     if (const std::size_t cleaned = FinishInterruptedMoves(); cleaned != 0) {
@@ -221,6 +222,32 @@ void OpenDefaultLayout(MainWindow& window) {
     }
 }
 
+// Refreshes the locks we hold and tells the user of every project another editor took over
+// (or whose lock they broke): such a project is never written again.
+void StartLockHeartbeat(MainWindow& window) {
+    auto* heartbeat = new QTimer(&window);
+    heartbeat->setObjectName(QStringLiteral("LockHeartbeat"));
+    heartbeat->setInterval(HostSession::Instance().preferences.heartbeatSeconds * 1000);
+    QObject::connect(heartbeat, &QTimer::timeout, &window, [&window] {
+        static bool telling = false; // a message box is open: its losses are handled
+        if (telling) {
+            return;
+        }
+        const std::vector<LockLoss> losses = DocumentManager::Instance().Heartbeat();
+        if (losses.empty()) {
+            return;
+        }
+        window.SyncProjectTabs();
+        telling = true;
+        for (const LockLoss& loss : losses) {
+            ShowMessageBox(Localize("$$$/Marvane/Host/Lock/LostTitle=Project Taken Over"),
+                           DescribeLockLoss(loss), {}, kWarningIcon, 0);
+        }
+        telling = false;
+    });
+    heartbeat->start();
+}
+
 // Tells a script driver that commands are taken from now on.
 void TellScriptReady(const CommandLineOptions& options) {
     if (options.script) {
@@ -280,6 +307,7 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
     OpenStartProduction(options, err);
     OpenStartProjects(options, window, err);
     OfferRecoveredCopies(window);
+    StartLockHeartbeat(window);
     TellScriptReady(options);
     if (options.screenshot) {
         TakeScreenshotSoon(window, *options.screenshot, exitCode, err);

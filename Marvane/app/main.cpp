@@ -1,6 +1,7 @@
 // marvane: the standalone host of the Production panel.
 #include "Marvane/app/CommandLine.h"
 #include "Marvane/app/HostApplication.h"
+#include "Marvane/app/LockCommands.h"
 
 #include <QApplication>
 #include <cstdlib>
@@ -20,6 +21,10 @@ bool HasDisplay() {
 
 int main(int argc, char* argv[]) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
+    // The lock commands need no window.
+    if (host::IsLockCommand(arguments)) {
+        return host::RunLockCommand(arguments, std::cout, std::cerr);
+    }
     const host::CommandLineResult parsed = host::ParseCommandLine(arguments);
     if (!parsed.error.empty()) {
         std::cerr << "marvane: " << parsed.error << "\n" << host::UsageText();

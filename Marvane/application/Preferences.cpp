@@ -88,6 +88,14 @@ Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
         interval != json.end() && interval->is_number_integer()) {
         preferences.pollIntervalMs = std::clamp(interval->get<int>(), 50, 60000);
     }
+    if (const auto heartbeat = json.find("heartbeatSeconds");
+        heartbeat != json.end() && heartbeat->is_number_integer()) {
+        preferences.heartbeatSeconds = std::clamp(heartbeat->get<int>(), 1, 3600);
+    }
+    if (const auto silent = json.find("silentLockSeconds");
+        silent != json.end() && silent->is_number_integer()) {
+        preferences.silentLockSeconds = std::clamp(silent->get<int>(), 1, 7 * 24 * 3600);
+    }
     if (const auto locking = json.find("locking"); locking != json.end() && locking->is_object()) {
         preferences.locking.name = text(*locking, "name", preferences.locking.name);
         preferences.locking.second = text(*locking, "second", preferences.locking.second);
@@ -121,6 +129,8 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
     json["newMasking"] = preferences.newMasking;
     json["forcePolling"] = preferences.forcePolling;
     json["pollIntervalMs"] = preferences.pollIntervalMs;
+    json["heartbeatSeconds"] = preferences.heartbeatSeconds;
+    json["silentLockSeconds"] = preferences.silentLockSeconds;
     if (!json["locking"].is_object()) {
         json["locking"] = nlohmann::json::object();
     }

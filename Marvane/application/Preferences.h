@@ -20,6 +20,9 @@ struct Preferences {
     bool newMasking = false;   // projects keep object-selection data that moves with them
     bool forcePolling = false; // watch every folder by polling, as on a network share
     int pollIntervalMs = 2000; // how often polled folders are looked at
+    int heartbeatSeconds = 60; // how often the locks we hold are refreshed and checked
+    // A lock from another machine not refreshed for this long is shown as silent.
+    int silentLockSeconds = 15 * 60;
 };
 
 // The defaults of this user and machine: the full name from the system (else the login

@@ -77,6 +77,10 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     mFolder = absolute;
     // Names given in the production follow the rules of the file system it lives on.
     SetFileNameRuleFolder(mFolder);
+    // The production's hidden data folder (the record of broken locks goes there). A
+    // production nobody may write to simply has none.
+    std::error_code ignored;
+    std::filesystem::create_directory(mFolder / ".marvane", ignored);
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderOpenedMessage());
     return {};
 }

@@ -1,6 +1,7 @@
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/ProjectItemsTransfer.h"
 #include "Marvane/documents/ProjectSideData.h"
+#include "Marvane/documents/Recovery.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
@@ -218,12 +219,81 @@ bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
                 "to lock it again before saving.";
         return false;
     }
+    // Just before writing: the lock on disk must still be ours. Another editor who took the
+    // project over (or broke our lock) may be writing it now.
+    if (project->HoldsLock() && project->LockWasTakenAway()) {
+        const LockLoss loss = LoseLock(project);
+        Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
+        error = DescribeLockLoss(loss);
+        return false;
+    }
     if (!SaveProjectContent(project->Path(), project->Content(), error)) {
         return false;
     }
     project->MarkSaved(StampOf(ProjectContentFile(project->Path())));
     UpdateProjectSideData(project->Path(), project->Content());
     return true;
+}
+
+LockLoss DocumentManager::LoseLock(const OpenProjectPtr& project) {
+    LockLoss loss;
+    loss.project = project;
+    loss.newHolder = project->CurrentLockHolder();
+    if (project->IsModified()) {
+        if (mDataDirectory.empty()) {
+            loss.recoveryError = "no folder is set for recovery copies";
+        } else {
+            loss.recoveryCopy = SaveRecoveryCopy(mDataDirectory, *project, loss.recoveryError);
+        }
+    }
+    // The lock is someone else's now: it stays where it is.
+    project->AbandonLock();
+    project->SetReadOnly(true);
+    project->SetReadOnlyReason(DescribeLockLoss(loss));
+    Trace("Host", 1,
+          "Lost the lock of " + project->Path().string() + " to \"" + loss.newHolder + "\"");
+    return loss;
+}
+
+std::vector<LockLoss> DocumentManager::Heartbeat() {
+    std::vector<LockLoss> losses;
+    const std::vector<OpenProjectPtr> projects = mProjects;
+    for (const OpenProjectPtr& project : projects) {
+        if (!project->HoldsLock() || project->IsReadOnly()) {
+            continue;
+        }
+        if (project->RefreshLock()) {
+            continue;
+        }
+        if (!project->LockWasTakenAway()) {
+            continue; // ours (its time could not be set), or not readable now: not known lost
+        }
+        losses.push_back(LoseLock(project));
+        Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
+    }
+    return losses;
+}
+
+std::string DescribeLockLoss(const LockLoss& loss) {
+    const std::string name = loss.project ? loss.project->Path().stem().string() : std::string();
+    std::string text =
+        loss.newHolder.empty()
+            ? Localize("$$$/Marvane/Host/Lock/Broken=Your lock on \"@0\" was removed by another "
+                       "editor. The project is now read-only and will not be written.",
+                       {name})
+            : Localize("$$$/Marvane/Host/Lock/TakenOver=@1 took over \"@0\". The project is now "
+                       "read-only and will not be written.",
+                       {name, loss.newHolder});
+    if (!loss.recoveryCopy.empty()) {
+        text += " " + Localize("$$$/Marvane/Host/Lock/ChangesKept=Your unsaved changes are kept in "
+                               "\"@0\".",
+                               {loss.recoveryCopy.string()});
+    } else if (!loss.recoveryError.empty()) {
+        text += " " + Localize("$$$/Marvane/Host/Lock/ChangesNotKept=Your unsaved changes could "
+                               "not be kept (@0): copy them by hand before closing the project.",
+                               {loss.recoveryError});
+    }
+    return text;
 }
 
 bool DocumentManager::Reload(const OpenProjectPtr& project, std::string& error) {

@@ -23,6 +23,14 @@ struct OpenResult {
     std::string error; // for the user, when project is empty
 };
 
+// A project whose lock another editor took over or broke while we held it.
+struct LockLoss {
+    OpenProjectPtr project;
+    std::string newHolder;              // who holds it now; empty when nobody does
+    std::filesystem::path recoveryCopy; // our unsaved changes, when there were any
+    std::string recoveryError;          // why they could not be kept, if so
+};
+
 struct ReadOnlyResult {
     bool changed = false;
     bool needsReload = false; // the file changed on disk while the project was read-only
@@ -50,6 +58,14 @@ public:
     // Makes "Untitled Project.mvproj" (or the next free number) in the folder and opens it.
     OpenResult CreateNewProject(const std::filesystem::path& folder);
 
+    // Where copies of unsaved changes go when a lock is lost ("<data folder>/Recovery").
+    void SetDataDirectory(std::filesystem::path folder) { mDataDirectory = std::move(folder); }
+    // The heartbeat of the locks we hold: each is refreshed. A project whose lock was taken
+    // over or broken is never written again: its unsaved changes are kept as a recovery
+    // copy, it turns read-only (the lock on disk stays its new holder's), and the loss is
+    // returned for the user to be told.
+    std::vector<LockLoss> Heartbeat();
+
     OpenProjectPtr Find(const std::filesystem::path& projectPath) const;
     const std::vector<OpenProjectPtr>& GetAll() const { return mProjects; }
     OpenProjectPtr GetActive() const { return mActive.lock(); }
@@ -57,10 +73,15 @@ public:
 
 private:
     void Remove(const OpenProjectPtr& project);
+    LockLoss LoseLock(const OpenProjectPtr& project);
 
     std::vector<OpenProjectPtr> mProjects;
     std::weak_ptr<OpenProject> mActive;
+    std::filesystem::path mDataDirectory;
 };
+
+// "Ben Okafor took over \"Scene 1\" ...": what the user is told of a lost lock.
+std::string DescribeLockLoss(const LockLoss& loss);
 
 std::filesystem::path NormalProjectPath(const std::filesystem::path& projectPath);
 

@@ -1,6 +1,7 @@
 #include "Marvane/documents/OpenProject.h"
 
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/LockStates.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 
 namespace host {
@@ -43,9 +44,49 @@ void OpenProject::AttachLockFile(ProjectLockFilePtr lock) {
     // several copies taking over at once only one succeeds.
     if (TakeOverOwnLockFile(mPath) == TakeOverResult::Taken) {
         ForgetCreatedLock(mPath);
+        LockFileContent content;
+        mLockBytes.clear();
+        ReadLockFile(LockFilePathFor(mPath), content, mLockBytes);
         mHoldsLock = true;
         mLostLock = false;
     }
+}
+
+bool OpenProject::LockOnDiskIsOurs() const {
+    if (!mHoldsLock || mLockBytes.empty()) {
+        return false;
+    }
+    LockFileContent content;
+    std::string bytes;
+    return ReadLockFile(LockFilePathFor(mPath), content, bytes) == LockFileState::Valid &&
+           bytes == mLockBytes;
+}
+
+bool OpenProject::LockWasTakenAway() const {
+    if (!mHoldsLock || mLockBytes.empty()) {
+        return false;
+    }
+    LockFileContent content;
+    std::string bytes;
+    switch (ReadLockFile(LockFilePathFor(mPath), content, bytes)) {
+    case LockFileState::Valid:
+        return bytes != mLockBytes;
+    case LockFileState::Unreadable: {
+        // Something else stands at the lock's name; a name that cannot even be looked at (a
+        // share that does not answer) tells nothing.
+        std::error_code error;
+        const auto status = std::filesystem::symlink_status(LockFilePathFor(mPath), error);
+        return !error && std::filesystem::exists(status);
+    }
+    case LockFileState::Missing:
+        break;
+    }
+    std::error_code error;
+    return std::filesystem::exists(ProjectContentFile(mPath), error) && !error;
+}
+
+bool OpenProject::RefreshLock() const {
+    return mHoldsLock && !mLockBytes.empty() && RefreshLockTime(LockFilePathFor(mPath), mLockBytes);
 }
 
 void OpenProject::EditContent(const ProjectContent& content) {
@@ -75,6 +116,7 @@ void OpenProject::MarkSaved(FileStamp stamp) {
 
 void OpenProject::ReleaseLock() {
     if (mHoldsLock) {
+        // Removes only a lock this process wrote: one taken over is its new holder's.
         RemoveOwnLockFile(mPath);
         mHoldsLock = false;
     }

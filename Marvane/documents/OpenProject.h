@@ -49,6 +49,15 @@ public:
     void ReleaseLock();
     // Leaves the lock file in place and stops holding it (changes that could not be kept).
     void AbandonLock() { mHoldsLock = false; }
+    // Whether the lock on disk is still, byte for byte, the one this project holds.
+    bool LockOnDiskIsOurs() const;
+    // Whether the lock was positively taken from us: another lock stands in its place, or
+    // it is gone while the project is still there. A lock that cannot be read at all (the
+    // project's folder is gone, a share does not answer) is not known to be lost.
+    bool LockWasTakenAway() const;
+    // The heartbeat: our lock's time is refreshed, its content untouched. False when the
+    // lock on disk is not ours any more.
+    bool RefreshLock() const;
 
 private:
     std::filesystem::path mPath;
@@ -58,6 +67,7 @@ private:
     bool mModified = false;
     bool mHoldsLock = false;
     bool mLostLock = false;
+    std::string mLockBytes; // the lock held, as written
     std::string mReadOnlyReason;
 };
 

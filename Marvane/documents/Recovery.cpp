@@ -49,37 +49,48 @@ std::string SafeFileName(const std::string& name) {
     return safe.empty() ? std::string("Project") : safe;
 }
 
+fs::path SaveRecoveryCopy(const fs::path& dataDirectory, const OpenProject& project,
+                          std::string& error) {
+    const fs::path folder = dataDirectory / kRecoveryFolder;
+    std::error_code ignored;
+    fs::create_directories(folder, ignored);
+    const std::string base =
+        SafeFileName(project.Content().name) + " (recovered " + LocalStamp() + ")";
+    const std::string text = SerialiseProjectContent(project.Content());
+    error = "no free name in " + folder.string();
+    fs::path placed;
+    for (int number = 1; number < 1000 && placed.empty(); ++number) {
+        const fs::path copy = folder / (base + (number == 1 ? "" : " " + std::to_string(number)) +
+                                        std::string(kProjectFileExtension));
+        const PlaceResult outcome = PlaceNewFile(copy, text, error);
+        if (outcome == PlaceResult::Placed) {
+            placed = copy;
+        } else if (outcome == PlaceResult::Failed) {
+            break;
+        }
+    }
+    if (placed.empty()) {
+        return {};
+    }
+    if (PlaceNewFile(placed.string() + kOriginSuffix,
+                     JsonText(nlohmann::json{{"original", PathToJson(project.Path())}}) + "\n",
+                     error) != PlaceResult::Placed) {
+        return {};
+    }
+    error.clear();
+    return placed;
+}
+
 RecoveryResult SaveRecoveryCopies(const fs::path& dataDirectory) {
     RecoveryResult result;
-    const fs::path folder = dataDirectory / kRecoveryFolder;
     for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
         if (!project->IsModified()) {
             continue;
         }
-        std::error_code ignored;
-        fs::create_directories(folder, ignored);
-        const std::string base =
-            SafeFileName(project->Content().name) + " (recovered " + LocalStamp() + ")";
-        const std::string text = SerialiseProjectContent(project->Content());
-        std::string error = "no free name in " + folder.string();
-        fs::path placed;
-        for (int number = 1; number < 1000 && placed.empty(); ++number) {
-            const fs::path copy =
-                folder / (base + (number == 1 ? "" : " " + std::to_string(number)) +
-                          std::string(kProjectFileExtension));
-            const PlaceResult outcome = PlaceNewFile(copy, text, error);
-            if (outcome == PlaceResult::Placed) {
-                placed = copy;
-            } else if (outcome == PlaceResult::Failed) {
-                break;
-            }
-        }
-        std::string markerError;
-        if (placed.empty() ||
-            PlaceNewFile(placed.string() + kOriginSuffix,
-                         JsonText(nlohmann::json{{"original", PathToJson(project->Path())}}) + "\n",
-                         markerError) != PlaceResult::Placed) {
-            result.failed.emplace_back(project->Path(), placed.empty() ? error : markerError);
+        std::string error;
+        const fs::path placed = SaveRecoveryCopy(dataDirectory, *project, error);
+        if (placed.empty()) {
+            result.failed.emplace_back(project->Path(), error);
             continue;
         }
         result.written.push_back(placed);

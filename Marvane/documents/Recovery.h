@@ -21,6 +21,11 @@ struct RecoveryResult {
 
 // Writes a copy of every open, modified project into "<data folder>/Recovery".
 RecoveryResult SaveRecoveryCopies(const std::filesystem::path& dataDirectory);
+class OpenProject;
+// Writes a copy of one project's content (modified or not); the copy, or empty with the
+// reason in error.
+std::filesystem::path SaveRecoveryCopy(const std::filesystem::path& dataDirectory,
+                                       const OpenProject& project, std::string& error);
 // A file name made from a project's name that stays inside its folder: no separators, no
 // leading dots, no control characters, at most 120 bytes.
 std::string SafeFileName(const std::string& name);

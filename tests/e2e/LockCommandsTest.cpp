@@ -1,0 +1,193 @@
+// `marvane locks` and `marvane unlock` on a production with a lock of each kind, as an
+// assistant editor runs them from a terminal.
+#include "E2eProjects.h"
+#include "MarvaneProcess.h"
+#include "TemporaryFolder.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace e2e;
+
+std::string HostName() {
+    char name[256] = {};
+    ::gethostname(name, sizeof(name) - 1);
+    return name;
+}
+
+std::string BootId() {
+    std::ifstream in("/proc/sys/kernel/random/boot_id");
+    std::string id;
+    std::getline(in, id);
+    return id;
+}
+
+int GonePid() {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(0);
+    }
+    ::waitpid(child, nullptr, 0);
+    return child;
+}
+
+// A lock file as marvane writes it.
+void Lock(const fs::path& project, const std::string& holder, const std::string& machine,
+          long long pid, const std::string& bootId, std::chrono::seconds age,
+          const std::string& second = "suite") {
+    const nlohmann::json lock{{"lockingName", holder},  {"secondLockingString", second},
+                              {"hostName", machine},    {"processId", pid},
+                              {"processStartTicks", 0}, {"bootId", bootId},
+                              {"machineId", ""},        {"createdUtc", "2026-11-23T09:00:00Z"}};
+    const fs::path file = project.string() + ".lock";
+    std::ofstream(file) << lock.dump();
+    fs::last_write_time(file, fs::file_time_type::clock::now() - age);
+}
+
+class LockCommandsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* name : {"Abandoned", "Silent", "Live", "Mine", "Garbage", "Free"}) {
+            WriteProject(production / "Reels" / (std::string(name) + ".mvproj"));
+        }
+        const fs::path reels = production / "Reels";
+        Lock(reels / "Abandoned.mvproj", "Ben Okafor", HostName(), GonePid(), BootId(),
+             std::chrono::seconds(30));
+        Lock(reels / "Silent.mvproj", "Chloe Diaz", "edit-bay-7", 4242, "their boot",
+             std::chrono::hours(2));
+        Lock(reels / "Live.mvproj", "Dev Patel", "edit-bay-8", 4343, "their boot",
+             std::chrono::seconds(40));
+        // Her second locking string is her machine's name unless she chose another.
+        Lock(reels / "Mine.mvproj", "Ana Ruiz", "edit-bay-9", 4444, "her boot",
+             std::chrono::seconds(40), HostName());
+        std::ofstream(reels / "Garbage.mvproj.lock") << "{\"lockingName\": ";
+        // The production's hidden data folder, as marvane makes it when it opens a production.
+        fs::create_directories(production / ".marvane");
+    }
+    ProcessResult Run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.end(), {"--user", "Ana Ruiz", "--profile", profile.string()});
+        return RunMarvane(arguments);
+    }
+    std::vector<nlohmann::json> AuditLines() const {
+        std::vector<nlohmann::json> lines;
+        std::ifstream in(production / ".marvane" / "lock-breaks.log");
+        for (std::string line; std::getline(in, line);) {
+            lines.push_back(nlohmann::json::parse(line));
+        }
+        return lines;
+    }
+
+    const testsupport::TemporaryFolder temporary{"e2e-locks"};
+    const fs::path production = temporary.Path() / "Pilot";
+    const fs::path profile = temporary.Path() / "profile";
+};
+
+TEST_F(LockCommandsTest, TheListingShowsEveryLockWithItsStateAsAnAlignedTable) {
+    const ProcessResult result = Run({"locks", production.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    std::istringstream lines(result.out);
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(lines, line);) {
+        rows.push_back(line);
+    }
+    ASSERT_EQ(rows.size(), 6u) << result.out;
+    EXPECT_EQ(rows[0].rfind("PROJECT", 0), 0u);
+    const std::size_t stateColumn = rows[0].find("STATE");
+    const std::vector<std::pair<std::string, std::string>> expected{
+        {"Reels/Abandoned.mvproj", "abandoned"},
+        {"Reels/Garbage.mvproj", "unreadable"},
+        {"Reels/Live.mvproj", "live"},
+        {"Reels/Mine.mvproj", "yours"},
+        {"Reels/Silent.mvproj", "silent"}};
+    for (std::size_t index = 0; index < expected.size(); ++index) {
+        const std::string& row = rows[index + 1];
+        EXPECT_EQ(row.rfind(expected[index].first, 0), 0u) << row;
+        EXPECT_EQ(row.substr(stateColumn), expected[index].second) << row;
+    }
+    EXPECT_NE(rows[5].find("Chloe Diaz"), std::string::npos);
+    EXPECT_NE(rows[5].find("edit-bay-7"), std::string::npos);
+    EXPECT_NE(rows[5].find("2 h ago"), std::string::npos);
+}
+
+TEST_F(LockCommandsTest, TheJsonListingGivesScriptsEveryField) {
+    const ProcessResult result = Run({"locks", "--json", production.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const nlohmann::json listing = nlohmann::json::parse(result.out);
+    ASSERT_EQ(listing.at("locks").size(), 5u);
+    const nlohmann::json& silent = listing.at("locks").at(4);
+    EXPECT_EQ(silent.at("project"), "Reels/Silent.mvproj");
+    EXPECT_EQ(silent.at("state"), "silent");
+    EXPECT_EQ(silent.at("holder"), "Chloe Diaz");
+    EXPECT_EQ(silent.at("second"), "suite");
+    EXPECT_EQ(silent.at("machine"), "edit-bay-7");
+    EXPECT_EQ(silent.at("pid"), 4242);
+    EXPECT_EQ(silent.at("since"), "2026-11-23T09:00:00Z");
+    EXPECT_GE(silent.at("lastSeenSecondsAgo").get<long long>(), 7190);
+    EXPECT_EQ(listing.at("locks").at(1).at("state"), "unreadable");
+    EXPECT_FALSE(listing.at("locks").at(1).contains("holder"));
+}
+
+TEST_F(LockCommandsTest, UnlockRemovesAnAbandonedOrSilentLockAndRecordsIt) {
+    const fs::path silent = production / "Reels" / "Silent.mvproj";
+    const ProcessResult result = Run({"unlock", silent.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_FALSE(fs::exists(silent.string() + ".lock"));
+    EXPECT_NE(result.out.find("Chloe Diaz"), std::string::npos);
+    const fs::path abandoned = production / "Reels" / "Abandoned.mvproj";
+    EXPECT_EQ(Run({"unlock", abandoned.string()}).exitCode, 0);
+    const auto lines = AuditLines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].at("by"), "Ana Ruiz");
+    EXPECT_EQ(lines[0].at("how"), "unlock");
+    EXPECT_EQ(lines[0].at("project"), "Reels/Silent.mvproj");
+    EXPECT_EQ(lines[0].at("lock").at("lockingName"), "Chloe Diaz");
+    EXPECT_EQ(lines[1].at("lock").at("lockingName"), "Ben Okafor");
+}
+
+TEST_F(LockCommandsTest, UnlockRefusesALiveLockUnlessForcedAndRecordsTheForcedOne) {
+    const fs::path live = production / "Reels" / "Live.mvproj";
+    const ProcessResult refused = Run({"unlock", live.string()});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_NE(refused.err.find("is live: Dev Patel on edit-bay-8 holds it"), std::string::npos)
+        << refused.err;
+    EXPECT_TRUE(fs::exists(live.string() + ".lock"));
+    EXPECT_TRUE(AuditLines().empty());
+    const ProcessResult forced = Run({"unlock", "--force", live.string()});
+    EXPECT_EQ(forced.exitCode, 0) << forced.err;
+    EXPECT_FALSE(fs::exists(live.string() + ".lock"));
+    ASSERT_EQ(AuditLines().size(), 1u);
+    EXPECT_EQ(AuditLines()[0].at("how"), "unlock --force");
+}
+
+TEST_F(LockCommandsTest, UnlockRefusesYoursAndUnreadableLocksAndProjectsWithoutOne) {
+    EXPECT_EQ(Run({"unlock", (production / "Reels" / "Mine.mvproj").string()}).exitCode, 1);
+    const ProcessResult garbage =
+        Run({"unlock", (production / "Reels" / "Garbage.mvproj").string()});
+    EXPECT_EQ(garbage.exitCode, 1);
+    EXPECT_NE(garbage.err.find("cannot be read"), std::string::npos) << garbage.err;
+    const ProcessResult free = Run({"unlock", (production / "Reels" / "Free.mvproj").string()});
+    EXPECT_EQ(free.exitCode, 1);
+    EXPECT_NE(free.err.find("has no lock"), std::string::npos) << free.err;
+    EXPECT_TRUE(AuditLines().empty());
+}
+
+TEST_F(LockCommandsTest, BadArgumentsAreRefusedWithTheUsage) {
+    const ProcessResult missing = Run({"unlock"});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_NE(missing.err.find("usage: marvane locks"), std::string::npos);
+    EXPECT_EQ(Run({"locks", "--frobnicate"}).exitCode, 2);
+    const ProcessResult notFolder = Run({"locks", (production / "nowhere").string()});
+    EXPECT_EQ(notFolder.exitCode, 2);
+    EXPECT_NE(notFolder.err.find("is not a folder"), std::string::npos);
+}
+
+} // namespace
