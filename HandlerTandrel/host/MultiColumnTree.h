@@ -124,6 +124,8 @@ public:
     // Sorting and drawing.
     void SetSortDataCallback(SortDataCallback callback);
     void SetCellTextCallback(CellTextCallback callback);
+    // The text shown while the pointer rests on a cell; empty for none.
+    void SetToolTipCallback(CellTextCallback callback);
     void SetCellViewCallback(CellViewCallback callback);
     // Orders every row again by the header's sort column and direction.
     void Resort();

@@ -1,6 +1,7 @@
 #include "Marvane/app/ProjectWindow.h"
 
 #include "Marvane/app/ProjectContentListModel.h"
+#include "Marvane/application/LockBreaking.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
@@ -107,7 +108,11 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mSave = new QPushButton(Text("$$$/Marvane/Host/Project/Save=Save"), this);
     mReadOnly = new QPushButton(Text("$$$/Marvane/Host/Project/ReadOnly=Read-Only"), this);
     mReadOnly->setCheckable(true);
-    for (QPushButton* button : {mAdd, mRename, mSave, mReadOnly}) {
+    mTakeOver = new QPushButton(Text("$$$/Marvane/Host/Project/TakeOver=Take Over"), this);
+    mTakeOver->setObjectName(QStringLiteral("TakeOver"));
+    mBreakLock = new QPushButton(Text("$$$/Marvane/Host/Project/BreakLock=Break Lock…"), this);
+    mBreakLock->setObjectName(QStringLiteral("BreakLock"));
+    for (QPushButton* button : {mAdd, mRename, mSave, mReadOnly, mTakeOver, mBreakLock}) {
         buttons->addWidget(button);
     }
     buttons->addStretch();
@@ -118,6 +123,8 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     connect(mSave, &QPushButton::clicked, this, [this] { Save(); });
     connect(reload, &QPushButton::clicked, this, [this] { Reload(); });
     connect(mReadOnly, &QPushButton::clicked, this, [this] { ToggleReadOnly(); });
+    connect(mTakeOver, &QPushButton::clicked, this, [this] { TakeOver(); });
+    connect(mBreakLock, &QPushButton::clicked, this, [this] { BreakLock(); });
     connect(mSequences, &QAbstractItemView::doubleClicked, this, [this] { RenameSequence(); });
     mPoll.setInterval(kStatePollMs);
     connect(&mPoll, &QTimer::timeout, this, [this] { Refresh(); });
@@ -131,9 +138,18 @@ void ProjectWindow::Refresh() {
                    (mProject->IsModified() ? QStringLiteral(" •") : QString()));
     mPath->setText(QString::fromStdString(mProject->Path().string()));
     // The lock file is read only while it tells something: a writable project is ours.
-    const std::string holder = mProject->IsReadOnly() ? mProject->CurrentLockHolder() : "";
+    LockReport lock;
+    const bool locked = mProject->IsReadOnly() && InspectProjectLock(*mProject, lock);
+    const std::string holder = locked && lock.state != LockState::Unreadable
+                                   ? lock.content.lockingName
+                                   : (locked ? mProject->CurrentLockHolder() : std::string());
+    mTakeOver->setVisible(locked && lock.state == LockState::Abandoned);
+    mBreakLock->setVisible(locked && lock.state == LockState::Silent);
     if (!mProject->IsReadOnly()) {
         mMode->setText(Text("$$$/Marvane/Host/Project/ReadWrite=Read-write: you hold the lock."));
+    } else if (locked && (lock.state == LockState::Abandoned || lock.state == LockState::Silent)) {
+        mMode->setText(
+            Text("$$$/Marvane/Host/Project/ReadOnlyBecause=Read-only: @0", {DescribeLock(lock)}));
     } else if (!holder.empty() && !mProject->HoldsLock()) {
         mMode->setText(
             Text("$$$/Marvane/Host/Project/LockedBy=Read-only: locked by @0.", {holder}));
@@ -208,6 +224,36 @@ void ProjectWindow::ToggleReadOnly() {
         Report(Localize("$$$/Marvane/Host/Project/ModeFailed=Cannot Change Mode"), result.error);
     } else if (result.needsReload) {
         Reload();
+    }
+    Refresh();
+}
+
+void ProjectWindow::TakeOver() {
+    const std::string error = TakeOverProject(mProject, false);
+    if (!error.empty()) {
+        Report(Localize("$$$/Marvane/Host/Project/TakeOverFailed=Cannot Take Over"), error);
+    }
+    Refresh();
+}
+
+void ProjectWindow::BreakLock() {
+    LockReport lock;
+    if (!InspectProjectLock(*mProject, lock) || lock.state != LockState::Silent) {
+        Refresh();
+        return;
+    }
+    const int answer =
+        ShowMessageBox(Localize("$$$/Marvane/Host/Project/BreakLockTitle=Break Lock"),
+                       BreakLockQuestion(*mProject, lock),
+                       {Localize("$$$/Marvane/Host/Project/BreakLockButton=Break Lock"),
+                        Localize("$$$/Marvane/Host/SavePrompt/Cancel=Cancel")},
+                       kWarningIcon, 1);
+    if (answer == 0) {
+        const std::string error = TakeOverProject(mProject, true);
+        if (!error.empty()) {
+            Report(Localize("$$$/Marvane/Host/Project/BreakLockFailed=Cannot Break the Lock"),
+                   error);
+        }
     }
     Refresh();
 }

@@ -27,6 +27,12 @@ public:
     void Save();
     void Reload();
     void ToggleReadOnly();
+    // A holder who is gone: Take Over replaces their abandoned lock; Break Lock, after a
+    // confirmation, replaces a silent one. Both are offered only when they apply.
+    void TakeOver();
+    void BreakLock();
+    bool TakeOverOffered() const { return !mTakeOver->isHidden(); }
+    bool BreakLockOffered() const { return !mBreakLock->isHidden(); }
 
     QString ModeText() const { return mMode->text(); }
     bool OutOfDateShown() const { return !mOutOfDate->isHidden(); }
@@ -50,6 +56,8 @@ private:
     QPushButton* mRename = nullptr;
     QPushButton* mSave = nullptr;
     QPushButton* mReadOnly = nullptr;
+    QPushButton* mTakeOver = nullptr;
+    QPushButton* mBreakLock = nullptr;
     QTimer mPoll;
 };
 

@@ -1,6 +1,7 @@
 #include "Marvane/app/ScriptConsole.h"
 
 #include "Marvane/app/MainWindow.h"
+#include "Marvane/app/ProjectWindow.h"
 #include "Marvane/app/ScriptWidgets.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ScriptingHooks.h"
@@ -66,6 +67,28 @@ std::string StatusLine(const OpenProject& project) {
            " out-of-date=" + std::to_string(project.IsOutOfDate()) +
            " modified=" + std::to_string(project.IsModified()) + " holder=" + holder +
            " sequences=" + Join(project.Content().sequences, '|');
+}
+
+// The project's page in the window: what a user looks at and clicks.
+ProjectWindow* PageOf(MainWindow& window, const OpenProjectPtr& project) {
+    window.SyncProjectTabs();
+    QTabWidget* tabs = window.GetProjectTabs();
+    for (int index = 0; index < tabs->count(); ++index) {
+        auto* page = dynamic_cast<ProjectWindow*>(tabs->widget(index));
+        if (page != nullptr && page->GetProject() == project) {
+            page->Refresh();
+            return page;
+        }
+    }
+    return nullptr;
+}
+
+// What the page shows of the lock and offers for it.
+std::string LockLine(ProjectWindow& page) {
+    const std::string offer = page.TakeOverOffered()    ? "take-over"
+                              : page.BreakLockOffered() ? "break-lock"
+                                                        : "none";
+    return "ok offer=" + offer + " mode=" + page.ModeText().toStdString();
 }
 
 // What a script does to move items to the production trash: the panel decides.
@@ -207,6 +230,29 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
                  DocumentManager::Instance().SetReadOnly(project, fields[2] == "1");
              return result.error.empty() ? "ok reload=" + std::to_string(result.needsReload)
                                          : "error " + result.error;
+         }},
+        {"lock", kAnyCount, kOnProject,
+         [](ScriptConsole& console, const Fields&, const Project& project) {
+             ProjectWindow* page = PageOf(console.mWindow, project);
+             return page ? LockLine(*page) : std::string("error no page");
+         }},
+        {"take-over", kAnyCount, kOnProject,
+         [](ScriptConsole& console, const Fields&, const Project& project) {
+             ProjectWindow* page = PageOf(console.mWindow, project);
+             if (page == nullptr || !page->TakeOverOffered()) {
+                 return std::string("error not offered");
+             }
+             page->TakeOver();
+             return LockLine(*page);
+         }},
+        {"break-lock", kAnyCount, kOnProject,
+         [](ScriptConsole& console, const Fields&, const Project& project) {
+             ProjectWindow* page = PageOf(console.mWindow, project);
+             if (page == nullptr || !page->BreakLockOffered()) {
+                 return std::string("error not offered");
+             }
+             page->BreakLock();
+             return LockLine(*page);
          }},
         {"close", kAnyCount, kOnProject,
          [](ScriptConsole&, const Fields&, const Project& project) {

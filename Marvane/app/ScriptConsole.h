@@ -6,6 +6,8 @@
 //   open PATH | open-read-only PATH | close PATH | save PATH | reload PATH
 //   status PATH            ok read-only=0|1 out-of-date=0|1 modified=0|1 holder=NAME sequences=A|B
 //   add-sequence PATH NAME | read-only PATH 0|1 (ok reload=0|1)
+//   lock PATH              ok offer=take-over|break-lock|none mode=TEXT (the page's lock line)
+//   take-over PATH | break-lock PATH   clicks the page's button (the same answer as lock)
 //   answer N | text T | files PATH... (the next open-files dialog's choice; none cancels)
 //   dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
 //   recovered (ok count=N) | quit

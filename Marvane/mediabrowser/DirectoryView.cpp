@@ -1,8 +1,10 @@
 // The media browser's directory view: directories read off the main thread, rows kept in step
 // with the disk.
+#include "Marvane/application/HostSession.h"
 #include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "Marvane/projectbackend/LockStates.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "host/AsyncCalls.h"
 #include "host/DirectoryMonitor.h"
@@ -79,6 +81,19 @@ MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeI
     : mTree(std::make_unique<UI_MultiColumnTree>(treeNodeID)) {
     mTree->SetDisclosureChangedCallback(
         [this](const TreeRowPtr& row, bool open) { RowDisclosureChanged(row, open); });
+    // A project's lock, in words: who holds it, since when they were seen, whether anyone
+    // still does. Read when the pointer rests on the row.
+    mTree->SetToolTipCallback([this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) {
+        const std::string path = ToUTF8(GetRowPath(row));
+        LockReport lock;
+        if (path.empty() || !IsMarvaneProjectFile(path) ||
+            !InspectLock(
+                path, std::chrono::seconds(HostSession::Instance().preferences.silentLockSeconds),
+                lock)) {
+            return WideString();
+        }
+        return ToUTF16(DescribeLock(lock));
+    });
 }
 
 MediaBrowserDirectoryView::~MediaBrowserDirectoryView() {

@@ -1,6 +1,8 @@
 #include "Marvane/projectbackend/LockStates.h"
 
+#include "Marvane/core/ThisMachine.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
+#include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
 
 #include <algorithm>
@@ -141,6 +143,31 @@ std::string DescribeLastSeen(std::chrono::seconds sinceLastSeen) {
         return std::to_string(seconds / 3600) + " h ago";
     }
     return std::to_string(seconds / 86400) + " days ago";
+}
+
+std::string DescribeLock(const LockReport& report) {
+    const LockFileContent& lock = report.content;
+    const std::string machine = lock.hostName == ThisHostName()
+                                    ? Localize("$$$/Marvane/Host/Lock/ThisMachine=this machine")
+                                    : lock.hostName;
+    switch (report.state) {
+    case LockState::Abandoned:
+        return Localize("$$$/Marvane/Host/Lock/Abandoned=@0's marvane on @1 is no longer "
+                        "running. Nobody holds the project: it can be taken over.",
+                        {lock.lockingName, machine});
+    case LockState::Silent:
+        return Localize("$$$/Marvane/Host/Lock/Silent=Locked by @0 on @1, last seen @2. Their "
+                        "marvane has stopped answering: the lock can be broken.",
+                        {lock.lockingName, machine, DescribeLastSeen(report.sinceLastSeen)});
+    case LockState::Yours:
+    case LockState::Live:
+        return Localize("$$$/Marvane/Host/Lock/Live=Locked by @0 on @1, last seen @2.",
+                        {lock.lockingName, machine, DescribeLastSeen(report.sinceLastSeen)});
+    case LockState::Unreadable:
+        break;
+    }
+    return Localize("$$$/Marvane/Host/Lock/Unreadable=The lock file cannot be read, so the "
+                    "project counts as locked by someone else.");
 }
 
 } // namespace host

@@ -54,5 +54,8 @@ std::vector<LockReport> ListProductionLocks(const std::filesystem::path& product
 bool RefreshLockTime(const std::filesystem::path& lockPath, const std::string& expectedBytes);
 // "3 min ago", "2 h ago", "just now": how a user reads a last-seen time.
 std::string DescribeLastSeen(std::chrono::seconds sinceLastSeen);
+// One sentence on who holds the lock and whether anyone still does, for tooltips and the
+// read-only banner: "Ben Okafor's marvane on edit-bay-2 is no longer running." ...
+std::string DescribeLock(const LockReport& report);
 
 } // namespace host

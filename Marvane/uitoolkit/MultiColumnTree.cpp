@@ -304,6 +304,10 @@ void UI_MultiColumnTree::SetSortDataCallback(SortDataCallback callback) {
     mImpl->model.sortData = std::move(callback);
 }
 
+void UI_MultiColumnTree::SetToolTipCallback(CellTextCallback callback) {
+    mImpl->model.toolTip = std::move(callback);
+}
+
 void UI_MultiColumnTree::SetCellTextCallback(CellTextCallback callback) {
     mImpl->model.cellText = std::move(callback);
 }

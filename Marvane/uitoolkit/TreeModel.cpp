@@ -65,14 +65,20 @@ bool TreeModel::hasChildren(const QModelIndex& parent) const {
 }
 
 QVariant TreeModel::data(const QModelIndex& index, int role) const {
-    if (role != Qt::DisplayRole || !cellText) {
+    const UI_MultiColumnTree::CellTextCallback& source = role == Qt::DisplayRole   ? cellText
+                                                         : role == Qt::ToolTipRole ? toolTip
+                                                                                   : nullptr;
+    if (!source) {
         return {};
     }
     const TreeRowPtr row = RowAt(index);
     if (!row) {
         return {};
     }
-    const WideString text = cellText(row, ColumnAt(index.column()));
+    const WideString text = source(row, ColumnAt(index.column()));
+    if (text.empty() && role == Qt::ToolTipRole) {
+        return {};
+    }
     return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
 }
 

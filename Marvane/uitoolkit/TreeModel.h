@@ -53,6 +53,7 @@ public:
 
     UI_MultiColumnTree::SortDataCallback sortData;
     UI_MultiColumnTree::CellTextCallback cellText;
+    UI_MultiColumnTree::CellTextCallback toolTip;
     std::uint64_t sortDataRequests = 0;
 
 private:

@@ -11,7 +11,8 @@
 #include <unistd.h>
 
 ScriptedMarvane::ScriptedMarvane(const std::vector<std::string>& arguments,
-                                 const std::vector<std::string>& environment) {
+                                 const std::vector<std::string>& environment,
+                                 const std::vector<std::string>& launcher) {
     int toChild[2];
     int fromChild[2];
     if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) {
@@ -30,16 +31,16 @@ ScriptedMarvane::ScriptedMarvane(const std::vector<std::string>& arguments,
             const auto equals = variable.find('=');
             ::setenv(variable.substr(0, equals).c_str(), variable.substr(equals + 1).c_str(), 1);
         }
+        std::vector<std::string> copies = launcher;
+        copies.push_back(MARVANE_EXECUTABLE);
+        copies.push_back("--script");
+        copies.insert(copies.end(), arguments.begin(), arguments.end());
         std::vector<char*> argv;
-        std::string executable = MARVANE_EXECUTABLE;
-        argv.push_back(executable.data());
-        std::vector<std::string> copies = arguments;
-        copies.insert(copies.begin(), "--script");
         for (std::string& argument : copies) {
             argv.push_back(argument.data());
         }
         argv.push_back(nullptr);
-        ::execv(executable.c_str(), argv.data());
+        ::execvp(argv.front(), argv.data());
         ::_exit(127);
     }
     ::close(toChild[0]);

@@ -11,8 +11,11 @@
 
 class ScriptedMarvane {
 public:
+    // launcher: a program (with its arguments) that runs marvane for the test, such as one
+    // that gives it a machine of its own; marvane and its arguments follow it.
     ScriptedMarvane(const std::vector<std::string>& arguments,
-                    const std::vector<std::string>& environment = {});
+                    const std::vector<std::string>& environment = {},
+                    const std::vector<std::string>& launcher = {});
     ~ScriptedMarvane();
     ScriptedMarvane(const ScriptedMarvane&) = delete;
     ScriptedMarvane& operator=(const ScriptedMarvane&) = delete;

@@ -1,5 +1,6 @@
 #include "TandrelDirectoryViewFixture.h"
 
+#include "GoneProcess.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
@@ -612,6 +613,31 @@ TEST_F(TandrelDirectoryViewTest, ClosingTheProductionStopsWatchingItsFolders) {
     EXPECT_TRUE(WaitUntil([&] { return View().GetTree().GetTopLevelRowCount() == 0; }));
     EXPECT_TRUE(View().GetWatchedFolders().empty());
     EXPECT_EQ(RowOf(production / "Edit"), nullptr);
+}
+
+} // namespace
+
+namespace {
+
+using testsupport::TandrelDirectoryViewTest;
+namespace fs = std::filesystem;
+
+TEST_F(TandrelDirectoryViewTest, AProjectRowsToolTipSaysWhetherItsHolderIsStillThere) {
+    host::LockFileContent gone = host::MakeLockFileContent("Ben Okafor", "suite-2");
+    gone.processId = testsupport::PidOfAGoneProcess();
+    std::ofstream(host::LockFilePathFor(production / "Promo.mvproj"))
+        << host::SerialiseLockFile(gone);
+    OpenPanel(5);
+    const auto& model = View().GetTree().GetImpl()->model;
+    const QModelIndex promo = model.IndexOf(RowOf(production / "Promo.mvproj"));
+    const QString tip = model.data(promo, Qt::ToolTipRole).toString();
+    EXPECT_TRUE(tip.contains("Ben Okafor's marvane on this machine is no longer running"))
+        << tip.toStdString();
+    // A project nobody locks, and a folder, have none.
+    EXPECT_FALSE(model.data(model.IndexOf(RowOf(production / "Edit")), Qt::ToolTipRole).isValid());
+    fs::remove(production / "Scene 12.mvproj.lock");
+    EXPECT_FALSE(model.data(model.IndexOf(RowOf(production / "Scene 12.mvproj")), Qt::ToolTipRole)
+                     .isValid());
 }
 
 } // namespace

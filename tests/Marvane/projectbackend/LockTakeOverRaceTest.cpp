@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kTakers = 8;
-constexpr int kRounds = 300;
+constexpr int kRounds = 500;
 
 struct TakeOverBoard {
     std::array<std::array<unsigned char, kTakers>, kRounds> taken;
@@ -31,9 +31,15 @@ fs::path ProjectOfRound(const fs::path& folder, int round) {
     return folder / ("Round " + std::to_string(round) + ".mvproj");
 }
 
-// What a copy of "Ana Ruiz" killed with -9 leaves: her lock, naming a process that is gone.
+// Whose abandoned lock the takers race for: their own identity's (several copies of one
+// editor), or another editor's (Take Over by several editors at once).
+bool gTakingOverAnotherEditor = false;
+
+// What a copy killed with -9 leaves: a lock naming a process that is gone.
 void PlantAbandonedLock(const fs::path& project) {
-    host::LockFileContent abandoned = host::MakeLockFileContent("Ana Ruiz", "suite-1");
+    host::LockFileContent abandoned =
+        host::MakeLockFileContent(gTakingOverAnotherEditor ? "Chloe Diaz" : "Ana Ruiz",
+                                  gTakingOverAnotherEditor ? "suite-3" : "suite-1");
     abandoned.processId = testsupport::PidOfAGoneProcess();
     std::ofstream(host::LockFilePathFor(project)) << host::SerialiseLockFile(abandoned);
 }
@@ -45,8 +51,10 @@ using SharedTakeOverBoard = testsupport::SharedBoard<TakeOverBoard>;
     board.pids[static_cast<std::size_t>(taker)] = ::getpid();
     for (int round = 0; round < kRounds; ++round) {
         shared.StartRound();
-        const bool won =
-            host::TakeOverOwnLockFile(ProjectOfRound(folder, round)) == host::TakeOverResult::Taken;
+        const fs::path project = ProjectOfRound(folder, round);
+        const bool won = (gTakingOverAnotherEditor
+                              ? host::ReplaceLockFile(project, host::LockReplacement{}, nullptr)
+                              : host::TakeOverOwnLockFile(project)) == host::TakeOverResult::Taken;
         board.taken[static_cast<std::size_t>(round)][static_cast<std::size_t>(taker)] = won;
     }
     _exit(0);
@@ -69,6 +77,10 @@ using SharedTakeOverBoard = testsupport::SharedBoard<TakeOverBoard>;
 class LockTakeOverRace : public ::testing::Test {
 protected:
     void SetUp() override {
+        gTakingOverAnotherEditor = false;
+        PlantAll();
+    }
+    void PlantAll() {
         host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
         host::HostSession::Instance().userOverride.reset();
         for (int round = 0; round < kRounds; ++round) {
@@ -145,6 +157,45 @@ TEST_F(LockTakeOverRace, EightCopiesTakingOverOneAbandonedLockGiveExactlyOneOwne
     EXPECT_EQ(roundsWithOneOwner, kRounds);
     // No marker and no lock taken aside is left behind.
     EXPECT_EQ(LeftoversInFolder(), 0);
+}
+
+TEST_F(LockTakeOverRace,
+       EightEditorsTakingOverAnotherEditorsAbandonedLockGiveOneOwnerAndKeepALiveLock) {
+    gTakingOverAnotherEditor = true;
+    PlantAll();
+    Race(false);
+    for (int round = 0; round < kRounds; ++round) {
+        const auto r = static_cast<std::size_t>(round);
+        int owners = 0;
+        pid_t winner = 0;
+        for (std::size_t taker = 0; taker < kTakers; ++taker) {
+            owners += Results().taken[r][taker];
+            winner = Results().taken[r][taker] ? Results().pids[taker] : winner;
+        }
+        EXPECT_EQ(owners, 1) << "round " << round;
+        EXPECT_EQ(LockOfRound(round).processId, winner) << "round " << round;
+        EXPECT_EQ(LockOfRound(round).lockingName, "Ana Ruiz") << "round " << round;
+    }
+    EXPECT_EQ(LeftoversInFolder(), 0);
+    // Again, with another editor locking afresh in the moment each lock is free.
+    PlantAll();
+    Race(true);
+    int roundsWithTheLiveLock = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto r = static_cast<std::size_t>(round);
+        int owners = 0;
+        for (std::size_t taker = 0; taker < kTakers; ++taker) {
+            owners += Results().taken[r][taker];
+        }
+        EXPECT_LE(owners, 1) << "round " << round;
+        if (Results().liveLockMade[r]) {
+            EXPECT_EQ(LockOfRound(round).lockingName, "Ben Okafor") << "round " << round;
+            ++roundsWithTheLiveLock;
+        }
+    }
+    EXPECT_GT(roundsWithTheLiveLock, 0);
+    EXPECT_EQ(LeftoversInFolder(), 0);
+    gTakingOverAnotherEditor = false;
 }
 
 TEST_F(LockTakeOverRace, ALiveLockMadeDuringATakeOverIsNeverRemoved) {
