@@ -159,6 +159,9 @@ public:
     // While busy the tree shows a moving indicator: its rows are about to change.
     void SetBusy(bool busy);
     bool IsBusy() const;
+    // A sentence shown over the rows (the production cannot be reached, say); empty hides it.
+    void SetOverlayText(const WideString& text);
+    WideString GetOverlayText() const;
     // Whether the tree is shown (inside the area that holds it).
     void SetVisible(bool visible);
     bool IsVisible() const;

@@ -1,9 +1,11 @@
 #include "Marvane/app/MainWindow.h"
 
 #include "Marvane/app/HostCommands.h"
+#include "Marvane/app/ProductionOutage.h"
 #include "Marvane/app/ProjectWindow.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/ProductionWatch.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
@@ -19,6 +21,7 @@
 
 #include <QCloseEvent>
 #include <QFileDialog>
+#include <QStatusBar>
 #include <algorithm>
 
 namespace host {
@@ -31,6 +34,9 @@ public:
         if (type == MvProductionFolderOpenedMessage::kTypeID ||
             type == MvProductionFolderClosedMessage::kTypeID) {
             mWindow->UpdateProductionDisplay();
+        } else if (type == ProductionReachabilityMessage::kTypeID) {
+            const auto& reachability = static_cast<const ProductionReachabilityMessage&>(message);
+            ProductionReachabilityChanged(*mWindow, reachability.reachable, reachability.reason);
         } else if (type == ShowProgressPanelMessage::kTypeID) {
             mWindow->ShowProgressPanel();
         } else if (type == ProjectOpenedMessage::kTypeID || type == ProjectClosedMessage::kTypeID ||
@@ -253,6 +259,26 @@ void MainWindow::ShowAbout() {
                    Localize("$$$/Marvane/Host/AboutText=Marvane, the standalone host of the "
                             "Production panel.#{Shown in Help > About}"),
                    {}, kInformationIcon, 0);
+}
+
+void MainWindow::SetProductionBanner(const QString& text) {
+    if (mProductionBanner == nullptr) {
+        mProductionBanner = new QLabel(this);
+        mProductionBanner->setObjectName(QStringLiteral("ProductionBanner"));
+        mProductionBanner->setWordWrap(true);
+        mProductionBanner->setStyleSheet(
+            QStringLiteral("#ProductionBanner { background: #fff3c4; color: #3a2c00; "
+                           "padding: 4px 8px; }"));
+        statusBar()->addPermanentWidget(mProductionBanner, 1);
+    }
+    mProductionBanner->setText(text);
+    mProductionBanner->setVisible(!text.isEmpty());
+}
+
+QString MainWindow::ProductionBanner() const {
+    return mProductionBanner != nullptr && !mProductionBanner->isHidden()
+               ? mProductionBanner->text()
+               : QString();
 }
 
 } // namespace host

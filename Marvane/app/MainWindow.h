@@ -37,6 +37,9 @@ public:
     // Brings up the progress panel (made on first use).
     void ShowProgressPanel();
     ProgressPanel* GetProgressPanel() const { return mProgressPanel; }
+    // A warning about the production across the window's bottom edge; empty hides it.
+    void SetProductionBanner(const QString& text);
+    QString ProductionBanner() const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -56,6 +59,7 @@ private:
     QStackedWidget* mCentreStack = nullptr;
     QTabWidget* mProjectTabs = nullptr;
     ProgressPanel* mProgressPanel = nullptr;
+    QLabel* mProductionBanner = nullptr;
     QTimer mStatusTimer;
     std::vector<QAction*> mCommandActions;
 };

@@ -176,6 +176,12 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
          [](ScriptConsole& console, const Fields&, const Project&) {
              return "ok " + Join(console.mWindow.GetWorkspace().ShownPanelTitles(), '|');
          }},
+        {"stall", kAnyCount, kNoProject,
+         [](ScriptConsole& console, const Fields&, const Project&) {
+             const qint64 longest = std::max(console.mLongestStall, console.mSinceTick.elapsed());
+             console.mLongestStall = 0;
+             return "ok longest=" + std::to_string(longest);
+         }},
         {"recovered", kAnyCount, kNoProject,
          [](ScriptConsole&, const Fields&, const Project&) {
              return "ok count=" +
@@ -278,6 +284,12 @@ ScriptConsole::ScriptConsole(MainWindow& window, std::function<void()> quit)
       mNotifier(STDIN_FILENO, QSocketNotifier::Read) {
     SetDialogResponder(mResponder);
     connect(&mNotifier, &QSocketNotifier::activated, this, [this] { ReadInput(); });
+    constexpr int kTickMs = 10;
+    mTick.setInterval(kTickMs);
+    connect(&mTick, &QTimer::timeout, this,
+            [this] { mLongestStall = std::max(mLongestStall, mSinceTick.restart()); });
+    mSinceTick.start();
+    mTick.start();
 }
 
 void ScriptConsole::ReadInput() {

@@ -11,12 +11,15 @@
 //   answer N | text T | files PATH... (the next open-files dialog's choice; none cancels)
 //   dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
 //   recovered (ok count=N) | quit
+//   stall                  ok longest=MS (the longest the event loop stood still since asked)
 //   move-to-trash PATH...  ok allowed | ok refused (what the production panel decided)
 //   ui VERB NAME ...       what a user does to a widget of the window (ScriptWidgets.h)
 //   command NAME           carries a declared command out as its menu item does (ok, or
 //                          "error disabled" when the chain does not enable it)
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <string>
@@ -47,6 +50,10 @@ private:
     std::function<void()> mQuit;
     std::shared_ptr<ScriptedDialogResponder> mResponder;
     QSocketNotifier mNotifier;
+    // The longest time the event loop went without turning, since it was last asked.
+    QTimer mTick;
+    QElapsedTimer mSinceTick;
+    qint64 mLongestStall = 0;
     std::string mPending;
     bool mQuitting = false;
 };

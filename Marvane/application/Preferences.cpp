@@ -92,6 +92,10 @@ Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
         heartbeat != json.end() && heartbeat->is_number_integer()) {
         preferences.heartbeatSeconds = std::clamp(heartbeat->get<int>(), 1, 3600);
     }
+    if (const auto probe = json.find("shareProbeSeconds");
+        probe != json.end() && probe->is_number_integer()) {
+        preferences.shareProbeSeconds = std::clamp(probe->get<int>(), 1, 600);
+    }
     if (const auto silent = json.find("silentLockSeconds");
         silent != json.end() && silent->is_number_integer()) {
         preferences.silentLockSeconds = std::clamp(silent->get<int>(), 1, 7 * 24 * 3600);
@@ -131,6 +135,7 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
     json["pollIntervalMs"] = preferences.pollIntervalMs;
     json["heartbeatSeconds"] = preferences.heartbeatSeconds;
     json["silentLockSeconds"] = preferences.silentLockSeconds;
+    json["shareProbeSeconds"] = preferences.shareProbeSeconds;
     if (!json["locking"].is_object()) {
         json["locking"] = nlohmann::json::object();
     }

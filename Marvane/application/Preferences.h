@@ -23,6 +23,8 @@ struct Preferences {
     int heartbeatSeconds = 60; // how often the locks we hold are refreshed and checked
     // A lock from another machine not refreshed for this long is shown as silent.
     int silentLockSeconds = 15 * 60;
+    // How often the production's folder is looked at to tell whether its share answers.
+    int shareProbeSeconds = 5;
 };
 
 // The defaults of this user and machine: the full name from the system (else the login

@@ -1,5 +1,7 @@
 #include "Marvane/application/ProductionSession.h"
 
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionWatch.h"
 #include "Marvane/fileservices/FileNameRules.h"
 #include "host/PanelFramework.h"
 
@@ -81,8 +83,22 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     // production nobody may write to simply has none.
     std::error_code ignored;
     std::filesystem::create_directory(mFolder / ".marvane", ignored);
+    // A look at the folder every few seconds tells when its share stops answering.
+    constexpr std::chrono::seconds kLookDeadline{3};
+    ProductionWatch::Instance().Start(
+        mFolder, std::chrono::seconds(HostSession::Instance().preferences.shareProbeSeconds),
+        kLookDeadline);
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderOpenedMessage());
     return {};
+}
+
+std::string ProductionSession::Reopen() {
+    if (!IsOpen()) {
+        return {};
+    }
+    const std::filesystem::path folder = mFolder;
+    Close();
+    return Open(folder);
 }
 
 void ProductionSession::Close() {
@@ -91,6 +107,7 @@ void ProductionSession::Close() {
     }
     const std::string oldPath = mFolder.string();
     mFolder.clear();
+    ProductionWatch::Instance().Stop();
     SetFileNameRuleFolder({});
     MessageStation::Get(kPanelFrameworkStation)
         ->Broadcast(MvProductionFolderClosedMessage(oldPath));

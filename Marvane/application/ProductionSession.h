@@ -15,6 +15,10 @@ public:
     // created.
     std::string Open(const std::filesystem::path& folder);
     void Close();
+    // Shows the open production again from scratch (its share came back): panels save their
+    // state as for a production that closes and put it back as for one that opens. Empty on
+    // success, else why it could not be opened again (it stays closed).
+    std::string Reopen();
 
     bool IsOpen() const { return !mFolder.empty(); }
     const std::filesystem::path& GetFolder() const { return mFolder; }

@@ -1,6 +1,7 @@
 // The media browser's directory view: directories read off the main thread, rows kept in step
 // with the disk.
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionWatch.h"
 #include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
@@ -9,6 +10,7 @@
 #include "host/AsyncCalls.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
+#include "host/Localizer.h"
 #include "host/MediaBrowser.h"
 
 #include <set>
@@ -261,6 +263,17 @@ float MediaBrowserDirectoryView::GetExactOpenedHeight() const {
 void MediaBrowserDirectoryView::ReceiveMessage(const Message& message) {
     if (message.GetTypeID() == DirectoryChangedMessage::kTypeID) {
         OnDirectoryChanged(ToUTF8(static_cast<const DirectoryChangedMessage&>(message).folder));
+    } else if (message.GetTypeID() == ProductionReachabilityMessage::kTypeID) {
+        // The rows stay as they were last seen, with the reason over them.
+        const auto& reachability = static_cast<const ProductionReachabilityMessage&>(message);
+        mTree->SetOverlayText(
+            reachability.reachable
+                ? WideString()
+                : ToUTF16(Localize("$$$/Marvane/Host/Production/Unreachable=The production "
+                                   "cannot be reached (@0). What you see is how it was; "
+                                   "unsaved changes are kept as recovery copies. It comes "
+                                   "back by itself when the share answers again.",
+                                   {reachability.reason})));
     }
 }
 

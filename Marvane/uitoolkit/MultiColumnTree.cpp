@@ -498,6 +498,16 @@ void UI_MultiColumnTree::SetDropCallback(DropCallback callback) {
     mImpl->view->viewport()->setAcceptDrops(enabled);
 }
 
+void UI_MultiColumnTree::SetOverlayText(const WideString& text) {
+    mImpl->view->SetOverlayText(
+        QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size())));
+}
+
+WideString UI_MultiColumnTree::GetOverlayText() const {
+    const QString text = mImpl->view->OverlayText();
+    return {reinterpret_cast<const char16_t*>(text.utf16()), static_cast<std::size_t>(text.size())};
+}
+
 void UI_MultiColumnTree::ShowDragFeedback(bool show) {
     mImpl->dragFeedbackShown = show;
     mImpl->view->viewport()->update();

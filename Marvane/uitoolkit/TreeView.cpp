@@ -206,6 +206,46 @@ void TreeWidget::contextMenuEvent(QContextMenuEvent* event) {
 void TreeWidget::resizeEvent(QResizeEvent* event) {
     QTreeView::resizeEvent(event);
     PlaceBusyIndicator();
+    PlaceOverlay();
+}
+
+void TreeWidget::SetOverlayText(const QString& text) {
+    if (text.isEmpty()) {
+        if (mOverlay) {
+            mOverlay->hide();
+            mOverlay->clear();
+        }
+        return;
+    }
+    if (!mOverlay) {
+        mOverlay = new QLabel(viewport());
+        mOverlay->setObjectName(QStringLiteral("TreeOverlay"));
+        mOverlay->setWordWrap(true);
+        mOverlay->setAlignment(Qt::AlignCenter);
+        mOverlay->setAutoFillBackground(true);
+        mOverlay->setStyleSheet(QStringLiteral(
+            "#TreeOverlay { background: #fff3c4; color: #3a2c00; border: 1px solid #d8b64a; "
+            "padding: 8px; }"));
+    }
+    mOverlay->setText(text);
+    PlaceOverlay();
+    mOverlay->show();
+    mOverlay->raise();
+}
+
+QString TreeWidget::OverlayText() const {
+    return mOverlay && !mOverlay->isHidden() ? mOverlay->text() : QString();
+}
+
+void TreeWidget::PlaceOverlay() {
+    if (!mOverlay) {
+        return;
+    }
+    constexpr int kMargin = 12;
+    const QRect area = viewport()->rect().adjusted(kMargin, kMargin, -kMargin, -kMargin);
+    const int height = mOverlay->heightForWidth(area.width());
+    mOverlay->setGeometry(area.left(), area.top(), area.width(),
+                          std::max(height, mOverlay->sizeHint().height()));
 }
 
 void TreeWidget::startDrag(Qt::DropActions) {

@@ -4,6 +4,7 @@
 #include "Marvane/uitoolkit/CellTextCache.h"
 #include "Marvane/uitoolkit/TreeModel.h"
 
+#include <QLabel>
 #include <QPointer>
 #include <QProgressBar>
 #include <QStyledItemDelegate>
@@ -34,6 +35,8 @@ public:
     bool IsBusy() const;
     // Puts the busy indicator where the tree's spinner alignment says.
     void PlaceBusyIndicator();
+    void SetOverlayText(const QString& text);
+    QString OverlayText() const;
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -59,6 +62,8 @@ private:
     QRect mDropFeedback; // where the feedback is drawn, in the viewport
     QPoint mPressedAt;
     QPointer<QProgressBar> mBusy;
+    QPointer<QLabel> mOverlay;
+    void PlaceOverlay();
 };
 
 class MultiColumnTreeImpl {

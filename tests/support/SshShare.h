@@ -14,6 +14,7 @@
 #include <fstream>
 #include <netinet/in.h>
 #include <pwd.h>
+#include <sstream>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -55,6 +56,20 @@ public:
             Stop();
         }
         return failed;
+    }
+
+    // The server stops answering at once: it and every connection it serves are killed, as
+    // when the machine that exports the share goes down. The mount stays, failing.
+    void KillServer() {
+        if (mServerPid <= 0) {
+            return;
+        }
+        for (const pid_t child : ChildrenOf(mServerPid)) {
+            ::kill(child, SIGKILL);
+        }
+        ::kill(mServerPid, SIGKILL);
+        ::waitpid(mServerPid, nullptr, 0);
+        mServerPid = -1;
     }
 
     // Unmounts and stops both programs. Safe to call twice.
@@ -131,6 +146,32 @@ private:
     }
 
     static bool Run(const std::string& command) { return std::system(command.c_str()) == 0; }
+
+    // The processes whose parent is `parent` (from /proc).
+    static std::vector<pid_t> ChildrenOf(pid_t parent) {
+        std::vector<pid_t> children;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            const std::string name = entry.path().filename().string();
+            if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) {
+                continue;
+            }
+            std::ifstream stat(entry.path() / "stat");
+            std::string line;
+            std::getline(stat, line);
+            // "pid (comm) state ppid ...": the command may hold spaces, so read after ')'.
+            const std::size_t close = line.rfind(')');
+            if (close == std::string::npos) {
+                continue;
+            }
+            std::istringstream rest(line.substr(close + 1));
+            std::string state;
+            pid_t ppid = 0;
+            if (rest >> state >> ppid && ppid == parent) {
+                children.push_back(static_cast<pid_t>(std::stoi(name)));
+            }
+        }
+        return children;
+    }
 
     // Starts a program as a child that ends when this process does. Everything the child
     // needs is made before the fork: other threads may hold locks the child would wait for.

@@ -1,0 +1,16 @@
+#pragma once
+// What the window does when the production's share stops answering and when it comes back.
+// Gone: the panel keeps showing the production as it was last seen (its notifications
+// paused, so no row vanishes for a read that failed), the unsaved changes of every open
+// project are kept as recovery copies on this machine, and a banner says what happened.
+// Back: the banner goes and the production is shown again from scratch, with the panel's
+// open folders and selection put back. Nothing is written to the share meanwhile by this.
+#include <string>
+
+namespace host {
+
+class MainWindow;
+
+void ProductionReachabilityChanged(MainWindow& window, bool reachable, const std::string& reason);
+
+} // namespace host

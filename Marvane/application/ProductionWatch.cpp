@@ -1,0 +1,168 @@
+#include "Marvane/application/ProductionWatch.h"
+
+#include "host/AsyncCalls.h"
+#include "host/DebugTrace.h"
+#include "host/PanelFramework.h"
+
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <dirent.h>
+#include <mutex>
+#include <sys/statfs.h>
+#include <thread>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+struct ProductionWatch::State {
+    fs::path folder;
+    std::chrono::milliseconds interval{};
+    std::chrono::milliseconds deadline{};
+    std::mutex mutex;
+    std::condition_variable wake;
+    bool stopping = false;
+    bool reachable = true; // as last announced (main thread)
+    std::string reason;
+    std::thread worker;
+};
+
+namespace {
+
+// What one look found, shared with the thread that looks: a look that hangs keeps its
+// thread, and the watch goes on without it.
+struct Look {
+    std::mutex mutex;
+    std::condition_variable done;
+    bool finished = false;
+    std::string result;
+};
+
+void Announce(const std::shared_ptr<ProductionWatch::State>& state, const std::string& why) {
+    CallAsyncOnMainThread([state, why] {
+        const bool reachable = why.empty();
+        {
+            std::lock_guard lock(state->mutex);
+            if (state->stopping || state->reachable == reachable) {
+                return;
+            }
+            state->reachable = reachable;
+            state->reason = why;
+        }
+        Trace("Host", 1,
+              reachable
+                  ? "The production answers again: " + state->folder.string()
+                  : "The production does not answer: " + state->folder.string() + " (" + why + ")");
+        MessageStation::Get(kPanelFrameworkStation)
+            ->Broadcast(ProductionReachabilityMessage(reachable, why));
+    });
+}
+
+} // namespace
+
+std::string LookAtFolder(const fs::path& folder) {
+    struct statfs info {};
+    if (::statfs(folder.c_str(), &info) != 0) {
+        return std::strerror(errno);
+    }
+    DIR* listing = ::opendir(folder.c_str());
+    if (listing == nullptr) {
+        return std::strerror(errno);
+    }
+    errno = 0;
+    const dirent* first = ::readdir(listing);
+    const int error = errno;
+    ::closedir(listing);
+    if (first == nullptr && error != 0) {
+        return std::strerror(error);
+    }
+    return {};
+}
+
+ProductionWatch& ProductionWatch::Instance() {
+    static ProductionWatch watch;
+    return watch;
+}
+
+ProductionWatch::~ProductionWatch() {
+    Stop();
+}
+
+void ProductionWatch::Start(const fs::path& folder, std::chrono::milliseconds interval,
+                            std::chrono::milliseconds deadline) {
+    Stop();
+    auto state = std::make_shared<State>();
+    state->folder = folder;
+    state->interval = interval;
+    state->deadline = deadline;
+    state->worker = std::thread([state] {
+        std::shared_ptr<Look> pending;
+        std::unique_lock lock(state->mutex);
+        while (!state->stopping) {
+            lock.unlock();
+            // A look still hanging from before is waited for, never doubled.
+            if (!pending) {
+                pending = std::make_shared<Look>();
+                std::thread([look = pending, folder = state->folder] {
+                    const std::string result = LookAtFolder(folder);
+                    std::lock_guard done(look->mutex);
+                    look->result = result;
+                    look->finished = true;
+                    look->done.notify_all();
+                }).detach();
+            }
+            std::string why;
+            {
+                std::unique_lock waiting(pending->mutex);
+                if (pending->done.wait_for(waiting, state->deadline,
+                                           [&] { return pending->finished; })) {
+                    why = pending->result;
+                    waiting.unlock();
+                    pending.reset();
+                } else {
+                    why = "it does not answer within " +
+                          std::to_string(state->deadline.count() / 1000) + " s";
+                }
+            }
+            Announce(state, why);
+            lock.lock();
+            state->wake.wait_for(lock, state->interval, [&] { return state->stopping; });
+        }
+    });
+    mState = std::move(state);
+}
+
+void ProductionWatch::Stop() {
+    if (!mState) {
+        return;
+    }
+    {
+        std::lock_guard lock(mState->mutex);
+        mState->stopping = true;
+    }
+    mState->wake.notify_all();
+    if (mState->worker.joinable()) {
+        mState->worker.join();
+    }
+    mState.reset();
+}
+
+bool ProductionWatch::IsReachable() const {
+    if (!mState) {
+        return true;
+    }
+    std::lock_guard lock(mState->mutex);
+    return mState->reachable;
+}
+
+std::string ProductionWatch::Reason() const {
+    if (!mState) {
+        return {};
+    }
+    std::lock_guard lock(mState->mutex);
+    return mState->reason;
+}
+
+} // namespace host

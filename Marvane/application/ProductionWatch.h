@@ -1,0 +1,47 @@
+#pragma once
+// Whether the open production's folder answers. A worker looks at it every few seconds (the
+// file system's status and the first entry of a listing); a look that fails, or that does not
+// come back within the deadline (a share that stopped answering blocks), makes the
+// production unreachable until a look succeeds again. Each change is announced on the main
+// thread with a ProductionReachabilityMessage on the panel framework's station.
+#include "host/Messaging.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace host {
+
+struct ProductionReachabilityMessage : Message {
+    HOST_DECLARE_MESSAGE_TYPE(ProductionReachabilityMessage)
+    ProductionReachabilityMessage(bool isReachable, std::string why)
+        : Message(kTypeID), reachable(isReachable), reason(std::move(why)) {}
+    bool reachable = true;
+    std::string reason; // why it cannot be reached, in the system's words
+};
+
+// One look at a folder: empty when it answers, else why not.
+std::string LookAtFolder(const std::filesystem::path& folder);
+
+class ProductionWatch {
+public:
+    static ProductionWatch& Instance();
+    ~ProductionWatch();
+
+    // Watches the folder (the previous one no more). Main thread.
+    void Start(const std::filesystem::path& folder, std::chrono::milliseconds interval,
+               std::chrono::milliseconds deadline);
+    void Stop();
+    bool IsReachable() const;
+    std::string Reason() const;
+
+    // What the watch shares with its worker (defined where it is used).
+    struct State;
+
+private:
+    ProductionWatch() = default;
+    std::shared_ptr<State> mState;
+};
+
+} // namespace host

@@ -1,0 +1,114 @@
+// The production's share goes away under a running marvane and comes back: the window keeps
+// turning, unsaved changes are kept on this machine, nothing half-written reaches the share,
+// and the panel shows the production again by itself.
+#include "E2eProjects.h"
+#include "FileBytes.h"
+#include "ScriptedMarvane.h"
+#include "SshShare.h"
+#include "TemporaryFolder.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace e2e;
+using testsupport::ReadBytes;
+
+class ShareGoesAwayTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+            GTEST_SKIP() << why;
+        }
+        WriteProject(exported / "Pilot" / "Scene 1.mvproj", "Assembly");
+        WriteProject(exported / "Pilot" / "Edit" / "Reel 1.mvproj", "Reel");
+        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
+        fs::create_directories(root / "ana");
+        std::ofstream(root / "ana" / "preferences.json") << R"({"shareProbeSeconds": 1})";
+    }
+    void TearDown() override {
+        share.Stop();
+        again.Stop();
+    }
+    // Sends the command until the answer holds `part` (or twenty seconds passed).
+    static std::string SendUntilHolding(ScriptedMarvane& marvane,
+                                        const std::vector<std::string>& fields,
+                                        const std::string& part) {
+        std::string answer;
+        for (int attempt = 0; attempt < 200; ++attempt) {
+            answer = marvane.Send(fields);
+            if (answer.find(part) != std::string::npos) {
+                break;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        return answer;
+    }
+    // Files the host writes beside others before they take their place.
+    int HalfWrittenFilesIn(const fs::path& folder) const {
+        int found = 0;
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+            found += entry.path().filename().string().rfind(".mv-", 0) == 0 ? 1 : 0;
+        }
+        return found;
+    }
+
+    const testsupport::TemporaryFolder temporary{"e2e-share-away"};
+    const fs::path root = temporary.Path();
+    const fs::path exported = root / "Export";
+    const fs::path mount = root / "Share";
+    testsupport::SshShare share;
+    testsupport::SshShare again;
+};
+
+TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBack) {
+    const fs::path production = mount / "Pilot";
+    const fs::path scene = production / "Scene 1.mvproj";
+    ScriptedMarvane ana({"--production", production.string(), "--profile", (root / "ana").string(),
+                         "--user", "Ana Ruiz"});
+    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
+    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Edit|Scene 1"),
+              "ok count=2 Edit|Scene 1");
+    ASSERT_EQ(ana.Send({"ui", "open", kTree, "Edit"}), "ok");
+    ASSERT_EQ(ana.Send({"open", scene.string()}), "ok");
+    ASSERT_EQ(ana.Send({"add-sequence", scene.string(), "Cut made during the outage"}), "ok");
+    const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
+    ana.Send({"stall"}); // measured from here
+
+    share.KillServer();
+    const std::string banner =
+        SendUntilHolding(ana, {"ui", "text", "ProductionBanner"}, "cannot be reached");
+    EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
+        << banner;
+    EXPECT_NE(banner.find("Unsaved changes of 1 project(s) are kept"), std::string::npos) << banner;
+    EXPECT_NE(ana.Send({"ui", "text", "TreeOverlay"}).find("cannot be reached"), std::string::npos);
+    // The rows stay as they were last seen.
+    EXPECT_EQ(ana.Send({"ui", "rows", kTree}), "ok count=3 Edit|>Reel 1|Scene 1");
+    EXPECT_EQ(ana.Send({"recovered"}), "ok count=1");
+    const std::string stall = ana.Send({"stall"});
+    const long long longest = std::stoll(stall.substr(stall.find('=') + 1));
+    std::cout << "[ figures  ] longest stall of the event loop while the share went away: "
+              << longest << " ms\n";
+    EXPECT_LT(longest, 1000) << stall;
+    EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
+    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+
+    // The share comes back (the server restarted, the folder mounted again).
+    share.Stop();
+    ASSERT_EQ(again.Start(exported, mount, root / "ssh-again"), "");
+    EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
+    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
+              "ok count=3 Edit|>Reel 1|Scene 1");
+    EXPECT_EQ(ana.Send({"ui", "text", "TreeOverlay"}), "ok ");
+    EXPECT_EQ(ana.Send({"quit"}), "ok");
+    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+}
+
+} // namespace
