@@ -112,6 +112,9 @@ void UI_MultiColumnTree::SetHeaderRow(UI_MultiColumnTreeHeaderRow* header) {
         }
     }
     headerView->setSortIndicatorShown(true);
+    // Taking a header makes a tree without its own sorting switch header clicks off: the
+    // titles sort here, so they take clicks again.
+    headerView->setSectionsClickable(true);
     // After the owner heard of a new sort (the header tells it first), the rows follow.
     MultiColumnTreeImpl* impl = mImpl.get();
     QObject::connect(headerView, &QHeaderView::sectionClicked, mImpl->view.data(),

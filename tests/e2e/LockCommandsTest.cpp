@@ -1,6 +1,7 @@
 // `marvane locks` and `marvane unlock` on a production with a lock of each kind, as an
 // assistant editor runs them from a terminal.
 #include "E2eProjects.h"
+#include "LockRecord.h"
 #include "MarvaneProcess.h"
 #include "TemporaryFolder.h"
 
@@ -77,14 +78,7 @@ protected:
         arguments.insert(arguments.end(), {"--user", "Ana Ruiz", "--profile", profile.string()});
         return RunMarvane(arguments);
     }
-    std::vector<nlohmann::json> AuditLines() const {
-        std::vector<nlohmann::json> lines;
-        std::ifstream in(production / ".marvane" / "lock-breaks.log");
-        for (std::string line; std::getline(in, line);) {
-            lines.push_back(nlohmann::json::parse(line));
-        }
-        return lines;
-    }
+    std::vector<nlohmann::json> AuditLines() const { return LockRecord(production); }
 
     const testsupport::TemporaryFolder temporary{"e2e-locks"};
     const fs::path production = temporary.Path() / "Pilot";

@@ -3,6 +3,7 @@
 // given by Linux namespaces), both on one production folder.
 #include "E2eProjects.h"
 #include "FileBytes.h"
+#include "LockRecord.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
 
@@ -68,14 +69,7 @@ protected:
         EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
         return editor;
     }
-    std::vector<nlohmann::json> Record() const {
-        std::vector<nlohmann::json> lines;
-        std::ifstream in(production / ".marvane" / "lock-breaks.log");
-        for (std::string line; std::getline(in, line);) {
-            lines.push_back(nlohmann::json::parse(line));
-        }
-        return lines;
-    }
+    std::vector<nlohmann::json> Record() const { return LockRecord(production); }
     int RecoveryCopiesHolding(const std::string& user, const std::string& text) const {
         int copies = 0;
         std::error_code error;

@@ -7,8 +7,10 @@
 #include "Marvane/uitoolkit/TreeView.h"
 #include "columns/NameCellView.h"
 
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QTest>
 #include <cstdlib>
 
 namespace {
@@ -621,6 +623,40 @@ namespace {
 
 using testsupport::TandrelDirectoryViewTest;
 namespace fs = std::filesystem;
+
+// Clicks the title of the column shown at a position with the mouse, as a user does.
+void ClickColumnTitle(QTreeView& tree, int position) {
+    QHeaderView& header = *tree.header();
+    const int section = header.logicalIndex(position);
+    const QPoint at(header.sectionViewportPosition(section) + header.sectionSize(section) / 2,
+                    header.height() / 2);
+    QTest::mouseClick(header.viewport(), Qt::LeftButton, Qt::NoModifier, at);
+}
+
+TEST_F(TandrelDirectoryViewTest, ClickingAColumnTitleSortsByItAndASecondClickReverses) {
+    OpenPanel(5);
+    QTreeView& tree = *View().GetTree().GetImpl()->view;
+    const int name = View().GetHeaderRow().GetIndexOfColumn(HandlerTandrel::Columns::kNameColumn);
+    ASSERT_GE(name, 0);
+    ClickColumnTitle(tree, name); // already by name, ascending: the click reverses it
+    EXPECT_FALSE(View().GetHeaderRow().IsSortDirectionAscending());
+    EXPECT_EQ(tree.header()->sortIndicatorOrder(), Qt::DescendingOrder);
+    EXPECT_EQ(TopNames(), (std::vector<std::string>{"Titles.mvprojd", "Scene 12.mvproj",
+                                                    "Promo.mvproj", "Hidden", "Edit"}));
+    ClickColumnTitle(tree, name);
+    EXPECT_TRUE(View().GetHeaderRow().IsSortDirectionAscending());
+    EXPECT_EQ(TopNames(), (std::vector<std::string>{"Edit", "Hidden", "Promo.mvproj",
+                                                    "Scene 12.mvproj", "Titles.mvprojd"}));
+    const int size = View().GetHeaderRow().GetIndexOfColumn(HandlerTandrel::Columns::kSizeColumn);
+    ASSERT_GE(size, 0);
+    ClickColumnTitle(tree, size);
+    EXPECT_EQ(View().GetHeaderRow().GetSortColumn(), HandlerTandrel::Columns::kSizeColumn);
+    EXPECT_EQ(tree.header()->sortIndicatorSection(), tree.header()->logicalIndex(size));
+    // The choice goes with the view's state.
+    const auto state = View().GetStateData();
+    EXPECT_EQ(state.mHeaderRowData.mSortColumnID, HandlerTandrel::Columns::kSizeColumn);
+    EXPECT_TRUE(state.mHeaderRowData.mSortAscending);
+}
 
 TEST_F(TandrelDirectoryViewTest, AProjectRowsToolTipSaysWhetherItsHolderIsStillThere) {
     host::LockFileContent gone = host::MakeLockFileContent("Ben Okafor", "suite-2");

@@ -114,6 +114,19 @@ protected:
         }
     }
 
+    // How many takers won the round, and the last winner's process.
+    int OwnersOfRound(int round, pid_t* winner = nullptr) {
+        const auto r = static_cast<std::size_t>(round);
+        int owners = 0;
+        for (std::size_t taker = 0; taker < kTakers; ++taker) {
+            owners += Results().taken[r][taker];
+            if (winner != nullptr && Results().taken[r][taker]) {
+                *winner = Results().pids[taker];
+            }
+        }
+        return owners;
+    }
+
     // The lock on disk at the end of a round.
     host::LockFileContent LockOfRound(int round) const {
         host::LockFileContent content;
@@ -142,13 +155,8 @@ TEST_F(LockTakeOverRace, EightCopiesTakingOverOneAbandonedLockGiveExactlyOneOwne
     Race(false);
     int roundsWithOneOwner = 0;
     for (int round = 0; round < kRounds; ++round) {
-        const auto r = static_cast<std::size_t>(round);
-        int owners = 0;
         pid_t winner = 0;
-        for (std::size_t taker = 0; taker < kTakers; ++taker) {
-            owners += Results().taken[r][taker];
-            winner = Results().taken[r][taker] ? Results().pids[taker] : winner;
-        }
+        const int owners = OwnersOfRound(round, &winner);
         EXPECT_EQ(owners, 1) << "round " << round;
         // The lock on disk is the winner's own.
         EXPECT_EQ(LockOfRound(round).processId, winner) << "round " << round;
@@ -165,14 +173,8 @@ TEST_F(LockTakeOverRace,
     PlantAll();
     Race(false);
     for (int round = 0; round < kRounds; ++round) {
-        const auto r = static_cast<std::size_t>(round);
-        int owners = 0;
         pid_t winner = 0;
-        for (std::size_t taker = 0; taker < kTakers; ++taker) {
-            owners += Results().taken[r][taker];
-            winner = Results().taken[r][taker] ? Results().pids[taker] : winner;
-        }
-        EXPECT_EQ(owners, 1) << "round " << round;
+        EXPECT_EQ(OwnersOfRound(round, &winner), 1) << "round " << round;
         EXPECT_EQ(LockOfRound(round).processId, winner) << "round " << round;
         EXPECT_EQ(LockOfRound(round).lockingName, "Ana Ruiz") << "round " << round;
     }
@@ -182,13 +184,8 @@ TEST_F(LockTakeOverRace,
     Race(true);
     int roundsWithTheLiveLock = 0;
     for (int round = 0; round < kRounds; ++round) {
-        const auto r = static_cast<std::size_t>(round);
-        int owners = 0;
-        for (std::size_t taker = 0; taker < kTakers; ++taker) {
-            owners += Results().taken[r][taker];
-        }
-        EXPECT_LE(owners, 1) << "round " << round;
-        if (Results().liveLockMade[r]) {
+        EXPECT_LE(OwnersOfRound(round), 1) << "round " << round;
+        if (Results().liveLockMade[static_cast<std::size_t>(round)]) {
             EXPECT_EQ(LockOfRound(round).lockingName, "Ben Okafor") << "round " << round;
             ++roundsWithTheLiveLock;
         }
@@ -202,14 +199,9 @@ TEST_F(LockTakeOverRace, ALiveLockMadeDuringATakeOverIsNeverRemoved) {
     Race(true);
     int roundsWithTheLiveLock = 0;
     for (int round = 0; round < kRounds; ++round) {
-        const auto r = static_cast<std::size_t>(round);
-        int owners = 0;
-        for (std::size_t taker = 0; taker < kTakers; ++taker) {
-            owners += Results().taken[r][taker];
-        }
-        EXPECT_LE(owners, 1) << "round " << round;
+        EXPECT_LE(OwnersOfRound(round), 1) << "round " << round;
         const host::LockFileContent onDisk = LockOfRound(round);
-        if (Results().liveLockMade[r]) {
+        if (Results().liveLockMade[static_cast<std::size_t>(round)]) {
             // The other editor got the project: their lock is the one there, whatever the
             // copies taking over did.
             EXPECT_EQ(onDisk.lockingName, "Ben Okafor") << "round " << round;
