@@ -6,6 +6,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/application/ProductionWatch.h"
+#include "Marvane/documents/DocumentManager.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
@@ -40,7 +41,8 @@ public:
         } else if (type == ShowProgressPanelMessage::kTypeID) {
             mWindow->ShowProgressPanel();
         } else if (type == ProjectOpenedMessage::kTypeID || type == ProjectClosedMessage::kTypeID ||
-                   type == ProjectReadOnlyChangedMessage::kTypeID) {
+                   type == ProjectReadOnlyChangedMessage::kTypeID ||
+                   type == ProjectActivatedMessage::kTypeID) {
             mWindow->SyncProjectTabs();
         }
     }
@@ -71,12 +73,18 @@ MainWindow::MainWindow() {
     mProjectTabs->setObjectName(QStringLiteral("ProjectTabs"));
     mProjectTabs->setTabsClosable(true);
     mProjectTabs->setDocumentMode(true);
+    // Long names are cut in the middle; the tab's tooltip has the whole name and the path.
+    mProjectTabs->setElideMode(Qt::ElideMiddle);
+    mProjectTabs->setUsesScrollButtons(true);
     connect(mProjectTabs, &QTabWidget::tabCloseRequested, this, [this](int index) {
         if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(index))) {
             DocumentManager::Instance().Close({page->GetProject()});
         }
     });
     connect(mProjectTabs, &QTabWidget::currentChanged, this, [this](int index) {
+        if (mSyncingTabs) {
+            return; // tabs added or removed: the active project stays the one it was
+        }
         if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(index))) {
             DocumentManager::Instance().SetActive(page->GetProject());
         }
@@ -217,6 +225,7 @@ void MainWindow::OpenProjectFromUser() {
 }
 
 void MainWindow::SyncProjectTabs() {
+    mSyncingTabs = true;
     const auto& open = DocumentManager::Instance().GetAll();
     for (int i = mProjectTabs->count() - 1; i >= 0; --i) {
         auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
@@ -240,7 +249,28 @@ void MainWindow::SyncProjectTabs() {
         }
         if (!shown) {
             auto* page = new ProjectWindow(project, mProjectTabs);
-            mProjectTabs->addTab(page, QString::fromStdString(project->Content().name));
+            const int index =
+                mProjectTabs->addTab(page, QString::fromStdString(project->DisplayName()));
+            mProjectTabs->setTabToolTip(
+                index,
+                QString::fromStdString(project->DisplayName() + "\n" + project->Path().string()));
+        }
+    }
+    // The project the user works in is the one in view: a project just opened comes to the
+    // front.
+    if (const OpenProjectPtr active = DocumentManager::Instance().GetActive()) {
+        for (int i = 0; i < mProjectTabs->count(); ++i) {
+            auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
+            if (page != nullptr && page->GetProject() == active) {
+                mProjectTabs->setCurrentIndex(i);
+            }
+        }
+    }
+    mSyncingTabs = false;
+    // The active project was closed: the one left in view is the one worked in now.
+    if (!DocumentManager::Instance().GetActive()) {
+        if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->currentWidget())) {
+            DocumentManager::Instance().SetActive(page->GetProject());
         }
     }
     mCentreStack->setCurrentWidget(open.empty() ? static_cast<QWidget*>(mCentre) : mProjectTabs);

@@ -60,6 +60,7 @@ private:
     QTabWidget* mProjectTabs = nullptr;
     ProgressPanel* mProgressPanel = nullptr;
     QLabel* mProductionBanner = nullptr;
+    bool mSyncingTabs = false;
     QTimer mStatusTimer;
     std::vector<QAction*> mCommandActions;
 };

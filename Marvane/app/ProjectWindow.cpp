@@ -1,5 +1,6 @@
 #include "Marvane/app/ProjectWindow.h"
 
+#include "Marvane/app/ElidedLabel.h"
 #include "Marvane/app/ProjectContentListModel.h"
 #include "Marvane/application/LockBreaking.h"
 #include "Marvane/uiframework/DialogResponder.h"
@@ -56,14 +57,16 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     : QWidget(parent), mProject(std::move(project)) {
     setObjectName(QStringLiteral("ProjectWindow"));
     auto* layout = new QVBoxLayout(this);
-    mName = new QLabel(this);
+    mName = new ElidedLabel(this);
+    mName->setObjectName(QStringLiteral("ProjectName"));
     QFont title = mName->font();
     title.setPointSizeF(title.pointSizeF() * 1.4);
     title.setBold(true);
     mName->setFont(title);
-    mPath = new QLabel(this);
-    mPath->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    mPath = new ElidedLabel(this);
+    mPath->setObjectName(QStringLiteral("ProjectPath"));
     mMode = new QLabel(this);
+    mMode->setWordWrap(true);
     layout->addWidget(mName);
     layout->addWidget(mPath);
     layout->addWidget(mMode);
@@ -134,9 +137,9 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
 
 void ProjectWindow::Refresh() {
     const ProjectContent& content = mProject->Content();
-    mName->setText(QString::fromStdString(content.name) +
-                   (mProject->IsModified() ? QStringLiteral(" •") : QString()));
-    mPath->setText(QString::fromStdString(mProject->Path().string()));
+    mName->SetFullText(QString::fromStdString(mProject->DisplayName()) +
+                       (mProject->IsModified() ? QStringLiteral(" •") : QString()));
+    mPath->SetFullText(QString::fromStdString(mProject->Path().string()));
     // The lock file is read only while it tells something: a writable project is ours.
     LockReport lock;
     const bool locked = mProject->IsReadOnly() && InspectProjectLock(*mProject, lock);
@@ -167,6 +170,10 @@ void ProjectWindow::Refresh() {
     mRename->setEnabled(writable && mSequences->currentIndex().isValid());
     mSave->setEnabled(writable && mProject->IsModified());
     mReadOnly->setChecked(mProject->IsReadOnly());
+}
+
+QString ProjectWindow::NameText() const {
+    return mName->text();
 }
 
 void ProjectWindow::AddSequence() {

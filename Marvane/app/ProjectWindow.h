@@ -13,6 +13,7 @@
 namespace host {
 
 class ProjectContentListModel;
+class ElidedLabel;
 
 class ProjectWindow final : public QWidget {
 public:
@@ -35,6 +36,7 @@ public:
     bool BreakLockOffered() const { return !mBreakLock->isHidden(); }
 
     QString ModeText() const { return mMode->text(); }
+    QString NameText() const;
     bool OutOfDateShown() const { return !mOutOfDate->isHidden(); }
     // The lists as the user sees them; their models hold one row per bin or sequence.
     QListView* BinList() const { return mBins; }
@@ -44,8 +46,8 @@ private:
     void Report(const std::string& title, const std::string& error);
 
     OpenProjectPtr mProject;
-    QLabel* mName = nullptr;
-    QLabel* mPath = nullptr;
+    ElidedLabel* mName = nullptr;
+    ElidedLabel* mPath = nullptr;
     QLabel* mMode = nullptr;
     QWidget* mOutOfDate = nullptr;
     ProjectContentListModel* mBinRows = nullptr;

@@ -26,8 +26,8 @@ std::string BreakLockQuestion(const OpenProject& project, const LockReport& repo
     return Localize("$$$/Marvane/Host/Lock/BreakQuestion=@0 locked \"@1\" on @2 and was last "
                     "seen @3. Break the lock and take the project over? If @0 is still working, "
                     "their marvane will stop writing the project and keep their changes apart.",
-                    {report.content.lockingName, project.Path().stem().string(),
-                     report.content.hostName, DescribeLastSeen(report.sinceLastSeen)});
+                    {report.content.lockingName, project.DisplayName(), report.content.hostName,
+                     DescribeLastSeen(report.sinceLastSeen)});
 }
 
 std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent) {

@@ -43,7 +43,7 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
         Localize("$$$/Marvane/Host/SavePrompt/Title=Save Changes?"),
         Localize("$$$/Marvane/Host/SavePrompt/Message=Do you want to save the changes made to "
                  "the project \"@0\"?",
-                 {project.Content().name}),
+                 {project.DisplayName()}),
         buttons, kQuestionIcon, 0);
     switch (answer) {
     case 0:
@@ -104,6 +104,7 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     const fs::path path = NormalProjectPath(projectPath);
     if (OpenProjectPtr existing = Find(path)) {
         SetActive(existing);
+        Announce(ProjectActivatedMessage());
         return {existing, {}};
     }
     if (!IsMarvaneProjectFile(path.string())) {
@@ -275,7 +276,7 @@ std::vector<LockLoss> DocumentManager::Heartbeat() {
 }
 
 std::string DescribeLockLoss(const LockLoss& loss) {
-    const std::string name = loss.project ? loss.project->Path().stem().string() : std::string();
+    const std::string name = loss.project ? loss.project->DisplayName() : std::string();
     std::string text =
         loss.newHolder.empty()
             ? Localize("$$$/Marvane/Host/Lock/Broken=Your lock on \"@0\" was removed by another "
@@ -314,7 +315,7 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
     }
     if (readOnly) {
         if (project->IsModified()) {
-            result.error = "Save or revert the changes to \"" + project->Content().name +
+            result.error = "Save or revert the changes to \"" + project->DisplayName() +
                            "\" before switching it to read-only.";
             return result;
         }
@@ -328,7 +329,7 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
         const ByteString& name = ours.name;
         const ByteString& second = ours.second;
         if (HeldByAnotherCopyHere(project->Path())) {
-            result.error = "\"" + project->Content().name +
+            result.error = "\"" + project->DisplayName() +
                            "\" is open for writing in another copy of Marvane.";
             return result;
         }
@@ -336,14 +337,14 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
             CreateProjectLockFile(project->Path().string(), name, second);
         if (!lock || !lock->IsOwnedByCaller()) {
             result.error =
-                lock ? "\"" + project->Content().name + "\" is locked by " + lock->GetOwnerName() +
+                lock ? "\"" + project->DisplayName() + "\" is locked by " + lock->GetOwnerName() +
                            "."
-                     : "The lock file of \"" + project->Content().name + "\" could not be created.";
+                     : "The lock file of \"" + project->DisplayName() + "\" could not be created.";
             return result;
         }
         project->AttachLockFile(lock);
         if (!project->HoldsLock()) {
-            result.error = "\"" + project->Content().name + "\" could not be locked.";
+            result.error = "\"" + project->DisplayName() + "\" could not be locked.";
             return result;
         }
     }

@@ -3,6 +3,7 @@
 // and opens it read-only otherwise; closing asks to save changes and removes our lock.
 // Every change is announced on kProjectActivationStation. Main thread only.
 #include "Marvane/documents/OpenProject.h"
+#include "host/Messaging.h"
 
 #include <filesystem>
 #include <memory>
@@ -12,6 +13,12 @@
 namespace host {
 
 using OpenProjectPtr = std::shared_ptr<OpenProject>;
+
+// Sent on kProjectActivationStation when a project that was open already is opened again: it
+// becomes the active project, and the window shows it.
+struct ProjectActivatedMessage : Message {
+    HOST_DECLARE_MESSAGE_TYPE(ProjectActivatedMessage)
+};
 
 enum class OpenMode {
     Normal,  // read-write when the lock can be had (or locking is off), else read-only

@@ -13,6 +13,10 @@ OpenProject::~OpenProject() {
     ReleaseLock();
 }
 
+std::string OpenProject::DisplayName() const {
+    return mPath.stem().string();
+}
+
 ByteString OpenProject::GetPath() const {
     return mPath.string();
 }

@@ -20,6 +20,9 @@ public:
     void AttachLockFile(ProjectLockFilePtr lock) override;
 
     const std::filesystem::path& Path() const { return mPath; }
+    // The name everything the user sees calls the project by: its file's name without the
+    // project extension ("Trailer B final"), whatever name the content keeps inside.
+    std::string DisplayName() const;
     const ProjectContent& Content() const { return mContent; }
     // Changes the content (read-write projects only); the project is then modified.
     void EditContent(const ProjectContent& content);

@@ -55,7 +55,7 @@ fs::path SaveRecoveryCopy(const fs::path& dataDirectory, const OpenProject& proj
     std::error_code ignored;
     fs::create_directories(folder, ignored);
     const std::string base =
-        SafeFileName(project.Content().name) + " (recovered " + LocalStamp() + ")";
+        SafeFileName(project.DisplayName()) + " (recovered " + LocalStamp() + ")";
     const std::string text = SerialiseProjectContent(project.Content());
     error = "no free name in " + folder.string();
     fs::path placed;

@@ -5,9 +5,11 @@
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
 #include "TestProjects.h"
+#include "host/ProjectBackEnd.h"
 
 #include <QAbstractItemModel>
 #include <QCloseEvent>
+#include <QLabel>
 #include <QListView>
 #include <QMimeData>
 #include <filesystem>
@@ -72,6 +74,57 @@ TEST_F(ProjectWindowTest, AnOpenedProjectGetsATabThatSaysWeHoldTheLock) {
     ASSERT_NE(Page(), nullptr);
     EXPECT_EQ(Page()->ModeText(), QStringLiteral("Read-write: you hold the lock."));
     EXPECT_FALSE(Page()->OutOfDateShown());
+}
+
+TEST_F(ProjectWindowTest, AProjectJustOpenedFromThePanelComesToTheFront) {
+    const fs::path fine = testsupport::WriteProject(root / "Fine Cut.mvproj");
+    const fs::path rough = testsupport::WriteProject(root / "Rough Cut.mvproj");
+    // As the panel opens a project on a double-click.
+    ASSERT_TRUE(host::OpenProjectInHost(scene.string(), host::kOpenModePlain));
+    ASSERT_TRUE(host::OpenProjectInHost(fine.string(), host::kOpenModePlain));
+    SettleEvents();
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Fine Cut"));
+    ASSERT_TRUE(host::OpenProjectInHost(rough.string(), host::kOpenModePlain));
+    SettleEvents();
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Rough Cut"));
+    EXPECT_EQ(host::DocumentManager::Instance().GetActive()->Path().filename(), "Rough Cut.mvproj");
+    // Opening one that is open already brings it back to the front.
+    ASSERT_TRUE(host::OpenProjectInHost(scene.string(), host::kOpenModePlain));
+    SettleEvents();
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Scene 12"));
+}
+
+TEST_F(ProjectWindowTest, AProjectIsNamedByItsFileNotByTheNameStoredInside) {
+    const fs::path file = root / "Trailer B final.mvproj";
+    std::ofstream(file) << R"({"formatVersion": 1, "name": "Trailer B", "sequences": []})";
+    ASSERT_TRUE(window->OpenProjectFile(file));
+    EXPECT_EQ(window->GetProjectTabs()->tabText(0), QStringLiteral("Trailer B final"));
+    EXPECT_EQ(Page()->NameText(), QStringLiteral("Trailer B final"));
+    host::ProjectContent content = Page()->GetProject()->Content();
+    content.sequences.push_back("New");
+    Page()->GetProject()->EditContent(content);
+    responder->AddAnswer(2); // Cancel
+    EXPECT_FALSE(host::DocumentManager::Instance().Close({Page()->GetProject()}));
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    EXPECT_NE(responder->GetRequests()[0].text.find("\"Trailer B final\""), std::string::npos)
+        << responder->GetRequests()[0].text;
+}
+
+TEST_F(ProjectWindowTest, ALongNameIsCutAndNeverWidensTheWindow) {
+    const std::string longName(200, 'x');
+    const fs::path file = testsupport::WriteProject(root / (longName + ".mvproj"));
+    ASSERT_TRUE(window->OpenProjectFile(file));
+    SettleEvents();
+    EXPECT_LT(window->minimumSizeHint().width(), 1200);
+    EXPECT_LE(window->width(), 1600);
+    EXPECT_EQ(window->GetProjectTabs()->tabToolTip(0).toStdString().rfind(longName, 0), 0u);
+    auto* name = window->findChild<QLabel*>(QStringLiteral("ProjectName"));
+    ASSERT_NE(name, nullptr);
+    EXPECT_EQ(name->toolTip().toStdString(), longName);
+    EXPECT_LE(name->width(), window->width());
 }
 
 TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
