@@ -1,6 +1,7 @@
 #include "Marvane/app/CommandLine.h"
 
 #include <array>
+#include <filesystem>
 
 namespace host {
 
@@ -57,6 +58,16 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
             result.error = argument + " needs " + option->valueDescription;
         } else {
             option->store(result.options, arguments[++i]);
+        }
+    }
+    // A profile is a folder the host keeps its files in: a file there is a mistake to say, not
+    // to write beside.
+    if (result.error.empty() && result.options.profile) {
+        std::error_code error;
+        const auto status = std::filesystem::status(*result.options.profile, error);
+        if (std::filesystem::exists(status) && !std::filesystem::is_directory(status)) {
+            result.error = "--profile names \"" + result.options.profile->string() +
+                           "\", which is not a folder";
         }
     }
     return result;

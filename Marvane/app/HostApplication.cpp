@@ -84,7 +84,7 @@ void LoadModules(PluginLoader& loader, const CommandLineOptions& options, std::o
 // Opens the production the user asked for, else the last one, else the demo production.
 // A last production that is missing now (a share not mounted yet) is reported and stays the
 // last production for the next start.
-void OpenStartProduction(const CommandLineOptions& options, std::ostream& err) {
+void OpenStartProduction(const CommandLineOptions& options, MainWindow& window, std::ostream& err) {
     HostSession& session = HostSession::Instance();
     std::filesystem::path folder;
     bool remember = true;
@@ -110,6 +110,7 @@ void OpenStartProduction(const CommandLineOptions& options, std::ostream& err) {
     const std::string error = ProductionSession::Instance().Open(folder);
     if (!error.empty()) {
         err << "marvane: " << error << " Starting without a production.\n";
+        window.SetProductionError(error);
         return;
     }
     if (remember) {
@@ -304,7 +305,7 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
         window.show();
     }
     OpenDefaultLayout(window);
-    OpenStartProduction(options, err);
+    OpenStartProduction(options, window, err);
     OpenStartProjects(options, window, err);
     OfferRecoveredCopies(window);
     StartLockHeartbeat(window);

@@ -66,6 +66,7 @@ MainWindow::MainWindow() {
 
     mCentreStack = new QStackedWidget(this);
     mCentre = new QLabel(mCentreStack);
+    mCentre->setObjectName(QStringLiteral("CentreText"));
     mCentre->setAlignment(Qt::AlignCenter);
     mCentre->setWordWrap(true);
     mCentre->setMargin(24);
@@ -161,6 +162,7 @@ void MainWindow::ShowProgressPanel() {
 void MainWindow::UpdateProductionDisplay() {
     const ProductionSession& production = ProductionSession::Instance();
     if (production.IsOpen()) {
+        mProductionError.clear();
         const QString folder = QString::fromStdString(production.GetFolder().string());
         setWindowTitle(
             QStringLiteral("Marvane — %1")
@@ -169,9 +171,13 @@ void MainWindow::UpdateProductionDisplay() {
             "$$$/Marvane/Host/ProductionOpen=Production folder: @0", {folder.toStdString()})));
     } else {
         setWindowTitle(QStringLiteral("Marvane"));
-        mCentre->setText(QString::fromStdString(Localize(
+        std::string text = Localize(
             "$$$/Marvane/Host/NoProduction=No production is open. Choose File > Open Production… "
-            "to open a folder of projects.")));
+            "to open a folder of projects.");
+        if (!mProductionError.empty()) {
+            text = mProductionError + "\n\n" + text;
+        }
+        mCentre->setText(QString::fromStdString(text));
     }
 }
 
@@ -289,6 +295,15 @@ void MainWindow::ShowAbout() {
                    Localize("$$$/Marvane/Host/AboutText=Marvane, the standalone host of the "
                             "Production panel.#{Shown in Help > About}"),
                    {}, kInformationIcon, 0);
+}
+
+void MainWindow::SetProductionError(const std::string& error) {
+    mProductionError = error;
+    UpdateProductionDisplay();
+}
+
+QString MainWindow::CentreText() const {
+    return mCentre->text();
 }
 
 void MainWindow::SetProductionBanner(const QString& text) {

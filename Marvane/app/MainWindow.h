@@ -37,6 +37,9 @@ public:
     // Brings up the progress panel (made on first use).
     void ShowProgressPanel();
     ProgressPanel* GetProgressPanel() const { return mProgressPanel; }
+    // Why the production asked for could not be opened; the window says so while none is open.
+    void SetProductionError(const std::string& error);
+    QString CentreText() const;
     // A warning about the production across the window's bottom edge; empty hides it.
     void SetProductionBanner(const QString& text);
     QString ProductionBanner() const;
@@ -61,6 +64,7 @@ private:
     ProgressPanel* mProgressPanel = nullptr;
     QLabel* mProductionBanner = nullptr;
     bool mSyncingTabs = false;
+    std::string mProductionError;
     QTimer mStatusTimer;
     std::vector<QAction*> mCommandActions;
 };

@@ -199,7 +199,9 @@ std::string RunWidgetCommand(QWidget& window, const std::vector<std::string>& fi
         }
     }
     if (auto* label = qobject_cast<QLabel*>(widget); label != nullptr && verb == "text") {
-        return "ok " + label->text().toStdString();
+        // One answer is one line: a label's line breaks are given as " | ".
+        return "ok " +
+               label->text().replace(QLatin1Char('\n'), QStringLiteral(" | ")).toStdString();
     }
     if (auto* slider = qobject_cast<QSlider*>(widget)) {
         if (verb == "slider" && fields.size() == 4) {

@@ -5,7 +5,7 @@
 //
 //   ui set NAME TEXT          types TEXT into a text field (replacing what it held)
 //   ui key NAME escape        presses Escape in a text field
-//   ui text NAME              ok TEXT (a text field's or a label's text)
+//   ui text NAME              ok TEXT (a text field's or a label's text; line breaks as " | ")
 //   ui focus NAME             gives the widget the keyboard focus (and its panel the commands)
 //   ui shown NAME             ok 1|0 enabled=1|0
 //   ui rows NAME              ok count=N A|B|C (a tree's rows reachable through open folders,

@@ -1,5 +1,6 @@
 // The real marvane process, started offscreen.
 #include "MarvaneProcess.h"
+#include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
 
 #include <filesystem>
@@ -117,6 +118,42 @@ TEST(MarvaneHost, AFileGivenAsProductionIsReportedAsNotAFolder) {
                     (folder / "profile").string(), "--screenshot", (folder / "shot.png").string()});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.err.find("is not a folder"), std::string::npos) << result.err;
+}
+
+std::string ReadFirstLine(const fs::path& file) {
+    std::ifstream in(file);
+    std::string line;
+    std::getline(in, line);
+    return line;
+}
+
+TEST(MarvaneHost, TheWindowSaysWhyTheProductionAskedForDidNotOpen) {
+    const testsupport::TemporaryFolder temporary("e2e-file-window");
+    const fs::path folder = temporary.Path();
+    std::ofstream(folder / "Pilot.txt") << "not a folder\n";
+    ScriptedMarvane marvane({"--production", (folder / "Pilot.txt").string(), "--profile",
+                             (folder / "profile").string()});
+    ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
+    const std::string centre = marvane.Send({"ui", "text", "CentreText"});
+    EXPECT_NE(centre.find("\"" + (folder / "Pilot.txt").string() +
+                          "\" is not a folder, so it cannot be opened as a production."),
+              std::string::npos)
+        << centre;
+    EXPECT_NE(centre.find("No production is open."), std::string::npos) << centre;
+    EXPECT_EQ(marvane.Finish(), 0);
+}
+
+TEST(MarvaneHost, AProfileThatIsAFileIsRefused) {
+    const testsupport::TemporaryFolder temporary("e2e-profile-file");
+    const fs::path folder = temporary.Path();
+    std::ofstream(folder / "profile") << "a file\n";
+    const auto result = RunMarvane({"--profile", (folder / "profile").string(), "--list-commands"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.err.find("--profile names \"" + (folder / "profile").string() +
+                              "\", which is not a folder"),
+              std::string::npos)
+        << result.err;
+    EXPECT_EQ(ReadFirstLine(folder / "profile"), "a file");
 }
 
 TEST(MarvaneHost, AFirstStartWithoutProductionOpensTheDemoProduction) {
