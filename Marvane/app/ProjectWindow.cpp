@@ -3,13 +3,18 @@
 #include "Marvane/app/ElidedLabel.h"
 #include "Marvane/app/ProjectContentListModel.h"
 #include "Marvane/application/LockBreaking.h"
+#include "Marvane/projectbackend/LockingIdentity.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 
+#include <QDateTime>
 #include <QHBoxLayout>
+#include <QLocale>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <chrono>
+#include <filesystem>
 
 namespace host {
 
@@ -51,6 +56,27 @@ void ShowNames(QListView* list, ProjectContentListModel* rows,
     }
 }
 
+// "Ben Okafor saved this project at 14:02, after you opened it."
+QString OutOfDateText(const OpenProject& project, const std::string& holder) {
+    std::error_code error;
+    const auto written =
+        std::filesystem::last_write_time(ProjectContentFile(project.Path()), error);
+    QString when;
+    if (!error) {
+        const auto system = std::chrono::time_point_cast<std::chrono::seconds>(
+            std::chrono::file_clock::to_sys(written));
+        const QDateTime time = QDateTime::fromSecsSinceEpoch(system.time_since_epoch().count());
+        when = time.date() == QDate::currentDate()
+                   ? QLocale().toString(time.time(), QLocale::ShortFormat)
+                   : QLocale().toString(time, QLocale::ShortFormat);
+    }
+    const std::string who =
+        holder.empty() ? Localize("$$$/Marvane/Host/Project/AnotherEditor=Another editor") : holder;
+    return Text("$$$/Marvane/Host/Project/SavedBy=@0 saved this project at @1, after you opened "
+                "it.",
+                {who, when.toStdString()});
+}
+
 } // namespace
 
 ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
@@ -75,10 +101,10 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mOutOfDate->setObjectName(QStringLiteral("OutOfDateBanner"));
     mOutOfDate->setStyleSheet(QStringLiteral("#OutOfDateBanner { background: #fff3c4; }"));
     auto* banner = new QHBoxLayout(mOutOfDate);
-    banner->addWidget(new QLabel(
-        Text("$$$/Marvane/Host/Project/OutOfDate=This project was saved by its holder after you "
-             "opened it."),
-        mOutOfDate));
+    mOutOfDateText = new QLabel(mOutOfDate);
+    mOutOfDateText->setObjectName(QStringLiteral("OutOfDateText"));
+    mOutOfDateText->setWordWrap(true);
+    banner->addWidget(mOutOfDateText, 1);
     auto* reload = new QPushButton(Text("$$$/Marvane/Host/Project/Reload=Reload"), mOutOfDate);
     banner->addWidget(reload);
     layout->addWidget(mOutOfDate);
@@ -146,10 +172,22 @@ void ProjectWindow::Refresh() {
     const std::string holder = locked && lock.state != LockState::Unreadable
                                    ? lock.content.lockingName
                                    : (locked ? mProject->CurrentLockHolder() : std::string());
-    mTakeOver->setVisible(locked && lock.state == LockState::Abandoned);
+    // Someone else held the lock and nobody does now (its holder closed the project): it can
+    // be taken over at once. A project the user switched to read-only is simply read-only.
+    if (!mProject->IsReadOnly()) {
+        mHeldByAnother = false;
+    } else if (locked && lock.state != LockState::Yours) {
+        mHeldByAnother = true;
+    }
+    const bool free =
+        mProject->IsReadOnly() && !locked && mHeldByAnother && CurrentLockingIdentity().enabled;
+    mTakeOver->setVisible((locked && lock.state == LockState::Abandoned) || free);
     mBreakLock->setVisible(locked && lock.state == LockState::Silent);
     if (!mProject->IsReadOnly()) {
         mMode->setText(Text("$$$/Marvane/Host/Project/ReadWrite=Read-write: you hold the lock."));
+    } else if (free) {
+        mMode->setText(Text("$$$/Marvane/Host/Project/Free=Read-only: nobody holds the lock now. "
+                            "Take it over to edit the project."));
     } else if (locked && (lock.state == LockState::Abandoned || lock.state == LockState::Silent)) {
         mMode->setText(
             Text("$$$/Marvane/Host/Project/ReadOnlyBecause=Read-only: @0", {DescribeLock(lock)}));
@@ -162,7 +200,11 @@ void ProjectWindow::Refresh() {
     } else {
         mMode->setText(Text("$$$/Marvane/Host/Project/ReadOnlyMode=Read-only."));
     }
-    mOutOfDate->setVisible(mProject->IsOutOfDate());
+    const bool outOfDate = mProject->IsOutOfDate();
+    if (outOfDate) {
+        mOutOfDateText->setText(OutOfDateText(*mProject, holder));
+    }
+    mOutOfDate->setVisible(outOfDate);
     ShowNames(mBins, mBinRows, content.bins);
     ShowNames(mSequences, mSequenceRows, content.sequences);
     const bool writable = !mProject->IsReadOnly();
@@ -170,6 +212,10 @@ void ProjectWindow::Refresh() {
     mRename->setEnabled(writable && mSequences->currentIndex().isValid());
     mSave->setEnabled(writable && mProject->IsModified());
     mReadOnly->setChecked(mProject->IsReadOnly());
+}
+
+QString ProjectWindow::OutOfDateMessage() const {
+    return mOutOfDateText->text();
 }
 
 QString ProjectWindow::NameText() const {
@@ -236,6 +282,11 @@ void ProjectWindow::ToggleReadOnly() {
 }
 
 void ProjectWindow::TakeOver() {
+    LockReport lock;
+    if (!InspectProjectLock(*mProject, lock)) {
+        ToggleReadOnly(); // nobody holds it: read-write takes the lock as usual
+        return;
+    }
     const std::string error = TakeOverProject(mProject, false);
     if (!error.empty()) {
         Report(Localize("$$$/Marvane/Host/Project/TakeOverFailed=Cannot Take Over"), error);

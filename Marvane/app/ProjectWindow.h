@@ -38,6 +38,7 @@ public:
     QString ModeText() const { return mMode->text(); }
     QString NameText() const;
     bool OutOfDateShown() const { return !mOutOfDate->isHidden(); }
+    QString OutOfDateMessage() const;
     // The lists as the user sees them; their models hold one row per bin or sequence.
     QListView* BinList() const { return mBins; }
     QListView* SequenceList() const { return mSequences; }
@@ -49,6 +50,7 @@ private:
     ElidedLabel* mName = nullptr;
     ElidedLabel* mPath = nullptr;
     QLabel* mMode = nullptr;
+    QLabel* mOutOfDateText = nullptr;
     QWidget* mOutOfDate = nullptr;
     ProjectContentListModel* mBinRows = nullptr;
     ProjectContentListModel* mSequenceRows = nullptr;
@@ -61,6 +63,7 @@ private:
     QPushButton* mTakeOver = nullptr;
     QPushButton* mBreakLock = nullptr;
     QTimer mPoll;
+    bool mHeldByAnother = false; // seen locked by someone else since it was last writable
 };
 
 } // namespace host

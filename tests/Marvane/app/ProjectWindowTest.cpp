@@ -127,6 +127,35 @@ TEST_F(ProjectWindowTest, ALongNameIsCutAndNeverWidensTheWindow) {
     EXPECT_LE(name->width(), window->width());
 }
 
+TEST_F(ProjectWindowTest, TheReloadBannerNamesWhoSavedAndWhen) {
+    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(Page()->GetProject()->IsReadOnly());
+    testsupport::WriteProject(scene, {"Assembly", "Ben's Fine Cut"}); // Ben saves
+    Page()->Refresh();
+    ASSERT_TRUE(Page()->OutOfDateShown());
+    const std::string text = Page()->OutOfDateMessage().toStdString();
+    EXPECT_EQ(text.rfind("Ben Okafor saved this project at ", 0), 0u) << text;
+    EXPECT_NE(text.find(", after you opened it."), std::string::npos) << text;
+    EXPECT_NE(text.find(':'), std::string::npos) << text; // a time of day
+}
+
+TEST_F(ProjectWindowTest, WhenTheHolderClosesTheProjectTheOtherEditorCanTakeItOverThere) {
+    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    EXPECT_FALSE(Page()->TakeOverOffered());
+    fs::remove(scene.string() + ".lock"); // Ben closes it
+    Page()->Refresh();
+    EXPECT_TRUE(Page()->TakeOverOffered());
+    EXPECT_EQ(Page()->ModeText(),
+              QStringLiteral("Read-only: nobody holds the lock now. Take it over to edit the "
+                             "project."));
+    Page()->TakeOver();
+    EXPECT_FALSE(Page()->GetProject()->IsReadOnly());
+    EXPECT_FALSE(Page()->TakeOverOffered());
+    EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
+}
+
 TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
     ASSERT_TRUE(window->OpenProjectFile(scene));
     EXPECT_EQ(Rows(Page()->BinList()), QStringList{QStringLiteral("Footage")});
