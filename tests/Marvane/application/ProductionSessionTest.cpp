@@ -1,4 +1,5 @@
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/documents/DocumentManager.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "host/ApplicationLayer.h"
@@ -95,12 +96,14 @@ TEST_F(ProductionSessionTest, ClosingAnOpenProjectSendsProjectClosed) {
     EXPECT_EQ(testsupport::OpenProject(scene), first); // opening again finds the open one
     EXPECT_EQ(host::OpenProjectCount(), 1u);
     EXPECT_FALSE(testsupport::CloseProject(root / "Pilot" / "Other.mvproj"));
-    ASSERT_EQ(listener->types.size(), 1u);
+    ASSERT_EQ(listener->types.size(), 2u);
     EXPECT_EQ(listener->types[0], host::ProjectOpenedMessage::kTypeID);
+    // Opened again: not a second project, but the one to show.
+    EXPECT_EQ(listener->types[1], host::ProjectActivatedMessage::kTypeID);
     EXPECT_TRUE(testsupport::CloseProject(scene));
     EXPECT_EQ(host::OpenProjectCount(), 0u);
-    ASSERT_EQ(listener->types.size(), 2u);
-    EXPECT_EQ(listener->types[1], host::ProjectClosedMessage::kTypeID);
+    ASSERT_EQ(listener->types.size(), 3u);
+    EXPECT_EQ(listener->types[2], host::ProjectClosedMessage::kTypeID);
 }
 
 } // namespace
