@@ -190,6 +190,12 @@ int Unlock(const LockCommandOptions& options, std::ostream& out, std::ostream& e
     replacement.silentAfter = SilentAfter();
     std::string removed;
     const TakeOverResult result = ReplaceLockFile(project, replacement, &removed);
+    if (result == TakeOverResult::NotAbandoned && report.state == LockState::Unreadable) {
+        err << "marvane: \"" << report.lockPath.string()
+            << "\" is not a file (a folder, a link or a special file); marvane never removes "
+               "such a thing. Look at it and remove it by hand.\n";
+        return 1;
+    }
     if (result != TakeOverResult::Taken) {
         err << "marvane: the lock of \"" << project.filename().string()
             << "\" changed while it was being removed (another editor locked or took over the "

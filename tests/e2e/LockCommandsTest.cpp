@@ -174,6 +174,17 @@ TEST_F(LockCommandsTest, UnlockRefusesYoursAndUnreadableLocksAndProjectsWithoutO
     EXPECT_TRUE(AuditLines().empty());
 }
 
+TEST_F(LockCommandsTest, AFolderAtTheLocksNameIsNeverRemovedEvenByForce) {
+    const fs::path free = production / "Reels" / "Free.mvproj";
+    fs::create_directories(free.string() + ".lock");
+    std::ofstream(free.string() + ".lock/inside") << "kept";
+    const ProcessResult forced = Run({"unlock", "--force", free.string()});
+    EXPECT_EQ(forced.exitCode, 1);
+    EXPECT_NE(forced.err.find("is not a file"), std::string::npos) << forced.err;
+    EXPECT_TRUE(fs::exists(free.string() + ".lock/inside"));
+    EXPECT_TRUE(AuditLines().empty());
+}
+
 TEST_F(LockCommandsTest, BadArgumentsAreRefusedWithTheUsage) {
     const ProcessResult missing = Run({"unlock"});
     EXPECT_EQ(missing.exitCode, 2);

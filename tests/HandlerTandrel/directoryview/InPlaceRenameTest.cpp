@@ -1,5 +1,6 @@
 #include "TandrelDirectoryViewFixture.h"
 
+#include "FileBytes.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uitoolkit/TextEdit.h"
 #include "Marvane/uitoolkit/TreeView.h"
@@ -20,11 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using host::TreeRowPtr;
 using host::UI_TextEdit;
-
-std::string ReadAll(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 class InPlaceRenameTest : public testsupport::TandrelDirectoryViewTest {
 protected:
@@ -145,10 +141,10 @@ TEST_F(InPlaceRenameTest, RenamingAnOpenProjectMovesItsLockWithIt) {
 }
 
 TEST_F(InPlaceRenameTest, AProjectIsNeverRenamedOverAnother) {
-    const std::string promoBefore = ReadAll(production / "Promo.mvproj");
+    const std::string promoBefore = testsupport::ReadBytes(production / "Promo.mvproj");
     Rename(production / "Scene 12.mvproj", "Promo");
     EXPECT_TRUE(fs::exists(production / "Scene 12.mvproj"));
-    EXPECT_EQ(ReadAll(production / "Promo.mvproj"), promoBefore);
+    EXPECT_EQ(testsupport::ReadBytes(production / "Promo.mvproj"), promoBefore);
 }
 
 TEST_F(InPlaceRenameTest, ChangingOnlyTheCaseOfAProjectNameDoesNothing) {

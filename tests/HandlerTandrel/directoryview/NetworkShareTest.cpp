@@ -1,6 +1,7 @@
 // The production on a real network share: our own SSH server on 127.0.0.1 exports the
 // production folder, sshfs mounts it, the panel opens the mount, and the export is changed
 // directly, as another editor's machine would change it.
+#include "FileBytes.h"
 #include "Marvane/uitoolkit/TextEdit.h"
 #include "SshShare.h"
 #include "TandrelDirectoryViewFixture.h"
@@ -132,10 +133,8 @@ TEST_F(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNa
     EXPECT_TRUE(fs::exists(exported / "Cut" / "Reel 3.mvproj"));
     EXPECT_FALSE(fs::exists(exported / "Edit"));
     EXPECT_EQ(RowOf(production / "Cut")->GetChildCount(), 3);
-    std::ifstream reel(exported / "Cut" / "Reel 1.mvproj");
-    const std::string text((std::istreambuf_iterator<char>(reel)),
-                           std::istreambuf_iterator<char>());
-    EXPECT_NE(text.find("Recut"), std::string::npos);
+    EXPECT_NE(testsupport::ReadBytes(exported / "Cut" / "Reel 1.mvproj").find("Recut"),
+              std::string::npos);
     EXPECT_EQ(View().GetSelectedPaths(), std::vector<std::u16string>{W(production / "Cut")});
 }
 

@@ -89,7 +89,9 @@ TEST_F(ProjectWindowTest, AProjectJustOpenedFromThePanelComesToTheFront) {
     SettleEvents();
     EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
               QStringLiteral("Rough Cut"));
-    EXPECT_EQ(host::DocumentManager::Instance().GetActive()->Path().filename(), "Rough Cut.mvproj");
+    const host::OpenProjectPtr active = host::DocumentManager::Instance().GetActive();
+    ASSERT_NE(active, nullptr);
+    EXPECT_EQ(active->Path().filename(), "Rough Cut.mvproj");
     // Opening one that is open already brings it back to the front.
     ASSERT_TRUE(host::OpenProjectInHost(scene.string(), host::kOpenModePlain));
     SettleEvents();
