@@ -38,6 +38,10 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
             result.options.help = true;
             continue;
         }
+        if (argument == "--version") {
+            result.options.version = true;
+            continue;
+        }
         if (argument == "--script") {
             result.options.script = true;
             continue;
@@ -73,6 +77,10 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
     return result;
 }
 
+std::string VersionText() {
+    return std::string("marvane ") + MARVANE_VERSION;
+}
+
 std::string UsageText() {
     return "Usage: marvane [options] [PROJECT ...]\n"
            "  --production FOLDER   open FOLDER as the production\n"
@@ -84,6 +92,7 @@ std::string UsageText() {
            "                        is shown, then exit (works without a display)\n"
            "  --script              take commands from standard input (see ScriptConsole.h)\n"
            "  --help                show this text\n"
+           "  --version             show the version\n"
            "Without --production the last production opens, or the demo production.\n"
            "PROJECT files (.mvproj) or folders (.mvprojd) open once the production is shown.\n"
            "\n"

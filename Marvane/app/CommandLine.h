@@ -1,6 +1,7 @@
 #pragma once
 // marvane [--production FOLDER] [--user NAME] [--profile DIR] [--plugins DIR]
-//         [--list-commands] [--screenshot FILE.png] [--script] [--help] [PROJECT ...]
+//         [--list-commands] [--screenshot FILE.png] [--script] [--help] [--version]
+//         [PROJECT ...]
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ struct CommandLineOptions {
     bool listCommands = false;
     bool script = false;
     bool help = false;
+    bool version = false;
 };
 
 struct CommandLineResult {
@@ -27,5 +29,7 @@ struct CommandLineResult {
 
 CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments);
 std::string UsageText();
+// "marvane 0.1.0": the name and version, as --version and Help > About give them.
+std::string VersionText();
 
 } // namespace host

@@ -1,5 +1,6 @@
 #include "Marvane/app/MainWindow.h"
 
+#include "Marvane/app/CommandLine.h"
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/ProductionOutage.h"
 #include "Marvane/app/ProjectWindow.h"
@@ -293,7 +294,8 @@ void MainWindow::RefreshCommandStatus() {
 void MainWindow::ShowAbout() {
     ShowMessageBox(Localize("$$$/Marvane/Host/AboutTitle=About Marvane"),
                    Localize("$$$/Marvane/Host/AboutText=Marvane, the standalone host of the "
-                            "Production panel.#{Shown in Help > About}"),
+                            "Production panel.#{Shown in Help > About}") +
+                       "\n\n" + VersionText(),
                    {}, kInformationIcon, 0);
 }
 

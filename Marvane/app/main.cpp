@@ -34,6 +34,10 @@ int main(int argc, char* argv[]) {
         std::cout << host::UsageText();
         return 0;
     }
+    if (parsed.options.version) {
+        std::cout << host::VersionText() << "\n";
+        return 0;
+    }
     if (!HasDisplay()) {
         if (!parsed.options.screenshot && !parsed.options.listCommands && !parsed.options.script) {
             std::cerr << "marvane: no display found (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"

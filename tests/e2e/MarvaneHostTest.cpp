@@ -143,6 +143,13 @@ TEST(MarvaneHost, TheWindowSaysWhyTheProductionAskedForDidNotOpen) {
     EXPECT_EQ(marvane.Finish(), 0);
 }
 
+TEST(MarvaneHost, VersionGivesTheProjectsVersionWithoutAWindow) {
+    const auto result = RunMarvane({"--version"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, std::string("marvane ") + PROJECT_VERSION_TEXT + "\n");
+    EXPECT_NE(RunMarvane({"--help"}).out.find("--version"), std::string::npos);
+}
+
 TEST(MarvaneHost, AProfileThatIsAFileIsRefused) {
     const testsupport::TemporaryFolder temporary("e2e-profile-file");
     const fs::path folder = temporary.Path();

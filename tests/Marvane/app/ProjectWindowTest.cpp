@@ -1,7 +1,9 @@
 #include "Marvane/app/ProjectWindow.h"
+#include "Marvane/app/CommandLine.h"
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
 #include "TestProjects.h"
@@ -156,6 +158,16 @@ TEST_F(ProjectWindowTest, WhenTheHolderClosesTheProjectTheOtherEditorCanTakeItOv
     EXPECT_FALSE(Page()->GetProject()->IsReadOnly());
     EXPECT_FALSE(Page()->TakeOverOffered());
     EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
+}
+
+TEST_F(ProjectWindowTest, AboutGivesTheVersion) {
+    EXPECT_TRUE(host::CommandDispatcher::Instance().Obey(host::kCmdAbout));
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    EXPECT_EQ(responder->GetRequests()[0].title, "About Marvane");
+    const std::string& text = responder->GetRequests()[0].text;
+    EXPECT_NE(text.find(host::VersionText()), std::string::npos) << text;
+    EXPECT_EQ(host::VersionText().rfind("marvane ", 0), 0u);
+    EXPECT_GT(host::VersionText().size(), std::string("marvane ").size());
 }
 
 TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
