@@ -8,6 +8,20 @@
 #include <iostream>
 
 namespace {
+
+QtMessageHandler gQtMessages = nullptr;
+
+// The offscreen platform (scripts, screenshots, runs without a display) warns about window
+// hints it cannot carry out: that says nothing to the user, so it is left out.
+void QuietOffscreenHints(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (text.contains(QStringLiteral("propagateSizeHints"))) {
+        return;
+    }
+    if (gQtMessages != nullptr) {
+        gQtMessages(type, context, text);
+    }
+}
+
 bool HasDisplay() {
     const char* platform = std::getenv("QT_QPA_PLATFORM");
     if (platform != nullptr && platform[0] != '\0') {
@@ -48,6 +62,9 @@ int main(int argc, char* argv[]) {
         setenv("QT_QPA_PLATFORM", "offscreen", 1);
     }
     QApplication application(argc, argv);
+    if (QGuiApplication::platformName() == QStringLiteral("offscreen")) {
+        gQtMessages = qInstallMessageHandler(QuietOffscreenHints);
+    }
     QApplication::setApplicationName(QStringLiteral("Marvane"));
     QApplication::setOrganizationName(QStringLiteral("Marvane"));
     return host::RunHost(parsed.options, std::cout, std::cerr);

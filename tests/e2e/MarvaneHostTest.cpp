@@ -150,6 +150,19 @@ TEST(MarvaneHost, VersionGivesTheProjectsVersionWithoutAWindow) {
     EXPECT_NE(RunMarvane({"--help"}).out.find("--version"), std::string::npos);
 }
 
+TEST(MarvaneHost, AScriptRunWithoutADisplaySaysNothingAboutWindowHints) {
+    const testsupport::TemporaryFolder temporary("e2e-quiet");
+    const fs::path folder = temporary.Path();
+    fs::create_directories(folder / "Pilot");
+    ScriptedMarvane marvane(
+        {"--production", (folder / "Pilot").string(), "--profile", (folder / "profile").string()});
+    ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
+    EXPECT_EQ(marvane.Send({"panels"}).rfind("ok ", 0), 0u);
+    EXPECT_EQ(marvane.Finish(), 0);
+    EXPECT_EQ(marvane.ErrorOutput().find("propagateSizeHints"), std::string::npos)
+        << marvane.ErrorOutput();
+}
+
 TEST(MarvaneHost, AProfileThatIsAFileIsRefused) {
     const testsupport::TemporaryFolder temporary("e2e-profile-file");
     const fs::path folder = temporary.Path();
