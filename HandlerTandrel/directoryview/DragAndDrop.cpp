@@ -9,6 +9,7 @@
 #include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
+#include "panel/CommandRules.h"
 #include "utils/AddProjects.h"
 #include "utils/CopyFiles.h"
 #include "utils/MoveItems.h"
@@ -28,10 +29,6 @@ constexpr std::string_view kOnlyProjectsMessageKey =
 
 // Copy and move.
 constexpr std::uint32_t kRowDragActions = host::kDropActionCopy | host::kDropActionMove;
-
-bool IsFolderPath(const host::WideString& path) {
-    return !host::ProductionSupportsMarvaneProjectFile(path) && host::DirectoryExists(path);
-}
 
 host::WideString ParentOf(const host::WideString& path) {
     const host::WideString clean = host::StripTrailingSlash(path);
@@ -108,7 +105,7 @@ TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlac
     if (place.row) {
         target.row = place.row;
         target.path = GetRowPath(place.row);
-        if (IsFolderPath(target.path)) {
+        if (IsFolderItem(target.path)) {
             target.folder = target.path;
             target.folderRow = place.row;
             return target;
@@ -131,8 +128,7 @@ TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlac
     return target;
 }
 
-bool TandrelDirectoryView::CanDropRows(const std::vector<host::TreeRowPtr>& rows,
-                                       const DropTarget& target) const {
+bool TandrelDirectoryView::RowsMayMove(const std::vector<host::TreeRowPtr>& rows) const {
     for (const host::TreeRowPtr& row : rows) {
         const host::WideString path = GetRowPath(row);
         if (host::ProductionSupportsMarvaneProjectFile(path) && Utils::IsLockedByOtherUser(path)) {
@@ -142,6 +138,23 @@ bool TandrelDirectoryView::CanDropRows(const std::vector<host::TreeRowPtr>& rows
             host::IsTheMvProductionTrashDirectory(path)) {
             return false;
         }
+    }
+    return true;
+}
+
+bool TandrelDirectoryView::CanDropRows(const std::vector<host::TreeRowPtr>& rows,
+                                       const DropTarget& target, bool freshLocks) const {
+    bool mayMove = false;
+    if (!freshLocks && mDragged.MayMove()) {
+        mayMove = *mDragged.MayMove();
+    } else {
+        mayMove = RowsMayMove(rows);
+        if (mDragged.IsDragging()) {
+            mDragged.RememberMayMove(mayMove);
+        }
+    }
+    if (!mayMove) {
+        return false;
     }
     for (const host::TreeRowPtr& row : rows) {
         const host::UI_TreeRow* folder = target.folderRow.get();
@@ -162,7 +175,7 @@ void TandrelDirectoryView::AnswerDrop(host::DropRequest& request, const DropTarg
     const host::DropData& data = request.data;
     if (data.HasType(host::ByteString(kRowDragType))) {
         const auto rows = DraggedRowsOf(data);
-        Answer(request, rows && CanDropRows(*rows, target), host::kDropActionMove);
+        Answer(request, rows && CanDropRows(*rows, target, false), host::kDropActionMove);
     } else if (data.HasType(host::kFilesType)) {
         const std::vector<host::WideString> files = data.GetFiles();
         Answer(request,

@@ -12,6 +12,7 @@
 #include "host/FileServices.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
+#include "panel/CommandRules.h"
 #include "utils/MonitorTree.h"
 #include "utils/MoveItems.h"
 
@@ -57,10 +58,6 @@ void ShowInvalidName() {
                          host::Localize(kInvalidNameMessageKey,
                                         {host::ToUTF8(host::GetIllegalFilenameCharacters())}),
                          {}, host::kWarningIcon, 0);
-}
-
-bool IsFolder(const host::WideString& path) {
-    return !host::ProductionSupportsMarvaneProjectFile(path) && host::DirectoryExists(path);
 }
 
 } // namespace
@@ -146,7 +143,7 @@ void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::Wi
     if (path.empty() || !host::FileOrDirExists(path)) {
         return;
     }
-    if (IsFolder(path)) {
+    if (IsFolderItem(path)) {
         if (SameNameIgnoringCase(newName, DisplayNameOf(path))) {
             return;
         }

@@ -27,6 +27,7 @@ DecodeRowPayload(const std::vector<std::uint8_t>& bytes) {
 
 void DraggedRows::Start(const std::vector<host::TreeRowPtr>& rows) {
     mRows.clear();
+    mMayMove.reset();
     for (const host::TreeRowPtr& row : rows) {
         mRows.emplace(reinterpret_cast<std::uintptr_t>(row.get()), row);
     }

@@ -191,8 +191,10 @@ public:
     std::optional<std::vector<host::TreeRowPtr>> DraggedRowsOf(const host::DropData& data) const;
     // Whether the rows may be dropped there: none locked by another editor or holding locked
     // projects, not the trash itself, and none dropped onto itself, into its own sub-folder or
-    // into the folder that already holds it.
-    bool CanDropRows(const std::vector<host::TreeRowPtr>& rows, const DropTarget& target) const;
+    // into the folder that already holds it. freshLocks: read the locks again (a drop); a
+    // drag moving over the tree uses what the drag's first look found.
+    bool CanDropRows(const std::vector<host::TreeRowPtr>& rows, const DropTarget& target,
+                     bool freshLocks = true) const;
     DropTarget ResolveDropTarget(const host::UI_MultiColumnTree::DropPlace& place) const;
     // Answers a drag over the tree (action, acceptance, cursor, feedback), or carries out the
     // drop.
@@ -215,6 +217,8 @@ private:
     // The one selected row when it can be seen, which Return renames; else null.
     host::TreeRowPtr RenamableSelectedRow() const;
     void SetUpDragAndDrop();
+    // None of the rows is held by another editor, holds locked projects or is the trash.
+    bool RowsMayMove(const std::vector<host::TreeRowPtr>& rows) const;
     void StartRowDrag(const std::vector<host::TreeRowPtr>& rows, host::SendData& data);
     void AnswerProjectItems(host::DropRequest& request, const DropTarget& target) const;
     void CarryOutDrop(host::DropRequest& request, const DropTarget& target);

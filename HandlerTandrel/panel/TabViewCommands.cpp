@@ -15,6 +15,7 @@
 #include "utils/MoveItems.h"
 #include "utils/OpenProjects.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <set>
@@ -219,8 +220,13 @@ void TandrelTabView::AnswerDropOnTrashButton(host::DropRequest& request) {
     for (const host::TreeRowPtr& row : *rows) {
         paths.push_back(mDirectoryView->GetRowPath(row));
     }
-    // The button takes what the Trash command would take.
-    if (!mDirectoryView->CanDropRows(*rows, trash) || !Utils::CanMoveItems(paths)) {
+    // The button takes what the Trash command would take: while the drag moves, by what its
+    // first look at the locks found; on the drop, by a fresh look.
+    const bool inTrash = std::any_of(paths.begin(), paths.end(), [](const host::WideString& path) {
+        return host::IsInMvProductionTrash(path, true);
+    });
+    if (inTrash || !mDirectoryView->CanDropRows(*rows, trash, request.isDrop) ||
+        (request.isDrop && !Utils::CanMoveItems(paths))) {
         return;
     }
     request.accepted = true;

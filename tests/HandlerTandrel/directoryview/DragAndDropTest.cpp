@@ -15,6 +15,7 @@
 #include <QDropEvent>
 #include <QMimeData>
 #include <QUrl>
+#include <sys/stat.h>
 
 namespace {
 
@@ -224,10 +225,34 @@ TEST_F(DragAndDropTest, TheTrashButtonRefusesRowsAlreadyInTheTrashAndFilesFromOu
     OpenFolder(Trash(), 1);
     QWidget& button = panel->GetTrashButton()->GetImpl()->Widget();
     const auto inTrash = RowDrag({Trash() / "Old.mvproj"});
+    // A row the button would take is selected, so that the button is on and asked.
+    Tree().SelectRow(RowOf(production / "Promo.mvproj"), true, false, true);
+    ASSERT_TRUE(WaitUntil([&] { return panel->GetTrashButton()->IsEnabled(); }));
     EXPECT_FALSE(SendDrag(&button, *inTrash, button.rect().center(), true).accepted);
     const auto files = FileDrag({production / "Promo.mvproj"});
     EXPECT_FALSE(SendDrag(&button, *files, button.rect().center(), true).accepted);
     EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+    EXPECT_TRUE(fs::exists(Trash() / "Old.mvproj"));
+    EXPECT_FALSE(fs::exists(Trash() / "Old_1.mvproj"));
+}
+
+TEST_F(DragAndDropTest, ALockTakenWhileTheRowsAreDraggedIsSeenAtTheDrop) {
+    const auto mime = RowDrag({production / "Promo.mvproj"});
+    EXPECT_TRUE(SendDrag(Viewport(), *mime, On(production / "Edit"), false).accepted);
+    LockAs(production / "Promo.mvproj", "Ben Okafor"); // Ben opens it meanwhile
+    EXPECT_FALSE(SendDrag(Viewport(), *mime, On(production / "Edit"), true).accepted);
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Edit" / "Promo.mvproj"));
+}
+
+TEST_F(DragAndDropTest, APipeNamedLikeAProjectDroppedFromTheDesktopNeverHangsAndAddsNothing) {
+    fs::create_directories(root / "Elsewhere");
+    ASSERT_EQ(::mkfifo((root / "Elsewhere" / "Pipe.mvproj").c_str(), 0644), 0);
+    const auto mime = FileDrag({root / "Elsewhere" / "Pipe.mvproj"});
+    responder->AddAnswer(0); // Copy, if asked
+    SendDrag(Viewport(), *mime, On(production / "Edit"), true);
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    EXPECT_FALSE(fs::exists(production / "Edit" / "Pipe.mvproj"));
 }
 
 TEST_F(DragAndDropTest, ADropBetweenRowsGoesIntoTheFolderOfTheRowAfterTheGap) {

@@ -356,6 +356,47 @@ TEST_F(InPlaceRenameTest, StartingAgainWhileANameIsEditedKeepsThatEdit) {
     Press(edit, Qt::Key_Escape);
 }
 
+TEST_F(InPlaceRenameTest, ANameTooLongWithItsExtensionIsRefusedAndNothingMoves) {
+    const std::string onDisk = testsupport::ReadBytes(production / "Promo.mvproj");
+    Rename(production / "Promo.mvproj", QString(250, 'p')); // 257 bytes with ".mvproj"
+    EXPECT_EQ(testsupport::ReadBytes(production / "Promo.mvproj"), onDisk);
+    EXPECT_EQ(Messages().size(), 1u); // the move says it could not be done
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    // The lock the move took stays ours until the host stops, and goes then.
+    host::LockFileContent lock;
+    if (host::ReadLockFile(host::LockFilePathFor(production / "Promo.mvproj"), lock) ==
+        host::LockFileState::Valid) {
+        EXPECT_TRUE(host::IsWrittenByThisProcess(lock));
+    }
+    host::ReleaseCreatedLocks();
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(production / "Promo.mvproj")));
+}
+
+TEST_F(InPlaceRenameTest, AFolderWhoseNameIsNotValidUtf8LosesNothingWhenRenamed) {
+    const fs::path odd = production / std::string("Day \xff 1");
+    fs::create_directories(odd);
+    testsupport::WriteProject(odd / "Shot.mvproj");
+    ASSERT_TRUE(WaitUntil([&] { return Tree().GetTopLevelRowCount() == 6; }));
+    TreeRowPtr row;
+    for (int index = 0; index < Tree().GetTopLevelRowCount(); ++index) {
+        const TreeRowPtr candidate = Tree().GetTopLevelRow(index);
+        if (host::ToUTF8(View().GetRowPath(candidate)).find("Day ") != std::string::npos) {
+            row = candidate;
+        }
+    }
+    ASSERT_NE(row, nullptr);
+    Tree().SelectRow(row, true, false, true);
+    View().InstallNameEditText(row);
+    ASSERT_EQ(Tree().GetEditFields().size(), 1u);
+    Type(Tree().GetEditFields().front(), "Day 1");
+    Press(Tree().GetEditFields().front(), Qt::Key_Return);
+    SettleEvents(400);
+    // Renamed, or left as it was: the project is in one of the two, once.
+    const bool renamed = fs::exists(production / "Day 1" / "Shot.mvproj");
+    const bool kept = fs::exists(odd / "Shot.mvproj");
+    EXPECT_NE(renamed, kept);
+}
+
 TEST_F(InPlaceRenameTest, NoEditStartsWithoutAProduction) {
     const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
     host::ProductionSession::Instance().Close();
