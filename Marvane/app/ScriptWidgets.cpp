@@ -9,6 +9,7 @@
 #include <QSlider>
 #include <QTreeView>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
@@ -108,6 +109,26 @@ std::string OnTree(QTreeView& tree, const std::vector<std::string>& fields) {
         const QPoint topLeft = tree.viewport()->mapToGlobal(cell.topLeft());
         return "ok " + std::to_string(topLeft.x()) + " " + std::to_string(topLeft.y()) + " " +
                std::to_string(cell.width()) + " " + std::to_string(cell.height());
+    }
+    if (verb == "tooltip" && fields.size() == 4) {
+        const QModelIndex index = RowReading(tree, fields[3]);
+        if (!index.isValid()) {
+            return "error no row " + fields[3];
+        }
+        // What the pointer would show over the cells of the row, each text once, on one line.
+        std::vector<QString> tips;
+        for (int column = 0; column < tree.model()->columnCount(index.parent()); ++column) {
+            const QString tip =
+                tree.model()->data(index.siblingAtColumn(column), Qt::ToolTipRole).toString();
+            if (!tip.isEmpty() && std::find(tips.begin(), tips.end(), tip) == tips.end()) {
+                tips.push_back(tip);
+            }
+        }
+        std::string text = "ok";
+        for (QString tip : tips) {
+            text += " " + tip.replace(QLatin1Char('\n'), QStringLiteral(" | ")).toStdString();
+        }
+        return text;
     }
     if ((verb == "open" || verb == "select") && fields.size() >= 4) {
         if (verb == "select") {

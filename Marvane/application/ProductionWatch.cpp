@@ -1,5 +1,7 @@
 #include "Marvane/application/ProductionWatch.h"
 
+#include "Marvane/fileservices/AccessDeadline.h"
+
 #include "host/AsyncCalls.h"
 #include "host/DebugTrace.h"
 #include "host/PanelFramework.h"
@@ -51,6 +53,9 @@ void Announce(const std::shared_ptr<ProductionWatch::State>& state, const std::s
             state->reachable = reachable;
             state->reason = why;
         }
+        if (reachable) {
+            files::FolderAnswersAgain();
+        }
         Trace("Host", 1,
               reachable
                   ? "The production answers again: " + state->folder.string()
@@ -97,6 +102,14 @@ void ProductionWatch::Start(const fs::path& folder, std::chrono::milliseconds in
     state->folder = folder;
     state->interval = interval;
     state->deadline = deadline;
+    // The main thread's own accesses to the folder are bounded too; the first that misses its
+    // deadline makes the production unreachable at once, without waiting for the next look.
+    files::GuardFolder(folder, kMainThreadAccessDeadline);
+    files::SetNotAnsweringHandler([weak = std::weak_ptr<State>(state)](const std::string& why) {
+        if (const auto watched = weak.lock()) {
+            Announce(watched, why);
+        }
+    });
     state->worker = std::thread([state] {
         std::shared_ptr<Look> pending;
         std::unique_lock lock(state->mutex);
@@ -138,6 +151,8 @@ void ProductionWatch::Stop() {
     if (!mState) {
         return;
     }
+    files::GuardFolder({}, kMainThreadAccessDeadline);
+    files::SetNotAnsweringHandler({});
     {
         std::lock_guard lock(mState->mutex);
         mState->stopping = true;

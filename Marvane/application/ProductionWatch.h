@@ -3,7 +3,8 @@
 // file system's status and the first entry of a listing); a look that fails, or that does not
 // come back within the deadline (a share that stopped answering blocks), makes the
 // production unreachable until a look succeeds again. Each change is announced on the main
-// thread with a ProductionReachabilityMessage on the panel framework's station.
+// thread with a ProductionReachabilityMessage on the panel framework's station. The main
+// thread's own accesses under the folder are bounded in time while it is watched.
 #include "host/Messaging.h"
 
 #include <chrono>
@@ -20,6 +21,9 @@ struct ProductionReachabilityMessage : Message {
     bool reachable = true;
     std::string reason; // why it cannot be reached, in the system's words
 };
+
+// How long the main thread waits for one access to the production's folder.
+inline constexpr std::chrono::milliseconds kMainThreadAccessDeadline{500};
 
 // One look at a folder: empty when it answers, else why not.
 std::string LookAtFolder(const std::filesystem::path& folder);

@@ -1,5 +1,6 @@
 #include "Marvane/documents/OpenProject.h"
 
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockStates.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
@@ -78,9 +79,15 @@ bool OpenProject::LockWasTakenAway() const {
     case LockFileState::Unreadable: {
         // Something else stands at the lock's name; a name that cannot even be looked at (a
         // share that does not answer) tells nothing.
-        std::error_code error;
-        const auto status = std::filesystem::symlink_status(LockFilePathFor(mPath), error);
-        return !error && std::filesystem::exists(status);
+        const std::filesystem::path lockPath = LockFilePathFor(mPath);
+        return files::Bounded<bool>(lockPath,
+                                    [lockPath] {
+                                        std::error_code error;
+                                        const auto status =
+                                            std::filesystem::symlink_status(lockPath, error);
+                                        return !error && std::filesystem::exists(status);
+                                    })
+            .value_or(false);
     }
     case LockFileState::Missing:
         break;

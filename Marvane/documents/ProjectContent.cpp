@@ -1,6 +1,6 @@
 #include "Marvane/documents/ProjectContent.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileReading.h"
-
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
@@ -30,13 +30,29 @@ FileStamp StampOfStatus(const struct stat& status) {
 // The whole file and the identity of exactly the version read; false with errno set. A pipe or
 // anything else that is not a regular file is refused at once, never waited on.
 bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp) {
-    struct stat status {};
-    int error = 0;
-    if (!ReadRegularFile(file, text, error, kMaximumProjectBytes, status)) {
-        errno = error;
+    struct Read {
+        std::string text;
+        struct stat status {};
+        int error = 0;
+    };
+    const std::optional<Read> read = files::Bounded<Read>(file, [file] {
+        Read result;
+        if (!ReadRegularFile(file, result.text, result.error, kMaximumProjectBytes,
+                             result.status)) {
+            result.error = result.error != 0 ? result.error : EIO;
+        }
+        return result;
+    });
+    if (!read) {
+        errno = ETIMEDOUT;
         return false;
     }
-    stamp = StampOfStatus(status);
+    if (read->error != 0) {
+        errno = read->error;
+        return false;
+    }
+    text = read->text;
+    stamp = StampOfStatus(read->status);
     return true;
 }
 
@@ -63,8 +79,27 @@ bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, st
 
 bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& content,
                         std::string& error) {
-    std::string reason;
-    if (!ReplaceFile(ProjectContentFile(projectPath), SerialiseProjectContent(content), reason)) {
+    const fs::path file = ProjectContentFile(projectPath);
+    const std::string text = SerialiseProjectContent(content);
+    // A save replaces the file whole or not at all. One that does not finish in time on a
+    // share that stopped answering may still finish when it answers again, whole.
+    using Outcome = std::pair<bool, std::string>;
+    const std::optional<Outcome> outcome = files::Bounded<Outcome>(
+        file,
+        [file, text] {
+            std::string why;
+            const bool replaced = ReplaceFile(file, text, why);
+            return Outcome(replaced, why);
+        },
+        files::kLongAccess);
+    if (!outcome) {
+        error = "The project \"" + projectPath.string() +
+                "\" could not be saved: the production's folder does not answer. Your changes "
+                "are kept in the open project.";
+        return false;
+    }
+    const std::string& reason = outcome->second;
+    if (!outcome->first) {
         error = "The project \"" + projectPath.string() + "\" could not be saved (" + reason +
                 "). The file on disk is unchanged.";
         return false;
@@ -73,11 +108,15 @@ bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& conte
 }
 
 FileStamp StampOf(const fs::path& file) {
-    struct stat status {};
-    if (::stat(file.c_str(), &status) != 0) {
-        return {};
-    }
-    return StampOfStatus(status);
+    return files::Bounded<FileStamp>(file,
+                                     [file] {
+                                         struct stat status {};
+                                         if (::stat(file.c_str(), &status) != 0) {
+                                             return FileStamp{};
+                                         }
+                                         return StampOfStatus(status);
+                                     })
+        .value_or(FileStamp{});
 }
 
 } // namespace host

@@ -1,4 +1,5 @@
 // Listing what a folder holds, without following symbolic links.
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FolderEntries.h"
 #include "host/FileServices.h"
 
@@ -52,9 +53,14 @@ void Collect(const std::string& folder, bool recursive, FindFilter filter,
 } // namespace
 
 bool IsSymbolicLink(const WideString& path) {
-    struct stat status {};
-    return ::lstat(ToUTF8(StripTrailingSlash(path)).c_str(), &status) == 0 &&
-           S_ISLNK(status.st_mode);
+    const std::string utf8 = ToUTF8(StripTrailingSlash(path));
+    return files::Bounded<bool>(utf8,
+                                [utf8] {
+                                    struct stat status {};
+                                    return ::lstat(utf8.c_str(), &status) == 0 &&
+                                           S_ISLNK(status.st_mode);
+                                })
+        .value_or(false);
 }
 
 std::vector<WideString> FindFilesOrDirectories(const WideString& folder, bool recursive,

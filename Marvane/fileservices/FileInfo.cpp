@@ -1,4 +1,5 @@
 #include "Marvane/core/InstalledSource.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/HostFolders.h"
@@ -34,13 +35,21 @@ std::int64_t Ticks(const struct statx_timestamp& time) {
 } // namespace
 
 FileInfo::FileInfo(const WideString& path) {
-    struct statx status {};
     const std::string utf8 = ToUTF8(path);
     CountFileInfoStat();
-    if (::statx(AT_FDCWD, utf8.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
-                &status) != 0) {
+    // A file on a share that does not answer in time is taken as not there.
+    const std::optional<struct statx> found = files::Bounded<struct statx>(utf8, [utf8] {
+        struct statx status {};
+        if (::statx(AT_FDCWD, utf8.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
+                    &status) != 0) {
+            status.stx_mask = 0;
+        }
+        return status;
+    });
+    if (!found || found->stx_mask == 0) {
         return;
     }
+    const struct statx& status = *found;
     mExists = true;
     mModified = Ticks(status.stx_mtime);
     mCreated =
@@ -57,11 +66,13 @@ WideString ToNormalizedPath(const WideString& path) {
     if (error) {
         absolute = fs::path(ToUTF8(path));
     }
-    // Resolves links for the part that exists and "." and ".." everywhere.
-    fs::path normal = fs::weakly_canonical(absolute, error);
-    if (error) {
-        normal = absolute.lexically_normal();
-    }
+    // Resolves links for the part that exists and "." and ".." everywhere; on a share that
+    // does not answer in time, "." and ".." only.
+    fs::path normal = files::Bounded<fs::path>(absolute, [absolute] {
+                          std::error_code failed;
+                          fs::path resolved = fs::weakly_canonical(absolute, failed);
+                          return failed ? absolute.lexically_normal() : resolved;
+                      }).value_or(absolute.lexically_normal());
     std::string text = normal.string();
     while (text.size() > 1 && text.back() == '/') {
         text.pop_back();
@@ -97,12 +108,31 @@ WideString GetDirectory(std::string_view name) {
 }
 
 bool ReadWholeFile(const WideString& path, std::string& bytes) {
-    return ReadRegularFile(fs::path(ToUTF8(path)), bytes);
+    const fs::path file(ToUTF8(path));
+    using Read = std::pair<bool, std::string>;
+    std::optional<Read> read = files::Bounded<Read>(file, [file] {
+        Read result;
+        result.first = ReadRegularFile(file, result.second);
+        return result;
+    });
+    if (!read || !read->first) {
+        bytes.clear();
+        return false;
+    }
+    bytes = std::move(read->second);
+    return true;
 }
 
 bool ReplaceWholeFile(const WideString& path, const std::string& bytes) {
-    std::string error;
-    return ReplaceFile(fs::path(ToUTF8(path)), bytes, error);
+    const fs::path file(ToUTF8(path));
+    return files::Bounded<bool>(
+               file,
+               [file, bytes] {
+                   std::string error;
+                   return ReplaceFile(file, bytes, error);
+               },
+               files::kLongAccess)
+        .value_or(false);
 }
 
 } // namespace host

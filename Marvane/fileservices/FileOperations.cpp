@@ -1,6 +1,7 @@
 // Copying and moving files and folders without ever writing over anything, and without
 // losing a file when something fails part-way.
 #include "Marvane/core/InstalledSource.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/MoveJournal.h"
@@ -166,13 +167,23 @@ WideString GetPathFileName(const WideString& path) {
 }
 
 bool FileOrDirExists(const WideString& path) {
-    struct stat status {};
-    return ::lstat(ToUTF8(path).c_str(), &status) == 0;
+    const std::string utf8 = ToUTF8(path);
+    return files::Bounded<bool>(utf8,
+                                [utf8] {
+                                    struct stat status {};
+                                    return ::lstat(utf8.c_str(), &status) == 0;
+                                })
+        .value_or(false);
 }
 
 bool DirectoryExists(const WideString& path) {
-    std::error_code error;
-    return fs::is_directory(Native(path), error);
+    const fs::path folder = Native(path);
+    return files::Bounded<bool>(folder,
+                                [folder] {
+                                    std::error_code error;
+                                    return fs::is_directory(folder, error);
+                                })
+        .value_or(false);
 }
 
 bool IsPathWithinDirectory(const WideString& path, const WideString& directory, bool includeEqual) {

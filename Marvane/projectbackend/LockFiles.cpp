@@ -3,6 +3,7 @@
 #include "Marvane/projectbackend/LockingIdentity.h"
 
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFileText.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
@@ -123,8 +124,10 @@ LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content) {
     return ReadLockFile(lockPath, content, bytes);
 }
 
-LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content, std::string& bytes) {
-    gLockFileReads.fetch_add(1);
+namespace {
+
+LockFileState ReadLockFileNow(const fs::path& lockPath, LockFileContent& content,
+                              std::string& bytes) {
     bytes.clear();
     // Anything but a regular file in its place (a link, a folder, a pipe, a device) is
     // unreadable and never opened; the open checks again, in case it was swapped meanwhile.
@@ -171,6 +174,32 @@ LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content, s
     }
     bytes = std::move(text);
     return LockFileState::Valid;
+}
+
+struct LockFileRead {
+    LockFileState state = LockFileState::Unreadable;
+    LockFileContent content;
+    std::string bytes;
+};
+
+} // namespace
+
+LockFileState ReadLockFile(const fs::path& lockPath, LockFileContent& content, std::string& bytes) {
+    gLockFileReads.fetch_add(1);
+    // A lock on a share that does not answer tells nothing: it counts as unreadable, and so as
+    // someone else's, which never unlocks a project.
+    const std::optional<LockFileRead> read = files::Bounded<LockFileRead>(lockPath, [lockPath] {
+        LockFileRead result;
+        result.state = ReadLockFileNow(lockPath, result.content, result.bytes);
+        return result;
+    });
+    bytes.clear();
+    if (!read) {
+        return LockFileState::Unreadable;
+    }
+    content = read->content;
+    bytes = read->bytes;
+    return read->state;
 }
 
 LockFileContent MakeLockFileContent(const std::string& name, const std::string& second) {
@@ -244,7 +273,9 @@ bool IsWrittenByThisProcess(const LockFileContent& content) {
     return JudgeLockHolder(content) == LockHolder::ThisProcess;
 }
 
-bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
+namespace {
+
+bool RemoveOwnLockFileNow(const fs::path& projectPath, bool alsoAbandoned) {
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
     std::string judged;
@@ -279,6 +310,16 @@ bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
     return false;
 }
 
+} // namespace
+
+bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
+    return files::Bounded<bool>(projectPath,
+                                [projectPath, alsoAbandoned] {
+                                    return RemoveOwnLockFileNow(projectPath, alsoAbandoned);
+                                })
+        .value_or(false);
+}
+
 ProjectLockFilePtr ReadLockFor(const ByteString& projectPath, const ByteString& name,
                                const ByteString& second) {
     LockFileContent content;
@@ -289,12 +330,10 @@ ProjectLockFilePtr ReadLockFor(const ByteString& projectPath, const ByteString& 
     return LockFor(state, content, name, second);
 }
 
-ProjectLockFilePtr CreateLockFor(const ByteString& projectPath, const ByteString& name,
+namespace {
+
+ProjectLockFilePtr CreateLockNow(const ByteString& projectPath, const ByteString& name,
                                  const ByteString& second) {
-    gLockCreationError.clear();
-    if (name.empty()) {
-        return nullptr; // a lock must name its holder
-    }
     const fs::path lockPath = LockFilePathFor(projectPath);
     const std::string text = SerialiseLockFile(MakeLockFileContent(name, second));
     // A lock removed between our failed placement and our read is tried again, a few times.
@@ -320,7 +359,32 @@ ProjectLockFilePtr CreateLockFor(const ByteString& projectPath, const ByteString
     return nullptr;
 }
 
-bool FolderHoldsLockedProjects(const ByteString& folderPath, bool recursive, bool othersOnly) {
+} // namespace
+
+ProjectLockFilePtr CreateLockFor(const ByteString& projectPath, const ByteString& name,
+                                 const ByteString& second) {
+    gLockCreationError.clear();
+    if (name.empty()) {
+        return nullptr; // a lock must name its holder
+    }
+    // The reason of a failure is the thread's own: bring it back from the thread that tried.
+    using Attempt = std::pair<ProjectLockFilePtr, std::string>;
+    std::optional<Attempt> attempt =
+        files::Bounded<Attempt>(projectPath, [projectPath, name, second] {
+            ProjectLockFilePtr lock = CreateLockNow(projectPath, name, second);
+            return Attempt(std::move(lock), gLockCreationError);
+        });
+    if (!attempt) {
+        gLockCreationError = "the production's folder does not answer";
+        return nullptr;
+    }
+    gLockCreationError = attempt->second;
+    return attempt->first;
+}
+
+namespace {
+
+bool FolderHoldsLockedProjectsNow(const ByteString& folderPath, bool recursive, bool othersOnly) {
     const LockingIdentity ours = CurrentLockingIdentity();
     const auto isLocked = [&](const fs::directory_entry& entry) {
         if (!IsProjectLockFileName(entry.path().filename().string())) {
@@ -367,6 +431,19 @@ bool FolderHoldsLockedProjects(const ByteString& folderPath, bool recursive, boo
         }
     }
     return static_cast<bool>(error);
+}
+
+} // namespace
+
+bool FolderHoldsLockedProjects(const ByteString& folderPath, bool recursive, bool othersOnly) {
+    // A folder that cannot be looked through in time might hold locked projects: say so.
+    return files::Bounded<bool>(
+               folderPath,
+               [folderPath, recursive, othersOnly] {
+                   return FolderHoldsLockedProjectsNow(folderPath, recursive, othersOnly);
+               },
+               files::kLongAccess)
+        .value_or(true);
 }
 
 } // namespace host

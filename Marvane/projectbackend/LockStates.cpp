@@ -1,6 +1,7 @@
 #include "Marvane/projectbackend/LockStates.h"
 
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
@@ -64,8 +65,10 @@ LockState JudgeLockState(LockFileState read, const LockFileContent& content,
     return IsOurs(content) ? LockState::Yours : LockState::Live;
 }
 
-bool InspectLock(const fs::path& projectPath, std::chrono::seconds silentAfter,
-                 LockReport& report) {
+namespace {
+
+bool InspectLockNow(const fs::path& projectPath, std::chrono::seconds silentAfter,
+                    LockReport& report) {
     report = LockReport{};
     report.projectPath = projectPath;
     const fs::path lockPath = LockFilePathFor(projectPath);
@@ -84,6 +87,28 @@ bool InspectLock(const fs::path& projectPath, std::chrono::seconds silentAfter,
     }
     report.state = JudgeLockState(read, report.content, report.sinceLastSeen, silentAfter);
     return true;
+}
+
+} // namespace
+
+bool InspectLock(const fs::path& projectPath, std::chrono::seconds silentAfter,
+                 LockReport& report) {
+    using Inspection = std::pair<bool, LockReport>;
+    const std::optional<Inspection> inspection =
+        files::Bounded<Inspection>(projectPath, [projectPath, silentAfter] {
+            Inspection result;
+            result.first = InspectLockNow(projectPath, silentAfter, result.second);
+            return result;
+        });
+    if (!inspection) {
+        report = LockReport{};
+        report.projectPath = projectPath;
+        report.lockPath = LockFilePathFor(projectPath);
+        report.unanswered = true;
+        return true;
+    }
+    report = inspection->second;
+    return inspection->first;
 }
 
 std::vector<LockReport> ListProductionLocks(const fs::path& production,
@@ -128,7 +153,10 @@ bool RefreshLockTime(const fs::path& lockPath, const std::string& expectedBytes)
         return false;
     }
     // The time only: the content, and so everything that identifies the lock, stays.
-    return ::utimensat(AT_FDCWD, lockPath.c_str(), nullptr, 0) == 0;
+    return files::Bounded<bool>(
+               lockPath,
+               [lockPath] { return ::utimensat(AT_FDCWD, lockPath.c_str(), nullptr, 0) == 0; })
+        .value_or(false);
 }
 
 std::string DescribeLastSeen(std::chrono::seconds sinceLastSeen) {
@@ -165,6 +193,10 @@ std::string DescribeLock(const LockReport& report) {
                         {lock.lockingName, machine, DescribeLastSeen(report.sinceLastSeen)});
     case LockState::Unreadable:
         break;
+    }
+    if (report.unanswered) {
+        return Localize("$$$/Marvane/Host/Lock/Unanswered=The lock cannot be read now: the "
+                        "production's folder does not answer.");
     }
     return Localize("$$$/Marvane/Host/Lock/Unreadable=The lock file cannot be read, so the "
                     "project counts as locked by someone else.");

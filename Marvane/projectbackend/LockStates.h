@@ -31,6 +31,8 @@ struct LockReport {
     // How long ago the holder last refreshed the lock; zero when it cannot be told.
     std::chrono::seconds sinceLastSeen{0};
     std::filesystem::file_time_type lastSeen{};
+    // The lock's folder did not answer in time (a share that hangs): nothing else is known.
+    bool unanswered = false;
 };
 
 // The default silence threshold; the preference "silentLockMinutes" changes it.

@@ -33,6 +33,7 @@ protected:
         std::ofstream(root / "ana" / "preferences.json") << R"({"shareProbeSeconds": 1})";
     }
     void TearDown() override {
+        share.ThawServer();
         share.Stop();
         again.Stop();
     }
@@ -106,6 +107,65 @@ TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
     EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
               "ok count=3 Edit|>Reel 1|Scene 1");
     EXPECT_EQ(ana.Send({"ui", "text", "TreeOverlay"}), "ok ");
+    EXPECT_EQ(ana.Send({"quit"}), "ok");
+    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+}
+
+TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
+    const fs::path production = mount / "Pilot";
+    const fs::path scene = production / "Scene 1.mvproj";
+    ScriptedMarvane ana({"--production", production.string(), "--profile", (root / "ana").string(),
+                         "--user", "Ana Ruiz"});
+    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
+    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Edit|Scene 1"),
+              "ok count=2 Edit|Scene 1");
+    ASSERT_EQ(ana.Send({"ui", "open", kTree, "Edit"}), "ok");
+    ASSERT_EQ(ana.Send({"open", scene.string()}), "ok");
+    ASSERT_EQ(ana.Send({"add-sequence", scene.string(), "Cut made while the server hangs"}), "ok");
+    const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
+    ana.Send({"stall"}); // measured from here
+
+    share.FreezeServer();
+    // Work a user does meanwhile: the tree, its tooltips, the commands' states, the project.
+    // Each answer comes within five seconds, or the window hung and the test ends here.
+    const auto within = [&ana](const std::vector<std::string>& fields) {
+        return ana.Post(fields) ? ana.ReadLine(std::chrono::seconds(5)) : "<write failed>";
+    };
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(within({"ui", "rows", kTree}), "ok count=3 Edit|>Reel 1|Scene 1");
+        const std::string tip = within({"ui", "tooltip", kTree, "Scene 1"});
+        ASSERT_NE(tip, "<timeout>");
+        EXPECT_NE(tip.find("does not answer"), std::string::npos) << tip;
+        ASSERT_EQ(within({"ui", "select", kTree, "Scene 1"}), "ok");
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    }
+    const std::string banner =
+        SendUntilHolding(ana, {"ui", "text", "ProductionBanner"}, "cannot be reached");
+    EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
+        << banner;
+    EXPECT_EQ(ana.SendUntil({"recovered"}, "ok count=1"), "ok count=1");
+    // Saving now is refused at once, with the reason; the changes stay in the open project.
+    const std::string refused = within({"save", scene.string()});
+    EXPECT_NE(refused.find("does not answer"), std::string::npos) << refused;
+    const std::string stall = ana.Send({"stall"});
+    const long long longest = std::stoll(stall.substr(stall.find('=') + 1));
+    std::cout << "[ figures  ] longest stall of the event loop while the server hung: " << longest
+              << " ms\n";
+    EXPECT_LT(longest, 1000) << stall;
+    EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
+    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+
+    // The server answers again: the panel comes back by itself, the project is still open.
+    share.ThawServer();
+    EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
+    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
+              "ok count=3 Edit|>Reel 1|Scene 1");
+    // The project is still Ana's, and her changes reach the share with the next save.
+    EXPECT_EQ(ana.SendUntil({"save", scene.string()}, "ok"), "ok");
+    EXPECT_NE(
+        ReadBytes(exported / "Pilot" / "Scene 1.mvproj").find("Cut made while the server hangs"),
+        std::string::npos);
     EXPECT_EQ(ana.Send({"quit"}), "ok");
     EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);

@@ -72,6 +72,12 @@ public:
         mServerPid = -1;
     }
 
+    // The server stops answering without going away, as a file server that hangs does: it and
+    // every connection it serves are stopped with SIGSTOP. Every file access through the mount
+    // then waits until ThawServer.
+    void FreezeServer() { SignalServerTree(SIGSTOP); }
+    void ThawServer() { SignalServerTree(SIGCONT); }
+
     // Unmounts and stops both programs. Safe to call twice.
     void Stop() {
         if (mMountPid > 0) {
@@ -146,6 +152,21 @@ private:
     }
 
     static bool Run(const std::string& command) { return std::system(command.c_str()) == 0; }
+
+    void SignalServerTree(int signalNumber) {
+        if (mServerPid <= 0) {
+            return;
+        }
+        std::vector<pid_t> tree{mServerPid};
+        for (std::size_t next = 0; next < tree.size(); ++next) {
+            for (const pid_t child : ChildrenOf(tree[next])) {
+                tree.push_back(child);
+            }
+        }
+        for (const pid_t process : tree) {
+            ::kill(process, signalNumber);
+        }
+    }
 
     // The processes whose parent is `parent` (from /proc).
     static std::vector<pid_t> ChildrenOf(pid_t parent) {

@@ -1,0 +1,189 @@
+#include "Marvane/fileservices/AccessDeadline.h"
+
+#include "Marvane/core/MainThread.h"
+#include "host/Messaging.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace host::files {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// One access handed to the access thread.
+struct Task {
+    std::function<void()> access;
+    std::mutex mutex;
+    std::condition_variable finished;
+    bool done = false;
+};
+
+// The thread that runs the main thread's accesses. One that hangs is left to finish on its
+// own (it ends after its task) and the next access starts a new one.
+struct AccessThread {
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<std::shared_ptr<Task>> queue;
+    bool abandoned = false;
+};
+
+struct Gate {
+    std::mutex mutex;
+    fs::path folder;
+    std::chrono::milliseconds deadline{500};
+    std::function<void(const std::string&)> notAnswering;
+    std::shared_ptr<AccessThread> thread;
+    std::atomic<bool> hung{false};
+    std::atomic<std::uint64_t> failures{0};
+    std::uint64_t generation = 0; // which guarding a late notice belongs to
+};
+
+Gate& TheGate() {
+    static Gate gate;
+    return gate;
+}
+
+void Serve(const std::shared_ptr<AccessThread>& thread) {
+    std::unique_lock lock(thread->mutex);
+    while (true) {
+        thread->wake.wait(lock, [&] { return thread->abandoned || !thread->queue.empty(); });
+        if (thread->queue.empty()) {
+            return;
+        }
+        const std::shared_ptr<Task> task = thread->queue.front();
+        thread->queue.pop_front();
+        lock.unlock();
+        task->access();
+        {
+            std::lock_guard finished(task->mutex);
+            task->done = true;
+        }
+        task->finished.notify_all();
+        lock.lock();
+    }
+}
+
+std::shared_ptr<AccessThread> StartAccessThread() {
+    auto thread = std::make_shared<AccessThread>();
+    std::thread([thread] { Serve(thread); }).detach();
+    return thread;
+}
+
+bool IsUnder(const fs::path& path, const fs::path& folder) {
+    if (folder.empty()) {
+        return false;
+    }
+    auto part = path.begin();
+    for (auto wanted = folder.begin(); wanted != folder.end(); ++wanted, ++part) {
+        if (wanted->empty()) {
+            continue; // a trailing separator
+        }
+        if (part == path.end() || *part != *wanted) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+void GuardFolder(const fs::path& folder, std::chrono::milliseconds deadline) {
+    Gate& gate = TheGate();
+    std::lock_guard lock(gate.mutex);
+    gate.folder = folder;
+    gate.deadline = deadline;
+    gate.hung = false;
+    ++gate.generation;
+}
+
+void SetNotAnsweringHandler(std::function<void(const std::string&)> handler) {
+    Gate& gate = TheGate();
+    std::lock_guard lock(gate.mutex);
+    gate.notAnswering = std::move(handler);
+}
+
+void FolderAnswersAgain() {
+    TheGate().hung = false;
+}
+
+bool GuardedFolderIsHung() {
+    return TheGate().hung;
+}
+
+std::uint64_t BoundedAccessFailures() {
+    return TheGate().failures;
+}
+
+bool RunBounded(const fs::path& path, std::function<void()> access,
+                std::chrono::milliseconds deadline) {
+    Gate& gate = TheGate();
+    std::unique_lock lock(gate.mutex);
+    if (!CurrentThreadIsMainThread() || !IsUnder(path, gate.folder)) {
+        lock.unlock();
+        access();
+        return true;
+    }
+    if (gate.hung) {
+        ++gate.failures;
+        return false;
+    }
+    if (!gate.thread) {
+        gate.thread = StartAccessThread();
+    }
+    const std::shared_ptr<AccessThread> thread = gate.thread;
+    if (deadline.count() <= 0) {
+        deadline = gate.deadline;
+    }
+    lock.unlock();
+
+    auto task = std::make_shared<Task>();
+    task->access = std::move(access);
+    {
+        std::lock_guard queued(thread->mutex);
+        thread->queue.push_back(task);
+    }
+    thread->wake.notify_one();
+    {
+        std::unique_lock waiting(task->mutex);
+        if (task->finished.wait_for(waiting, deadline, [&] { return task->done; })) {
+            return true;
+        }
+    }
+
+    // The file system did not answer in time: leave the thread to its call.
+    lock.lock();
+    if (gate.thread == thread) {
+        gate.thread.reset();
+    }
+    {
+        std::lock_guard abandoning(thread->mutex);
+        thread->abandoned = true;
+    }
+    thread->wake.notify_one();
+    ++gate.failures;
+    const bool first = !gate.hung.exchange(true);
+    const std::uint64_t generation = gate.generation;
+    const std::string why = "it did not answer within " + std::to_string(deadline.count()) + " ms";
+    lock.unlock();
+    if (first) {
+        // The handler of the moment is told, and only while the same folder is guarded.
+        QueueOnMainThread([generation, why] {
+            Gate& current = TheGate();
+            std::unique_lock guard(current.mutex);
+            if (current.generation != generation || !current.notAnswering) {
+                return;
+            }
+            const auto handler = current.notAnswering;
+            guard.unlock();
+            handler(why);
+        });
+    }
+    return false;
+}
+
+} // namespace host::files

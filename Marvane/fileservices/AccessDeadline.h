@@ -1,0 +1,54 @@
+#pragma once
+// File accesses the main thread makes under the open production's folder, bounded in time.
+//
+// A share whose server hangs blocks every call into it until the server answers again, which
+// may be never. The main thread must not wait for that: under the guarded folder its reads and
+// writes run on an access thread, and the main thread waits for them at most a deadline. The
+// first access that misses it marks the folder as not answering (the handler is told once);
+// from then on main-thread accesses under it fail at once, without touching the file system,
+// until FolderAnswersAgain. Other threads, and paths outside the folder, access directly.
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace host::files {
+
+// The folder to guard (empty: none) and how long the main thread waits for one access.
+void GuardFolder(const std::filesystem::path& folder, std::chrono::milliseconds deadline);
+// Called on the main thread, soon after (not inside) the access that missed its deadline,
+// with the reason in the user's words.
+void SetNotAnsweringHandler(std::function<void(const std::string& why)> handler);
+// The guarded folder answers again (a look at it succeeded).
+void FolderAnswersAgain();
+// Whether the guarded folder is taken as not answering.
+bool GuardedFolderIsHung();
+// How many main-thread accesses were refused or cut short, for the tests.
+std::uint64_t BoundedAccessFailures();
+
+// Runs `access`, bounded as described above. False when it did not finish (refused, or still
+// running past the deadline: it then finishes on its own, later, and its outcome is lost).
+// `access` must own everything it uses: it may outlive the caller.
+// `deadline`: zero for the folder's; longer for an access that is long by nature (a walk
+// through a folder tree, a save).
+bool RunBounded(const std::filesystem::path& path, std::function<void()> access,
+                std::chrono::milliseconds deadline = {});
+
+// The deadline of accesses that are long by nature.
+inline constexpr std::chrono::milliseconds kLongAccess{3000};
+
+// The value `access` returns, or nothing when it did not finish in time.
+template <typename Result>
+std::optional<Result> Bounded(const std::filesystem::path& path, std::function<Result()> access,
+                              std::chrono::milliseconds deadline = {}) {
+    auto result = std::make_shared<std::optional<Result>>();
+    if (!RunBounded(
+            path, [result, access = std::move(access)] { *result = access(); }, deadline)) {
+        return std::nullopt;
+    }
+    return std::move(*result);
+}
+
+} // namespace host::files
