@@ -2,6 +2,7 @@
 #include "Marvane/app/CommandLine.h"
 #include "Marvane/app/HostApplication.h"
 #include "Marvane/app/LockCommands.h"
+#include "Marvane/app/QtLanguage.h"
 
 #include <QApplication>
 #include <cstdlib>
@@ -67,5 +68,6 @@ int main(int argc, char* argv[]) {
     }
     QApplication::setApplicationName(QStringLiteral("Marvane"));
     QApplication::setOrganizationName(QStringLiteral("Marvane"));
+    host::UseChosenLanguageForQt(application);
     return host::RunHost(parsed.options, std::cout, std::cerr);
 }

@@ -1,4 +1,8 @@
 #include "host/Formatting.h"
+#include "host/Localizer.h"
+
+#include <QDateTime>
+#include <QLocale>
 
 #include <array>
 #include <charconv>
@@ -14,9 +18,14 @@ ByteString NumberToMemoryString(std::uint64_t bytes, int significantDigits, bool
     static constexpr std::array<const char*, 7> kShort = {"bytes", "KB", "MB", "GB",
                                                           "TB",    "PB", "EB"};
     static constexpr std::array<const char*, 7> kLong = {
-        "bytes", "kilobytes", "megabytes", "gigabytes", "terabytes", "petabytes", "exabytes"};
+        "$$$/Marvane/Host/Size/Bytes=bytes",         "$$$/Marvane/Host/Size/Kilobytes=kilobytes",
+        "$$$/Marvane/Host/Size/Megabytes=megabytes", "$$$/Marvane/Host/Size/Gigabytes=gigabytes",
+        "$$$/Marvane/Host/Size/Terabytes=terabytes", "$$$/Marvane/Host/Size/Petabytes=petabytes",
+        "$$$/Marvane/Host/Size/Exabytes=exabytes"};
     if (bytes < 1024) {
-        return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
+        return std::to_string(bytes) + " " +
+               (bytes == 1 ? Localize("$$$/Marvane/Host/Size/Byte=byte")
+                           : Localize("$$$/Marvane/Host/Size/Bytes=bytes"));
     }
     double value = static_cast<double>(bytes);
     std::size_t unit = 0;
@@ -52,7 +61,12 @@ ByteString NumberToMemoryString(std::uint64_t bytes, int significantDigits, bool
             number.pop_back();
         }
     }
-    return number + " " + (longUnits ? kLong[unit] : kShort[unit]);
+    // The language's decimal separator ("3,4 MB" in German).
+    const std::string separator = Localize("$$$/Marvane/Host/Number/DecimalSeparator=.");
+    if (const std::size_t point = number.find('.'); point != std::string::npos) {
+        number.replace(point, 1, separator);
+    }
+    return number + " " + (longUnits ? Localize(kLong[unit]) : std::string(kShort[unit]));
 }
 
 std::locale GetNativeLocale() {
@@ -67,28 +81,19 @@ std::locale GetNativeLocale() {
 }
 
 ByteString FormatLocalDateTime(std::int64_t secondsSince1970) {
-    const auto seconds = static_cast<std::time_t>(secondsSince1970);
-    std::tm local{};
-    if (::localtime_r(&seconds, &local) == nullptr) {
+    // The chosen language's way (QLocale's default follows it), with the year in full.
+    const QLocale locale;
+    QString dateFormat = locale.dateFormat(QLocale::ShortFormat);
+    if (!dateFormat.contains(QStringLiteral("yyyy"))) {
+        dateFormat.replace(QStringLiteral("yy"), QStringLiteral("yyyy"));
+    }
+    const QDateTime moment = QDateTime::fromSecsSinceEpoch(secondsSince1970);
+    if (!moment.isValid()) {
         return {};
     }
-    // Written as wide text, so the locale's own characters come out whole, then made UTF-8.
-    std::wostringstream text;
-    text.imbue(GetNativeLocale());
-    text << std::put_time(&local, L"%c");
-    static_assert(sizeof(wchar_t) == sizeof(char32_t), "wide text is UTF-32 on this platform");
-    WideString utf16;
-    for (const wchar_t unit : text.str()) {
-        auto code = static_cast<char32_t>(unit);
-        if (code >= 0x10000 && code <= 0x10FFFF) {
-            code -= 0x10000;
-            utf16.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
-            utf16.push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
-        } else {
-            utf16.push_back(static_cast<char16_t>(code));
-        }
-    }
-    return ToUTF8(utf16);
+    return (locale.toString(moment.date(), dateFormat) + QLatin1Char(' ') +
+            locale.toString(moment.time(), QLocale::ShortFormat))
+        .toStdString();
 }
 
 } // namespace host

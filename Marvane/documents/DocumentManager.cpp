@@ -2,6 +2,7 @@
 #include "Marvane/documents/ProjectItemsTransfer.h"
 #include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/documents/Recovery.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
@@ -12,7 +13,9 @@
 #include "host/UIFramework.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
+#include <unistd.h>
 
 namespace host {
 
@@ -71,6 +74,31 @@ bool HeldByAnotherCopyHere(const fs::path& project) {
            MayBeHeldByAnotherProcess(existing);
 }
 
+// Why the lock file of a project nobody holds could not be made, in the user's words.
+std::string WhyNoLockFile(const fs::path& project) {
+    const fs::path folder = project.parent_path();
+    const std::string folderName = folder.filename().string();
+    const std::optional<int> refused = files::Bounded<int>(
+        folder, [folder] { return ::access(folder.c_str(), W_OK) == 0 ? 0 : errno; });
+    if (!refused) {
+        return Localize("$$$/Marvane/Host/Lock/FolderNotAnswering=the production's folder does "
+                        "not answer");
+    }
+    if (*refused == EROFS) {
+        return Localize("$$$/Marvane/Host/Lock/ReadOnlyFileSystem=the folder \"@0\" is on a "
+                        "file system that cannot be written",
+                        {folderName});
+    }
+    if (*refused == EACCES || *refused == EPERM) {
+        return Localize("$$$/Marvane/Host/Lock/FolderNotWritable=you cannot write in the folder "
+                        "\"@0\"",
+                        {folderName});
+    }
+    const std::string why = LockCreationError();
+    return why.empty() ? Localize("$$$/Marvane/Host/Lock/UnknownReason=the system gave no reason")
+                       : why;
+}
+
 // Why no lock could be made for a project that nobody else holds, in the user's words.
 std::string WhyNotLocked(const fs::path& project) {
     constexpr std::size_t kLongestName = 255;
@@ -80,8 +108,9 @@ std::string WhyNotLocked(const fs::path& project) {
                         "shorter name.",
                         {project.filename().string()});
     }
-    return Localize("$$$/Marvane/Host/Lock/NotWritten=The lock file could not be written (@0).",
-                    {LockCreationError()});
+    return Localize("$$$/Marvane/Host/Lock/NotCreated=\"@0\" stays read-only: its lock file "
+                    "could not be created because @1.",
+                    {project.stem().string(), WhyNoLockFile(project)});
 }
 
 } // namespace
@@ -337,9 +366,11 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
             CreateProjectLockFile(project->Path().string(), name, second);
         if (!lock || !lock->IsOwnedByCaller()) {
             result.error =
-                lock ? "\"" + project->DisplayName() + "\" is locked by " + lock->GetOwnerName() +
-                           "."
-                     : "The lock file of \"" + project->DisplayName() + "\" could not be created.";
+                lock ? Localize("$$$/Marvane/Host/Lock/Refused=\"@0\" is locked by @1.",
+                                {project->DisplayName(), lock->GetOwnerName()})
+                     : Localize("$$$/Marvane/Host/Lock/NotCreated=\"@0\" stays read-only: its "
+                                "lock file could not be created because @1.",
+                                {project->DisplayName(), WhyNoLockFile(project->Path())});
             return result;
         }
         project->AttachLockFile(lock);

@@ -1,13 +1,16 @@
 // JSON values, memory sizes, normalised paths, file information and the tuning store.
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/TuningStore.h"
+#include "Marvane/core/LocalizerControl.h"
 #include "host/FileServices.h"
 #include "host/Formatting.h"
 #include "host/Json.h"
+#include "host/Localizer.h"
 #include "host/TuningStore.h"
 
 #include "TemporaryFolder.h"
 
+#include <QLocale>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -99,6 +102,28 @@ TEST(MemorySize, UsesTwoSignificantDigitsAndBinaryUnits) {
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 2, false), "1 MB");
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 4, false), "1 MB");
     EXPECT_EQ(host::NumberToMemoryString(1'048'575, 7, false), "1023.999 KB");
+}
+
+TEST(MemorySize, FollowsTheChosenLanguage) {
+    host::SetLanguage("de");
+    EXPECT_EQ(host::NumberToMemoryString(263, 2, false), "263 Byte");
+    EXPECT_EQ(host::NumberToMemoryString(1, 2, false), "1 Byte");
+    EXPECT_EQ(host::NumberToMemoryString(3'565'158, 2, false), "3,4 MB");
+    EXPECT_EQ(host::NumberToMemoryString(3'565'158, 2, true), "3,4 Megabyte");
+    host::SetLanguage("en");
+    EXPECT_EQ(host::NumberToMemoryString(263, 2, false), "263 bytes");
+}
+
+TEST(LocalDateTime, FollowsTheLanguagesLocale) {
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    const std::string german = host::FormatLocalDateTime(1781524800); // 15 June 2026
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    const std::string english = host::FormatLocalDateTime(1781524800);
+    QLocale::setDefault(before);
+    // Day before month with dots in German, month first with slashes in American English.
+    EXPECT_NE(german.find("15.06.2026"), std::string::npos) << german;
+    EXPECT_NE(english.find("6/15/2026"), std::string::npos) << english;
 }
 
 TEST(NormalizedPath, FoldsEquivalentSpellingsOfOneFolder) {

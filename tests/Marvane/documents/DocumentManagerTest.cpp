@@ -389,3 +389,54 @@ TEST_F(DocumentManagerTest, AFolderProjectOpensFromItsFolder) {
 }
 
 } // namespace
+
+namespace {
+
+// The folder made read-only for the test with a read-only bind mount over itself (root only),
+// undone when the object goes.
+class ReadOnlyMount {
+public:
+    explicit ReadOnlyMount(const fs::path& folder) : mFolder(folder) {
+        const std::string quoted = "'" + folder.string() + "'";
+        mMounted =
+            std::system(("mount --bind " + quoted + " " + quoted + " 2>/dev/null").c_str()) == 0;
+        if (mMounted &&
+            std::system(("mount -o remount,bind,ro " + quoted + " 2>/dev/null").c_str()) != 0) {
+            Unmount();
+        }
+    }
+    ~ReadOnlyMount() { Unmount(); }
+    ReadOnlyMount(const ReadOnlyMount&) = delete;
+    ReadOnlyMount& operator=(const ReadOnlyMount&) = delete;
+    bool Mounted() const { return mMounted; }
+
+private:
+    void Unmount() {
+        if (mMounted) {
+            mMounted = std::system(("umount '" + mFolder.string() + "'").c_str()) != 0;
+        }
+    }
+    fs::path mFolder;
+    bool mMounted = false;
+};
+
+TEST_F(DocumentManagerTest, AProjectWhoseFolderCannotBeWrittenSaysWhyItStaysReadOnly) {
+    const fs::path edit = root / "Edit";
+    const fs::path reel = testsupport::WriteProject(edit / "Reel 1.mvproj", {"Reel 1 - Edit"});
+    const ReadOnlyMount readOnly(edit);
+    if (!readOnly.Mounted()) {
+        GTEST_SKIP() << "a read-only bind mount needs root and the mount command";
+    }
+    const auto project = testsupport::OpenProject(reel);
+    ASSERT_TRUE(project);
+    EXPECT_TRUE(project->IsReadOnly());
+    EXPECT_EQ(project->ReadOnlyReason(),
+              "\"Reel 1\" stays read-only: its lock file could not be created because the "
+              "folder \"Edit\" is on a file system that cannot be written.");
+    const auto result = DocumentManager::Instance().SetReadOnly(project, false);
+    EXPECT_FALSE(result.changed);
+    EXPECT_EQ(result.error, project->ReadOnlyReason());
+    EXPECT_FALSE(fs::exists(edit / "Reel 1.mvproj.lock"));
+}
+
+} // namespace
