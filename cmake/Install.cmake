@@ -1,0 +1,38 @@
+# What `cmake --install` puts under the prefix: the program with its library and plug-ins in
+# lib/marvane (the program finds both beside itself), a link to it in bin, and the desktop
+# entry, AppStream metainfo, icon and man page in their standard places.
+include(GNUInstallDirs)
+
+set(MARVANE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/marvane)
+set(MARVANE_INSTALL_SOURCES ${PROJECT_SOURCE_DIR}/Marvane/resources/install)
+
+set_target_properties(marvane PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(TARGETS marvane Marvane
+    RUNTIME DESTINATION ${MARVANE_INSTALL_DIR}
+    LIBRARY DESTINATION ${MARVANE_INSTALL_DIR})
+install(TARGETS HandlerTandrel LIBRARY DESTINATION ${MARVANE_INSTALL_DIR}/plugins)
+install(CODE "
+    file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\")
+    file(CREATE_LINK \"../${MARVANE_INSTALL_DIR}/marvane\"
+         \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/marvane\" SYMBOLIC)")
+
+configure_file(${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.metainfo.xml
+    ${CMAKE_BINARY_DIR}/install/org.marvane.Marvane.metainfo.xml @ONLY)
+configure_file(${MARVANE_INSTALL_SOURCES}/marvane.1 ${CMAKE_BINARY_DIR}/install/marvane.1 @ONLY)
+install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.desktop
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES ${CMAKE_BINARY_DIR}/install/org.marvane.Marvane.metainfo.xml
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.svg
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+install(FILES ${CMAKE_BINARY_DIR}/install/marvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+if(MARVANE_BUILD_TESTS)
+    # Installs into a folder of the build, checks every file with the system's validators,
+    # and runs the installed program.
+    add_test(NAME InstallPutsEverythingInItsPlaceAndRuns
+        COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${CMAKE_BINARY_DIR}
+                -DPREFIX=${CMAKE_BINARY_DIR}/install-check
+                -DVERSION=${PROJECT_VERSION}
+                -P ${PROJECT_SOURCE_DIR}/cmake/CheckInstall.cmake)
+endif()
