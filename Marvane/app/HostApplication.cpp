@@ -4,6 +4,7 @@
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/app/ScriptConsole.h"
 #include "Marvane/app/TerminationSignals.h"
+#include "Marvane/app/WindowState.h"
 #include "Marvane/application/DemoProduction.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
@@ -114,7 +115,7 @@ void OpenStartProduction(const CommandLineOptions& options, MainWindow& window, 
         return;
     }
     if (remember) {
-        session.preferences.lastProduction = ProductionSession::Instance().GetFolder();
+        RememberProduction(session.preferences, ProductionSession::Instance().GetFolder());
         SavePreferences(session.profileDirectory, session.preferences);
     }
 }
@@ -305,6 +306,10 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
         window.show();
     }
     OpenDefaultLayout(window);
+    // A screenshot shows the default layout, the same on every machine.
+    if (!options.screenshot) {
+        RestoreWindowState(window, HostSession::Instance().profileDirectory);
+    }
     OpenStartProduction(options, window, err);
     OpenStartProjects(options, window, err);
     OfferRecoveredCopies(window);
@@ -316,6 +321,9 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
     const int loopResult = RunEventLoop();
     if (exitCode == 0) {
         exitCode = loopResult;
+    }
+    if (!options.screenshot) {
+        SaveWindowState(window, HostSession::Instance().profileDirectory);
     }
     StopKeepingChanges(window, loader, err);
     return exitCode;

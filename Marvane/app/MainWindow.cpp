@@ -139,18 +139,23 @@ void MainWindow::OpenProductionFromUser() {
     const QString folder = QFileDialog::getExistingDirectory(
         this,
         QString::fromStdString(Localize("$$$/Marvane/Host/OpenProductionTitle=Open Production")));
-    if (folder.isEmpty()) {
-        return;
+    if (!folder.isEmpty()) {
+        OpenProductionFolder(folder.toStdString());
     }
-    const std::string error = ProductionSession::Instance().Open(folder.toStdString());
+}
+
+bool MainWindow::OpenProductionFolder(const std::filesystem::path& folder) {
+    const std::string error = ProductionSession::Instance().Open(folder);
     if (!error.empty()) {
         ShowMessageBox(Localize("$$$/Marvane/Host/OpenProductionFailed=Cannot Open Production"),
                        error, {}, kWarningIcon, 0);
-        return;
+        return false;
     }
     HostSession& session = HostSession::Instance();
-    session.preferences.lastProduction = ProductionSession::Instance().GetFolder();
+    RememberProduction(session.preferences, ProductionSession::Instance().GetFolder());
     SavePreferences(session.profileDirectory, session.preferences);
+    UpdateProductionDisplay();
+    return true;
 }
 
 void MainWindow::ShowProgressPanel() {
@@ -162,24 +167,35 @@ void MainWindow::ShowProgressPanel() {
 
 void MainWindow::UpdateProductionDisplay() {
     const ProductionSession& production = ProductionSession::Instance();
+    std::string text;
     if (production.IsOpen()) {
         mProductionError.clear();
-        const QString folder = QString::fromStdString(production.GetFolder().string());
-        setWindowTitle(
-            QStringLiteral("Marvane — %1")
-                .arg(QString::fromStdString(production.GetFolder().filename().string())));
-        mCentre->setText(QString::fromStdString(Localize(
-            "$$$/Marvane/Host/ProductionOpen=Production folder: @0", {folder.toStdString()})));
+        const std::string name = production.GetFolder().filename().string();
+        setWindowTitle(QStringLiteral("Marvane — %1").arg(QString::fromStdString(name)));
+        text = Localize("$$$/Marvane/Host/ProductionOpen=The production \"@0\" is open (@1).",
+                        {name, production.GetFolder().string()}) +
+               "\n\n" +
+               Localize("$$$/Marvane/Host/HowToBegin=Double-click a project in the Production "
+                        "panel to open it here, or choose File > Open Production… to open "
+                        "another folder of projects.");
     } else {
         setWindowTitle(QStringLiteral("Marvane"));
-        std::string text = Localize(
+        text = Localize(
             "$$$/Marvane/Host/NoProduction=No production is open. Choose File > Open Production… "
             "to open a folder of projects.");
         if (!mProductionError.empty()) {
             text = mProductionError + "\n\n" + text;
         }
-        mCentre->setText(QString::fromStdString(text));
     }
+    const auto& recent = HostSession::Instance().preferences.recentProductions;
+    if (!recent.empty()) {
+        text += "\n\n" + Localize("$$$/Marvane/Host/RecentProductions=Recent productions "
+                                  "(File > Open Recent):");
+        for (const std::filesystem::path& folder : recent) {
+            text += "\n" + folder.string();
+        }
+    }
+    mCentre->setText(QString::fromStdString(text));
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

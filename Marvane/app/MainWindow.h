@@ -26,6 +26,8 @@ public:
     DockWorkspace& GetWorkspace() { return *mWorkspace; }
     // Opens a production chosen by the user, reporting a refusal in a message box.
     void OpenProductionFromUser();
+    // Opens the folder as the production and remembers it; a refusal is shown with its reason.
+    bool OpenProductionFolder(const std::filesystem::path& folder);
     // Refreshes the window title and centre text from the open production.
     void UpdateProductionDisplay();
     // Opens a project and shows it; a refusal is reported in a message box.
@@ -51,6 +53,7 @@ private:
     class ProductionListener;
 
     void BuildMenus();
+    void FillRecentMenu(QMenu& menu);
     void BuildWindowMenu(QMenu* menu);
     void RefreshCommandStatus();
     void ShowAbout();

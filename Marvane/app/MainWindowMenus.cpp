@@ -1,6 +1,8 @@
 // The main window's menu bar: File, Edit, View, Window and Help.
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
+#include "Marvane/application/HostSession.h"
+#include "Marvane/application/Preferences.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/MenuResources.h"
 #include "Marvane/uiframework/WindowRegistry.h"
@@ -31,6 +33,10 @@ void MainWindow::BuildMenus() {
     add(file, "cmd.file.closeselectedprojects", QKeySequence());
     file->addSeparator();
     add(file, "cmd.file.openproduction", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
+    QMenu* recent = file->addMenu(Text("$$$/Marvane/Host/Menus/OpenRecent=Open &Recent"));
+    recent->setObjectName(QStringLiteral("OpenRecentMenu"));
+    FillRecentMenu(*recent);
+    connect(recent, &QMenu::aboutToShow, this, [this, recent] { FillRecentMenu(*recent); });
     add(file, "cmd.file.closeproduction", QKeySequence());
     file->addSeparator();
     add(file, "cmd.file.quit", QKeySequence::Quit);
@@ -68,6 +74,34 @@ void MainWindow::BuildWindowMenu(QMenu* menu) {
     if (menu->isEmpty()) {
         menu->addAction(Text("$$$/Marvane/Host/Menus/NoPanels=No Panels"))->setEnabled(false);
     }
+}
+
+void MainWindow::FillRecentMenu(QMenu& menu) {
+    menu.clear();
+    const auto& recent = HostSession::Instance().preferences.recentProductions;
+    int number = 1;
+    for (const std::filesystem::path& folder : recent) {
+        // "&1 Pilot  (/shows/Pilot)": a number to reach it from the keyboard, then the name.
+        const QString title = QStringLiteral("&%1 %2  (%3)")
+                                  .arg(number++)
+                                  .arg(QString::fromStdString(folder.filename().string()),
+                                       QString::fromStdString(folder.string()));
+        connect(menu.addAction(title), &QAction::triggered, this,
+                [this, folder] { OpenProductionFolder(folder); });
+    }
+    if (recent.empty()) {
+        menu.addAction(Text("$$$/Marvane/Host/Menus/NoRecent=No Recent Productions"))
+            ->setEnabled(false);
+        return;
+    }
+    menu.addSeparator();
+    connect(menu.addAction(Text("$$$/Marvane/Host/Menus/ClearRecent=Clear Menu")),
+            &QAction::triggered, this, [this] {
+                HostSession& session = HostSession::Instance();
+                session.preferences.recentProductions.clear();
+                SavePreferences(session.profileDirectory, session.preferences);
+                UpdateProductionDisplay();
+            });
 }
 
 } // namespace host

@@ -6,6 +6,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QSlider>
 #include <QTreeView>
 #include <QWheelEvent>
@@ -188,7 +189,8 @@ std::string RunWidgetCommand(QWidget& window, const std::vector<std::string>& fi
         return "error ui VERB NAME ...";
     }
     const std::string& verb = fields[1];
-    QWidget* widget = FindWidget(window, fields[2]);
+    QWidget* widget =
+        window.objectName().toStdString() == fields[2] ? &window : FindWidget(window, fields[2]);
     if (widget == nullptr) {
         return "error no widget " + fields[2];
     }
@@ -201,8 +203,38 @@ std::string RunWidgetCommand(QWidget& window, const std::vector<std::string>& fi
         return std::string("ok ") + (widget->isVisible() ? "1" : "0") +
                " enabled=" + (widget->isEnabled() ? "1" : "0");
     }
+    if (verb == "size") {
+        return "ok " + std::to_string(widget->width()) + " " + std::to_string(widget->height());
+    }
+    if (verb == "resize" && fields.size() == 5) {
+        widget->resize(std::stoi(fields[3]), std::stoi(fields[4]));
+        return "ok";
+    }
     if (auto* tree = qobject_cast<QTreeView*>(widget)) {
         return OnTree(*tree, fields);
+    }
+    if (auto* menu = qobject_cast<QMenu*>(widget)) {
+        // The menu as it would open: filled afresh, then its entries (separators left out).
+        emit menu->aboutToShow();
+        std::string text = "ok";
+        for (QAction* action : menu->actions()) {
+            if (action->isSeparator()) {
+                continue;
+            }
+            if (verb == "trigger" && fields.size() == 4 &&
+                action->text().toStdString().find(fields[3]) != std::string::npos) {
+                action->trigger();
+                return "ok";
+            }
+            text += (text == "ok" ? " " : "|") + action->text().toStdString() +
+                    (action->isEnabled() ? "" : " (disabled)");
+        }
+        if (verb == "actions") {
+            return text;
+        }
+        if (verb == "trigger") {
+            return "error no entry holds " + (fields.size() == 4 ? fields[3] : std::string());
+        }
     }
     if (auto* field = qobject_cast<QLineEdit*>(widget)) {
         if (verb == "set") {

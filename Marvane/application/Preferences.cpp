@@ -53,6 +53,16 @@ LockingPreferences ResolveLockingPreferences(const LockingPreferences& saved) {
     return resolved;
 }
 
+void RememberProduction(Preferences& preferences, const std::filesystem::path& folder) {
+    preferences.lastProduction = folder;
+    auto& recent = preferences.recentProductions;
+    recent.erase(std::remove(recent.begin(), recent.end(), folder), recent.end());
+    recent.insert(recent.begin(), folder);
+    if (recent.size() > kMostRecentProductions) {
+        recent.resize(kMostRecentProductions);
+    }
+}
+
 Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
     Preferences preferences;
     std::error_code missing;
@@ -71,6 +81,15 @@ Preferences LoadPreferences(const std::filesystem::path& profileDirectory) {
     };
     if (const auto last = json.find("lastProduction"); last != json.end()) {
         preferences.lastProduction = PathFromJson(*last);
+    }
+    if (const auto recent = json.find("recentProductions");
+        recent != json.end() && recent->is_array()) {
+        for (const auto& folder : *recent) {
+            const std::filesystem::path path = PathFromJson(folder);
+            if (!path.empty() && preferences.recentProductions.size() < kMostRecentProductions) {
+                preferences.recentProductions.push_back(path);
+            }
+        }
     }
     preferences.trace = text(json, "trace", "");
     if (const auto folderFormat = json.find("folderProjectFormat");
@@ -128,6 +147,10 @@ bool SavePreferences(const std::filesystem::path& profileDirectory,
         }
     }
     json["lastProduction"] = PathToJson(preferences.lastProduction);
+    json["recentProductions"] = nlohmann::json::array();
+    for (const std::filesystem::path& folder : preferences.recentProductions) {
+        json["recentProductions"].push_back(PathToJson(folder));
+    }
     json["trace"] = preferences.trace;
     json["folderProjectFormat"] = preferences.folderProjectFormat;
     json["newMasking"] = preferences.newMasking;

@@ -3,6 +3,7 @@
 // Unknown keys are kept; a missing or broken file gives the defaults.
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -14,6 +15,8 @@ struct LockingPreferences {
 
 struct Preferences {
     std::filesystem::path lastProduction;
+    // The productions opened last, the latest first (File > Open Recent).
+    std::vector<std::filesystem::path> recentProductions;
     LockingPreferences locking;
     std::string trace; // debug trace configuration, "Category=level,..."
     bool folderProjectFormat = true;
@@ -32,6 +35,11 @@ struct Preferences {
 LockingPreferences DefaultLockingPreferences();
 // The saved choices with the system's defaults filled in where nothing was chosen.
 LockingPreferences ResolveLockingPreferences(const LockingPreferences& saved);
+
+// How many productions File > Open Recent keeps.
+inline constexpr std::size_t kMostRecentProductions = 8;
+// The production just opened becomes the last one and the first of the recent ones.
+void RememberProduction(Preferences& preferences, const std::filesystem::path& folder);
 
 Preferences LoadPreferences(const std::filesystem::path& profileDirectory);
 // Writes the file beside the old one and renames it over, so a crash never leaves half a file.

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sstream>
 
 namespace {
@@ -256,6 +257,82 @@ TEST(MarvaneHost, AnUnknownArgumentPrintsUsage) {
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_NE(result.err.find("unknown argument \"--nonsense\""), std::string::npos);
     EXPECT_NE(result.err.find("Usage: marvane"), std::string::npos);
+}
+
+} // namespace
+
+namespace {
+
+// One run of marvane on the production (none: the last one), with the command sent before
+// it quits; the answer.
+std::string RunOnce(const fs::path& profile, const std::optional<fs::path>& production,
+                    const std::vector<std::string>& command) {
+    std::vector<std::string> arguments{"--profile", profile.string()};
+    if (production) {
+        arguments.insert(arguments.begin(), {"--production", production->string()});
+    }
+    ScriptedMarvane marvane(arguments);
+    if (marvane.ReadLine() != "ready") {
+        return "<did not start> " + marvane.ErrorOutput();
+    }
+    const std::string answer = marvane.Send(command);
+    marvane.Send({"quit"});
+    marvane.Finish();
+    return answer;
+}
+
+TEST(MarvaneHost, TheEmptyAreaSaysHowToBeginAndListsTheRecentProductions) {
+    const testsupport::TemporaryFolder temporary("e2e-recent");
+    const fs::path profile = temporary.Path() / "profile";
+    const fs::path pilot = temporary.Path() / "Pilot";
+    const fs::path trailer = temporary.Path() / "Trailer";
+    fs::create_directories(pilot);
+    fs::create_directories(trailer);
+    RunOnce(profile, pilot, {"status"});
+    RunOnce(profile, trailer, {"status"});
+
+    // The next start opens the last production and lists both, the latest first.
+    const std::string centre = RunOnce(profile, std::nullopt, {"ui", "text", "CentreText"});
+    EXPECT_NE(centre.find("The production \"Trailer\" is open"), std::string::npos) << centre;
+    EXPECT_NE(centre.find("Double-click a project in the Production panel"), std::string::npos)
+        << centre;
+    EXPECT_NE(centre.find("Recent productions (File > Open Recent): | " + trailer.string() + " | " +
+                          pilot.string()),
+              std::string::npos)
+        << centre;
+    EXPECT_EQ(RunOnce(profile, std::nullopt, {"ui", "actions", "OpenRecentMenu"}),
+              "ok &1 Trailer  (" + trailer.string() + ")|&2 Pilot  (" + pilot.string() +
+                  ")|Clear Menu");
+}
+
+TEST(MarvaneHost, OpenRecentOpensTheProductionChosen) {
+    const testsupport::TemporaryFolder temporary("e2e-open-recent");
+    const fs::path profile = temporary.Path() / "profile";
+    const fs::path pilot = temporary.Path() / "Pilot";
+    const fs::path trailer = temporary.Path() / "Trailer";
+    fs::create_directories(pilot);
+    fs::create_directories(trailer);
+    RunOnce(profile, pilot, {"status"});
+    ScriptedMarvane marvane({"--production", trailer.string(), "--profile", profile.string()});
+    ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
+    EXPECT_EQ(marvane.Send({"ui", "trigger", "OpenRecentMenu", "Pilot"}), "ok");
+    const std::string centre = marvane.Send({"ui", "text", "CentreText"});
+    EXPECT_NE(centre.find("The production \"Pilot\" is open"), std::string::npos) << centre;
+    EXPECT_EQ(marvane.Send({"ui", "trigger", "OpenRecentMenu", "Clear Menu"}), "ok");
+    EXPECT_EQ(marvane.Send({"ui", "actions", "OpenRecentMenu"}),
+              "ok No Recent Productions (disabled)");
+    EXPECT_EQ(marvane.Send({"quit"}), "ok");
+    EXPECT_EQ(marvane.Finish(), 0);
+}
+
+TEST(MarvaneHost, TheWindowComesBackWithTheSizeItWasLeftWith) {
+    const testsupport::TemporaryFolder temporary("e2e-window-size");
+    const fs::path profile = temporary.Path() / "profile";
+    const fs::path pilot = temporary.Path() / "Pilot";
+    fs::create_directories(pilot);
+    EXPECT_EQ(RunOnce(profile, pilot, {"ui", "resize", "MarvaneMainWindow", "1234", "777"}), "ok");
+    EXPECT_TRUE(fs::exists(profile / "window.json"));
+    EXPECT_EQ(RunOnce(profile, pilot, {"ui", "size", "MarvaneMainWindow"}), "ok 1234 777");
 }
 
 } // namespace
