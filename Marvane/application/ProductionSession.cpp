@@ -3,9 +3,13 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionWatch.h"
 #include "Marvane/fileservices/FileNameRules.h"
+#include "host/Localizer.h"
 #include "host/PanelFramework.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <dirent.h>
 #include <filesystem>
 
 namespace host {
@@ -72,6 +76,14 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     }
     if (const std::string why = WhyNotAProduction(absolute); !why.empty()) {
         return why;
+    }
+    // A folder whose list of projects cannot be read would look empty: say so instead.
+    if (DIR* listing = ::opendir(absolute.c_str()); listing == nullptr) {
+        return Localize("$$$/Marvane/Host/ProductionUnreadable=The production \"@0\" cannot be "
+                        "read (@1). Ask for read access to the folder, or choose another.",
+                        {absolute.string(), std::strerror(errno)});
+    } else {
+        ::closedir(listing);
     }
     if (IsOpen()) {
         Close();

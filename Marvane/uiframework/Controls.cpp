@@ -9,6 +9,7 @@
 #include "host/MultiColumnTree.h"
 #include "host/UIFramework.h"
 
+#include <QAbstractButton>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QEvent>
@@ -209,8 +210,17 @@ bool UI_Control::IsEnabled() const {
 }
 
 void UI_Control::SetToolTip(const ByteString& key) {
+    QWidget& widget = mImpl->Widget();
+    const QString previous = widget.toolTip();
     mImpl->toolTipKey = key;
-    mImpl->Widget().setToolTip(Localized(key));
+    widget.setToolTip(Localized(key));
+    // A control without words of its own (a picture button, a slider) is named by its tooltip.
+    const auto* button = qobject_cast<const QAbstractButton*>(&widget);
+    const bool wordless = (button != nullptr && button->text().isEmpty()) ||
+                          qobject_cast<const QSlider*>(&widget) != nullptr;
+    if (wordless && (widget.accessibleName().isEmpty() || widget.accessibleName() == previous)) {
+        widget.setAccessibleName(widget.toolTip());
+    }
 }
 
 ByteString UI_Control::GetToolTip() const {
@@ -245,6 +255,7 @@ SearchBoxControl::Create(TabView& parent, const ByteString& nodeID, const ByteSt
     QWidget* panel = ParentWidget(parent);
     auto* field = new SearchField(panel);
     field->setPlaceholderText(Localized(promptKey));
+    field->setAccessibleName(field->placeholderText());
     field->setClearButtonEnabled(true);
     field->show();
     // Ctrl+F anywhere in the panel goes to the box, its text selected for typing over.

@@ -5,6 +5,8 @@
 #include "Marvane/uiframework/ControlImpl.h"
 
 #include <QResizeEvent>
+#include <algorithm>
+#include <vector>
 
 namespace host {
 
@@ -22,9 +24,59 @@ protected:
         QWidget::resizeEvent(event);
         mOwner.LayoutChildren({0, 0, static_cast<float>(event->size().width()),
                                static_cast<float>(event->size().height())});
+        OrderTabByPlace();
     }
 
 private:
+    // Tab goes through the panel's controls as they are seen, row by row from the top, left
+    // to right in a row, whatever order the panel made them in.
+    void OrderTabByPlace() {
+        struct Placed {
+            QWidget* widget;
+            QRect place;
+        };
+        std::vector<Placed> controls;
+        for (QWidget* child : findChildren<QWidget*>()) {
+            if ((child->focusPolicy() & Qt::TabFocus) == 0 || !child->isVisibleTo(this) ||
+                !IsControl(child)) {
+                continue;
+            }
+            controls.push_back({child, QRect(child->mapTo(this, QPoint(0, 0)), child->size())});
+        }
+        std::sort(controls.begin(), controls.end(), [](const Placed& a, const Placed& b) {
+            return a.place.center().y() < b.place.center().y();
+        });
+        // Controls whose middles are within a few pixels of the row's first share its row.
+        constexpr int kSameRow = 12;
+        for (std::size_t first = 0; first < controls.size();) {
+            std::size_t end = first + 1;
+            while (end < controls.size() &&
+                   controls[end].place.center().y() - controls[first].place.center().y() <
+                       kSameRow) {
+                ++end;
+            }
+            std::sort(
+                controls.begin() + static_cast<std::ptrdiff_t>(first),
+                controls.begin() + static_cast<std::ptrdiff_t>(end),
+                [](const Placed& a, const Placed& b) { return a.place.left() < b.place.left(); });
+            first = end;
+        }
+        for (std::size_t index = 1; index < controls.size(); ++index) {
+            QWidget::setTabOrder(controls[index - 1].widget, controls[index].widget);
+        }
+    }
+    // A control of the panel itself, not a part inside another control (such as the field
+    // in which a row is renamed).
+    bool IsControl(const QWidget* widget) const {
+        for (const QWidget* up = widget->parentWidget(); up != nullptr && up != this;
+             up = up->parentWidget()) {
+            if ((up->focusPolicy() & Qt::TabFocus) != 0) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     TabView& mOwner;
 };
 } // namespace

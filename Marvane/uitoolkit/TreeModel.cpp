@@ -65,6 +65,9 @@ bool TreeModel::hasChildren(const QModelIndex& parent) const {
 }
 
 QVariant TreeModel::data(const QModelIndex& index, int role) const {
+    if (role == Qt::AccessibleTextRole) {
+        return AccessibleText(index);
+    }
     const UI_MultiColumnTree::CellTextCallback& source = role == Qt::DisplayRole   ? cellText
                                                          : role == Qt::ToolTipRole ? toolTip
                                                                                    : nullptr;
@@ -80,6 +83,17 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
         return {};
     }
     return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+// A cell as words: its text, and for the first cell (the row as a whole) or a cell that is only
+// a picture (the lock badge), what its tooltip says, such as who holds the lock.
+QString TreeModel::AccessibleText(const QModelIndex& index) const {
+    const QString text = data(index, Qt::DisplayRole).toString();
+    const QString tip = data(index, Qt::ToolTipRole).toString();
+    if (tip.isEmpty() || tip == text || (index.column() > 0 && !text.isEmpty())) {
+        return text;
+    }
+    return text.isEmpty() ? tip : text + QStringLiteral(", ") + tip;
 }
 
 QVariant TreeModel::headerData(int section, Qt::Orientation orientation, int role) const {

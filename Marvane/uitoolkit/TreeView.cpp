@@ -1,4 +1,5 @@
 #include "Marvane/uitoolkit/TreeView.h"
+#include "host/Localizer.h"
 
 #include "Marvane/uitoolkit/DragAndDrop.h"
 #include "Marvane/uitoolkit/PictureImpl.h"
@@ -382,6 +383,12 @@ void TreeWidget::PlaceBusyIndicator() {
 MultiColumnTreeImpl::MultiColumnTreeImpl(ByteString id)
     : nodeID(std::move(id)), delegate(*this), view(new TreeWidget(*this)) {
     view->setObjectName(QString::fromStdString(nodeID));
+    // What a screen reader says of the tree; each row says its own name and state.
+    view->setAccessibleName(
+        QString::fromStdString(Localize("$$$/Marvane/Host/Access/TreeName=Projects and folders")));
+    view->setAccessibleDescription(QString::fromStdString(
+        Localize("$$$/Marvane/Host/Access/TreeDescription=Each row names a folder or a project "
+                 "and says who holds its lock.")));
     view->setModel(&model);
     view->setItemDelegate(&delegate);
 }

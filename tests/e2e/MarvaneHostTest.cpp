@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <optional>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -333,6 +335,47 @@ TEST(MarvaneHost, TheWindowComesBackWithTheSizeItWasLeftWith) {
     EXPECT_EQ(RunOnce(profile, pilot, {"ui", "resize", "MarvaneMainWindow", "1234", "777"}), "ok");
     EXPECT_TRUE(fs::exists(profile / "window.json"));
     EXPECT_EQ(RunOnce(profile, pilot, {"ui", "size", "MarvaneMainWindow"}), "ok 1234 777");
+}
+
+} // namespace
+
+namespace {
+
+TEST(MarvaneHost, AnUnreadableProductionSaysWhyAndIsNotRemembered) {
+    // Root reads every folder: the editor here is another user, with setpriv.
+    if (::geteuid() != 0 || ::access("/usr/bin/setpriv", X_OK) != 0) {
+        GTEST_SKIP() << "running marvane as another user needs root and setpriv";
+    }
+    const testsupport::TemporaryFolder temporary("e2e-unreadable");
+    const fs::path root = temporary.Path();
+    const fs::path pilot = root / "Pilot";
+    const fs::path profile = root / "profile";
+    const fs::path home = root / "home";
+    fs::create_directories(pilot);
+    fs::permissions(root, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
+                              fs::perms::others_read | fs::perms::others_exec);
+    fs::permissions(pilot, fs::perms::owner_all); // only root may list it
+    for (const fs::path& own : {profile, home}) {
+        fs::create_directories(own);
+        ASSERT_EQ(::chown(own.c_str(), 65534, 65534), 0);
+    }
+    ScriptedMarvane marvane({"--production", pilot.string(), "--profile", profile.string()},
+                            {"HOME=" + home.string(), "XDG_DATA_HOME=" + (home / "data").string(),
+                             "XDG_CONFIG_HOME=" + (home / "config").string()},
+                            {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+    ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
+    const std::string centre = marvane.Send({"ui", "text", "CentreText"});
+    EXPECT_NE(centre.find("The production \"" + pilot.string() +
+                          "\" cannot be read (Permission denied)."),
+              std::string::npos)
+        << centre;
+    EXPECT_EQ(marvane.Send({"quit"}), "ok");
+    EXPECT_EQ(marvane.Finish(), 0) << marvane.ErrorOutput();
+    // Not remembered as the last production, nor among the recent ones.
+    std::ifstream preferences(profile / "preferences.json");
+    const std::string saved((std::istreambuf_iterator<char>(preferences)),
+                            std::istreambuf_iterator<char>());
+    EXPECT_EQ(saved.find(pilot.string()), std::string::npos) << saved;
 }
 
 } // namespace
