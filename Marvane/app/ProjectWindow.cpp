@@ -3,6 +3,7 @@
 #include "Marvane/app/ElidedLabel.h"
 #include "Marvane/app/ProjectContentListModel.h"
 #include "Marvane/application/LockBreaking.h"
+#include "Marvane/documents/RecoveryRestore.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "host/Localizer.h"
@@ -141,7 +142,17 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mTakeOver->setObjectName(QStringLiteral("TakeOver"));
     mBreakLock = new QPushButton(Text("$$$/Marvane/Host/Project/BreakLock=Break Lock…"), this);
     mBreakLock->setObjectName(QStringLiteral("BreakLock"));
-    for (QPushButton* button : {mAdd, mRename, mSave, mReadOnly, mTakeOver, mBreakLock}) {
+    // A recovery copy offers to put its changes back into the project it came from.
+    mRecoveredFrom = RecoveredFrom(mProject->Path());
+    mRestore = new QPushButton(this);
+    mRestore->setObjectName(QStringLiteral("RestoreRecovered"));
+    if (mRecoveredFrom) {
+        mRestore->setText(Text("$$$/Marvane/Host/Restore/Button=Restore into @0",
+                               {mRecoveredFrom->stem().string()}));
+    }
+    mRestore->setVisible(mRecoveredFrom.has_value());
+    connect(mRestore, &QPushButton::clicked, this, [this] { RestoreIntoOriginal(); });
+    for (QPushButton* button : {mAdd, mRename, mSave, mReadOnly, mTakeOver, mBreakLock, mRestore}) {
         buttons->addWidget(button);
     }
     buttons->addStretch();
@@ -314,6 +325,35 @@ void ProjectWindow::BreakLock() {
         }
     }
     Refresh();
+}
+
+void ProjectWindow::RestoreIntoOriginal() {
+    if (!mRecoveredFrom) {
+        return;
+    }
+    const std::string original = mRecoveredFrom->stem().string();
+    const int answer = ShowMessageBox(
+        Localize("$$$/Marvane/Host/Restore/Title=Restore Recovered Changes"),
+        Localize("$$$/Marvane/Host/Restore/Question=Replace what \"@0\" holds with these "
+                 "recovered changes? \"@0\" is locked for you and saved; what it holds now is "
+                 "kept as a copy beside this one.",
+                 {original}),
+        {Localize("$$$/Marvane/Host/Restore/Confirm=Restore"),
+         Localize("$$$/Marvane/Host/SavePrompt/Cancel=Cancel")},
+        kWarningIcon, 1);
+    if (answer != 0) {
+        return;
+    }
+    const RestoreResult result = RestoreRecoveredCopy(*mProject, *mRecoveredFrom);
+    if (!result.restored) {
+        Report(Localize("$$$/Marvane/Host/Restore/Failed=Cannot Restore"), result.error);
+        return;
+    }
+    ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Restore Recovered Changes"),
+                   Localize("$$$/Marvane/Host/Restore/Done=The recovered changes are now in "
+                            "\"@0\". What it held before is kept in \"@1\".",
+                            {original, result.backup.string()}),
+                   {}, kInformationIcon, 0);
 }
 
 void ProjectWindow::Report(const std::string& title, const std::string& error) {

@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QWidget>
+#include <filesystem>
+#include <optional>
 
 namespace host {
 
@@ -32,6 +34,7 @@ public:
     // confirmation, replaces a silent one. Both are offered only when they apply.
     void TakeOver();
     void BreakLock();
+    void RestoreIntoOriginal();
     bool TakeOverOffered() const { return !mTakeOver->isHidden(); }
     bool BreakLockOffered() const { return !mBreakLock->isHidden(); }
 
@@ -62,6 +65,8 @@ private:
     QPushButton* mReadOnly = nullptr;
     QPushButton* mTakeOver = nullptr;
     QPushButton* mBreakLock = nullptr;
+    QPushButton* mRestore = nullptr;
+    std::optional<std::filesystem::path> mRecoveredFrom; // when this is a recovery copy
     QTimer mPoll;
     bool mHeldByAnother = false; // seen locked by someone else since it was last writable
 };

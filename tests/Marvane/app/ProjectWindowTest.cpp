@@ -320,3 +320,49 @@ TEST_F(ProjectWindowTest, SwitchingAFreeProjectToReadOnlyAndBackMovesTheLock) {
 }
 
 } // namespace
+
+#include "Marvane/documents/Recovery.h"
+
+#include <QPushButton>
+
+namespace {
+
+TEST_F(ProjectWindowTest, ARecoveryCopyOffersToRestoreIntoItsProjectAfterAConfirmation) {
+    auto project = host::DocumentManager::Instance().Open(scene).project;
+    ASSERT_TRUE(project);
+    host::ProjectContent content = project->Content();
+    content.sequences.push_back("Recovered cut");
+    project->EditContent(content);
+    const auto written = host::SaveRecoveryCopies(root / "data").written;
+    ASSERT_EQ(written.size(), 1u);
+    testsupport::CloseAllProjects();
+
+    ASSERT_TRUE(window->OpenProjectFile(written[0]));
+    auto* restore = Page()->findChild<QPushButton*>(QStringLiteral("RestoreRecovered"));
+    ASSERT_NE(restore, nullptr);
+    EXPECT_TRUE(restore->isVisibleTo(Page()));
+    EXPECT_EQ(restore->text().toStdString(), "Restore into Scene 12");
+
+    // Cancel first: nothing happens.
+    responder->AddAnswer(1);
+    restore->click();
+    EXPECT_EQ(ReadBytes(scene).find("Recovered cut"), std::string::npos);
+    // Then Restore, and the report that follows.
+    responder->AddAnswer(0);
+    responder->AddAnswer(0);
+    restore->click();
+    EXPECT_NE(ReadBytes(scene).find("Recovered cut"), std::string::npos);
+    ASSERT_EQ(responder->GetRequests().size(), 3u);
+    EXPECT_NE(responder->GetRequests()[2].text.find("What it held before is kept in"),
+              std::string::npos)
+        << responder->GetRequests()[2].text;
+}
+
+TEST_F(ProjectWindowTest, AnOrdinaryProjectOffersNoRestore) {
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    auto* restore = Page()->findChild<QPushButton*>(QStringLiteral("RestoreRecovered"));
+    ASSERT_NE(restore, nullptr);
+    EXPECT_FALSE(restore->isVisibleTo(Page()));
+}
+
+} // namespace

@@ -103,3 +103,84 @@ TEST_F(RecoveryTest, SafeFileNamesKeepWholeCharacters) {
 }
 
 } // namespace
+
+#include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/RecoveryRestore.h"
+#include "host/ProjectBackEnd.h"
+
+namespace {
+
+class RestoreTest : public RecoveryTest {
+protected:
+    // A recovery copy of Scene 2 holding an unsaved sequence, the project closed since.
+    fs::path RecoverScene() {
+        scene = testsupport::WriteProject(root / "Shows" / "Scene 2.mvproj", {"On disk"});
+        auto project = testsupport::OpenProject(scene);
+        host::ProjectContent content = project->Content();
+        content.sequences.push_back("Recovered cut");
+        project->EditContent(content);
+        const host::RecoveryResult result = host::SaveRecoveryCopies(root / "data");
+        EXPECT_EQ(result.written.size(), 1u);
+        testsupport::CloseAllProjects();
+        return result.written.empty() ? fs::path() : result.written[0];
+    }
+    fs::path scene;
+};
+
+TEST_F(RestoreTest, ARecoveryCopyKnowsItsOriginalAndIsNamedAfterIt) {
+    const fs::path copy = RecoverScene();
+    EXPECT_EQ(host::RecoveredFrom(copy), scene);
+    EXPECT_EQ(copy.filename().string().rfind("Scene 2 (recovered ", 0), 0u) << copy;
+    host::MarkRecoveredCopyOffered(host::FindRecoveredCopies(root / "data").at(0));
+    EXPECT_EQ(host::RecoveredFrom(copy), scene); // still known once offered
+    EXPECT_EQ(host::RecoveredFrom(scene), std::nullopt);
+}
+
+TEST_F(RestoreTest, RestoringPutsTheChangesIntoTheProjectAndKeepsWhatItHeld) {
+    const fs::path copy = RecoverScene();
+    const std::string before = testsupport::ReadBytes(scene);
+    const auto recovered = testsupport::OpenProject(copy);
+    const host::RestoreResult result = host::RestoreRecoveredCopy(*recovered, scene);
+    ASSERT_TRUE(result.restored) << result.error;
+    EXPECT_NE(testsupport::ReadBytes(scene).find("Recovered cut"), std::string::npos);
+    EXPECT_EQ(result.backup.parent_path(), copy.parent_path());
+    EXPECT_EQ(result.backup.filename().string().rfind("Scene 2 (replaced ", 0), 0u);
+    EXPECT_EQ(testsupport::ReadBytes(result.backup), before);
+    // The project is open, locked for us and saved.
+    const auto restored = host::DocumentManager::Instance().Find(scene);
+    ASSERT_TRUE(restored);
+    EXPECT_FALSE(restored->IsModified());
+    EXPECT_TRUE(restored->HoldsLock());
+}
+
+TEST_F(RestoreTest, RestoringIsRefusedWhileAnotherEditorHoldsTheProjectAndWritesNothing) {
+    const fs::path copy = RecoverScene();
+    const std::string before = testsupport::ReadBytes(scene);
+    const auto lock = host::CreateProjectLockFile(scene.string(), "Ben Okafor", "suite-2");
+    ASSERT_TRUE(lock && lock->IsOwnedByCaller());
+    const auto recovered = testsupport::OpenProject(copy);
+    const host::RestoreResult result = host::RestoreRecoveredCopy(*recovered, scene);
+    EXPECT_FALSE(result.restored);
+    EXPECT_NE(result.error.find("Ben Okafor"), std::string::npos) << result.error;
+    EXPECT_EQ(testsupport::ReadBytes(scene), before);
+    EXPECT_TRUE(result.backup.empty());
+    for (const auto& entry : fs::directory_iterator(copy.parent_path())) {
+        EXPECT_EQ(entry.path().filename().string().find("(replaced"), std::string::npos)
+            << entry.path();
+    }
+}
+
+TEST_F(RestoreTest, RestoringIntoAProjectWithChangesOfItsOwnIsRefused) {
+    const fs::path copy = RecoverScene();
+    const auto original = testsupport::OpenProject(scene);
+    host::ProjectContent content = original->Content();
+    content.sequences.push_back("Made since");
+    original->EditContent(content);
+    const auto recovered = testsupport::OpenProject(copy);
+    const host::RestoreResult result = host::RestoreRecoveredCopy(*recovered, scene);
+    EXPECT_FALSE(result.restored);
+    EXPECT_NE(result.error.find("changes of its own"), std::string::npos) << result.error;
+    EXPECT_EQ(original->Content().sequences.back(), "Made since");
+}
+
+} // namespace
