@@ -18,6 +18,8 @@ namespace {
 constexpr const char* kRecoveryFolder = "Recovery";
 constexpr const char* kOriginSuffix = ".origin";
 
+} // namespace
+
 std::string LocalStamp() {
     const std::time_t now = std::time(nullptr);
     std::tm parts{};
@@ -26,8 +28,6 @@ std::string LocalStamp() {
     std::strftime(text, sizeof(text), "%Y-%m-%d %H-%M-%S", &parts);
     return text;
 }
-
-} // namespace
 
 std::string SafeFileName(const std::string& name) {
     std::string safe;

@@ -9,7 +9,6 @@
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/Localizer.h"
 
-#include <ctime>
 #include <nlohmann/json.hpp>
 
 namespace host {
@@ -35,15 +34,6 @@ std::optional<fs::path> RecoveredFrom(const fs::path& copy) {
 
 namespace {
 
-std::string Now() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    char text[32] = {};
-    std::strftime(text, sizeof(text), "%Y-%m-%d %H-%M-%S", &parts);
-    return text;
-}
-
 // Keeps the bytes the project file holds now beside the copy; empty with error set when it
 // cannot.
 fs::path KeepReplaced(const OpenProject& copy, const fs::path& original, std::string& error) {
@@ -55,7 +45,8 @@ fs::path KeepReplaced(const OpenProject& copy, const fs::path& original, std::st
                          {original.stem().string()});
         return {};
     }
-    const std::string base = SafeFileName(original.stem().string()) + " (replaced " + Now() + ")";
+    const std::string base =
+        SafeFileName(original.stem().string()) + " (replaced " + LocalStamp() + ")";
     for (int number = 1; number < 1000; ++number) {
         const fs::path backup =
             copy.Path().parent_path() / (base + (number == 1 ? "" : " " + std::to_string(number)) +

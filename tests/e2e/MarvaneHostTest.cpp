@@ -283,13 +283,23 @@ std::string RunOnce(const fs::path& profile, const std::optional<fs::path>& prod
     return answer;
 }
 
-TEST(MarvaneHost, TheEmptyAreaSaysHowToBeginAndListsTheRecentProductions) {
-    const testsupport::TemporaryFolder temporary("e2e-recent");
+// Two empty productions, Pilot and Trailer, and a profile folder.
+struct TwoProductions {
+    explicit TwoProductions(const char* purpose) : temporary(purpose) {
+        fs::create_directories(pilot);
+        fs::create_directories(trailer);
+    }
+    const testsupport::TemporaryFolder temporary;
     const fs::path profile = temporary.Path() / "profile";
     const fs::path pilot = temporary.Path() / "Pilot";
     const fs::path trailer = temporary.Path() / "Trailer";
-    fs::create_directories(pilot);
-    fs::create_directories(trailer);
+};
+
+TEST(MarvaneHost, TheEmptyAreaSaysHowToBeginAndListsTheRecentProductions) {
+    const TwoProductions two("e2e-recent");
+    const fs::path& profile = two.profile;
+    const fs::path& pilot = two.pilot;
+    const fs::path& trailer = two.trailer;
     RunOnce(profile, pilot, {"status"});
     RunOnce(profile, trailer, {"status"});
 
@@ -308,12 +318,10 @@ TEST(MarvaneHost, TheEmptyAreaSaysHowToBeginAndListsTheRecentProductions) {
 }
 
 TEST(MarvaneHost, OpenRecentOpensTheProductionChosen) {
-    const testsupport::TemporaryFolder temporary("e2e-open-recent");
-    const fs::path profile = temporary.Path() / "profile";
-    const fs::path pilot = temporary.Path() / "Pilot";
-    const fs::path trailer = temporary.Path() / "Trailer";
-    fs::create_directories(pilot);
-    fs::create_directories(trailer);
+    const TwoProductions two("e2e-open-recent");
+    const fs::path& profile = two.profile;
+    const fs::path& pilot = two.pilot;
+    const fs::path& trailer = two.trailer;
     RunOnce(profile, pilot, {"status"});
     ScriptedMarvane marvane({"--production", trailer.string(), "--profile", profile.string()});
     ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();

@@ -37,6 +37,19 @@ protected:
         share.Stop();
         again.Stop();
     }
+    ScriptedMarvane StartAna() const {
+        return ScriptedMarvane({"--production", (mount / "Pilot").string(), "--profile",
+                                (root / "ana").string(), "--user", "Ana Ruiz"});
+    }
+    // Ana sees the production, opens Edit, and makes a change to the scene she leaves unsaved.
+    static void EditScene(ScriptedMarvane& ana, const fs::path& scene, const std::string& cut) {
+        ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
+        ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Edit|Scene 1"),
+                  "ok count=2 Edit|Scene 1");
+        ASSERT_EQ(ana.Send({"ui", "open", kTree, "Edit"}), "ok");
+        ASSERT_EQ(ana.Send({"open", scene.string()}), "ok");
+        ASSERT_EQ(ana.Send({"add-sequence", scene.string(), cut}), "ok");
+    }
     // Sends the command until the answer holds `part` (or twenty seconds passed).
     static std::string SendUntilHolding(ScriptedMarvane& marvane,
                                         const std::vector<std::string>& fields,
@@ -69,16 +82,9 @@ protected:
 };
 
 TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBack) {
-    const fs::path production = mount / "Pilot";
-    const fs::path scene = production / "Scene 1.mvproj";
-    ScriptedMarvane ana({"--production", production.string(), "--profile", (root / "ana").string(),
-                         "--user", "Ana Ruiz"});
-    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
-    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Edit|Scene 1"),
-              "ok count=2 Edit|Scene 1");
-    ASSERT_EQ(ana.Send({"ui", "open", kTree, "Edit"}), "ok");
-    ASSERT_EQ(ana.Send({"open", scene.string()}), "ok");
-    ASSERT_EQ(ana.Send({"add-sequence", scene.string(), "Cut made during the outage"}), "ok");
+    const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
+    ScriptedMarvane ana = StartAna();
+    ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made during the outage"));
     const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
     ana.Send({"stall"}); // measured from here
 
@@ -113,16 +119,9 @@ TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
 }
 
 TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
-    const fs::path production = mount / "Pilot";
-    const fs::path scene = production / "Scene 1.mvproj";
-    ScriptedMarvane ana({"--production", production.string(), "--profile", (root / "ana").string(),
-                         "--user", "Ana Ruiz"});
-    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
-    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Edit|Scene 1"),
-              "ok count=2 Edit|Scene 1");
-    ASSERT_EQ(ana.Send({"ui", "open", kTree, "Edit"}), "ok");
-    ASSERT_EQ(ana.Send({"open", scene.string()}), "ok");
-    ASSERT_EQ(ana.Send({"add-sequence", scene.string(), "Cut made while the server hangs"}), "ok");
+    const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
+    ScriptedMarvane ana = StartAna();
+    ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made while the server hangs"));
     const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
     ana.Send({"stall"}); // measured from here
 
