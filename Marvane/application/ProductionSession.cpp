@@ -57,6 +57,15 @@ std::string WhyNotAProduction(const std::filesystem::path& folder) {
 } // namespace
 
 std::string ProductionSession::Open(const std::filesystem::path& folder) {
+    // A folder on a share that hangs would block the window at the first look: look at it
+    // off the main thread first, and give up after a while.
+    constexpr std::chrono::seconds kOpenDeadline{3};
+    if (!LookAtFolderWithin(folder, kOpenDeadline)) {
+        return Localize("$$$/Marvane/Host/ProductionNotAnswering=The production folder \"@0\" "
+                        "does not answer (its share may be down or hanging). Try again when it "
+                        "answers.",
+                        {folder.string()});
+    }
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(folder, error);
     if (error || !std::filesystem::exists(status)) {

@@ -86,6 +86,35 @@ std::string LookAtFolder(const fs::path& folder) {
     return {};
 }
 
+namespace {
+
+std::shared_ptr<Look> StartLook(const fs::path& folder) {
+    auto look = std::make_shared<Look>();
+    std::thread([look, folder] {
+        const std::string result = LookAtFolder(folder);
+        std::lock_guard done(look->mutex);
+        look->result = result;
+        look->finished = true;
+        look->done.notify_all();
+    }).detach();
+    return look;
+}
+
+std::optional<std::string> WaitForLook(Look& look, std::chrono::milliseconds deadline) {
+    std::unique_lock waiting(look.mutex);
+    if (!look.done.wait_for(waiting, deadline, [&] { return look.finished; })) {
+        return std::nullopt;
+    }
+    return look.result;
+}
+
+} // namespace
+
+std::optional<std::string> LookAtFolderWithin(const fs::path& folder,
+                                              std::chrono::milliseconds deadline) {
+    return WaitForLook(*StartLook(folder), deadline);
+}
+
 ProductionWatch& ProductionWatch::Instance() {
     static ProductionWatch watch;
     return watch;
@@ -117,27 +146,15 @@ void ProductionWatch::Start(const fs::path& folder, std::chrono::milliseconds in
             lock.unlock();
             // A look still hanging from before is waited for, never doubled.
             if (!pending) {
-                pending = std::make_shared<Look>();
-                std::thread([look = pending, folder = state->folder] {
-                    const std::string result = LookAtFolder(folder);
-                    std::lock_guard done(look->mutex);
-                    look->result = result;
-                    look->finished = true;
-                    look->done.notify_all();
-                }).detach();
+                pending = StartLook(state->folder);
             }
             std::string why;
-            {
-                std::unique_lock waiting(pending->mutex);
-                if (pending->done.wait_for(waiting, state->deadline,
-                                           [&] { return pending->finished; })) {
-                    why = pending->result;
-                    waiting.unlock();
-                    pending.reset();
-                } else {
-                    why = "it does not answer within " +
-                          std::to_string(state->deadline.count() / 1000) + " s";
-                }
+            if (const std::optional<std::string> result = WaitForLook(*pending, state->deadline)) {
+                why = *result;
+                pending.reset();
+            } else {
+                why = "it does not answer within " +
+                      std::to_string(state->deadline.count() / 1000) + " s";
             }
             Announce(state, why);
             lock.lock();

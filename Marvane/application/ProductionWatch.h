@@ -10,6 +10,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace host {
@@ -27,6 +28,10 @@ inline constexpr std::chrono::milliseconds kMainThreadAccessDeadline{500};
 
 // One look at a folder: empty when it answers, else why not.
 std::string LookAtFolder(const std::filesystem::path& folder);
+// The same look, given up after the deadline (a share that hangs): nothing when it was late.
+// A late look finishes on its own thread.
+std::optional<std::string> LookAtFolderWithin(const std::filesystem::path& folder,
+                                              std::chrono::milliseconds deadline);
 
 class ProductionWatch {
 public:

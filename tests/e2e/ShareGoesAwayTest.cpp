@@ -155,6 +155,12 @@ TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
     EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
 
+    // Opening it again from File > Open Recent gives up after a few seconds with the reason,
+    // and the production shown stays.
+    EXPECT_EQ(within({"ui", "trigger", "OpenRecentMenu", "Pilot"}), "ok");
+    EXPECT_EQ(within({"dialogs"}), "ok count=1 last=Cannot Open Production");
+    EXPECT_EQ(within({"ui", "rows", kTree}), "ok count=3 Edit|>Reel 1|Scene 1");
+
     // The server answers again: the panel comes back by itself, the project is still open.
     share.ThawServer();
     EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
