@@ -37,14 +37,16 @@ void ReleaseSharedFolderPicture() {
 }
 
 NameCellKind NameCellKindOf(const host::WideString& path, bool lockOwnedByCurrentUser,
-                            bool hasLockFile) {
+                            bool hasLockFile, bool unreadable) {
     if (path.empty()) {
         return NameCellKind::Folder;
     }
     const host::ByteString utf8 = host::ToUTF8(path);
     if (!host::IsMarvaneProjectFile(utf8)) {
-        return host::IsTheMvProductionTrashDirectory(path) ? NameCellKind::Trash
-                                                           : NameCellKind::Folder;
+        if (host::IsTheMvProductionTrashDirectory(path)) {
+            return NameCellKind::Trash;
+        }
+        return unreadable ? NameCellKind::FolderUnreadable : NameCellKind::Folder;
     }
     if (!host::FindOpenProject(utf8)) {
         return hasLockFile ? NameCellKind::ProjectClosedLocked : NameCellKind::ProjectClosedNoLock;
@@ -60,6 +62,8 @@ std::string_view BadgeResourceOf(NameCellKind kind) {
     switch (kind) {
     case NameCellKind::Folder:
         return {};
+    case NameCellKind::FolderUnreadable:
+        return "kMvProductionPanelFolderUnreadableDecal";
     case NameCellKind::Trash:
         return "kHistoryActionDeleteDecal";
     case NameCellKind::ProjectClosedNoLock:
@@ -77,8 +81,8 @@ std::string_view BadgeResourceOf(NameCellKind kind) {
 }
 
 NameCellView::NameCellView(const host::WideString& path, bool lockOwnedByCurrentUser,
-                           bool hasLockFile)
-    : mKind(NameCellKindOf(path, lockOwnedByCurrentUser, hasLockFile)) {
+                           bool hasLockFile, bool unreadable)
+    : mKind(NameCellKindOf(path, lockOwnedByCurrentUser, hasLockFile, unreadable)) {
     const host::WideString name = DisplayNameOf(path);
     SetNodeID("Tandrel.NameCellView." + host::ToUTF8(path));
     if (const std::string_view badge = BadgeResourceOf(mKind); !badge.empty()) {

@@ -13,6 +13,7 @@ namespace HandlerTandrel::Columns {
 
 enum class NameCellKind {
     Folder,
+    FolderUnreadable,
     Trash,
     ProjectClosedNoLock,
     ProjectClosedLocked,
@@ -21,9 +22,10 @@ enum class NameCellKind {
     ProjectOpenEditable
 };
 
-// The kind of a path's cell from the project's open state and the two lock flags of its record.
+// The kind of a path's cell from the project's open state and the two lock flags of its record;
+// a folder whose content could not be read (unreadable) has a picture of its own.
 NameCellKind NameCellKindOf(const host::WideString& path, bool lockOwnedByCurrentUser,
-                            bool hasLockFile);
+                            bool hasLockFile, bool unreadable = false);
 // The icon set's badge for a kind; empty for a folder.
 std::string_view BadgeResourceOf(NameCellKind kind);
 
@@ -34,7 +36,8 @@ public:
     // Below this width the name is hidden (the picture stays).
     static constexpr float kMinimumTextWidth = 10.0f;
 
-    NameCellView(const host::WideString& path, bool lockOwnedByCurrentUser, bool hasLockFile);
+    NameCellView(const host::WideString& path, bool lockOwnedByCurrentUser, bool hasLockFile,
+                 bool unreadable = false);
 
     void BoundsChanged(const host::UI_Rect& bounds) override;
 

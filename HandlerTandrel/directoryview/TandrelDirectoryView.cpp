@@ -188,7 +188,9 @@ std::unique_ptr<host::UI_SubView> TandrelDirectoryView::CellView(const host::Tre
     const Columns::FileMetadata* record = mRecords.Find(row.get());
     const bool owned = record != nullptr && record->lockOwnedByCurrentUser;
     const bool locked = record != nullptr && record->hasLockFile;
-    return std::make_unique<Columns::NameCellView>(GetRowPath(row), owned, locked);
+    const host::WideString path = GetRowPath(row);
+    const bool unreadable = record == nullptr && !GetReadFailure(path).empty();
+    return std::make_unique<Columns::NameCellView>(path, owned, locked, unreadable);
 }
 
 void TandrelDirectoryView::BroadcastRowsChanged() {

@@ -78,6 +78,9 @@ public:
     std::vector<WideString> GetSelectedPaths() const;
     // The height of every row reachable through open folders.
     float GetExactOpenedHeight() const;
+    // Why the folder (a row's path) could not be read the last time it was, in the system's
+    // words ("Permission denied"); empty when it was read, or never.
+    WideString GetReadFailure(const WideString& folder) const;
     // How many directory reads were requested since the view was made.
     std::uint64_t GetDirectoryReadCount() const { return mReads; }
     // The folders under the root that this view watches.
@@ -87,6 +90,9 @@ public:
 
 private:
     void RemoveRowAndChildrenFromMaps(const TreeRowPtr& row);
+    // Keeps whether a folder row's directory could be read (error: errno, 0 for read), and
+    // redraws the row when that changed.
+    void NoteReadOutcome(const TreeRowPtr& folder, int error);
     void StopWatchingFolders();
 
     std::unique_ptr<UI_MultiColumnTree> mTree;
@@ -94,6 +100,7 @@ private:
     std::unordered_map<const UI_TreeRow*, WideString> mPathOfRow;
     std::unordered_map<WideString, std::weak_ptr<UI_TreeRow>> mRowOfPath;
     std::set<WideString> mWatchedFolders;
+    std::unordered_map<WideString, WideString> mReadFailures; // folder path: the reason
     std::uint64_t mReads = 0;
     bool mListening = false;
 };

@@ -6,7 +6,10 @@
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
-#include <ctime>
+#include "host/Localizer.h"
+
+#include <QDateTime>
+#include <QLocale>
 #include <nlohmann/json.hpp>
 
 namespace host {
@@ -21,12 +24,11 @@ constexpr const char* kOriginSuffix = ".origin";
 } // namespace
 
 std::string LocalStamp() {
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    char text[32] = {};
-    std::strftime(text, sizeof(text), "%Y-%m-%d %H-%M-%S", &parts);
-    return text;
+    // Day, the month's short name in the chosen language and the time: a person reads it at
+    // a glance ("21 Nov 14:02"); copies of one minute are told apart by a number.
+    return QLocale()
+        .toString(QDateTime::currentDateTime(), QStringLiteral("d MMM HH:mm"))
+        .toStdString();
 }
 
 std::string SafeFileName(const std::string& name) {
@@ -54,8 +56,10 @@ fs::path SaveRecoveryCopy(const fs::path& dataDirectory, const OpenProject& proj
     const fs::path folder = dataDirectory / kRecoveryFolder;
     std::error_code ignored;
     fs::create_directories(folder, ignored);
-    const std::string base =
-        SafeFileName(project.DisplayName()) + " (recovered " + LocalStamp() + ")";
+    const std::string base = SafeFileName(
+        Localize("$$$/Marvane/Host/Recovery/CopyName=@0 (recovered @1)#{the file name of a "
+                 "recovery copy: the project's name and when its changes were kept}",
+                 {project.DisplayName(), LocalStamp()}));
     const std::string text = SerialiseProjectContent(project.Content());
     error = "no free name in " + folder.string();
     fs::path placed;

@@ -26,8 +26,8 @@ class OpenProject;
 // reason in error.
 std::filesystem::path SaveRecoveryCopy(const std::filesystem::path& dataDirectory,
                                        const OpenProject& project, std::string& error);
-// Now, as the names of recovery copies and kept files give it: "2026-11-21 14-02-00" (local
-// time; no characters a file name cannot hold).
+// Now, as the names of recovery copies and kept files give it: "21 Nov 14:02" (local time,
+// the month in the chosen language).
 std::string LocalStamp();
 // A file name made from a project's name that stays inside its folder: no separators, no
 // leading dots, no control characters, at most 120 bytes.

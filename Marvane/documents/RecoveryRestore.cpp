@@ -45,8 +45,10 @@ fs::path KeepReplaced(const OpenProject& copy, const fs::path& original, std::st
                          {original.stem().string()});
         return {};
     }
-    const std::string base =
-        SafeFileName(original.stem().string()) + " (replaced " + LocalStamp() + ")";
+    const std::string base = SafeFileName(
+        Localize("$$$/Marvane/Host/Restore/ReplacedName=@0 (replaced @1)#{the file name of what a "
+                 "project held before recovered changes replaced it, and when}",
+                 {original.stem().string(), LocalStamp()}));
     for (int number = 1; number < 1000; ++number) {
         const fs::path backup =
             copy.Path().parent_path() / (base + (number == 1 ? "" : " " + std::to_string(number)) +

@@ -13,6 +13,8 @@
 #include "host/Localizer.h"
 #include "host/MediaBrowser.h"
 
+#include <cerrno>
+#include <cstring>
 #include <set>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -28,6 +30,7 @@ std::int64_t Ticks(const timespec& time) {
 struct Listing {
     DirectoryContent content;
     std::string snapshot; // as the directory monitor compares a polled folder; empty: unread
+    int error = 0;        // why the folder could not be read (errno); 0 when it was
 };
 
 // Runs on a worker thread: everything in the folder with its kind, size and time (a link's
@@ -57,6 +60,7 @@ Listing ReadDirectory(const std::string& folder) {
         listing.content.push_back(std::move(entry));
     });
     if (!read) {
+        listing.error = errno != 0 ? errno : EIO;
         return listing;
     }
     listing.snapshot = FolderSnapshotOf(std::move(seen));
@@ -86,7 +90,13 @@ MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeI
     // A project's lock, in words: who holds it, since when they were seen, whether anyone
     // still does. Read when the pointer rests on the row.
     mTree->SetToolTipCallback([this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) {
-        const std::string path = ToUTF8(GetRowPath(row));
+        const WideString rowPath = GetRowPath(row);
+        if (const WideString failure = GetReadFailure(rowPath); !failure.empty()) {
+            return ToUTF16(Localize("$$$/Marvane/Host/Folder/Unreadable=This folder cannot be "
+                                    "read (@0), so what it holds is not shown.",
+                                    {ToUTF8(failure)}));
+        }
+        const std::string path = ToUTF8(rowPath);
         LockReport lock;
         if (path.empty() || !IsMarvaneProjectFile(path) ||
             !InspectLock(
@@ -116,6 +126,7 @@ void MediaBrowserDirectoryView::SetRootPath(const WideString& path) {
     StopWatchingFolders();
     mPathOfRow.clear();
     mRowOfPath.clear();
+    mReadFailures.clear();
     mRootPath = path.empty() ? WideString() : ToNormalizedPath(path);
 }
 
@@ -150,6 +161,9 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
             }
             // A polled folder is compared from now on with what is about to be shown.
             DirectoryMonitor::Instance().ListingShown(ToUTF16(directoryPath), listing.snapshot);
+            if (!forRoot) {
+                view->NoteReadOutcome(folder, listing.error);
+            }
             view->InsertDirectoryContent(folder, directoryPath, listing.content);
         });
     });
@@ -214,6 +228,29 @@ void MediaBrowserDirectoryView::RowDisclosureChanged(const TreeRowPtr& row, bool
     }
 }
 
+void MediaBrowserDirectoryView::NoteReadOutcome(const TreeRowPtr& folder, int error) {
+    const WideString path = GetRowPath(folder);
+    const auto known = mReadFailures.find(path);
+    if (error == 0 && known == mReadFailures.end()) {
+        return;
+    }
+    if (error == 0) {
+        mReadFailures.erase(known);
+    } else {
+        const WideString reason = ToUTF16(std::strerror(error));
+        if (known != mReadFailures.end() && known->second == reason) {
+            return;
+        }
+        mReadFailures[path] = reason;
+    }
+    mTree->RefreshRow(folder); // its picture and tooltip say it now
+}
+
+WideString MediaBrowserDirectoryView::GetReadFailure(const WideString& folder) const {
+    const auto found = mReadFailures.find(folder);
+    return found == mReadFailures.end() ? WideString() : found->second;
+}
+
 WideString MediaBrowserDirectoryView::GetRowPath(const TreeRowPtr& row) const {
     const auto found = mPathOfRow.find(row.get());
     return found == mPathOfRow.end() ? WideString() : found->second;
@@ -237,6 +274,7 @@ void MediaBrowserDirectoryView::RemoveRowFromMaps(const TreeRowPtr& row) {
     if (mWatchedFolders.erase(found->second) != 0) {
         StopMonitoringDirectory(found->second, false);
     }
+    mReadFailures.erase(found->second);
     mRowOfPath.erase(found->second);
     mPathOfRow.erase(found);
 }

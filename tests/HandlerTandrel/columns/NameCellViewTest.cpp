@@ -121,6 +121,18 @@ TEST_F(NameCellViewTest, TheTrashGetsTheDeleteBadgeNeverTheFolderIcon) {
     EXPECT_EQ(PictureOf(folder), "folder");
 }
 
+TEST_F(NameCellViewTest, AFolderThatCannotBeReadHasAPictureOfItsOwn) {
+    fs::create_directories(production / "Reels");
+    const NameCellView folder(W(production / "Reels"), false, false, true);
+    EXPECT_EQ(folder.GetKind(), NameCellKind::FolderUnreadable);
+    EXPECT_EQ(PictureOf(folder), "badge"); // drawn, and not the ordinary folder
+    // The trash stays the trash, and a project is judged by its lock.
+    fs::create_directories(Trash());
+    EXPECT_EQ(NameCellView(W(Trash()), false, false, true).GetKind(), NameCellKind::Trash);
+    EXPECT_EQ(NameCellView(W(scene), false, false, true).GetKind(),
+              NameCellKind::ProjectClosedNoLock);
+}
+
 TEST_F(NameCellViewTest, AnEmptyPathIsAFolderWithoutABadge) {
     const NameCellView cell(u"", false, false);
     EXPECT_EQ(cell.GetKind(), NameCellKind::Folder);

@@ -223,6 +223,67 @@ TEST_F(TandrelDirectoryViewTest, OpeningAProjectRedrawsItsRowWithTheOpenBadge) {
     EXPECT_EQ(kind(), NameCellKind::ProjectClosedNoLock);
 }
 
+// Root reads every folder: run as root, this test is run again by its own entry as another
+// user (setpriv), where the folder below really cannot be read.
+TEST_F(TandrelDirectoryViewTest, AnUnreadableFolderSaysWhyInsteadOfLookingEmpty) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root reads every folder; the entry run as another user covers this";
+    }
+    const fs::path locked = production / "Locked Away";
+    testsupport::WriteProject(locked / "Secret.mvproj");
+    fs::permissions(locked, fs::perms::none);
+    struct Restore {
+        fs::path folder;
+        ~Restore() { fs::permissions(folder, fs::perms::owner_all); }
+    } restore{locked};
+    OpenPanel(6);
+    const TreeRowPtr row = RowOf(locked);
+    ASSERT_NE(row, nullptr);
+    using HandlerTandrel::Columns::NameCellKind;
+    auto kind = [&] {
+        auto* cell = dynamic_cast<HandlerTandrel::Columns::NameCellView*>(
+            View().GetTree().GetCellView(row, HandlerTandrel::Columns::kNameColumn));
+        return cell ? cell->GetKind() : NameCellKind::ProjectClosedNoLock;
+    };
+    EXPECT_EQ(kind(), NameCellKind::Folder); // not read yet: nothing is known against it
+    View().GetTree().OpenRow(row, true);
+    ASSERT_TRUE(WaitUntil([&] { return !View().GetReadFailure(W(locked)).empty(); }));
+    EXPECT_EQ(View().GetReadFailure(W(locked)), u"Permission denied");
+    EXPECT_EQ(kind(), NameCellKind::FolderUnreadable);
+    EXPECT_EQ(row->GetChildCount(), 0);
+    QTreeView* treeView = View().GetTree().GetImpl()->view;
+    const QModelIndex index = treeView->model()->index(row->Node().index, 0);
+    const QString tip = treeView->model()->data(index, Qt::ToolTipRole).toString();
+    EXPECT_EQ(tip.toStdString(), "This folder cannot be read (Permission denied), so what it "
+                                 "holds is not shown.");
+    // A screen reader says it too: the row reads as its name and why.
+    EXPECT_TRUE(treeView->model()
+                    ->data(index, Qt::AccessibleTextRole)
+                    .toString()
+                    .startsWith(QStringLiteral("Locked Away, This folder cannot be read")));
+    // Readable again: the next look shows what it holds, with the ordinary folder picture.
+    fs::permissions(locked, fs::perms::owner_all);
+    View().OnDirectoryChanged(locked.string());
+    ASSERT_TRUE(WaitUntil([&] { return row->GetChildCount() == 1; }));
+    EXPECT_TRUE(View().GetReadFailure(W(locked)).empty());
+    EXPECT_EQ(kind(), NameCellKind::Folder);
+}
+
+TEST_F(TandrelDirectoryViewTest, DoubleClickOpensAProjectWhoseNameIsNotUtf8) {
+    // Named on a machine that writes Latin-1: "Scène 7" with a single byte for the è.
+    const fs::path latin = production / std::string("Sc\xe8ne 7.mvproj");
+    testsupport::WriteProject(latin);
+    OpenPanel(6);
+    const TreeRowPtr row = RowOf(latin);
+    ASSERT_NE(row, nullptr);
+    View().RowDoubleClicked(row, 0);
+    const auto opened = host::DocumentManager::Instance().Find(latin);
+    ASSERT_NE(opened, nullptr) << "nothing opened; asked: " << responder->GetRequests().size();
+    EXPECT_FALSE(opened->IsReadOnly());
+    EXPECT_TRUE(fs::exists(latin.string() + ".lock"));
+    EXPECT_TRUE(responder->GetRequests().empty());
+}
+
 TEST_F(TandrelDirectoryViewTest, ClosingTheProductionEmptiesTheTreeAndOpeningFillsItAgain) {
     OpenPanel(5);
     host::ProductionSession::Instance().Close();

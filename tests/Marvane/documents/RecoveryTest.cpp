@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <regex>
 #include <unistd.h>
 
 #include "FileBytes.h"
@@ -130,7 +131,11 @@ protected:
 TEST_F(RestoreTest, ARecoveryCopyKnowsItsOriginalAndIsNamedAfterIt) {
     const fs::path copy = RecoverScene();
     EXPECT_EQ(host::RecoveredFrom(copy), scene);
-    EXPECT_EQ(copy.filename().string().rfind("Scene 2 (recovered ", 0), 0u) << copy;
+    // "Scene 2 (recovered 21 Nov 14:02).mvproj": the day, the month and the time.
+    EXPECT_TRUE(std::regex_match(
+        copy.filename().string(),
+        std::regex(R"(Scene 2 \(recovered [0-9]{1,2} \S+ [0-9]{2}:[0-9]{2}\)\.mvproj)")))
+        << copy;
     host::MarkRecoveredCopyOffered(host::FindRecoveredCopies(root / "data").at(0));
     EXPECT_EQ(host::RecoveredFrom(copy), scene); // still known once offered
     EXPECT_EQ(host::RecoveredFrom(scene), std::nullopt);
@@ -144,7 +149,10 @@ TEST_F(RestoreTest, RestoringPutsTheChangesIntoTheProjectAndKeepsWhatItHeld) {
     ASSERT_TRUE(result.restored) << result.error;
     EXPECT_NE(testsupport::ReadBytes(scene).find("Recovered cut"), std::string::npos);
     EXPECT_EQ(result.backup.parent_path(), copy.parent_path());
-    EXPECT_EQ(result.backup.filename().string().rfind("Scene 2 (replaced ", 0), 0u);
+    EXPECT_TRUE(std::regex_match(
+        result.backup.filename().string(),
+        std::regex(R"(Scene 2 \(replaced [0-9]{1,2} \S+ [0-9]{2}:[0-9]{2}\)\.mvproj)")))
+        << result.backup;
     EXPECT_EQ(testsupport::ReadBytes(result.backup), before);
     // The project is open, locked for us and saved.
     const auto restored = host::DocumentManager::Instance().Find(scene);
