@@ -1,11 +1,16 @@
 // The production tree over generated productions of 10,000 and 100,000 projects (the same top
 // level in both: 100 projects, 20 episode folders and a few ordinary files):
 // - FirstRows: from the production being opened to its first rows drawn, all folders closed,
-//   against listing and stat-ing the top folder alone, measured in the same iterations; the
-//   same again through an sshfs mount of the production (FirstRowsOnShare);
+//   against two baselines measured in the same iterations: listing and stat-ing the top folder
+//   alone, and a plain QTreeView over a QStandardItemModel doing the same listing, stats, lock
+//   reads and first paint; the same again through an sshfs mount of the production
+//   (FirstRowsOnShare), where the figure is the records read against the listing;
 // - Expand: opening one day folder for the first time;
 // - Resort: re-sorting by size and back by name with one read-then-closed day folder;
-// - MemoryPerRow: heap per row with every folder open.
+// - ResortAllOpen: re-sorting by name with every folder open, against a stable sort of the same
+//   names with the same comparison, folder by folder, in the same iterations; stall_ms is the
+//   longest the main thread was held;
+// - MemoryPerRow: heap and resident memory per row with every folder open.
 // The counters give, per iteration, the lock-file reads, the stats of the rows' records and
 // the stats of directory listings, next to the rows shown: they must follow what is shown.
 #include "Marvane/application/HostSession.h"
@@ -26,17 +31,29 @@
 
 #include "EventLoopWait.h"
 
+#include "columns/DisplayName.h"
+#include "columns/SortString.h"
+#include "host/TextCompare.h"
+
 #include <QAbstractItemModel>
 #include <QApplication>
+#include <QDateTime>
 #include <QElapsedTimer>
+#include <QLocale>
+#include <QStandardItemModel>
 #include <QTreeView>
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <dirent.h>
+#include <fcntl.h>
+#include <fstream>
 #include <functional>
 #include <malloc.h>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -120,6 +137,96 @@ int ListAndStatTopFolder(const fs::path& folder) {
     return entries;
 }
 
+// The plain tree a file browser would make for the same top folder: the same listing, a stat
+// of every entry (birth time included), a read of each project's lock file where there is one
+// to read, the five columns' texts, and its first paint. Made once, filled per iteration.
+class PlainTree {
+public:
+    PlainTree() {
+        mView.setModel(&mModel);
+        mView.setUniformRowHeights(true);
+        mView.resize(900, 600);
+        mView.show();
+        QApplication::processEvents();
+    }
+
+    // Fills the tree from the folder and waits for its first paint; whether it was drawn.
+    bool Show(const fs::path& folder) {
+        mModel.clear();
+        QApplication::processEvents();
+        PaintWatch watch(mView.viewport());
+        watch.armed = true;
+        mModel.setHorizontalHeaderLabels({QStringLiteral("Name"), QStringLiteral("Project Locked"),
+                                          QStringLiteral("Date Modified"),
+                                          QStringLiteral("Date Created"), QStringLiteral("Size")});
+        DIR* directory = ::opendir(folder.c_str());
+        std::vector<std::pair<QString, QList<QStandardItem*>>> rows;
+        while (const dirent* item = directory ? ::readdir(directory) : nullptr) {
+            const std::string name = item->d_name;
+            if (name.empty() || name[0] == '.') {
+                continue;
+            }
+            const fs::path path = folder / name;
+            struct statx status {};
+            if (::statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &status) !=
+                0) {
+                continue;
+            }
+            const bool isFolder = S_ISDIR(status.stx_mode);
+            const bool isProject = !isFolder && name.size() > 7 &&
+                                   name.compare(name.size() - 7, 7, ".mvproj") == 0;
+            if (!isFolder && !isProject) {
+                continue;
+            }
+            QList<QStandardItem*> cells;
+            const QString shown =
+                QString::fromStdString(isProject ? name.substr(0, name.size() - 7) : name);
+            cells.append(new QStandardItem(shown));
+            if (isProject) {
+                cells.append(new QStandardItem(LockHolder(path.string() + ".lock")));
+                cells.append(new QStandardItem(Date(status.stx_mtime.tv_sec)));
+                cells.append(new QStandardItem(Date(status.stx_btime.tv_sec)));
+                cells.append(new QStandardItem(mLocale.formattedDataSize(
+                    static_cast<qint64>(status.stx_size), 2, QLocale::DataSizeTraditionalFormat)));
+            }
+            rows.emplace_back(shown, cells);
+        }
+        if (directory) {
+            ::closedir(directory);
+        }
+        std::sort(rows.begin(), rows.end(), [](const auto& a, const auto& b) {
+            const auto view = [](const QString& text) {
+                return std::u16string_view(reinterpret_cast<const char16_t*>(text.utf16()),
+                                           static_cast<std::size_t>(text.size()));
+            };
+            return host::CompareNaturalNoCase(view(a.first), view(b.first)) < 0;
+        });
+        for (auto& row : rows) {
+            mModel.appendRow(row.second);
+        }
+        return WaitUntil([&] { return watch.painted; });
+    }
+
+private:
+    QString Date(std::int64_t seconds) const {
+        return mLocale.toString(QDateTime::fromSecsSinceEpoch(seconds), QLocale::ShortFormat);
+    }
+    static QString LockHolder(const std::string& lockPath) {
+        std::ifstream lock(lockPath);
+        if (!lock) {
+            return {};
+        }
+        const nlohmann::json content = nlohmann::json::parse(lock, nullptr, false);
+        return content.is_object() && content.contains("lockingName")
+                   ? QString::fromStdString(content["lockingName"].get<std::string>())
+                   : QStringLiteral("Unknown");
+    }
+
+    QStandardItemModel mModel;
+    QTreeView mView;
+    QLocale mLocale;
+};
+
 struct IoSnapshot {
     std::uint64_t lockReads = host::LockFileReadCount();
     std::uint64_t recordStats = host::FileInfoStatCount();
@@ -189,17 +296,30 @@ public:
         return opened && drawn;
     }
     void Close() {
+        mReadUpTo = 0;
         host::ProductionSession::Instance().Close();
         WaitUntil([&] { return Tree().GetTopLevelRowCount() == 0; });
         host::WaitForDefaultExecutor(60'000);
     }
-    bool TopRecordsRead() const {
-        int read = 0;
-        for (int index = 0; index < Tree().GetTopLevelRowCount(); ++index) {
-            const TreeRowPtr row = Tree().GetTopLevelRow(index);
-            read += View().GetRowMetadata(row) && !View().IsRowMetadataStale(row) ? 1 : 0;
+    // Whether every top project's record is read. Records once read stay read while the
+    // production is open (and rows sorted by name keep their places), so each call goes on
+    // from the first row not read at the last one: the check costs one look per row in all,
+    // not one per row at every signal.
+    bool TopRecordsRead() {
+        const int rows = Tree().GetTopLevelRowCount();
+        if (rows != kTopLevelProjects + kEpisodes) {
+            return false;
         }
-        return read == kTopLevelProjects;
+        for (; mReadUpTo < rows; ++mReadUpTo) {
+            const TreeRowPtr row = Tree().GetTopLevelRow(mReadUpTo);
+            if (row->CanHaveChildren()) {
+                continue; // a folder: no record
+            }
+            if (View().GetRowMetadata(row) == nullptr || View().IsRowMetadataStale(row)) {
+                return false;
+            }
+        }
+        return true;
     }
     TreeRowPtr Row(const fs::path& path) const {
         return View().GetRowForPath(host::ToUTF16(path.string()));
@@ -219,6 +339,7 @@ public:
 
 private:
     std::shared_ptr<HandlerTandrel::TandrelTabView> mPanel;
+    int mReadUpTo = 0;
 };
 
 int TopRows() {
@@ -239,14 +360,22 @@ int ProjectsPerDay(int projects) {
 // lists and stats its top folder in the same iterations for comparison.
 void MeasureFirstRows(benchmark::State& state, const fs::path& folder) {
     Panel panel;
+    PlainTree plain;
     Counters counters;
     double baselineSeconds = 0;
+    double plainSeconds = 0;
     double rowsSeconds = 0;
     for (auto _ : state) {
         panel.Close();
         const auto listStart = Clock::now();
         benchmark::DoNotOptimize(ListAndStatTopFolder(folder));
         baselineSeconds += std::chrono::duration<double>(Clock::now() - listStart).count();
+        const auto plainStart = Clock::now();
+        if (!plain.Show(folder)) {
+            state.SkipWithError("the plain tree was not drawn");
+            return;
+        }
+        plainSeconds += std::chrono::duration<double>(Clock::now() - plainStart).count();
         const IoSnapshot before;
         Clock::time_point rowsIn;
         const auto start = Clock::now();
@@ -261,6 +390,7 @@ void MeasureFirstRows(benchmark::State& state, const fs::path& folder) {
     counters.Report(state, TopRows());
     const double iterations = static_cast<double>(state.iterations());
     state.counters["list_stat_ms"] = baselineSeconds * 1000.0 / iterations;
+    state.counters["plain_tree_ms"] = plainSeconds * 1000.0 / iterations;
     state.counters["records_in_ms"] = rowsSeconds * 1000.0 / iterations;
     state.counters["open_call_ms"] = panel.openCallSeconds * 1000.0 / iterations;
 }
@@ -357,6 +487,34 @@ void BM_Resort(benchmark::State& state) {
     header.SetSortColumn(HandlerTandrel::Columns::kNameColumn);
 }
 
+// Opens every folder of the production in the panel and waits until all its rows are there.
+bool OpenEveryFolder(Panel& panel, const bench::GeneratedProduction& production, int size) {
+    for (int e = 1; e <= kEpisodes; ++e) {
+        const fs::path episode = production.root / ("Episode " + std::to_string(e));
+        if (!panel.Expand(episode, 7)) {
+            return false;
+        }
+        for (int d = 1; d <= 7; ++d) {
+            panel.Tree().OpenRow(panel.Row(episode / ("Day " + std::to_string(d))), true);
+        }
+    }
+    const std::size_t rows = static_cast<std::size_t>(size) + 7u * kEpisodes + kEpisodes;
+    if (!WaitUntil([&] { return panel.Tree().GetOpenedRows().size() == rows; })) {
+        return false;
+    }
+    host::WaitForDefaultExecutor(60'000);
+    QApplication::processEvents();
+    return true;
+}
+
+std::size_t ResidentBytes() {
+    std::ifstream statm("/proc/self/statm");
+    std::size_t pages = 0;
+    std::size_t resident = 0;
+    statm >> pages >> resident;
+    return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
 void BM_MemoryPerRow(benchmark::State& state) {
     const int size = static_cast<int>(state.range(0));
     const bench::GeneratedProduction& production = ProductionOf(size);
@@ -364,34 +522,91 @@ void BM_MemoryPerRow(benchmark::State& state) {
         Panel panel;
         ::malloc_trim(0);
         const std::size_t heapBefore = ::mallinfo2().uordblks;
-        if (!panel.Open(production.root, TopRows())) {
-            state.SkipWithError("the production's rows did not appear");
-            return;
-        }
-        for (int e = 1; e <= kEpisodes; ++e) {
-            const fs::path episode = production.root / ("Episode " + std::to_string(e));
-            if (!panel.Expand(episode, 7)) {
-                state.SkipWithError("an episode's rows did not appear");
-                return;
-            }
-            for (int d = 1; d <= 7; ++d) {
-                const fs::path dayFolder = episode / ("Day " + std::to_string(d));
-                const TreeRowPtr row = panel.Row(dayFolder);
-                panel.Tree().OpenRow(row, true);
-            }
-        }
-        const std::size_t rows = static_cast<std::size_t>(size) + 7u * kEpisodes + kEpisodes;
-        if (!WaitUntil([&] { return panel.Tree().GetOpenedRows().size() == rows; })) {
+        const std::size_t residentBefore = ResidentBytes();
+        if (!panel.Open(production.root, TopRows()) ||
+            !OpenEveryFolder(panel, production, size)) {
             state.SkipWithError("not every row appeared");
             return;
         }
-        host::WaitForDefaultExecutor(60'000);
-        QApplication::processEvents();
+        ::malloc_trim(0);
+        const double rows = static_cast<double>(panel.Tree().GetOpenedRows().size());
         const std::size_t heapAfter = ::mallinfo2().uordblks;
-        state.counters["rows"] = static_cast<double>(rows);
-        state.counters["bytes_per_row"] =
-            static_cast<double>(heapAfter - heapBefore) / static_cast<double>(rows);
+        const std::size_t residentAfter = ResidentBytes();
+        state.counters["rows"] = rows;
+        state.counters["bytes_per_row"] = static_cast<double>(heapAfter - heapBefore) / rows;
+        state.counters["resident_bytes_per_row"] =
+            static_cast<double>(residentAfter - residentBefore) / rows;
     }
+}
+
+// The display names of the tree's rows, folder by folder, each folder in its order now.
+std::vector<std::vector<host::WideString>> NamesByFolder(Panel& panel) {
+    std::vector<std::vector<host::WideString>> folders;
+    std::vector<TreeRowPtr> parents = {nullptr};
+    for (std::size_t next = 0; next < parents.size(); ++next) {
+        std::vector<host::WideString> names;
+        const TreeRowPtr parent = parents[next];
+        const int count = parent ? parent->GetChildCount() : panel.Tree().GetTopLevelRowCount();
+        for (int index = 0; index < count; ++index) {
+            const TreeRowPtr row =
+                parent ? parent->GetChild(index) : panel.Tree().GetTopLevelRow(index);
+            names.push_back(HandlerTandrel::DisplayNameOf(panel.View().GetRowPath(row)));
+            if (row->GetChildCount() > 0) {
+                parents.push_back(row);
+            }
+        }
+        folders.push_back(std::move(names));
+    }
+    return folders;
+}
+
+// Re-sorting by name with every folder open, timed from the call to the rows drawn, against
+// sorting the same names with the same comparison folder by folder in the same iterations.
+void BM_ResortAllOpen(benchmark::State& state) {
+    const int size = static_cast<int>(state.range(0));
+    const bench::GeneratedProduction& production = ProductionOf(size);
+    Panel panel;
+    panel.Close();
+    if (!panel.Open(production.root, TopRows()) || !OpenEveryFolder(panel, production, size)) {
+        state.SkipWithError("not every row appeared");
+        return;
+    }
+    auto& header = panel.View().GetHeaderRow();
+    double baselineSeconds = 0;
+    double longestStall = 0;
+    for (auto _ : state) {
+        header.SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
+        panel.Tree().Resort();
+        QApplication::processEvents();
+        // The names as the tree shows them now, folder by folder, for the baseline.
+        std::vector<std::vector<host::WideString>> shuffled = NamesByFolder(panel);
+        const auto baselineStart = Clock::now();
+        for (auto& names : shuffled) {
+            std::stable_sort(names.begin(), names.end(), HandlerTandrel::Columns::SortStringIsLess);
+        }
+        baselineSeconds += std::chrono::duration<double>(Clock::now() - baselineStart).count();
+        benchmark::DoNotOptimize(shuffled.data());
+        header.SetSortColumn(HandlerTandrel::Columns::kNameColumn);
+        const auto start = Clock::now();
+        if (!RunUntilDrawn(
+                *panel.Tree().GetImpl()->view,
+                [&] {
+                    const auto callStart = Clock::now();
+                    panel.Tree().Resort();
+                    longestStall = std::max(
+                        longestStall,
+                        std::chrono::duration<double>(Clock::now() - callStart).count());
+                },
+                [] { return true; })) {
+            state.SkipWithError("the tree was not drawn");
+            return;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+    }
+    const double iterations = static_cast<double>(state.iterations());
+    state.counters["rows"] = static_cast<double>(panel.Tree().GetOpenedRows().size());
+    state.counters["per_folder_sort_ms"] = baselineSeconds * 1000.0 / iterations;
+    state.counters["stall_ms"] = longestStall * 1000.0;
 }
 
 // Both production sizes, timed by the benchmark itself.
@@ -403,7 +618,12 @@ BENCHMARK(BM_FirstRows)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_FirstRowsOnShare)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
-BENCHMARK(BM_MemoryPerRow)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
+BENCHMARK(BM_MemoryPerRow)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 
 } // namespace
 

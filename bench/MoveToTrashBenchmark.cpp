@@ -1,7 +1,8 @@
 // Moving a folder of 1,000 locked projects to the production trash, against `mv` of the same
 // kind of folder on the same file system in the same run. The trash move includes the checks
 // the panel makes first, the folder watch being stopped and its 100 ms settle; on one file
-// system it must stay a rename (the counter same_inode is 1 when it did).
+// system it must stay a rename (the counter same_inode is 1 when it did). Batch names are
+// unique in the process, so the benchmark can be repeated (--benchmark_repetitions).
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -39,6 +40,12 @@ void MakeBatch(const fs::path& folder) {
     }
 }
 
+// A name no batch of this process had before, in this benchmark or a repetition of it.
+std::string NextBatchName() {
+    static int made = 0;
+    return "Batch " + std::to_string(made++);
+}
+
 ino_t InodeOf(const fs::path& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
@@ -46,11 +53,10 @@ ino_t InodeOf(const fs::path& path) {
 
 void BM_MoveFolderToTrash(benchmark::State& state) {
     const fs::path production = Root() / "Production";
-    int round = 0;
     bool renamed = true;
     for (auto _ : state) {
         state.PauseTiming();
-        const fs::path batch = production / ("Batch " + std::to_string(round++));
+        const fs::path batch = production / NextBatchName();
         MakeBatch(batch);
         const ino_t before = InodeOf(batch);
         const std::vector<host::WideString> items = {host::ToUTF16(batch.string())};
@@ -72,10 +78,9 @@ void BM_MvBaseline(benchmark::State& state) {
     const fs::path from = Root() / "Plain";
     const fs::path to = Root() / "Moved";
     fs::create_directories(to);
-    int round = 0;
     for (auto _ : state) {
         state.PauseTiming();
-        const fs::path batch = from / ("Batch " + std::to_string(round++));
+        const fs::path batch = from / NextBatchName();
         MakeBatch(batch);
         const std::string command = "mv '" + batch.string() + "' '" + to.string() + "/'";
         state.ResumeTiming();
