@@ -112,7 +112,8 @@ void BM_CopyFolder(benchmark::State& state) {
         ::sync();
         const auto start = Clock::now();
         host::Copy(host::ToUTF16(source.string()), host::ToUTF16(copy.string()));
-        const double copied = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        const double copied =
+            std::chrono::duration<double, std::milli>(Clock::now() - start).count();
         state.SetIterationTime(copied / 1000.0);
         rounds.Add("copy", copied);
         ::sync();

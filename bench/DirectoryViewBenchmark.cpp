@@ -168,13 +168,12 @@ public:
             }
             const fs::path path = folder / name;
             struct statx status {};
-            if (::statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &status) !=
-                0) {
+            if (::statx(AT_FDCWD, path.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) {
                 continue;
             }
             const bool isFolder = S_ISDIR(status.stx_mode);
-            const bool isProject = !isFolder && name.size() > 7 &&
-                                   name.compare(name.size() - 7, 7, ".mvproj") == 0;
+            const bool isProject =
+                !isFolder && name.size() > 7 && name.compare(name.size() - 7, 7, ".mvproj") == 0;
             if (!isFolder && !isProject) {
                 continue;
             }
@@ -523,8 +522,7 @@ void BM_MemoryPerRow(benchmark::State& state) {
         ::malloc_trim(0);
         const std::size_t heapBefore = ::mallinfo2().uordblks;
         const std::size_t residentBefore = ResidentBytes();
-        if (!panel.Open(production.root, TopRows()) ||
-            !OpenEveryFolder(panel, production, size)) {
+        if (!panel.Open(production.root, TopRows()) || !OpenEveryFolder(panel, production, size)) {
             state.SkipWithError("not every row appeared");
             return;
         }
@@ -593,9 +591,9 @@ void BM_ResortAllOpen(benchmark::State& state) {
                 [&] {
                     const auto callStart = Clock::now();
                     panel.Tree().Resort();
-                    longestStall = std::max(
-                        longestStall,
-                        std::chrono::duration<double>(Clock::now() - callStart).count());
+                    longestStall =
+                        std::max(longestStall,
+                                 std::chrono::duration<double>(Clock::now() - callStart).count());
                 },
                 [] { return true; })) {
             state.SkipWithError("the tree was not drawn");
@@ -619,11 +617,7 @@ BENCHMARK(BM_FirstRowsOnShare)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
-BENCHMARK(BM_MemoryPerRow)
-    ->Arg(10'000)
-    ->Arg(100'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Iterations(1);
+BENCHMARK(BM_MemoryPerRow)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 } // namespace
 

@@ -1,11 +1,16 @@
 // Copying files, links and folder trees to new paths, never over anything, with progress.
 #include "Marvane/fileservices/FileCopy.h"
 
+#include "Marvane/fileservices/IoCounters.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <unistd.h>
 
 namespace host {
@@ -14,14 +19,155 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
+// The kernel copies in pieces of this size between two reports of progress.
+constexpr std::size_t kKernelPieceBytes = std::size_t{8} << 20;
+constexpr std::uint64_t kHashPrime = 0x100000001b3ull;
+
 std::string Reason(const fs::path& path, int errorNumber) {
     return path.string() + ": " + std::strerror(errorNumber);
+}
+
+// Local disks keep in order what one sync of the file system writes out, so a copy there is
+// made lasting at the end in one step; network and user-space file systems get a sync of each
+// file, which is what they pass on to their server.
+bool SyncsWholeFileSystem(const fs::path& folder) {
+    struct statfs info {};
+    if (::statfs(folder.c_str(), &info) != 0) {
+        return false;
+    }
+    switch (static_cast<unsigned long>(info.f_type) & 0xFFFFFFFFul) {
+    case 0xEF53ul:     // ext2, ext3, ext4
+    case 0x58465342ul: // XFS
+    case 0x9123683Eul: // Btrfs
+    case 0xF2F52010ul: // F2FS
+    case 0x01021994ul: // tmpfs
+    case 0x794C7630ul: // overlay (its upper file system is synced)
+        return true;
+    default:
+        return false;
+    }
+}
+
+// How one copy goes about its files.
+struct CopyContext {
+    const CopyProgress& progress;
+    CopyDigests* digests;
+    bool syncEachFile;
+    bool mayClone = true;        // until the file system says it cannot share blocks
+    bool mayCopyInKernel = true; // until the kernel says it cannot copy between these files
+    std::vector<char> buffer;    // made on first use
+};
+
+bool Report(const CopyContext& context, std::uint64_t bytes) {
+    return !context.progress || context.progress(bytes, false);
+}
+
+// The fast ways, within one file system: the file's blocks shared, or copied by the kernel
+// without passing through here. False when neither applies, with nothing written (the caller
+// copies through a buffer); true with ok telling whether the copy succeeded.
+bool CopyInKernel(int in, int out, std::uint64_t size, CopyContext& context, bool& ok,
+                  bool& cancelled, int& error) {
+    if (context.mayClone && size > 0) {
+        if (::ioctl(out, FICLONE, in) == 0) {
+            ok = Report(context, size);
+            cancelled = !ok;
+            return true;
+        }
+        context.mayClone = false;
+    }
+    if (!context.mayCopyInKernel) {
+        return false;
+    }
+    std::uint64_t copied = 0;
+    for (;;) {
+        const ssize_t count = ::copy_file_range(in, nullptr, out, nullptr, kKernelPieceBytes, 0);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0 && copied == 0 &&
+            (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP ||
+             errno == EBADF || errno == EPERM)) {
+            context.mayCopyInKernel = false;
+            return false;
+        }
+        if (count < 0) {
+            ok = false;
+            error = errno;
+            return true;
+        }
+        if (count == 0) {
+            break;
+        }
+        copied += static_cast<std::uint64_t>(count);
+        if (!Report(context, static_cast<std::uint64_t>(count))) {
+            ok = false;
+            cancelled = true;
+            return true;
+        }
+    }
+    if (copied == 0 && size > 0) {
+        // Some file systems answer "nothing more" at once: copy through a buffer instead.
+        context.mayCopyInKernel = false;
+        return false;
+    }
+    ok = true;
+    return true;
+}
+
+// Through a buffer: every byte passes here, and is hashed when a digest is wanted.
+bool CopyThroughBuffer(int in, int out, CopyContext& context, FileDigest* digest, bool& cancelled,
+                       int& error) {
+    if (context.buffer.empty()) {
+        context.buffer.resize(kBufferBytes);
+    }
+    ContentHash hash;
+    std::uint64_t total = 0;
+    for (;;) {
+        const ssize_t count = ::read(in, context.buffer.data(), context.buffer.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            error = errno;
+            return false;
+        }
+        if (count == 0) {
+            break;
+        }
+        std::size_t written = 0;
+        while (written < static_cast<std::size_t>(count)) {
+            const ssize_t result = ::write(out, context.buffer.data() + written,
+                                           static_cast<std::size_t>(count) - written);
+            if (result < 0 && errno == EINTR) {
+                continue;
+            }
+            if (result <= 0) {
+                error = result == 0 ? EIO : errno;
+                return false;
+            }
+            written += static_cast<std::size_t>(result);
+        }
+        if (digest != nullptr) {
+            hash.Add(context.buffer.data(), static_cast<std::size_t>(count));
+        }
+        total += static_cast<std::uint64_t>(count);
+        if (!Report(context, static_cast<std::uint64_t>(count))) {
+            cancelled = true;
+            return false;
+        }
+    }
+    if (digest != nullptr) {
+        digest->size = total;
+        digest->hash = hash.Value();
+    }
+    return true;
 }
 
 // Copies one regular file to a new path (never over an existing one), with its permissions
 // and modification time; throws FileException.
 void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat& status,
-                     const CopyProgress& progress) {
+                     CopyContext& context) {
     // Never blocks on a pipe that took the file's place since it was looked at.
     const int in = ::open(from.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (in < 0) {
@@ -39,43 +185,30 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
         ::close(in);
         throw FileException("Cannot create " + Reason(to, error), error);
     }
-    char buffer[1 << 16];
     bool ok = true;
     bool cancelled = false;
     int error = 0;
-    while (ok) {
-        const ssize_t count = ::read(in, buffer, sizeof(buffer));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            ok = count == 0;
-            error = errno;
-            break;
-        }
-        std::size_t written = 0;
-        while (written < static_cast<std::size_t>(count)) {
-            const ssize_t result =
-                ::write(out, buffer + written, static_cast<std::size_t>(count) - written);
-            if (result < 0 && errno == EINTR) {
-                continue;
-            }
-            if (result <= 0) {
-                ok = false;
-                error = result == 0 ? EIO : errno;
-                break;
-            }
-            written += static_cast<std::size_t>(result);
-        }
-        if (ok && progress && !progress(static_cast<std::uint64_t>(count), false)) {
-            ok = false;
-            cancelled = true;
-            break;
-        }
+    FileDigest digest;
+    digest.sourceInode = static_cast<std::uint64_t>(opened.st_ino);
+    digest.sourceModifiedNs =
+        static_cast<std::int64_t>(opened.st_mtim.tv_sec) * 1'000'000'000 + opened.st_mtim.tv_nsec;
+    digest.sourceSize = static_cast<std::int64_t>(opened.st_size);
+    if (context.digests != nullptr ||
+        !CopyInKernel(in, out, static_cast<std::uint64_t>(opened.st_size), context, ok, cancelled,
+                      error)) {
+        ok = CopyThroughBuffer(in, out, context, context.digests != nullptr ? &digest : nullptr,
+                               cancelled, error);
     }
-    if (ok && (::fchmod(out, status.st_mode & 07777) != 0 || ::fsync(out) != 0)) {
+    if (ok && ::fchmod(out, status.st_mode & 07777) != 0) {
         ok = false;
         error = errno;
+    }
+    if (ok && context.syncEachFile) {
+        CountFileSync();
+        if (::fsync(out) != 0) {
+            ok = false;
+            error = errno;
+        }
     }
     if (ok) {
         const timespec times[2] = {status.st_atim, status.st_mtim};
@@ -90,18 +223,17 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
         }
         throw FileException("Cannot copy to " + Reason(to, error), error);
     }
-    if (progress && !progress(0, true)) {
+    if (context.digests != nullptr) {
+        (*context.digests)[to.string()] = digest;
+    }
+    if (context.progress && !context.progress(0, true)) {
         ::unlink(to.c_str());
         throw CopyCancelled("The copy to " + to.string() + " was cancelled");
     }
 }
 
-} // namespace
-
-// Copies a file, link or folder tree to a new path; records what it made, so that a failure
-// can take it away again.
-void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
-              const CopyProgress& progress) {
+void CopyTreeIn(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
+                CopyContext& context) {
     struct stat status {};
     if (::lstat(from.c_str(), &status) != 0) {
         throw FileException("Cannot read " + Reason(from, errno), errno);
@@ -122,19 +254,148 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
         std::error_code error;
         for (fs::directory_iterator it(from, error), end; !error && it != end;
              it.increment(error)) {
-            CopyTree(it->path(), to / it->path().filename(), made, progress);
+            CopyTreeIn(it->path(), to / it->path().filename(), made, context);
         }
         if (error) {
             throw FileException("Cannot list " + Reason(from, error.value()), error.value());
         }
         ::chmod(to.c_str(), status.st_mode & 07777);
     } else if (S_ISREG(status.st_mode)) {
-        CopyRegularFile(from, to, status, progress);
+        CopyRegularFile(from, to, status, context);
         made.push_back(to);
     } else {
         throw FileException("Cannot copy " + from.string() + ": not a file, folder or link",
                             EINVAL);
     }
+}
+
+} // namespace
+
+void ContentHash::Add(const char* bytes, std::size_t count) {
+    std::size_t at = 0;
+    // Whole 8-byte words at a time (FNV-1a over words), the rest kept for the next piece, so
+    // that the value does not depend on how the bytes were cut into pieces.
+    while (at < count) {
+        mPending |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]))
+                    << (8 * mPendingCount);
+        ++at;
+        if (++mPendingCount == 8) {
+            mHash = (mHash ^ mPending) * kHashPrime;
+            mPending = 0;
+            mPendingCount = 0;
+            while (count - at >= 8) {
+                std::uint64_t word = 0;
+                for (unsigned byte = 0; byte < 8; ++byte) {
+                    word |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at + byte]))
+                            << (8 * byte);
+                }
+                mHash = (mHash ^ word) * kHashPrime;
+                at += 8;
+            }
+        }
+    }
+}
+
+std::uint64_t ContentHash::Value() const {
+    // The bytes of an unfinished word, and how many there were.
+    return ((mHash ^ mPending) * kHashPrime) ^ mPendingCount;
+}
+
+bool DigestOfFile(const fs::path& path, FileDigest& digest) {
+    const int in = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (in < 0) {
+        return false;
+    }
+    struct stat status {};
+    if (::fstat(in, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(in);
+        return false;
+    }
+    std::vector<char> buffer(kBufferBytes);
+    ContentHash hash;
+    std::uint64_t total = 0;
+    bool ok = true;
+    for (;;) {
+        const ssize_t count = ::read(in, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            ok = count == 0;
+            break;
+        }
+        hash.Add(buffer.data(), static_cast<std::size_t>(count));
+        total += static_cast<std::uint64_t>(count);
+    }
+    ::close(in);
+    digest.size = total;
+    digest.hash = hash.Value();
+    return ok;
+}
+
+void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
+              const CopyProgress& progress, CopyDigests* digests) {
+    CopyContext context{progress, digests, !SyncsWholeFileSystem(to.parent_path())};
+    CopyTreeIn(from, to, made, context);
+    if (context.syncEachFile) {
+        return;
+    }
+    // One sync of the file system writes every file of the copy (and its folders) to disk.
+    CountFileSystemSync();
+    const int folder = ::open(to.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0 || ::syncfs(folder) != 0) {
+        const int error = errno;
+        if (folder >= 0) {
+            ::close(folder);
+        }
+        throw FileException("Cannot write the copy " + Reason(to, error), error);
+    }
+    ::close(folder);
+}
+
+bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
+                          const CopyDigests& digests) {
+    struct stat a {};
+    struct stat b {};
+    if (::lstat(from.c_str(), &a) != 0 || ::lstat(to.c_str(), &b) != 0 ||
+        (a.st_mode & S_IFMT) != (b.st_mode & S_IFMT)) {
+        return false;
+    }
+    if (S_ISREG(a.st_mode)) {
+        const auto digest = digests.find(to.string());
+        if (digest == digests.end()) {
+            return false;
+        }
+        const FileDigest& seen = digest->second;
+        const std::int64_t modifiedNs =
+            static_cast<std::int64_t>(a.st_mtim.tv_sec) * 1'000'000'000 + a.st_mtim.tv_nsec;
+        if (seen.sourceInode != static_cast<std::uint64_t>(a.st_ino) ||
+            seen.sourceModifiedNs != modifiedNs || seen.sourceSize != a.st_size ||
+            static_cast<std::uint64_t>(b.st_size) != seen.size ||
+            static_cast<std::uint64_t>(a.st_size) != seen.size) {
+            return false;
+        }
+        const bool project = rules.isProject && rules.isProject(from.string());
+        const bool content = rules.isProject && rules.contentFile &&
+                             rules.isProject(from.parent_path().string()) &&
+                             rules.contentFile(from.parent_path()) == from;
+        if (!project && !content) {
+            return true;
+        }
+        FileDigest reread;
+        return DigestOfFile(to, reread) && reread.size == seen.size && reread.hash == seen.hash;
+    }
+    if (S_ISDIR(a.st_mode)) {
+        std::error_code error;
+        for (fs::directory_iterator it(from, error), end; !error && it != end;
+             it.increment(error)) {
+            if (!CopyHoldsWhatWasRead(it->path(), to / it->path().filename(), rules, digests)) {
+                return false;
+            }
+        }
+        return !error;
+    }
+    return true;
 }
 
 void RemoveMade(std::vector<fs::path>& made) {

@@ -1,11 +1,14 @@
 #pragma once
 // Host-internal copying of files and folder trees, shared by the file services and by adding
 // projects to a production.
+#include "Marvane/fileservices/ProjectItemRules.h"
 #include "host/FileServices.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace host {
@@ -20,11 +23,51 @@ public:
     using FileException::FileException;
 };
 
+// What a copy saw of a file as it read it: the number and hash (ContentHash) of its bytes, and
+// the original's identity then (inode, modification time, size), so that the copy can be
+// checked by reading the copy alone and a look at the original.
+struct FileDigest {
+    std::uint64_t size = 0;
+    std::uint64_t hash = 0;
+    std::uint64_t sourceInode = 0;
+    std::int64_t sourceModifiedNs = 0;
+    std::int64_t sourceSize = 0;
+};
+// Digests by the copy's path.
+using CopyDigests = std::unordered_map<std::string, FileDigest>;
+
+// The hash a digest holds, of bytes given in any pieces.
+class ContentHash {
+public:
+    void Add(const char* bytes, std::size_t count);
+    std::uint64_t Value() const;
+
+private:
+    std::uint64_t mHash = 0xcbf29ce484222325ull;
+    std::uint64_t mPending = 0; // bytes not yet making a whole word, lowest first
+    unsigned mPendingCount = 0;
+};
+
+// The digest of a file's bytes as they are on disk now; false when it cannot be read.
+bool DigestOfFile(const std::filesystem::path& path, FileDigest& digest);
+
 // Copies a file, link or folder tree to a path where nothing is yet, recording everything it
 // made so that a failure can take it away again (RemoveMade). Links are copied as links.
-// Throws FileException, or CopyCancelled.
+// The copy is on disk for good when this returns: on local file systems through one sync of
+// the file system at the end, elsewhere (network shares) through a sync of each file. Within
+// a file system the data is cloned or copied by the kernel where it can be; with digests
+// given, every file's bytes pass through here and their digest is kept (for a check of a copy
+// to another file system). Throws FileException, or CopyCancelled.
 void CopyTree(const std::filesystem::path& from, const std::filesystem::path& to,
-              std::vector<std::filesystem::path>& made, const CopyProgress& progress = {});
+              std::vector<std::filesystem::path>& made, const CopyProgress& progress = {},
+              CopyDigests* digests = nullptr);
+// Whether a copy made with digests (to) holds what it read of from: every original is still the
+// very file that was read (inode, modification time and size), every copied file has the size
+// read, and projects (and a folder project's content file), whose bytes matter most, read back
+// to the hash taken while copying. Only the copy is read again; anything added to the original
+// since, or missing from the copy, fails.
+bool CopyHoldsWhatWasRead(const std::filesystem::path& from, const std::filesystem::path& to,
+                          const ProjectItemRules& rules, const CopyDigests& digests);
 // Removes what a copy made, deepest first.
 void RemoveMade(std::vector<std::filesystem::path>& made);
 

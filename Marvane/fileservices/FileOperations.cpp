@@ -28,50 +28,18 @@ fs::path Native(const WideString& path) {
     return fs::path(ToUTF8(path));
 }
 
-bool SameBytes(const fs::path& a, const fs::path& b) {
-    std::string first;
-    std::string second;
-    return ReadWholeFile(ToUTF16(a.string()), first) &&
-           ReadWholeFile(ToUTF16(b.string()), second) && first == second;
-}
-
 InstalledSource<ProjectItemRules>& Rules() {
     static InstalledSource<ProjectItemRules> rules;
     return rules;
 }
 
-// Every file of the copy has its original's size, and the content of projects the same bytes.
-bool CopyMatches(const fs::path& from, const fs::path& to, const ProjectItemRules& rules) {
-    struct stat a {};
-    struct stat b {};
-    if (::lstat(from.c_str(), &a) != 0 || ::lstat(to.c_str(), &b) != 0 ||
-        (a.st_mode & S_IFMT) != (b.st_mode & S_IFMT)) {
-        return false;
+// Makes a name just given in a folder lasting (the folder's own entry is synced).
+void SyncFolder(const fs::path& folder) {
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        ::fsync(descriptor);
+        ::close(descriptor);
     }
-    const bool project = rules.isProject && rules.isProject(from.string());
-    if (S_ISREG(a.st_mode)) {
-        if (a.st_size != b.st_size) {
-            return false;
-        }
-        return !project || SameBytes(from, to);
-    }
-    if (S_ISDIR(a.st_mode)) {
-        std::error_code error;
-        for (fs::directory_iterator it(from, error), end; !error && it != end;
-             it.increment(error)) {
-            if (!CopyMatches(it->path(), to / it->path().filename(), rules)) {
-                return false;
-            }
-        }
-        if (error) {
-            return false;
-        }
-        // Folder projects: their content file is compared byte for byte.
-        if (project && rules.contentFile) {
-            return SameBytes(rules.contentFile(from), rules.contentFile(to));
-        }
-    }
-    return true;
 }
 
 // After a project moved, what belongs to its old place follows (its lock there goes).
@@ -107,13 +75,14 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
     const fs::path copy = PrivateName(to.parent_path(), "copy");
     const MoveJournalEntry record(copy, aside, from, to);
     std::vector<fs::path> made;
+    CopyDigests digests;
     try {
-        CopyTree(from, copy, made);
+        CopyTree(from, copy, made, {}, verify ? &digests : nullptr);
     } catch (...) {
         RemoveMade(made);
         throw;
     }
-    if (verify && !CopyMatches(from, copy, Rules().Get())) {
+    if (verify && !CopyHoldsWhatWasRead(from, copy, Rules().Get(), digests)) {
         RemoveMade(made);
         throw FileException("The copy of " + from.string() + " does not match it", EIO);
     }
@@ -122,6 +91,8 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
         throw FileException(
             "Cannot put the copy in place at " + to.string() + ": " + std::strerror(error), error);
     }
+    // In place for good before anything happens to the original.
+    SyncFolder(to.parent_path());
 }
 
 // Across file systems: a verified copy is put in place, then the original is taken aside

@@ -8,6 +8,8 @@ namespace {
 
 std::atomic<std::uint64_t> gFileInfoStats{0};
 std::atomic<std::uint64_t> gListingStats{0};
+std::atomic<std::uint64_t> gFileSyncs{0};
+std::atomic<std::uint64_t> gFileSystemSyncs{0};
 
 } // namespace
 
@@ -25,6 +27,22 @@ void CountListingStat() {
 
 std::uint64_t ListingStatCount() {
     return gListingStats.load(std::memory_order_relaxed);
+}
+
+void CountFileSync() {
+    gFileSyncs.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t FileSyncCount() {
+    return gFileSyncs.load(std::memory_order_relaxed);
+}
+
+void CountFileSystemSync() {
+    gFileSystemSyncs.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t FileSystemSyncCount() {
+    return gFileSystemSyncs.load(std::memory_order_relaxed);
 }
 
 } // namespace host

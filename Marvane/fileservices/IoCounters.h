@@ -13,4 +13,12 @@ std::uint64_t FileInfoStatCount();
 void CountListingStat();
 std::uint64_t ListingStatCount();
 
+// A copied file was synced to disk on its own (fsync).
+void CountFileSync();
+std::uint64_t FileSyncCount();
+
+// A whole file system was synced to disk (syncfs), as a copy on a local disk ends.
+void CountFileSystemSync();
+std::uint64_t FileSystemSyncCount();
+
 } // namespace host

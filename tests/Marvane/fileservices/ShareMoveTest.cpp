@@ -4,6 +4,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "host/FileServices.h"
 
@@ -66,6 +67,20 @@ TEST_F(ShareMoveTest, TheShareCannotRenameWithoutReplacingSoMovesLinkThenUnlink)
     EXPECT_EQ(host::RenameNoReplace(mount / "Take 1.mov", mount / "Take 3.mov"), 0);
     EXPECT_FALSE(fs::exists(exported / "Take 1.mov"));
     EXPECT_EQ(testsupport::ReadBytes(exported / "Take 3.mov"), "take one");
+}
+
+TEST_F(ShareMoveTest, ACopyOnTheShareSyncsEachFileAndArrivesWhole) {
+    fs::create_directories(mount / "Edit" / "Reels");
+    std::ofstream(mount / "Edit" / "Scene 12.mvproj") << R"({"formatVersion":1})";
+    std::ofstream(mount / "Edit" / "Reels" / "Reel 1.mvproj") << std::string(100'000, 'r');
+    const testsupport::Inventory inventory = testsupport::TakeInventory(exported / "Edit");
+    const auto files = host::FileSyncCount();
+    const auto systems = host::FileSystemSyncCount();
+    host::Copy(W(mount / "Edit"), W(mount / "Edit copy"));
+    // The server is told of each file: one sync of this machine's file systems would not.
+    EXPECT_EQ(host::FileSyncCount() - files, 2u);
+    EXPECT_EQ(host::FileSystemSyncCount() - systems, 0u);
+    EXPECT_EQ(testsupport::TakeInventory(exported / "Edit copy"), inventory);
 }
 
 TEST_F(ShareMoveTest, AFolderIsNeverMovedOverAFolderThatHoldsAnything) {
