@@ -314,7 +314,7 @@ public:
             if (row->CanHaveChildren()) {
                 continue; // a folder: no record
             }
-            if (View().GetRowMetadata(row) == nullptr || View().IsRowMetadataStale(row)) {
+            if (!View().GetRowMetadata(row) || View().IsRowMetadataStale(row)) {
                 return false;
             }
         }

@@ -4,11 +4,18 @@
 // folder is open). A row under a closed folder reads only what the sort needs and is marked
 // stale, so that opening its folder reads it again; a production therefore opens with one
 // lock-file read per project at its top level.
+//
+// A production may show a hundred thousand rows, so records are kept small: numbers and flags,
+// and the lock holder's name once for all the projects it holds. The path and display name,
+// which the row's path gives, are not kept; a record is made whole when it is asked for.
 #include "columns/FileMetadata.h"
 #include "host/MultiColumnTree.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <unordered_map>
+#include <vector>
 
 namespace HandlerTandrel {
 
@@ -21,8 +28,14 @@ public:
         kRead,        // read in full: redraw the row, which may sort elsewhere now
     };
 
-    // The record of a project row; null for other rows and rows not seen yet.
-    const Columns::FileMetadata* Find(const host::UI_TreeRow* row) const;
+    // The record of a project row at path; empty for other rows and rows not seen yet.
+    std::optional<Columns::FileMetadata> Find(const host::UI_TreeRow* row,
+                                              const host::WideString& path) const;
+    // Whether the row has a record (read, or only marked stale).
+    bool Has(const host::UI_TreeRow* row) const;
+    // The two lock flags of a row's record, false for rows without one.
+    bool HasLockFile(const host::UI_TreeRow* row) const;
+    bool IsLockOwnedByCurrentUser(const host::UI_TreeRow* row) const;
     bool IsStale(const host::UI_TreeRow* row) const;
     void Forget(const host::UI_TreeRow* row);
     void Clear();
@@ -40,14 +53,33 @@ public:
     // other columns.
     host::WideString SortKey(const host::UI_TreeRow* row, const host::WideString& path,
                              Columns::ColumnID column);
+    // The key in the Name column, from the row's name (the last part of its path) alone.
+    host::WideString NameKey(const host::UI_TreeRow* row, const host::WideString& name);
 
 private:
-    struct RowRecord {
-        Columns::FileMetadata record;
-        bool stale = false;
+    // A record as kept: FileMetadata without its strings.
+    struct Compact {
+        std::int64_t modifiedTime = 0;
+        std::int64_t createdTime = 0;
+        std::uint64_t size = 0;
+        std::uint32_t lockOwner = 0; // in mOwners; 0 is nobody
+        std::uint8_t flags = 0;
     };
+    static constexpr std::uint8_t kNameRead = 1;
+    static constexpr std::uint8_t kHasLockFile = 2;
+    static constexpr std::uint8_t kOwnedByCurrentUser = 4;
+    static constexpr std::uint8_t kHasModifiedTime = 8;
+    static constexpr std::uint8_t kHasCreatedTime = 16;
+    static constexpr std::uint8_t kHasSize = 32;
+    static constexpr std::uint8_t kStale = 64;
 
-    std::unordered_map<const host::UI_TreeRow*, RowRecord> mRecords;
+    Columns::FileMetadata Unpack(const Compact& compact, const host::WideString& path) const;
+    Compact Pack(const Columns::FileMetadata& record, std::uint8_t keep);
+    std::uint32_t OwnerIndex(const host::WideString& owner);
+
+    std::unordered_map<const host::UI_TreeRow*, Compact> mRecords;
+    std::vector<host::WideString> mOwners{host::WideString()};
+    std::unordered_map<host::WideString, std::uint32_t> mOwnerIndexes;
 };
 
 } // namespace HandlerTandrel

@@ -169,15 +169,18 @@ void TandrelDirectoryView::OnDirectoryChanged(const host::ByteString& directoryP
 
 host::WideString TandrelDirectoryView::SortKey(const host::TreeRowPtr& row,
                                                Columns::ColumnID column) {
+    if (column == Columns::kNameColumn) {
+        return mRecords.NameKey(row.get(), row->GetName()); // no path to make
+    }
     return mRecords.SortKey(row.get(), GetRowPath(row), column);
 }
 
 host::WideString TandrelDirectoryView::CellText(const host::TreeRowPtr& row,
                                                 Columns::ColumnID column) {
-    if (const Columns::FileMetadata* record = mRecords.Find(row.get())) {
-        return record->GetDisplayString(column);
+    if (!mRecords.Has(row.get())) {
+        return column == Columns::kNameColumn ? DisplayNameOf(row->GetName()) : host::WideString();
     }
-    return column == Columns::kNameColumn ? DisplayNameOf(GetRowPath(row)) : host::WideString();
+    return mRecords.Find(row.get(), GetRowPath(row))->GetDisplayString(column);
 }
 
 std::unique_ptr<host::UI_SubView> TandrelDirectoryView::CellView(const host::TreeRowPtr& row,
@@ -185,11 +188,10 @@ std::unique_ptr<host::UI_SubView> TandrelDirectoryView::CellView(const host::Tre
     if (column != Columns::kNameColumn) {
         return nullptr;
     }
-    const Columns::FileMetadata* record = mRecords.Find(row.get());
-    const bool owned = record != nullptr && record->lockOwnedByCurrentUser;
-    const bool locked = record != nullptr && record->hasLockFile;
+    const bool owned = mRecords.IsLockOwnedByCurrentUser(row.get());
+    const bool locked = mRecords.HasLockFile(row.get());
     const host::WideString path = GetRowPath(row);
-    const bool unreadable = record == nullptr && !GetReadFailure(path).empty();
+    const bool unreadable = !mRecords.Has(row.get()) && !GetReadFailure(path).empty();
     return std::make_unique<Columns::NameCellView>(path, owned, locked, unreadable);
 }
 
@@ -325,7 +327,7 @@ int TandrelDirectoryView::GetItemCount() const {
 
 void TandrelDirectoryView::RefreshOpenedRows() {
     for (const host::TreeRowPtr& row : GetTree().GetOpenedRows()) {
-        if (mRecords.Find(row.get()) != nullptr || mRecords.IsStale(row.get())) {
+        if (mRecords.Has(row.get())) {
             mRefresher.RefreshRow(row, false, true);
         }
     }

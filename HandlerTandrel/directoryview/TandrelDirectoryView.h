@@ -92,8 +92,8 @@ public:
     const std::set<host::WideString>& GetPendingPaths() const { return mDeferral.GetPending(); }
 
     // The record of a project row; null for other rows.
-    const Columns::FileMetadata* GetRowMetadata(const host::TreeRowPtr& row) const {
-        return mRecords.Find(row.get());
+    std::optional<Columns::FileMetadata> GetRowMetadata(const host::TreeRowPtr& row) const {
+        return mRecords.Find(row.get(), GetRowPath(row));
     }
     bool IsRowMetadataStale(const host::TreeRowPtr& row) const {
         return mRecords.IsStale(row.get());

@@ -71,8 +71,12 @@ public:
     // Whether an entry's row can be opened; by default every directory's can.
     virtual bool RowCanHaveChildren(const DirectoryEntry& entry) const;
 
+    // A row's path is made when asked, from the root and the names of the row and the rows
+    // above it; empty for a row that is not in the tree (never inserted, or removed).
     WideString GetRowPath(const TreeRowPtr& row) const;
     TreeRowPtr GetRowForPath(const WideString& path) const;
+    // Names the row after the last part of path and finds it by that path from now on; the row
+    // goes into the folder that holds path (the root's rows into the top level).
     void AddRowToMaps(const TreeRowPtr& row, const WideString& path);
     virtual void RemoveRowFromMaps(const TreeRowPtr& row);
     std::vector<WideString> GetSelectedPaths() const;
@@ -97,8 +101,9 @@ private:
 
     std::unique_ptr<UI_MultiColumnTree> mTree;
     WideString mRootPath;
-    std::unordered_map<const UI_TreeRow*, WideString> mPathOfRow;
-    std::unordered_map<WideString, std::weak_ptr<UI_TreeRow>> mRowOfPath;
+    // Rows by the hash of their path: a path is kept once, in the rows' names, and a hash
+    // that two paths share is told apart by making the candidates' paths.
+    std::unordered_multimap<std::size_t, std::weak_ptr<UI_TreeRow>> mRowsByPathHash;
     std::set<WideString> mWatchedFolders;
     std::unordered_map<WideString, WideString> mReadFailures; // folder path: the reason
     std::uint64_t mReads = 0;

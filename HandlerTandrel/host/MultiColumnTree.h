@@ -34,6 +34,10 @@ public:
     int GetChildCount() const;
     std::shared_ptr<UI_TreeRow> GetChild(int index) const;
     bool CanHaveChildren() const;
+    // The owner's name for the row; a directory view keeps the entry's file name here, so a
+    // row's path is its parent's path and its name. Empty until set.
+    const WideString& GetName() const;
+    void SetName(WideString name);
     TreeRowNode& Node() const { return *mNode; }
 
 private:
@@ -91,6 +95,8 @@ public:
     void RemoveRow(const TreeRowPtr& row);
     void RemoveChildren(const TreeRowPtr& parent);
     void RemoveAllRows();
+    // Whether the row is in this tree now (inserted, and not removed since).
+    bool HoldsRow(const UI_TreeRow* row) const;
     int GetTopLevelRowCount() const;
     TreeRowPtr GetTopLevelRow(int index) const;
     // A folder row without children still shows that it can be opened (and shows nothing).

@@ -34,24 +34,22 @@ TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> results
         return mRecords.SortKey(row.get(), GetRowPath(row), column);
     });
     mTree.SetCellTextCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
-        mRecords.Update(row.get(), GetRowPath(row), true, true, mHeaderRow->GetSortColumn());
-        const Columns::FileMetadata* record = mRecords.Find(row.get());
-        if (record != nullptr) {
+        const host::WideString path = GetRowPath(row);
+        mRecords.Update(row.get(), path, true, true, mHeaderRow->GetSortColumn());
+        if (const auto record = mRecords.Find(row.get(), path)) {
             return record->GetDisplayString(column);
         }
-        return column == Columns::kNameColumn ? DisplayNameOf(GetRowPath(row)) : host::WideString();
+        return column == Columns::kNameColumn ? DisplayNameOf(path) : host::WideString();
     });
-    mTree.SetCellViewCallback(
-        [this](const host::TreeRowPtr& row,
-               Columns::ColumnID column) -> std::unique_ptr<host::UI_SubView> {
-            if (column != Columns::kNameColumn) {
-                return nullptr;
-            }
-            const Columns::FileMetadata* record = mRecords.Find(row.get());
-            return std::make_unique<Columns::NameCellView>(
-                GetRowPath(row), record != nullptr && record->lockOwnedByCurrentUser,
-                record != nullptr && record->hasLockFile);
-        });
+    mTree.SetCellViewCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column)
+                                  -> std::unique_ptr<host::UI_SubView> {
+        if (column != Columns::kNameColumn) {
+            return nullptr;
+        }
+        return std::make_unique<Columns::NameCellView>(GetRowPath(row),
+                                                       mRecords.IsLockOwnedByCurrentUser(row.get()),
+                                                       mRecords.HasLockFile(row.get()));
+    });
     mTree.SetDoubleClickCallback([this](const host::TreeRowPtr& row, host::UI_Point,
                                         std::uint32_t modifiers,
                                         std::uint32_t) { RowDoubleClicked(row, modifiers); });

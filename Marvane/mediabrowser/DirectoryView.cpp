@@ -124,8 +124,7 @@ void MediaBrowserDirectoryView::StartListening() {
 
 void MediaBrowserDirectoryView::SetRootPath(const WideString& path) {
     StopWatchingFolders();
-    mPathOfRow.clear();
-    mRowOfPath.clear();
+    mRowsByPathHash.clear();
     mReadFailures.clear();
     mRootPath = path.empty() ? WideString() : ToNormalizedPath(path);
 }
@@ -252,31 +251,78 @@ WideString MediaBrowserDirectoryView::GetReadFailure(const WideString& folder) c
 }
 
 WideString MediaBrowserDirectoryView::GetRowPath(const TreeRowPtr& row) const {
-    const auto found = mPathOfRow.find(row.get());
-    return found == mPathOfRow.end() ? WideString() : found->second;
+    if (!mTree->HoldsRow(row.get())) {
+        return {};
+    }
+    // The names from the row up to the top, then written out from the top down.
+    const UI_TreeRow* chain[64];
+    std::vector<const UI_TreeRow*> deeper;
+    std::size_t depth = 0;
+    std::size_t length = mRootPath.size();
+    for (const UI_TreeRow* at = row.get(); at != nullptr; at = at->GetParent()) {
+        if (depth < std::size(chain)) {
+            chain[depth] = at;
+        } else {
+            deeper.push_back(at);
+        }
+        ++depth;
+        length += 1 + at->GetName().size();
+    }
+    WideString path;
+    path.reserve(length);
+    path = mRootPath;
+    for (std::size_t level = depth; level-- > 0;) {
+        const UI_TreeRow* at =
+            level < std::size(chain) ? chain[level] : deeper[level - std::size(chain)];
+        if (path.empty() || path.back() != u'/') {
+            path += u'/';
+        }
+        path += at->GetName();
+    }
+    return path;
 }
 
 TreeRowPtr MediaBrowserDirectoryView::GetRowForPath(const WideString& path) const {
-    const auto found = mRowOfPath.find(path);
-    return found == mRowOfPath.end() ? nullptr : found->second.lock();
+    const auto [first, last] = mRowsByPathHash.equal_range(std::hash<WideString>{}(path));
+    for (auto candidate = first; candidate != last; ++candidate) {
+        TreeRowPtr row = candidate->second.lock();
+        if (row && GetRowPath(row) == path) {
+            return row;
+        }
+    }
+    return nullptr;
 }
 
 void MediaBrowserDirectoryView::AddRowToMaps(const TreeRowPtr& row, const WideString& path) {
-    mPathOfRow[row.get()] = path;
-    mRowOfPath[path] = row;
+    const std::size_t slash = path.rfind(u'/');
+    row->SetName(slash == WideString::npos ? path : path.substr(slash + 1));
+    const std::size_t hash = std::hash<WideString>{}(path);
+    const auto [first, last] = mRowsByPathHash.equal_range(hash);
+    for (auto entry = first; entry != last; ++entry) {
+        if (entry->second.expired()) {
+            entry->second = row; // a row gone without a word takes no room for long
+            return;
+        }
+    }
+    mRowsByPathHash.emplace(hash, row);
 }
 
 void MediaBrowserDirectoryView::RemoveRowFromMaps(const TreeRowPtr& row) {
-    const auto found = mPathOfRow.find(row.get());
-    if (found == mPathOfRow.end()) {
+    const WideString path = GetRowPath(row);
+    if (path.empty()) {
         return;
     }
-    if (mWatchedFolders.erase(found->second) != 0) {
-        StopMonitoringDirectory(found->second, false);
+    if (mWatchedFolders.erase(path) != 0) {
+        StopMonitoringDirectory(path, false);
     }
-    mReadFailures.erase(found->second);
-    mRowOfPath.erase(found->second);
-    mPathOfRow.erase(found);
+    mReadFailures.erase(path);
+    const auto [first, last] = mRowsByPathHash.equal_range(std::hash<WideString>{}(path));
+    for (auto entry = first; entry != last; ++entry) {
+        if (entry->second.lock() == row) {
+            mRowsByPathHash.erase(entry);
+            return;
+        }
+    }
 }
 
 void MediaBrowserDirectoryView::RemoveRowAndChildrenFromMaps(const TreeRowPtr& row) {

@@ -32,6 +32,14 @@ bool UI_TreeRow::CanHaveChildren() const {
     return mNode->canHaveChildren;
 }
 
+const WideString& UI_TreeRow::GetName() const {
+    return mNode->name;
+}
+
+void UI_TreeRow::SetName(WideString name) {
+    mNode->name = std::move(name);
+}
+
 namespace {
 
 void CollectOpened(const TreeModel& model, const QTreeView& view,
@@ -145,6 +153,10 @@ void UI_MultiColumnTree::RemoveChildren(const TreeRowPtr& parent) {
 
 void UI_MultiColumnTree::RemoveAllRows() {
     mImpl->model.RemoveChildren(nullptr);
+}
+
+bool UI_MultiColumnTree::HoldsRow(const UI_TreeRow* row) const {
+    return row != nullptr && row->Node().tree == &mImpl->model;
 }
 
 int UI_MultiColumnTree::GetTopLevelRowCount() const {
@@ -342,7 +354,7 @@ void UI_MultiColumnTree::RefreshRow(const TreeRowPtr& row) {
     if (!row) {
         return;
     }
-    row->Node().cells.clear();
+    row->Node().cells.reset();
     mImpl->model.RowChanged(row);
 }
 

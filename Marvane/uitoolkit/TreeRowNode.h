@@ -15,19 +15,23 @@ class TreeRowNode {
 public:
     explicit TreeRowNode(UI_TreeRow* row, bool folder) : self(row), canHaveChildren(folder) {}
 
+    // Cell views by column, made when a row is first drawn; a null entry means the column
+    // draws its text.
+    using CellViews = std::map<UI_MultiColumnTree::ColumnID, std::unique_ptr<UI_SubView>>;
+
     UI_TreeRow* self;
     TreeModel* tree = nullptr; // the model the row is in; null when it is in none
     UI_TreeRow* parent = nullptr;
     int index = 0; // among its parent's children
-    std::vector<TreeRowPtr> children;
     bool canHaveChildren;
     bool childrenLoaded = false; // children were inserted at least once (maybe none)
     bool customChild = false;
-    // The key of the last sort, and whether it is still good.
+    bool sortKeyValid = false; // whether sortKey is the key of the last sort
+    std::vector<TreeRowPtr> children;
     WideString sortKey;
-    bool sortKeyValid = false;
-    // Cell views by column; a null entry means the column draws its text.
-    std::map<UI_MultiColumnTree::ColumnID, std::unique_ptr<UI_SubView>> cells;
+    WideString name; // the owner's name for the row (a directory view's file name)
+    // Only rows that were drawn have cell views: most rows of a large tree never are.
+    std::unique_ptr<CellViews> cells;
 };
 
 } // namespace host

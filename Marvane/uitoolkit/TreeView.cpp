@@ -405,9 +405,12 @@ MultiColumnTreeImpl::~MultiColumnTreeImpl() {
 UI_SubView* MultiColumnTreeImpl::CellView(const TreeRowPtr& row,
                                           UI_MultiColumnTree::ColumnID column) {
     auto& cells = row->Node().cells;
-    auto found = cells.find(column);
-    if (found == cells.end()) {
-        found = cells.emplace(column, cellViews ? cellViews(row, column) : nullptr).first;
+    if (!cells) {
+        cells = std::make_unique<TreeRowNode::CellViews>();
+    }
+    auto found = cells->find(column);
+    if (found == cells->end()) {
+        found = cells->emplace(column, cellViews ? cellViews(row, column) : nullptr).first;
     }
     return found->second.get();
 }

@@ -68,10 +68,10 @@ protected:
 TEST_F(RecordRefresherTest, TheTopLevelIsReadWhenItArrivesAndFoldersHaveNoRecord) {
     refresher->ContentDelivered(nullptr, true);
     const TreeRowPtr scene = RowOf(root / "Scene 12.mvproj");
-    ASSERT_NE(records.Find(scene.get()), nullptr);
+    ASSERT_TRUE(records.Has(scene.get()));
     EXPECT_FALSE(records.IsStale(scene.get()));
-    EXPECT_EQ(records.Find(scene.get())->displayName, u"Scene 12");
-    EXPECT_EQ(records.Find(RowOf(root / "Edit").get()), nullptr);
+    EXPECT_EQ(records.Find(scene.get(), view->GetRowPath(scene))->displayName, u"Scene 12");
+    EXPECT_FALSE(records.Has(RowOf(root / "Edit").get()));
 }
 
 TEST_F(RecordRefresherTest, RowsOfAClosedFolderAreStaleUntilItOpens) {
@@ -83,7 +83,7 @@ TEST_F(RecordRefresherTest, RowsOfAClosedFolderAreStaleUntilItOpens) {
     EXPECT_TRUE(records.IsStale(reel.get()));
     refresher->DisclosureChanged(edit, true);
     EXPECT_FALSE(records.IsStale(reel.get()));
-    EXPECT_EQ(records.Find(reel.get())->displayName, u"Reel 1");
+    EXPECT_EQ(records.Find(reel.get(), view->GetRowPath(reel))->displayName, u"Reel 1");
     refresher->DisclosureChanged(edit, false);
     EXPECT_TRUE(records.IsStale(reel.get()));
 }
@@ -96,7 +96,7 @@ TEST_F(RecordRefresherTest, AChangedProjectIsReadAgainOnlyWhereItCanBeSeen) {
     EXPECT_TRUE(records.IsStale(reel.get()));
     const TreeRowPtr scene = RowOf(root / "Scene 12.mvproj");
     refresher->ProjectChanged(W(root / "Scene 12.mvproj"));
-    ASSERT_NE(records.Find(scene.get()), nullptr);
+    ASSERT_TRUE(records.Has(scene.get()));
     EXPECT_FALSE(records.IsStale(scene.get()));
     refresher->ProjectChanged(W(root / "Elsewhere.mvproj")); // no row: nothing
     EXPECT_EQ(records.Count(), 2u);

@@ -4,6 +4,7 @@
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "columns/DisplayName.h"
+#include "host/ProjectBackEnd.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -40,15 +41,15 @@ TEST_F(RowRecordsTest, OnlyProjectRowsHaveARecord) {
     EXPECT_EQ(records.Update(editRow.get(), edit, false, true, Columns::kNameColumn),
               Outcome::kNothing);
     EXPECT_EQ(records.Update(nullptr, scene, false, true, Columns::kNameColumn), Outcome::kNothing);
-    EXPECT_EQ(records.Find(editRow.get()), nullptr);
+    EXPECT_FALSE(records.Find(editRow.get(), edit));
     EXPECT_EQ(records.Count(), 0u);
 }
 
 TEST_F(RowRecordsTest, AProjectInAnOpenFolderIsReadInFull) {
     EXPECT_EQ(records.Update(sceneRow.get(), scene, false, true, Columns::kNameColumn),
               Outcome::kRead);
-    const Columns::FileMetadata* record = records.Find(sceneRow.get());
-    ASSERT_NE(record, nullptr);
+    const auto record = records.Find(sceneRow.get(), scene);
+    ASSERT_TRUE(record);
     EXPECT_EQ(record->displayName, u"Scene 12");
     EXPECT_TRUE(record->hasSize && record->hasModifiedTime);
     EXPECT_FALSE(record->hasLockFile);
@@ -58,8 +59,8 @@ TEST_F(RowRecordsTest, AProjectInAnOpenFolderIsReadInFull) {
 TEST_F(RowRecordsTest, AProjectUnderAClosedFolderIsOnlyMarkedStale) {
     EXPECT_EQ(records.Update(sceneRow.get(), scene, false, false, Columns::kNameColumn),
               Outcome::kMarkedStale);
-    ASSERT_NE(records.Find(sceneRow.get()), nullptr);
-    EXPECT_TRUE(records.Find(sceneRow.get())->displayName.empty()); // nothing read
+    ASSERT_TRUE(records.Find(sceneRow.get(), scene));
+    EXPECT_TRUE(records.Find(sceneRow.get(), scene)->displayName.empty()); // nothing read
     EXPECT_TRUE(records.IsStale(sceneRow.get()));
     // Its folder opens: now it is read.
     EXPECT_EQ(records.Update(sceneRow.get(), scene, true, true, Columns::kNameColumn),
@@ -78,8 +79,8 @@ TEST_F(RowRecordsTest, ARecordThatIsCurrentIsNotReadAgainWhenOnlyStaleOnesAre) {
 
 TEST_F(RowRecordsTest, SortingARowNotShownYetReadsOnlyTheSortFieldAndLeavesItStale) {
     const host::WideString key = records.SortKey(sceneRow.get(), scene, Columns::kSizeColumn);
-    const Columns::FileMetadata* record = records.Find(sceneRow.get());
-    ASSERT_NE(record, nullptr);
+    const auto record = records.Find(sceneRow.get(), scene);
+    ASSERT_TRUE(record);
     EXPECT_TRUE(record->hasSize);
     EXPECT_FALSE(record->hasModifiedTime);
     EXPECT_TRUE(record->displayName.empty());
@@ -90,10 +91,10 @@ TEST_F(RowRecordsTest, SortingARowNotShownYetReadsOnlyTheSortFieldAndLeavesItSta
 TEST_F(RowRecordsTest, SortingAStaleRowByNameReadsItsNameAndLeavesItStale) {
     records.Update(sceneRow.get(), scene, false, false, Columns::kNameColumn);
     const host::WideString key = records.SortKey(sceneRow.get(), scene, Columns::kNameColumn);
-    ASSERT_NE(records.Find(sceneRow.get()), nullptr);
-    EXPECT_EQ(records.Find(sceneRow.get())->displayName, DisplayNameOf(scene));
-    EXPECT_EQ(key, records.Find(sceneRow.get())->GetSortString(Columns::kNameColumn));
-    EXPECT_FALSE(records.Find(sceneRow.get())->hasLockFile);
+    ASSERT_TRUE(records.Find(sceneRow.get(), scene));
+    EXPECT_EQ(records.Find(sceneRow.get(), scene)->displayName, DisplayNameOf(scene));
+    EXPECT_EQ(key, records.Find(sceneRow.get(), scene)->GetSortString(Columns::kNameColumn));
+    EXPECT_FALSE(records.Find(sceneRow.get(), scene)->hasLockFile);
     EXPECT_TRUE(records.IsStale(sceneRow.get()));
 }
 
@@ -108,11 +109,48 @@ TEST_F(RowRecordsTest, AForgottenRowHasNoRecordAndClearingForgetsEveryRow) {
     const auto other = std::make_shared<host::UI_TreeRow>(false);
     records.Update(other.get(), scene, false, false, Columns::kNameColumn);
     records.Forget(sceneRow.get());
-    EXPECT_EQ(records.Find(sceneRow.get()), nullptr);
-    EXPECT_NE(records.Find(other.get()), nullptr);
+    EXPECT_FALSE(records.Find(sceneRow.get(), scene));
+    EXPECT_TRUE(records.Find(other.get(), scene));
     records.Clear();
     EXPECT_EQ(records.Count(), 0u);
     EXPECT_FALSE(records.IsStale(other.get()));
+}
+
+TEST_F(RowRecordsTest, SortingByNameReadsNothingAndMakesNoRecord) {
+    EXPECT_EQ(records.NameKey(sceneRow.get(), u"Scene 12.mvproj"), u"Scene 12");
+    EXPECT_EQ(records.NameKey(editRow.get(), u"Edit"), u"Edit");
+    EXPECT_EQ(records.Count(), 0u);
+}
+
+TEST_F(RowRecordsTest, AHolderNamedOnManyRecordsIsKeptOnceAndEveryRecordGivesItBack) {
+    std::vector<std::shared_ptr<host::UI_TreeRow>> rows;
+    std::vector<host::WideString> paths;
+    for (int i = 0; i < 3; ++i) {
+        const fs::path project = root / ("Reel " + std::to_string(i) + ".mvproj");
+        testsupport::WriteProject(project);
+        const auto lock = host::CreateProjectLockFile(project.string(), "Ben Okafor", "elsewhere");
+        ASSERT_NE(lock, nullptr);
+        rows.push_back(std::make_shared<host::UI_TreeRow>(false));
+        paths.push_back(W(project));
+        EXPECT_EQ(
+            records.Update(rows.back().get(), paths.back(), false, true, Columns::kNameColumn),
+            Outcome::kRead);
+    }
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto record = records.Find(rows[i].get(), paths[i]);
+        ASSERT_TRUE(record);
+        EXPECT_EQ(record->lockOwner, u"Ben Okafor");
+        EXPECT_TRUE(record->hasLockFile);
+        EXPECT_FALSE(record->lockOwnedByCurrentUser);
+        EXPECT_EQ(record->path, paths[i]);
+        EXPECT_TRUE(records.HasLockFile(rows[i].get()));
+        EXPECT_FALSE(records.IsLockOwnedByCurrentUser(rows[i].get()));
+    }
+    // Its project read again without the lock: nobody holds it, the others keep theirs.
+    fs::remove(host::ToUTF8(paths[1]) + ".lock");
+    records.Update(rows[1].get(), paths[1], false, true, Columns::kNameColumn);
+    EXPECT_TRUE(records.Find(rows[1].get(), paths[1])->lockOwner.empty());
+    EXPECT_EQ(records.Find(rows[2].get(), paths[2])->lockOwner, u"Ben Okafor");
 }
 
 } // namespace
