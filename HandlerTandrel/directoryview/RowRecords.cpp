@@ -5,6 +5,33 @@
 
 namespace HandlerTandrel {
 
+struct RowRecords::RowData final : host::UI_TreeRow::OwnerData {
+    explicit RowData(const RowRecords& owner) : records(&owner) {}
+    const RowRecords* records; // whose record it is
+    Compact compact;
+};
+
+RowRecords::Compact* RowRecords::Lookup(const host::UI_TreeRow* row) const {
+    auto* data = row != nullptr ? dynamic_cast<RowData*>(row->GetOwnerData()) : nullptr;
+    return data != nullptr && data->records == this && data->compact.generation == mGeneration
+               ? &data->compact
+               : nullptr;
+}
+
+RowRecords::Compact& RowRecords::Obtain(const host::UI_TreeRow* row, bool& added) {
+    if (Compact* known = Lookup(row)) {
+        added = false;
+        return *known;
+    }
+    added = true;
+    ++mCount;
+    auto data = std::make_unique<RowData>(*this);
+    data->compact.generation = mGeneration;
+    Compact& compact = data->compact;
+    row->SetOwnerData(std::move(data));
+    return compact;
+}
+
 Columns::FileMetadata RowRecords::Unpack(const Compact& compact,
                                          const host::WideString& path) const {
     Columns::FileMetadata record(path);
@@ -30,6 +57,7 @@ RowRecords::Compact RowRecords::Pack(const Columns::FileMetadata& record, std::u
     compact.createdTime = record.createdTime;
     compact.size = record.size;
     compact.lockOwner = OwnerIndex(record.lockOwner);
+    compact.generation = mGeneration;
     compact.flags = static_cast<std::uint8_t>(
         keep | (record.displayName.empty() ? 0 : kNameRead) |
         (record.hasLockFile ? kHasLockFile : 0) |
@@ -53,38 +81,43 @@ std::uint32_t RowRecords::OwnerIndex(const host::WideString& owner) {
 
 std::optional<Columns::FileMetadata> RowRecords::Find(const host::UI_TreeRow* row,
                                                       const host::WideString& path) const {
-    const auto found = mRecords.find(row);
-    if (found == mRecords.end()) {
+    const Compact* compact = Lookup(row);
+    if (compact == nullptr) {
         return std::nullopt;
     }
-    return Unpack(found->second, path);
+    return Unpack(*compact, path);
 }
 
 bool RowRecords::Has(const host::UI_TreeRow* row) const {
-    return mRecords.count(row) != 0;
+    return Lookup(row) != nullptr;
 }
 
 bool RowRecords::HasLockFile(const host::UI_TreeRow* row) const {
-    const auto found = mRecords.find(row);
-    return found != mRecords.end() && (found->second.flags & kHasLockFile) != 0;
+    const Compact* compact = Lookup(row);
+    return compact != nullptr && (compact->flags & kHasLockFile) != 0;
 }
 
 bool RowRecords::IsLockOwnedByCurrentUser(const host::UI_TreeRow* row) const {
-    const auto found = mRecords.find(row);
-    return found != mRecords.end() && (found->second.flags & kOwnedByCurrentUser) != 0;
+    const Compact* compact = Lookup(row);
+    return compact != nullptr && (compact->flags & kOwnedByCurrentUser) != 0;
 }
 
 bool RowRecords::IsStale(const host::UI_TreeRow* row) const {
-    const auto found = mRecords.find(row);
-    return found != mRecords.end() && (found->second.flags & kStale) != 0;
+    const Compact* compact = Lookup(row);
+    return compact != nullptr && (compact->flags & kStale) != 0;
 }
 
 void RowRecords::Forget(const host::UI_TreeRow* row) {
-    mRecords.erase(row);
+    if (Lookup(row) != nullptr) {
+        row->SetOwnerData(nullptr);
+        --mCount;
+    }
 }
 
 void RowRecords::Clear() {
-    mRecords.clear();
+    // Records still on rows belong to the generation before and count as none.
+    ++mGeneration;
+    mCount = 0;
     mOwners.resize(1);
     mOwnerIndexes.clear();
 }
@@ -95,8 +128,8 @@ RowRecords::Outcome RowRecords::Update(const host::UI_TreeRow* row, const host::
     if (row == nullptr || !host::ProductionSupportsMarvaneProjectFile(path)) {
         return Outcome::kNothing;
     }
-    auto [found, added] = mRecords.try_emplace(row);
-    Compact& entry = found->second;
+    bool added = false;
+    Compact& entry = Obtain(row, added);
     const bool stale = (entry.flags & kStale) != 0;
     if (parentOpen) {
         if (onlyIfStale && !stale && !added) {
@@ -118,8 +151,15 @@ RowRecords::Outcome RowRecords::Update(const host::UI_TreeRow* row, const host::
 host::WideString RowRecords::NameKey(const host::UI_TreeRow* row, const host::WideString& name) {
     // A project's name field is its display name, which its name alone gives: nothing is read
     // from disk, and a record that is not there yet is not made for it.
-    if (const auto found = mRecords.find(row); found != mRecords.end()) {
-        found->second.flags |= kNameRead;
+    if (Compact* compact = Lookup(row)) {
+        compact->flags |= kNameRead;
+        // A row with a record is a project: its name without the extension, as DisplayNameOf
+        // gives it, without asking again what the name is.
+        const std::size_t slash = name.rfind(u'/');
+        const std::size_t start = slash == host::WideString::npos ? 0 : slash + 1;
+        const std::size_t dot = name.rfind(u'.');
+        return dot == host::WideString::npos || dot <= start ? name.substr(start)
+                                                             : name.substr(start, dot - start);
     }
     return DisplayNameOf(name);
 }
@@ -132,8 +172,8 @@ host::WideString RowRecords::SortKey(const host::UI_TreeRow* row, const host::Wi
     if (!host::ProductionSupportsMarvaneProjectFile(path)) {
         return host::WideString();
     }
-    auto [found, added] = mRecords.try_emplace(row);
-    Compact& entry = found->second;
+    bool added = false;
+    Compact& entry = Obtain(row, added);
     Columns::FileMetadata record = Unpack(entry, path);
     if (added || (entry.flags & kStale) != 0) {
         // A row not shown yet reads only what the sort needs: the sort column's field.

@@ -5,9 +5,10 @@
 // stale, so that opening its folder reads it again; a production therefore opens with one
 // lock-file read per project at its top level.
 //
-// A production may show a hundred thousand rows, so records are kept small: numbers and flags,
-// and the lock holder's name once for all the projects it holds. The path and display name,
-// which the row's path gives, are not kept; a record is made whole when it is asked for.
+// A production may show a hundred thousand rows, so records are kept small and with their rows
+// (no map from rows to records): numbers and flags, and the lock holder's name once for all
+// the projects it holds. The path and display name, which the row's path gives, are not kept;
+// a record is made whole when it is asked for.
 #include "columns/FileMetadata.h"
 #include "host/MultiColumnTree.h"
 
@@ -39,7 +40,8 @@ public:
     bool IsStale(const host::UI_TreeRow* row) const;
     void Forget(const host::UI_TreeRow* row);
     void Clear();
-    std::size_t Count() const { return mRecords.size(); }
+    // How many rows have a record.
+    std::size_t Count() const { return mCount; }
 
     // Updates the record of the row at path, when path is a project the production supports.
     // With its folder open every field is read, lock state included (with onlyIfStale, only
@@ -53,18 +55,21 @@ public:
     // other columns.
     host::WideString SortKey(const host::UI_TreeRow* row, const host::WideString& path,
                              Columns::ColumnID column);
-    // The key in the Name column, from the row's name (the last part of its path) alone.
+    // The key in the Name column, from the row's name (the last part of its path) alone; the
+    // whole path gives the same key.
     host::WideString NameKey(const host::UI_TreeRow* row, const host::WideString& name);
 
 private:
-    // A record as kept: FileMetadata without its strings.
+    // A record as kept, with its row: FileMetadata without its strings.
     struct Compact {
         std::int64_t modifiedTime = 0;
         std::int64_t createdTime = 0;
         std::uint64_t size = 0;
-        std::uint32_t lockOwner = 0; // in mOwners; 0 is nobody
+        std::uint32_t lockOwner = 0;  // in mOwners; 0 is nobody
+        std::uint16_t generation = 0; // the records' generation it belongs to
         std::uint8_t flags = 0;
     };
+    struct RowData;
     static constexpr std::uint8_t kNameRead = 1;
     static constexpr std::uint8_t kHasLockFile = 2;
     static constexpr std::uint8_t kOwnedByCurrentUser = 4;
@@ -73,11 +78,17 @@ private:
     static constexpr std::uint8_t kHasSize = 32;
     static constexpr std::uint8_t kStale = 64;
 
+    // The row's record, if it has one of these records (not of another owner, nor of a
+    // generation that was cleared).
+    Compact* Lookup(const host::UI_TreeRow* row) const;
+    // The row's record, made empty when it has none; added tells which.
+    Compact& Obtain(const host::UI_TreeRow* row, bool& added);
     Columns::FileMetadata Unpack(const Compact& compact, const host::WideString& path) const;
     Compact Pack(const Columns::FileMetadata& record, std::uint8_t keep);
     std::uint32_t OwnerIndex(const host::WideString& owner);
 
-    std::unordered_map<const host::UI_TreeRow*, Compact> mRecords;
+    std::uint16_t mGeneration = 0;
+    std::size_t mCount = 0;
     std::vector<host::WideString> mOwners{host::WideString()};
     std::unordered_map<host::WideString, std::uint32_t> mOwnerIndexes;
 };

@@ -38,6 +38,15 @@ public:
     // row's path is its parent's path and its name. Empty until set.
     const WideString& GetName() const;
     void SetName(WideString name);
+    // What the tree's owner keeps with a row (a record of what it shows); it lives and goes
+    // with the row, so the owner needs no map from rows to it. It is the owner's, not part of
+    // the row's state: a row handed around as const still takes it.
+    class OwnerData {
+    public:
+        virtual ~OwnerData() = default;
+    };
+    OwnerData* GetOwnerData() const;
+    void SetOwnerData(std::unique_ptr<OwnerData> data) const;
     TreeRowNode& Node() const { return *mNode; }
 
 private:

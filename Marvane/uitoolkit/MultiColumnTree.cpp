@@ -40,6 +40,14 @@ void UI_TreeRow::SetName(WideString name) {
     mNode->name = std::move(name);
 }
 
+UI_TreeRow::OwnerData* UI_TreeRow::GetOwnerData() const {
+    return mNode->ownerData.get();
+}
+
+void UI_TreeRow::SetOwnerData(std::unique_ptr<OwnerData> data) const {
+    mNode->ownerData = std::move(data);
+}
+
 namespace {
 
 void CollectOpened(const TreeModel& model, const QTreeView& view,
@@ -69,8 +77,12 @@ UI_MultiColumnTree::UI_MultiColumnTree(const ByteString& nodeID)
     MultiColumnTreeImpl* impl = mImpl.get();
     QTreeView* view = impl->view.data();
     QObject::connect(view, &QTreeView::expanded, view, [impl](const QModelIndex& index) {
-        if (const TreeRowPtr row = impl->model.RowAt(index); row && impl->disclosureChanged) {
-            impl->disclosureChanged(row, true);
+        if (const TreeRowPtr row = impl->model.RowAt(index)) {
+            // Rows that waited for a sort while their folder was closed take their places.
+            impl->model.SortOpenedFolder(row, impl->OpenTest());
+            if (impl->disclosureChanged) {
+                impl->disclosureChanged(row, true);
+            }
         }
     });
     QObject::connect(view, &QTreeView::collapsed, view, [impl](const QModelIndex& index) {
@@ -126,7 +138,7 @@ void UI_MultiColumnTree::SetHeaderRow(UI_MultiColumnTreeHeaderRow* header) {
     // After the owner heard of a new sort (the header tells it first), the rows follow.
     MultiColumnTreeImpl* impl = mImpl.get();
     QObject::connect(headerView, &QHeaderView::sectionClicked, mImpl->view.data(),
-                     [impl](int) { impl->model.Resort(); });
+                     [impl](int) { impl->Resort(); });
 }
 
 UI_MultiColumnTreeHeaderRow* UI_MultiColumnTree::GetHeaderRow() const {
@@ -332,7 +344,7 @@ void UI_MultiColumnTree::SetCellViewCallback(CellViewCallback callback) {
 }
 
 void UI_MultiColumnTree::Resort() {
-    mImpl->model.Resort();
+    mImpl->Resort();
 }
 
 void UI_MultiColumnTree::RowSortKeyChanged(const TreeRowPtr& row) {

@@ -263,6 +263,19 @@ void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& 
     }
     std::vector<TreeRowPtr>& siblings = MutableChildrenOf(parent.get());
     const QModelIndex parentIndex = IndexOf(parent);
+    if (parent && parent->Node().childrenUnsorted && !siblings.empty()) {
+        // A closed folder that waits for a sort: the rows join it, and are sorted with it
+        // when it opens, asking no keys now.
+        const int first = static_cast<int>(siblings.size());
+        beginInsertRows(parentIndex, first, first + static_cast<int>(fresh.size()) - 1);
+        siblings.insert(siblings.end(), fresh.begin(), fresh.end());
+        Reindex(siblings, static_cast<std::size_t>(first));
+        endInsertRows();
+        return;
+    }
+    if (parent && siblings.empty()) {
+        parent->Node().childrenUnsorted = false;
+    }
     if (siblings.empty()) {
         // A folder filled for the first time: ordered once, inserted at once.
         SortChildren(fresh, false);
@@ -333,34 +346,92 @@ void TreeModel::SetCustomChild(const TreeRowPtr& row, bool custom) {
     RowChanged(row);
 }
 
-void TreeModel::Resort() {
-    emit layoutAboutToBeChanged();
+void TreeModel::Resort(const OpenTest& isOpen) {
+    SortInOneLayoutChange({&mTopLevel}, isOpen);
+}
+
+void TreeModel::SortOpenedFolder(const TreeRowPtr& folder, const OpenTest& isOpen) {
+    if (folder && folder->Node().tree == this && folder->Node().childrenUnsorted) {
+        SortInOneLayoutChange({&folder->Node().children}, isOpen);
+    }
+}
+
+void TreeModel::SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> folders,
+                                      const OpenTest& isOpen) {
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
     const QModelIndexList before = persistentIndexList();
     std::vector<std::pair<TreeRowNode*, int>> places;
     places.reserve(static_cast<std::size_t>(before.size()));
     for (const QModelIndex& index : before) {
         places.emplace_back(NodeOf(index), index.column());
     }
-    std::vector<TreeRowPtr> all = mTopLevel;
-    for (std::size_t next = 0; next < all.size(); ++next) {
-        all[next]->Node().sortKeyValid = false;
-        for (const TreeRowPtr& child : all[next]->Node().children) {
-            all.push_back(child);
-        }
-    }
-    SortChildren(mTopLevel, true);
+    SortFolders(std::move(folders), isOpen);
     QModelIndexList after;
     after.reserve(before.size());
     for (const auto& [node, column] : places) {
         after.push_back(node ? createIndex(node->index, column, node) : QModelIndex());
     }
     changePersistentIndexList(before, after);
-    emit layoutChanged();
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen) {
+    // Folder by folder: each row is asked for its key once, the keys are sorted where they lie
+    // side by side (an order of positions, never the rows themselves), and the rows are put in
+    // that order in one pass.
+    std::vector<WideString> keys;
+    std::vector<std::uint32_t> order;
+    std::vector<TreeRowPtr> sorted;
+    const bool ascending = !mHeader || mHeader->sortAscending;
+    const auto& less = mHeader ? mHeader->stringSorting : nullptr;
+    const auto before = [&](std::uint32_t a, std::uint32_t b) {
+        const WideString& first = keys[ascending ? a : b];
+        const WideString& second = keys[ascending ? b : a];
+        return less ? less(first, second) : first < second;
+    };
+    for (std::size_t next = 0; next < folders.size(); ++next) {
+        std::vector<TreeRowPtr>& rows = *folders[next];
+        const std::size_t count = rows.size();
+        keys.resize(count);
+        order.resize(count);
+        for (std::size_t position = 0; position < count; ++position) {
+            const TreeRowPtr& row = rows[position];
+            TreeRowNode& node = row->Node();
+            node.sortKeyValid = false;
+            KeyOf(row);
+            keys[position] = std::move(node.sortKey); // given back below, in the new order
+            order[position] = static_cast<std::uint32_t>(position);
+            node.childrenUnsorted = false;
+            if (!node.children.empty()) {
+                if (isOpen && !isOpen(row)) {
+                    node.childrenUnsorted = true; // sorted when it opens
+                } else {
+                    folders.push_back(&node.children);
+                }
+            }
+        }
+        if (!std::is_sorted(order.begin(), order.end(), before)) {
+            std::stable_sort(order.begin(), order.end(), before);
+            sorted.clear();
+            sorted.reserve(count);
+            for (const std::uint32_t from : order) {
+                sorted.push_back(std::move(rows[from]));
+            }
+            rows.swap(sorted);
+        }
+        for (std::size_t position = 0; position < count; ++position) {
+            TreeRowNode& node = rows[position]->Node();
+            node.sortKey = std::move(keys[order[position]]);
+            node.sortKeyValid = true;
+            node.index = static_cast<int>(position);
+        }
+    }
 }
 
 void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {
-    if (!row || row->Node().tree != this) {
-        return;
+    if (!row || row->Node().tree != this ||
+        (row->Node().parent != nullptr && row->Node().parent->Node().childrenUnsorted)) {
+        return; // rows that wait for their folder to open are sorted then
     }
     TreeRowNode& node = row->Node();
     const bool known = node.sortKeyValid;

@@ -5,6 +5,7 @@
 
 #include <QAbstractItemModel>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace host {
@@ -46,8 +47,13 @@ public:
     void Remove(const TreeRowPtr& row);
     void RemoveChildren(const UI_TreeRow* parent);
     void SetCustomChild(const TreeRowPtr& row, bool custom);
-    // Orders every row again; every row is asked for its key once.
-    void Resort();
+    // Whether a row is open in the view.
+    using OpenTest = std::function<bool(const TreeRowPtr& row)>;
+    // Orders the rows again, every row that can be seen asked for its key once. Folders that
+    // are closed keep their rows as they are until they open (SortOpenedFolder).
+    void Resort(const OpenTest& isOpen);
+    // A folder opened: rows of it, and of its open folders, that wait for a sort are sorted.
+    void SortOpenedFolder(const TreeRowPtr& folder, const OpenTest& isOpen);
     // Asks the row for its key again and moves it to its place when the key changed.
     void MoveToSortedPlace(const TreeRowPtr& row);
     void RowChanged(const TreeRowPtr& row);
@@ -63,6 +69,12 @@ private:
     bool Before(const TreeRowPtr& a, const TreeRowPtr& b);
     bool mDragEnabled = false;
     void SortChildren(std::vector<TreeRowPtr>& rows, bool deep);
+    // Orders the rows of the folders, the first ones given first, and of the open folders below
+    // them, by the header's sort; closed folders are marked to be sorted when they open.
+    void SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen);
+    // Sorts what SortFolders sorts, in one layout change with the persistent indexes kept.
+    void SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> folders,
+                               const OpenTest& isOpen);
     static void Reindex(std::vector<TreeRowPtr>& rows, std::size_t from = 0);
     void Detach(const TreeRowPtr& row);
 

@@ -27,9 +27,13 @@ public:
     bool childrenLoaded = false; // children were inserted at least once (maybe none)
     bool customChild = false;
     bool sortKeyValid = false; // whether sortKey is the key of the last sort
+    // The children wait for the last sort until their folder opens: rows nobody sees are not
+    // asked for keys.
+    bool childrenUnsorted = false;
     std::vector<TreeRowPtr> children;
     WideString sortKey;
     WideString name; // the owner's name for the row (a directory view's file name)
+    std::unique_ptr<UI_TreeRow::OwnerData> ownerData;
     // Only rows that were drawn have cell views: most rows of a large tree never are.
     std::unique_ptr<CellViews> cells;
 };

@@ -15,6 +15,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStyleOption>
 
 namespace host {
@@ -399,6 +400,21 @@ MultiColumnTreeImpl::~MultiColumnTreeImpl() {
         view->setModel(nullptr);
         // The widget points back at this tree: it goes now, even from a parent that stays.
         delete view.data();
+    }
+}
+
+TreeModel::OpenTest MultiColumnTreeImpl::OpenTest() const {
+    return [this](const TreeRowPtr& row) { return view && view->isExpanded(model.IndexOf(row)); };
+}
+
+void MultiColumnTreeImpl::Resort() {
+    QPersistentModelIndex top;
+    if (view && view->verticalScrollBar()->value() > 0) {
+        top = view->indexAt(QPoint(0, 0));
+    }
+    model.Resort(OpenTest());
+    if (top.isValid()) {
+        view->scrollTo(top, QAbstractItemView::PositionAtTop);
     }
 }
 

@@ -98,6 +98,12 @@ public:
     DragCursor dragCursor = DragCursor::FistNo;
 
     UI_SubView* CellView(const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column);
+    // Whether a row is open in the view.
+    TreeModel::OpenTest OpenTest() const;
+    // Orders the rows again by the header: the selection stays, and so does the row at the top
+    // of the rows area unless they were scrolled to the very top (where the new first rows
+    // are what the user wants to see).
+    void Resort();
     // In display order.
     std::vector<TreeRowPtr> SelectedRows() const;
 };

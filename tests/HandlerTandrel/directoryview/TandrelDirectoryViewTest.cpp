@@ -427,10 +427,11 @@ TEST_F(TandrelDirectoryViewTest, ARowMovingDownWhileItsFolderOpensLeavesNoSiblin
     }
 }
 
-TEST_F(TandrelDirectoryViewTest, ReSortingReadsTheNewColumnForRowsUnderClosedFolders) {
+TEST_F(TandrelDirectoryViewTest, ReSortingLeavesRowsUnderClosedFoldersUntilTheyOpen) {
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
-    View().GetTree().OpenRow(RowOf(production / "Edit"), false);
+    const TreeRowPtr edit = RowOf(production / "Edit");
+    View().GetTree().OpenRow(edit, false);
     // Reel 2 grows on disk while its folder is closed; sorting by size must see it.
     testsupport::WriteProject(production / "Edit" / "Reel 2.mvproj",
                               std::vector<std::string>(200, "A long sequence name"));
@@ -439,9 +440,17 @@ TEST_F(TandrelDirectoryViewTest, ReSortingReadsTheNewColumnForRowsUnderClosedFol
     auto& header = View().GetHeaderRow();
     header.SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
     header.SetSortDirection(false);
+    const std::size_t statsBefore = host::FileInfoStatCount();
     View().GetTree().Resort();
-    EXPECT_EQ(RowOf(production / "Edit")->GetChild(0), reel2);
-    EXPECT_TRUE(View().IsRowMetadataStale(reel2)); // still only the size was read
+    // Nobody sees the folder's rows: they are neither asked nor read, and wait in their order.
+    EXPECT_EQ(host::FileInfoStatCount(), statsBefore); // the top rows were read when shown
+    EXPECT_EQ(edit->GetChild(1), reel2);
+    // The folder opens: its rows are read and take the new order, the grown one first.
+    View().GetTree().OpenRow(edit, true);
+    EXPECT_EQ(edit->GetChild(0), reel2);
+    EXPECT_FALSE(View().IsRowMetadataStale(reel2));
+    EXPECT_EQ(View().GetRowMetadata(reel2)->size,
+              static_cast<std::uint64_t>(fs::file_size(production / "Edit" / "Reel 2.mvproj")));
 }
 
 } // namespace

@@ -139,6 +139,7 @@ TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
     const TreeRowPtr folder = Row(u"x", true, u"5");
     tree.InsertRows(nullptr, {small, big, folder});
     tree.InsertRows(folder, {Row(u"q", false, u"2"), Row(u"p", false, u"3")});
+    tree.OpenRow(folder, true);
     tree.SelectRow(big, true, false, true);
     const std::uint64_t before = tree.GetSortDataRequestCount();
     header.SetSortColumn(kSize);
@@ -148,6 +149,68 @@ TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
     EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"y", u"x", u"z"}));
     EXPECT_EQ(names.at(folder->GetChild(0).get()), u"p");
     EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{big}); // the selection follows
+}
+
+TEST_F(MultiColumnTreeTest, AResortLeavesTheRowsOfClosedFoldersUntilTheyOpen) {
+    const TreeRowPtr folder = Row(u"f", true, u"5");
+    const TreeRowPtr inner = Row(u"g", true, u"6");
+    tree.InsertRows(nullptr, {Row(u"a", false, u"1"), folder});
+    tree.InsertRows(folder, {Row(u"q", false, u"2"), Row(u"p", false, u"3"), inner});
+    tree.InsertRows(inner, {Row(u"s", false, u"8"), Row(u"r", false, u"9")});
+    tree.OpenRow(folder, true);
+    tree.OpenRow(inner, true);
+    tree.OpenRow(folder, false); // closed again; the folder inside stays open within it
+    const std::uint64_t before = tree.GetSortDataRequestCount();
+    header.SetSortColumn(kSize);
+    header.SetSortDirection(false);
+    tree.Resort();
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 2u); // the two rows that can be seen
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"f", u"a"}));
+    EXPECT_EQ(names.at(folder->GetChild(1).get()), u"p"); // still in the old order (by name)
+    // A row added to it meanwhile asks nothing either.
+    const TreeRowPtr added = Row(u"o", false, u"7");
+    tree.InsertRows(folder, {added});
+    names[added.get()] = u"o";
+    tree.RowSortKeyChanged(added);
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 2u);
+    // It opens: its rows and those of the open folder in it take the new order.
+    tree.OpenRow(folder, true);
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 8u);
+    std::vector<std::u16string> inFolder;
+    for (int index = 0; index < folder->GetChildCount(); ++index) {
+        inFolder.push_back(names.at(folder->GetChild(index).get()));
+    }
+    EXPECT_EQ(inFolder, (std::vector<std::u16string>{u"o", u"g", u"p", u"q"}));
+    EXPECT_EQ(names.at(inner->GetChild(0).get()), u"r");
+    // The view shows the new order too.
+    const QModelIndex folderIndex = view()->model()->index(0, 0);
+    EXPECT_EQ(view()->model()->index(0, 0, folderIndex).data().toString(), QString("o"));
+}
+
+TEST_F(MultiColumnTreeTest, AResortKeepsTheRowAtTheTopWhereTheRowsWereScrolled) {
+    std::vector<TreeRowPtr> rows;
+    for (int i = 0; i < 40; ++i) {
+        // Names in one order, sizes in the other.
+        const std::u16string number = host::ToUTF16(std::to_string(10 + i));
+        rows.push_back(Row(u"n" + number, false, host::ToUTF16(std::to_string(90 - i))));
+    }
+    tree.InsertRows(nullptr, rows);
+    view()->scrollTo(view()->model()->index(20, 0), QAbstractItemView::PositionAtTop);
+    SettleEvents();
+    const QModelIndex topBefore = view()->indexAt(QPoint(0, 0));
+    ASSERT_TRUE(topBefore.isValid());
+    const QString name = topBefore.data().toString();
+    ASSERT_NE(name, QString("n10"));
+    header.SetSortColumn(kSize);
+    tree.Resort();
+    SettleEvents();
+    EXPECT_EQ(view()->indexAt(QPoint(0, 0)).data().toString(), name);
+    // At the very top, the new first rows are shown.
+    view()->scrollToTop();
+    header.SetSortColumn(kName);
+    tree.Resort();
+    SettleEvents();
+    EXPECT_EQ(view()->indexAt(QPoint(0, 0)).data().toString(), QString("n10"));
 }
 
 TEST_F(MultiColumnTreeTest, ARowWhoseKeyChangedMovesToItsPlaceKeepingTheSelection) {
