@@ -42,19 +42,7 @@ void FileMetadata::UpdateSteps(bool all, ColumnID column) {
         displayName = DisplayNameOf(path);
     }
     if (all || column == kLockColumn) {
-        host::ByteString userName;
-        host::ByteString second;
-        host::GetProjectLockingPrefs(userName, second);
-        const host::ProjectLockFilePtr lock =
-            host::ReadProjectLockFile(host::ToUTF8(path), userName, second);
-        if (!lock) {
-            lockOwner.clear();
-            hasLockFile = false;
-        } else {
-            lockOwner = host::ToUTF16(lock->GetOwnerName());
-            lockOwnedByCurrentUser = lock->IsOwnedByCaller();
-            hasLockFile = true;
-        }
+        UpdateLock();
     }
     const bool wantsDates =
         all || column == kModifiedColumn || column == kCreatedColumn || column == kSizeColumn;
@@ -77,6 +65,50 @@ void FileMetadata::UpdateSteps(bool all, ColumnID column) {
     if (all || column == kSizeColumn) {
         size = file.Size();
         hasSize = true;
+    }
+}
+
+void FileMetadata::UpdateLock() {
+    host::ByteString userName;
+    host::ByteString second;
+    host::GetProjectLockingPrefs(userName, second);
+    TakeLock(host::ReadProjectLockFile(host::ToUTF8(path), userName, second));
+}
+
+void FileMetadata::TakeLock(const host::ProjectLockFilePtr& lock) {
+    if (!lock) {
+        lockOwner.clear();
+        hasLockFile = false;
+    } else {
+        lockOwner = host::ToUTF16(lock->GetOwnerName());
+        lockOwnedByCurrentUser = lock->IsOwnedByCaller();
+        hasLockFile = true;
+    }
+}
+
+void FileMetadata::UpdateFromListing(const Listed& listed) {
+    const host::ScopedTimer timer("HandlerTandrel::Columns::FileMetadata::FileMetadata()");
+    try {
+        displayName = DisplayNameOf(path);
+        if (listed.lockRead) {
+            TakeLock(listed.lock);
+        } else if (listed.lockListed) {
+            UpdateLock();
+        } else {
+            lockOwner.clear();
+            hasLockFile = false;
+        }
+        // Integer division truncates toward zero, as Update does.
+        modifiedTime = listed.modifiedTicks / kTicksPerSecond;
+        hasModifiedTime = true;
+        createdTime = listed.createdTicks / kTicksPerSecond;
+        hasCreatedTime = true;
+        size = listed.size;
+        hasSize = true;
+    } catch (const std::exception& error) {
+        host::LogException("HandlerTandrel::Columns::FileMetadata::Update", error);
+    } catch (...) {
+        host::LogUnknownException("HandlerTandrel::Columns::FileMetadata::Update");
     }
 }
 

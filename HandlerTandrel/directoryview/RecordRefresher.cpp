@@ -1,5 +1,6 @@
 #include "directoryview/RecordRefresher.h"
 
+#include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 
 namespace HandlerTandrel {
@@ -26,11 +27,47 @@ void RecordRefresher::RefreshRow(const host::TreeRowPtr& row, bool onlyIfStale, 
     }
 }
 
-void RecordRefresher::ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen) {
+void RecordRefresher::ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen,
+                                       const ListedProjects& listed) {
     // A refresh can move a row among its siblings: go through them as they are now.
     for (const host::TreeRowPtr& child : ChildRows(mView.GetTree(), folder)) {
-        RefreshRow(child, false, folderOpen);
+        const host::WideString path = mView.GetRowPath(child);
+        const auto found = folderOpen ? listed.find(path) : listed.end();
+        if (found == listed.end()) {
+            RefreshRow(child, false, folderOpen);
+            continue;
+        }
+        if (mRecords.UpdateFromListing(child.get(), path, found->second) ==
+            RowRecords::Outcome::kRead) {
+            mView.GetTree().RefreshRow(child);
+            mView.GetTree().RowSortKeyChanged(child);
+        }
     }
+}
+
+RecordRefresher::ListedProjects
+RecordRefresher::ProjectsOfListing(const host::DirectoryContent& content) {
+    ListedProjects listed;
+    for (const host::DirectoryEntry& entry : content) {
+        const host::WideString& path = host::EntryPath(entry);
+        Columns::FileMetadata::Listed facts;
+        std::int64_t size = 0;
+        // Only entries looked at whole: one the listing could not look at is read from disk.
+        if (!host::ProductionSupportsMarvaneProjectFile(path) ||
+            !host::EntryNumber(entry, host::kModifiedField, facts.modifiedTicks) ||
+            !host::EntryNumber(entry, host::kCreatedField, facts.createdTicks) ||
+            !host::EntryNumber(entry, host::kSizeField, size)) {
+            continue;
+        }
+        facts.size = static_cast<std::uint64_t>(size);
+        facts.lockListed = host::EntryFlag(entry, host::kLockListedField);
+        if (const host::ProjectLockFilePtr* lock = host::EntryLock(entry)) {
+            facts.lockRead = true;
+            facts.lock = *lock;
+        }
+        listed.emplace(path, std::move(facts));
+    }
+    return listed;
 }
 
 void RecordRefresher::DisclosureChanged(const host::TreeRowPtr& folder, bool open) {

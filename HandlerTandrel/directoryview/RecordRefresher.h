@@ -6,6 +6,7 @@
 #include "directoryview/RowRecords.h"
 #include "host/MediaBrowser.h"
 
+#include <unordered_map>
 #include <vector>
 
 namespace HandlerTandrel {
@@ -19,9 +20,14 @@ public:
 
     // Refreshes one row's record: now when its folder is open, else only marked stale.
     void RefreshRow(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen);
+    // What a folder's listing said of its projects, by path.
+    using ListedProjects = std::unordered_map<host::WideString, Columns::FileMetadata::Listed>;
     // A folder's content arrived (folder: null for the top level): its rows are read when the
-    // folder is open, else marked stale.
-    void ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen);
+    // folder is open, else marked stale. Projects the listing described are read from it.
+    void ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen,
+                          const ListedProjects& listed = {});
+    // What the listing says of each project in it.
+    static ListedProjects ProjectsOfListing(const host::DirectoryContent& content);
     // A folder opened (stale and new records below it that can be seen are read) or closed
     // (every record below it is marked stale).
     void DisclosureChanged(const host::TreeRowPtr& folder, bool open);

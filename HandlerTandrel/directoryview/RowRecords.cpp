@@ -148,6 +148,20 @@ RowRecords::Outcome RowRecords::Update(const host::UI_TreeRow* row, const host::
     return Outcome::kNothing;
 }
 
+RowRecords::Outcome RowRecords::UpdateFromListing(const host::UI_TreeRow* row,
+                                                  const host::WideString& path,
+                                                  const Columns::FileMetadata::Listed& listed) {
+    if (row == nullptr || !host::ProductionSupportsMarvaneProjectFile(path)) {
+        return Outcome::kNothing;
+    }
+    bool added = false;
+    Compact& entry = Obtain(row, added);
+    Columns::FileMetadata record = Unpack(entry, path);
+    record.UpdateFromListing(listed);
+    entry = Pack(record, 0);
+    return Outcome::kRead;
+}
+
 host::WideString RowRecords::NameKey(const host::UI_TreeRow* row, const host::WideString& name) {
     // A project's name field is its display name, which its name alone gives: nothing is read
     // from disk, and a record that is not there yet is not made for it.

@@ -50,6 +50,11 @@ public:
     Outcome Update(const host::UI_TreeRow* row, const host::WideString& path, bool onlyIfStale,
                    bool parentOpen, Columns::ColumnID sortColumn);
 
+    // Reads the record of a project row whose folder is open from what the folder's listing
+    // said of it (see FileMetadata::UpdateFromListing); nothing for other rows.
+    Outcome UpdateFromListing(const host::UI_TreeRow* row, const host::WideString& path,
+                              const Columns::FileMetadata::Listed& listed);
+
     // The row's key in the sort column. A project row that was never read, or is stale, reads
     // only that column's field and stays stale; other rows sort by name, and by nothing in the
     // other columns.

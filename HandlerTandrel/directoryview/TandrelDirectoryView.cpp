@@ -116,9 +116,8 @@ void TandrelDirectoryView::ReloadProductionFolder() {
 }
 
 void TandrelDirectoryView::LoadRoot() {
-    if (Exists(mProductionFolder)) {
-        RequestDirectoryContent(nullptr, host::ToUTF8(GetRootPath()));
-    }
+    // Its caller has just seen that the folder exists (on a share every look is a round trip).
+    RequestDirectoryContent(nullptr, host::ToUTF8(GetRootPath()));
 }
 
 void TandrelDirectoryView::Watch(const host::ByteString& path) {
@@ -142,7 +141,9 @@ void TandrelDirectoryView::InsertDirectoryContent(const host::TreeRowPtr& row,
         if (kept.empty() && !isRoot) {
             GetTree().SetRowHasCustomChild(row, true);
         }
-        mRefresher.ContentDelivered(row, isRoot || GetTree().IsRowOpen(row));
+        // The listing says what the projects' records hold: no look at each one again.
+        mRefresher.ContentDelivered(row, isRoot || GetTree().IsRowOpen(row),
+                                    RecordRefresher::ProjectsOfListing(content));
         BroadcastRowsChanged();
     }
     if (mOpener.IsRunning()) {

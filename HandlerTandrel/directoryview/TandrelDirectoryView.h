@@ -205,6 +205,7 @@ public:
     std::shared_ptr<TandrelTabView> GetOwner() const;
 
 private:
+    // Reads the production folder, which exists.
     void LoadRoot();
     void Watch(const host::ByteString& path);
     host::WideString SortKey(const host::TreeRowPtr& row, Columns::ColumnID column);

@@ -7,6 +7,7 @@
 #include "host/CoreTypes.h"
 #include "host/Messaging.h"
 #include "host/MultiColumnTree.h"
+#include "host/ProjectBackEnd.h"
 
 #include <cstdint>
 #include <map>
@@ -20,9 +21,15 @@
 namespace host {
 
 // One entry of a directory as read: named fields. kPathField holds the entry's full path as
-// a WideString; kIsDirectoryField a bool (a link to a folder counts as a folder); kSizeField
-// and kModifiedField numbers (bytes; 100-nanosecond ticks since 1970).
-using DirectoryEntryField = std::variant<WideString, bool, std::int64_t>;
+// a WideString; kIsDirectoryField a bool (a link to a folder counts as a folder); kSizeField,
+// kModifiedField and kCreatedField numbers (bytes; 100-nanosecond ticks since 1970: the birth
+// time where the file system keeps one, else the last change of status), each present only
+// when the entry could be looked at. A link's are those of what it points to. A project's
+// entry has kLockListedField (a bool: whether its lock file is in the same listing) and, when
+// the folder was shown as it was read, kLockField: its lock file as ReadProjectLockFile gave it
+// for the current locking identity (null when it was gone by then). Locks are read off the
+// main thread, several at a time.
+using DirectoryEntryField = std::variant<WideString, bool, std::int64_t, ProjectLockFilePtr>;
 struct DirectoryEntry {
     std::map<std::string, DirectoryEntryField, std::less<>> fields;
 };
@@ -30,11 +37,20 @@ inline constexpr std::string_view kPathField = "path";
 inline constexpr std::string_view kIsDirectoryField = "isDirectory";
 inline constexpr std::string_view kSizeField = "size";
 inline constexpr std::string_view kModifiedField = "modified";
+inline constexpr std::string_view kCreatedField = "created";
+inline constexpr std::string_view kLockListedField = "lockListed";
+inline constexpr std::string_view kLockField = "lock";
 using DirectoryContent = std::vector<DirectoryEntry>;
 
 // The entry's path; throws std::logic_error when the path field is missing or not a WideString.
 const WideString& EntryPath(const DirectoryEntry& entry);
 bool EntryIsDirectory(const DirectoryEntry& entry);
+// A number field of the entry; false when it has none.
+bool EntryNumber(const DirectoryEntry& entry, std::string_view field, std::int64_t& value);
+// A flag field of the entry; false when it has none.
+bool EntryFlag(const DirectoryEntry& entry, std::string_view field);
+// The lock the listing read for a project's entry; null when it read none.
+const ProjectLockFilePtr* EntryLock(const DirectoryEntry& entry);
 
 class MediaBrowserDirectoryView : public UI_SubView,
                                   public Listener,

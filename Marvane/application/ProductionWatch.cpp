@@ -142,6 +142,9 @@ void ProductionWatch::Start(const fs::path& folder, std::chrono::milliseconds in
     state->worker = std::thread([state] {
         std::shared_ptr<Look> pending;
         std::unique_lock lock(state->mutex);
+        // The folder was just looked at (a production is opened only after a look): the first
+        // look of the watch waits one interval, and leaves the share to the opening's listing.
+        state->wake.wait_for(lock, state->interval, [&] { return state->stopping; });
         while (!state->stopping) {
             lock.unlock();
             // A look still hanging from before is waited for, never doubled.

@@ -38,7 +38,8 @@ public:
     static ProductionWatch& Instance();
     ~ProductionWatch();
 
-    // Watches the folder (the previous one no more). Main thread.
+    // Watches the folder (the previous one no more), looking at it every interval from one
+    // interval on: whoever starts the watch has just looked at the folder. Main thread.
     void Start(const std::filesystem::path& folder, std::chrono::milliseconds interval,
                std::chrono::milliseconds deadline);
     void Stop();

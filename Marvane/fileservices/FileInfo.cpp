@@ -1,6 +1,7 @@
 #include "Marvane/core/InstalledSource.h"
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileReading.h"
+#include "Marvane/fileservices/FileTimes.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/HostFolders.h"
 #include "Marvane/fileservices/IoCounters.h"
@@ -16,23 +17,6 @@
 namespace host {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-constexpr std::int64_t kTicksPerSecond = 10'000'000;
-
-// Saturates instead of overflowing for times beyond what 64-bit ticks can hold.
-std::int64_t Ticks(const struct statx_timestamp& time) {
-    std::int64_t ticks = 0;
-    if (__builtin_mul_overflow(static_cast<std::int64_t>(time.tv_sec), kTicksPerSecond, &ticks) ||
-        __builtin_add_overflow(ticks, static_cast<std::int64_t>(time.tv_nsec / 100), &ticks)) {
-        return time.tv_sec < 0 ? std::numeric_limits<std::int64_t>::min()
-                               : std::numeric_limits<std::int64_t>::max();
-    }
-    return ticks;
-}
-
-} // namespace
 
 FileInfo::FileInfo(const WideString& path) {
     const std::string utf8 = ToUTF8(path);
@@ -51,9 +35,8 @@ FileInfo::FileInfo(const WideString& path) {
     }
     const struct statx& status = *found;
     mExists = true;
-    mModified = Ticks(status.stx_mtime);
-    mCreated =
-        (status.stx_mask & STATX_BTIME) != 0 ? Ticks(status.stx_btime) : Ticks(status.stx_ctime);
+    mModified = TicksOf(status.stx_mtime);
+    mCreated = CreatedTicksOf(status);
     mSize = status.stx_size;
 }
 

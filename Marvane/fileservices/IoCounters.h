@@ -13,6 +13,10 @@ std::uint64_t FileInfoStatCount();
 void CountListingStat();
 std::uint64_t ListingStatCount();
 
+// The directory monitor listed a folder to know what it holds (its snapshot).
+void CountFolderSnapshot();
+std::uint64_t FolderSnapshotCount();
+
 // A copied file was synced to disk on its own (fsync).
 void CountFileSync();
 std::uint64_t FileSyncCount();

@@ -2,30 +2,36 @@
 // with the disk.
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionWatch.h"
+#include "Marvane/fileservices/FileTimes.h"
 #include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/mediabrowser/ListedLocks.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockStates.h"
 #include "Marvane/uitoolkit/TreeView.h"
+#include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
 #include "host/MediaBrowser.h"
+#include "host/ProjectBackEnd.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <set>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <thread>
+#include <unordered_map>
 
 namespace host {
 
 namespace {
-
-std::int64_t Ticks(const timespec& time) {
-    return static_cast<std::int64_t>(time.tv_sec) * 10'000'000 + time.tv_nsec / 100;
-}
 
 struct Listing {
     DirectoryContent content;
@@ -33,36 +39,129 @@ struct Listing {
     int error = 0;        // why the folder could not be read (errno); 0 when it was
 };
 
-// Runs on a worker thread: everything in the folder with its kind, size and time (a link's
-// as its target's), and the monitor's snapshot of the same moment.
-Listing ReadDirectory(const std::string& folder) {
+// Whose locks a listing reads: the locking identity when the listing was asked for.
+struct LockReading {
+    bool wanted = false;
+    ByteString name;
+    ByteString second;
+};
+
+// What the monitor's snapshot keeps of an entry: the kind, size and time lstat would give.
+struct stat AsStat(const struct statx& status) {
+    struct stat plain {};
+    plain.st_mode = status.stx_mode;
+    plain.st_size = static_cast<off_t>(status.stx_size);
+    plain.st_mtim.tv_sec = status.stx_mtime.tv_sec;
+    plain.st_mtim.tv_nsec = status.stx_mtime.tv_nsec;
+    return plain;
+}
+
+// Reads the projects' lock files that the listing holds, several at a time: on a share each
+// read waits for the server, and waiting side by side costs one wait instead of one per lock.
+// A lock file the listing holds, and what it saw of it.
+struct ListedLock {
+    std::size_t entry; // the project's entry in the listing
+    LockFileSeen seen;
+};
+
+void ReadListedLocks(DirectoryContent& content, const std::vector<ListedLock>& projects,
+                     const LockReading& locks) {
+    constexpr std::size_t kMostReaders = 8;
+    constexpr std::size_t kFewestForReaders = 4; // fewer reads are not worth starting threads
+    std::vector<ProjectLockFilePtr> read(projects.size());
+    std::vector<std::size_t> unread;
+    for (std::size_t index = 0; index < projects.size(); ++index) {
+        std::optional<ProjectLockFilePtr> kept =
+            KeptListedLock(ToUTF8(EntryPath(content[projects[index].entry])), projects[index].seen,
+                           locks.name, locks.second);
+        if (kept) {
+            read[index] = std::move(*kept);
+        } else {
+            unread.push_back(index);
+        }
+    }
+    std::atomic<std::size_t> next{0};
+    const auto readSome = [&] {
+        for (std::size_t at = next++; at < unread.size(); at = next++) {
+            const std::size_t index = unread[at];
+            read[index] = ReadListedLock(ToUTF8(EntryPath(content[projects[index].entry])),
+                                         projects[index].seen, locks.name, locks.second);
+        }
+    };
+    std::vector<std::thread> readers;
+    if (unread.size() >= kFewestForReaders) {
+        for (std::size_t count = std::min(kMostReaders, unread.size()); count > 1; --count) {
+            readers.emplace_back(readSome);
+        }
+    }
+    readSome();
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+    for (std::size_t index = 0; index < projects.size(); ++index) {
+        content[projects[index].entry].fields.emplace(std::string(kLockField),
+                                                      std::move(read[index]));
+    }
+}
+
+// Runs on a worker thread: everything in the folder with its kind, size and times (a link's
+// as its target's), and the monitor's snapshot of the same moment. One call per entry gives
+// all of it, birth time included, so that a record can be made from the listing alone; each
+// project says whether its lock file is in the folder too, and, when asked, what it holds.
+Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
     Listing listing;
     std::vector<std::pair<std::string, struct stat>> seen;
+    std::unordered_map<std::string, LockFileSeen> names; // what was seen of each entry
+    // Birth times are asked for until the file system shows it keeps none: asking a network
+    // file system for what it cannot give makes it ask its server for every entry.
+    unsigned wanted = STATX_BASIC_STATS | STATX_BTIME;
     const bool read = ForEachFolderEntry(folder, [&](const std::string& name,
                                                      const std::string& path, unsigned char) {
-        struct stat status {};
+        struct statx status {};
         CountListingStat();
-        bool known = ::lstat(path.c_str(), &status) == 0;
+        bool known = ::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT,
+                             wanted, &status) == 0;
+        if (known && (status.stx_mask & STATX_BTIME) == 0) {
+            wanted = STATX_BASIC_STATS;
+        }
+        names.emplace(name, known ? LockFileSeen::Of(status) : LockFileSeen());
         if (known) {
-            seen.emplace_back(name, status);
-            if (S_ISLNK(status.st_mode)) {
+            seen.emplace_back(name, AsStat(status));
+            if (S_ISLNK(status.stx_mode)) {
                 CountListingStat();
-                known = ::stat(path.c_str(), &status) == 0;
+                known =
+                    ::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, wanted, &status) == 0;
             }
         }
         DirectoryEntry entry;
         entry.fields.emplace(std::string(kPathField), ToUTF16(path));
-        entry.fields.emplace(std::string(kIsDirectoryField), known && S_ISDIR(status.st_mode));
-        entry.fields.emplace(std::string(kSizeField),
-                             known ? static_cast<std::int64_t>(status.st_size) : std::int64_t{0});
-        entry.fields.emplace(std::string(kModifiedField),
-                             known ? Ticks(status.st_mtim) : std::int64_t{0});
+        entry.fields.emplace(std::string(kIsDirectoryField), known && S_ISDIR(status.stx_mode));
+        if (known) {
+            entry.fields.emplace(std::string(kSizeField),
+                                 static_cast<std::int64_t>(status.stx_size));
+            entry.fields.emplace(std::string(kModifiedField), TicksOf(status.stx_mtime));
+            entry.fields.emplace(std::string(kCreatedField), CreatedTicksOf(status));
+        }
         listing.content.push_back(std::move(entry));
     });
     if (!read) {
         listing.error = errno != 0 ? errno : EIO;
         return listing;
     }
+    std::vector<ListedLock> lockedProjects;
+    for (std::size_t index = 0; index < listing.content.size(); ++index) {
+        DirectoryEntry& entry = listing.content[index];
+        const std::string path = ToUTF8(EntryPath(entry));
+        if (!IsMarvaneProjectFile(path)) {
+            continue;
+        }
+        const auto lock = names.find(LockFilePathFor(path).filename().string());
+        entry.fields.emplace(std::string(kLockListedField), lock != names.end());
+        if (lock != names.end() && locks.wanted) {
+            lockedProjects.push_back({index, lock->second});
+        }
+    }
+    ReadListedLocks(listing.content, lockedProjects, locks);
     listing.snapshot = FolderSnapshotOf(std::move(seen));
     return listing;
 }
@@ -75,6 +174,26 @@ const WideString& EntryPath(const DirectoryEntry& entry) {
         throw std::logic_error("a directory entry without a text path field");
     }
     return std::get<WideString>(found->second);
+}
+
+bool EntryNumber(const DirectoryEntry& entry, std::string_view field, std::int64_t& value) {
+    const auto found = entry.fields.find(field);
+    if (found == entry.fields.end() || !std::holds_alternative<std::int64_t>(found->second)) {
+        return false;
+    }
+    value = std::get<std::int64_t>(found->second);
+    return true;
+}
+
+bool EntryFlag(const DirectoryEntry& entry, std::string_view field) {
+    const auto found = entry.fields.find(field);
+    return found != entry.fields.end() && std::holds_alternative<bool>(found->second) &&
+           std::get<bool>(found->second);
+}
+
+const ProjectLockFilePtr* EntryLock(const DirectoryEntry& entry) {
+    const auto found = entry.fields.find(kLockField);
+    return found != entry.fields.end() ? std::get_if<ProjectLockFilePtr>(&found->second) : nullptr;
 }
 
 bool EntryIsDirectory(const DirectoryEntry& entry) {
@@ -139,6 +258,14 @@ void MediaBrowserDirectoryView::StopWatchingFolders() {
 void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
                                                         const ByteString& directoryPath) {
     ++mReads;
+    // A polled folder's watch takes its first look from this listing instead of its own.
+    DirectoryMonitor::Instance().ListingComing(ToUTF16(directoryPath));
+    // The locks of a folder that is shown are read with its listing, off the main thread.
+    LockReading locks;
+    locks.wanted = row == nullptr || mTree->IsRowOpen(row);
+    if (locks.wanted) {
+        GetProjectLockingPrefs(locks.name, locks.second);
+    }
     if (row != nullptr) {
         // Changes to a folder that was shown once are followed, whether it is open or not.
         if (const WideString folder = ToUTF16(directoryPath);
@@ -149,17 +276,18 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
     const std::weak_ptr<MediaBrowserDirectoryView> self = weak_from_this();
     const std::weak_ptr<UI_TreeRow> target = row;
     const bool forRoot = row == nullptr;
-    RunOnDefaultExecutor([self, target, forRoot, directoryPath] {
-        Listing listing = ReadDirectory(directoryPath);
+    RunOnDefaultExecutor([self, target, forRoot, directoryPath, locks] {
+        Listing listing = ReadDirectory(directoryPath, locks);
         CallAsyncOnMainThread([self, target, forRoot, directoryPath, listing = std::move(listing)] {
+            // A polled folder is compared from now on with what is about to be shown (or
+            // with what was read, when nothing is shown after all).
+            DirectoryMonitor::Instance().ListingShown(ToUTF16(directoryPath), listing.snapshot);
             const auto view = self.lock();
             const TreeRowPtr folder = target.lock();
             // The view went, or the row left the tree while its folder was read.
             if (!view || (!forRoot && (!folder || view->GetRowPath(folder).empty()))) {
                 return;
             }
-            // A polled folder is compared from now on with what is about to be shown.
-            DirectoryMonitor::Instance().ListingShown(ToUTF16(directoryPath), listing.snapshot);
             if (!forRoot) {
                 view->NoteReadOutcome(folder, listing.error);
             }

@@ -6,6 +6,7 @@
 #include "host/AsyncCalls.h"
 
 #include "Marvane/fileservices/FolderEntries.h"
+#include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/PollingSettings.h"
 #include "host/DebugTrace.h"
 #include "host/DirectoryMonitor.h"
@@ -77,6 +78,7 @@ std::vector<std::string> SubFolders(const std::string& folder) {
 } // namespace
 
 std::string FolderSnapshot(const std::string& folder) {
+    CountFolderSnapshot();
     std::vector<std::pair<std::string, struct stat>> entries;
     const bool read = ForEachFolderEntry(
         folder, [&entries](const std::string& name, const std::string& path, unsigned char) {
@@ -129,6 +131,7 @@ void DirectoryMonitor::Reset() {
     mByDescriptor.clear();
     mRecursiveRoots.clear();
     mPending.clear();
+    mListingsComing.clear();
     mNotificationCount = 0;
     mNotificationLimit = static_cast<std::size_t>(-1);
     ++mGeneration;
@@ -214,8 +217,14 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
     if (watch.kind != WatchKind::Polled && !DoesPathRequirePolling(ToUTF16(folder))) {
         Trace("Host", 2, "No folder watches left; watching " + folder + " by polling instead");
     }
+    const bool wasPolled = watch.kind == WatchKind::Polled;
     watch.kind = WatchKind::Polled;
-    watch.snapshot = FolderSnapshot(folder);
+    if (!wasPolled) {
+        // A listing under way gives the first look (the view's own, shown in a moment);
+        // without one the folder is looked at now, so a change made from now on is reported.
+        watch.snapshotKnown = mListingsComing.count(folder) == 0;
+        watch.snapshot = watch.snapshotKnown ? FolderSnapshot(folder) : std::string();
+    }
     if (!mPollTimer) {
         mPollTimer = std::make_unique<QTimer>();
         QObject::connect(mPollTimer.get(), &QTimer::timeout, [this] { Poll(); });
@@ -225,10 +234,24 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
     }
 }
 
+void DirectoryMonitor::ListingComing(const WideString& folder) {
+    mListingsComing.insert(ToUTF8(folder));
+}
+
 void DirectoryMonitor::ListingShown(const WideString& folder, const std::string& snapshot) {
-    const auto watch = mWatched.find(Spelling(folder));
-    if (watch != mWatched.end() && watch->second.kind == WatchKind::Polled && !snapshot.empty()) {
+    const std::string spelled = ToUTF8(folder);
+    mListingsComing.erase(spelled);
+    // Listings spell folders as the monitor does; only another spelling needs the disk.
+    auto watch = mWatched.find(spelled);
+    if (watch == mWatched.end()) {
+        watch = mWatched.find(Spelling(folder));
+    }
+    if (watch == mWatched.end() || watch->second.kind != WatchKind::Polled) {
+        return;
+    }
+    if (!snapshot.empty()) {
         watch->second.snapshot = snapshot;
+        watch->second.snapshotKnown = true;
     }
 }
 
@@ -360,7 +383,11 @@ void DirectoryMonitor::PollSeen(std::uint64_t generation,
         if (watch == mWatched.end() || watch->second.kind != WatchKind::Polled) {
             continue;
         }
-        if (now != watch->second.snapshot) {
+        if (!watch->second.snapshotKnown) {
+            // Its first look had not arrived: this round is the first look.
+            watch->second.snapshot = now;
+            watch->second.snapshotKnown = true;
+        } else if (now != watch->second.snapshot) {
             watch->second.snapshot = now;
             changed.push_back(folder);
         }

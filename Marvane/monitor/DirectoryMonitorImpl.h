@@ -34,6 +34,10 @@ public:
     void LimitNotificationWatches(std::size_t limit) { mNotificationLimit = limit; }
     // Stops everything (at shut-down, and between tests).
     void Reset();
+    // A listing of the folder is under way and will be shown (ListingShown): a polled watch
+    // added meanwhile takes its first look from it instead of listing the folder too (on a
+    // share every listing is a round trip per entry).
+    void ListingComing(const WideString& folder);
     // A listing of a polled folder was just shown: later rounds compare with what it saw, so
     // a change made between that listing and the watch's own first look is still reported.
     void ListingShown(const WideString& folder, const std::string& snapshot);
@@ -44,6 +48,7 @@ private:
         int descriptor = -1; // the notification watch
         bool reportFileChanges = false;
         std::string snapshot;         // a polled folder's entries as last seen
+        bool snapshotKnown = false;   // false while the first look waits for a listing
         unsigned long long inode = 0; // the folder the notification watch is on
     };
 
@@ -69,6 +74,7 @@ private:
     std::map<int, std::string> mByDescriptor;
     std::set<std::string> mRecursiveRoots;
     std::set<std::string> mPending;
+    std::set<std::string> mListingsComing; // as the listings spell them
     std::size_t mNotificationLimit = static_cast<std::size_t>(-1);
     std::size_t mNotificationCount = 0;
     std::uint64_t mGeneration = 0; // a Reset makes rounds still under way void

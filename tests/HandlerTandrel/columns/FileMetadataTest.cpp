@@ -256,4 +256,38 @@ TEST(HotPaths, SortingAndRefreshingAreTimedUnderTheirNames) {
               labels.end());
 }
 
+TEST_F(FileMetadataTest, AListingGivesDatesAndSizeAndALockNotListedIsNone) {
+    FileMetadata record(W(scene));
+    FileMetadata::Listed listed;
+    listed.modifiedTicks = 19'999'999; // 1.9999999 s: 1
+    listed.createdTicks = -25'000'000; // -2.5 s: -2, toward zero
+    listed.size = 4'321;
+    listed.lockListed = false;
+    // A lock made since the listing is not looked for: the listing said there was none.
+    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
+    record.UpdateFromListing(listed);
+    EXPECT_EQ(record.displayName, u"Scene 12");
+    EXPECT_FALSE(record.hasLockFile);
+    EXPECT_TRUE(record.lockOwner.empty());
+    EXPECT_EQ(record.modifiedTime, 1);
+    EXPECT_EQ(record.createdTime, -2);
+    EXPECT_EQ(record.size, 4'321u);
+    EXPECT_TRUE(record.hasModifiedTime && record.hasCreatedTime && record.hasSize);
+    // Listed: it is read.
+    listed.lockListed = true;
+    record.UpdateFromListing(listed);
+    EXPECT_TRUE(record.hasLockFile);
+    EXPECT_EQ(record.lockOwner, u"Ben Okafor");
+    EXPECT_FALSE(record.lockOwnedByCurrentUser);
+}
+
+TEST_F(FileMetadataTest, ALockListedButGoneSinceIsNone) {
+    FileMetadata record(W(scene));
+    FileMetadata::Listed listed;
+    listed.lockListed = true;
+    record.UpdateFromListing(listed);
+    EXPECT_FALSE(record.hasLockFile);
+    EXPECT_TRUE(record.lockOwner.empty());
+}
+
 } // namespace

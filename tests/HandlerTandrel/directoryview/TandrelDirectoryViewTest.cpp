@@ -74,14 +74,40 @@ TEST_F(TandrelDirectoryViewTest, TheContentOfAFolderProjectIsNeverListed) {
     EXPECT_EQ(titles->GetChildCount(), 0);
 }
 
-TEST_F(TandrelDirectoryViewTest, OpeningAProductionReadsOneLockFilePerTopLevelProject) {
+TEST_F(TandrelDirectoryViewTest, OpeningAProductionReadsOnlyTheLockFilesItsTopFolderHolds) {
     testsupport::WriteProject(production / "Edit" / "Deep" / "Reel 9.mvproj");
     const std::uint64_t before = host::LockFileReadCount();
     const std::uint64_t statsBefore = host::FileInfoStatCount();
     OpenPanel(5);
-    // Scene 12, Promo and Titles: three projects at the top; none of the folders' projects.
-    EXPECT_EQ(host::LockFileReadCount() - before, 3u);
-    EXPECT_EQ(host::FileInfoStatCount() - statsBefore, 3u);
+    // The listing gives dates and sizes, and says that of the three projects at the top only
+    // Scene 12 has a lock file beside it: that one is read, nothing else is looked at.
+    EXPECT_EQ(host::LockFileReadCount() - before, 1u);
+    EXPECT_EQ(host::FileInfoStatCount() - statsBefore, 0u);
+}
+
+TEST_F(TandrelDirectoryViewTest, ARecordMadeFromTheListingHoldsWhatTheDiskSays) {
+    LockAs(production / "Promo.mvproj", "Ben Okafor");
+    OpenPanel(5);
+    for (const char* name : {"Scene 12.mvproj", "Promo.mvproj", "Titles.mvprojd"}) {
+        SCOPED_TRACE(name);
+        const TreeRowPtr row = RowOf(production / name);
+        ASSERT_NE(row, nullptr);
+        const auto listed = View().GetRowMetadata(row);
+        ASSERT_TRUE(listed);
+        HandlerTandrel::Columns::FileMetadata read(W(production / name));
+        read.Update(true, HandlerTandrel::Columns::kNameColumn);
+        EXPECT_EQ(listed->displayName, read.displayName);
+        EXPECT_EQ(listed->hasLockFile, read.hasLockFile);
+        EXPECT_EQ(listed->lockOwner, read.lockOwner);
+        EXPECT_EQ(listed->lockOwnedByCurrentUser, read.lockOwnedByCurrentUser);
+        EXPECT_EQ(listed->modifiedTime, read.modifiedTime);
+        EXPECT_EQ(listed->createdTime, read.createdTime);
+        EXPECT_EQ(listed->size, read.size);
+        EXPECT_TRUE(listed->hasModifiedTime && listed->hasCreatedTime && listed->hasSize);
+    }
+    EXPECT_EQ(View().GetRowMetadata(RowOf(production / "Promo.mvproj"))->lockOwner, u"Ben Okafor");
+    EXPECT_EQ(View().GetRowMetadata(RowOf(production / "Scene 12.mvproj"))->lockOwner,
+              host::ToUTF16(std::string(host::kUnreadableLockHolder)));
 }
 
 TEST_F(TandrelDirectoryViewTest, RowsUnderAClosedFolderGetTheirLockStatusWhenItOpens) {

@@ -1,9 +1,12 @@
 #include "host/MediaBrowser.h"
+#include "Marvane/application/HostSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "TemporaryFolder.h"
 #include "ViewTestSupport.h"
 #include "host/DirectoryMonitor.h"
+#include "host/FileServices.h"
+#include "host/ProjectBackEnd.h"
 
 #include <QElapsedTimer>
 #include <algorithm>
@@ -12,6 +15,7 @@
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <unistd.h>
 
 #include "FileBytes.h"
@@ -137,6 +141,78 @@ TEST_F(MediaBrowserTest, AHugeDirectoryDoesNotHoldTheMainThread) {
     }
     EXPECT_GT(turns, 1);
     EXPECT_EQ(edit->GetChildCount(), 20'002);
+}
+
+// A directory view that keeps what each listing delivered.
+class ListingKeeper : public host::MediaBrowserDirectoryView {
+public:
+    using MediaBrowserDirectoryView::MediaBrowserDirectoryView;
+    void InsertDirectoryContent(const TreeRowPtr& row, const host::ByteString& directoryPath,
+                                const host::DirectoryContent& content) override {
+        delivered[directoryPath] = content;
+        MediaBrowserDirectoryView::InsertDirectoryContent(row, directoryPath, content);
+    }
+    const host::DirectoryEntry* Entry(const fs::path& path) const {
+        const auto folder = delivered.find(path.parent_path().string());
+        if (folder == delivered.end()) {
+            return nullptr;
+        }
+        for (const host::DirectoryEntry& entry : folder->second) {
+            if (host::EntryPath(entry) == host::ToUTF16(path.string())) {
+                return &entry;
+            }
+        }
+        return nullptr;
+    }
+    std::map<std::string, host::DirectoryContent> delivered;
+};
+
+TEST_F(MediaBrowserTest, AListingGivesDatesSizesAndTheLocksOfAFolderThatIsShown) {
+    host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
+    const fs::path scene = root / "Scene 12.mvproj";
+    const fs::path promo = root / "Promo.mvproj";
+    testsupport::WriteBytes(scene, "{}");
+    testsupport::WriteBytes(promo, "{\"formatVersion\":1}");
+    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
+    testsupport::WriteBytes(root / "Reels" / "Reel 1.mvproj", "{}");
+    ASSERT_NE(host::CreateProjectLockFile((root / "Reels" / "Reel 1.mvproj").string(), "Ben Okafor",
+                                          "elsewhere"),
+              nullptr);
+    host::UI_MultiColumnTreeHeaderRow keeperHeader; // a tree takes its header for its own
+    keeperHeader.AppendColumn("Name", 1);
+    auto keeper = std::make_shared<ListingKeeper>("Test.Keeper");
+    keeper->GetTree().SetHeaderRow(&keeperHeader);
+    keeper->SetRootPath(host::ToUTF16(root.string()));
+    keeper->RequestDirectoryContent(nullptr, root.string()); // the top: always shown
+    ASSERT_TRUE(WaitUntil([&] { return keeper->Entry(scene) != nullptr; }));
+    const host::DirectoryEntry& sceneEntry = *keeper->Entry(scene);
+    EXPECT_TRUE(host::EntryFlag(sceneEntry, host::kLockListedField));
+    const host::ProjectLockFilePtr* lock = host::EntryLock(sceneEntry);
+    ASSERT_NE(lock, nullptr);
+    ASSERT_NE(*lock, nullptr);
+    EXPECT_EQ((*lock)->GetOwnerName(), "Ben Okafor");
+    EXPECT_FALSE((*lock)->IsOwnedByCaller());
+    const host::DirectoryEntry& promoEntry = *keeper->Entry(promo);
+    EXPECT_FALSE(host::EntryFlag(promoEntry, host::kLockListedField));
+    EXPECT_EQ(host::EntryLock(promoEntry), nullptr);
+    std::int64_t size = 0;
+    std::int64_t modified = 0;
+    std::int64_t created = 0;
+    ASSERT_TRUE(host::EntryNumber(promoEntry, host::kSizeField, size));
+    EXPECT_EQ(size, static_cast<std::int64_t>(fs::file_size(promo)));
+    EXPECT_TRUE(host::EntryNumber(promoEntry, host::kModifiedField, modified));
+    EXPECT_TRUE(host::EntryNumber(promoEntry, host::kCreatedField, created));
+    const host::FileInfo info(host::ToUTF16(promo.string()));
+    EXPECT_EQ(modified, info.Modified());
+    EXPECT_EQ(created, info.Created());
+    // A closed folder's listing says where locks are, and reads none of them.
+    const TreeRowPtr reels = keeper->GetRowForPath(host::ToUTF16((root / "Reels").string()));
+    ASSERT_NE(reels, nullptr);
+    keeper->RequestDirectoryContent(reels, (root / "Reels").string());
+    const fs::path reel = root / "Reels" / "Reel 1.mvproj";
+    ASSERT_TRUE(WaitUntil([&] { return keeper->Entry(reel) != nullptr; }));
+    EXPECT_TRUE(host::EntryFlag(*keeper->Entry(reel), host::kLockListedField));
+    EXPECT_EQ(host::EntryLock(*keeper->Entry(reel)), nullptr);
 }
 
 TEST(DirectoryEntry, APathFieldOfAnotherTypeIsAnError) {

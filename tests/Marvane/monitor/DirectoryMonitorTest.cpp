@@ -1,6 +1,7 @@
 #include "host/DirectoryMonitor.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/TraceConfiguration.h"
+#include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "TemporaryFolder.h"
 
@@ -141,6 +142,42 @@ TEST_F(DirectoryMonitorTest, AChangeBetweenAListingAndItsWatchIsReportedOnceTheL
     Settle(400);
     EXPECT_FALSE(WaitFor(edit, 1)); // on its own the watch cannot know
     host::DirectoryMonitor::Instance().ListingShown(W(edit), listed);
+    EXPECT_TRUE(WaitFor(edit));
+}
+
+TEST_F(DirectoryMonitorTest, APolledWatchTakesItsFirstLookFromTheListingUnderWay) {
+    host::HostSession::Instance().preferences.forcePolling = true;
+    const fs::path edit = root / "Edit";
+    host::DirectoryMonitor::Instance().ListingComing(W(edit)); // a view asked for its listing
+    const std::uint64_t before = host::FolderSnapshotCount();
+    host::MonitorDirectory(W(edit), false, false);
+    EXPECT_EQ(Kind(edit), host::WatchKind::Polled);
+    EXPECT_EQ(host::FolderSnapshotCount(), before); // not listed for the watch as well
+    const std::string listed = host::FolderSnapshot(edit.string()); // what the view listed
+    Elsewhere("touch '" + (edit / "Cut.mvproj").string() + "'");
+    host::DirectoryMonitor::Instance().ListingShown(W(edit), listed);
+    EXPECT_TRUE(WaitFor(edit)); // a change after the listing is reported
+}
+
+TEST_F(DirectoryMonitorTest, APolledWatchWithNoListingComingLooksAtTheFolderAtOnce) {
+    host::HostSession::Instance().preferences.forcePolling = true;
+    const fs::path edit = root / "Edit";
+    const std::uint64_t before = host::FolderSnapshotCount();
+    host::MonitorDirectory(W(edit), false, false);
+    EXPECT_EQ(host::FolderSnapshotCount(), before + 1);
+    Elsewhere("touch '" + (edit / "Cut.mvproj").string() + "'");
+    EXPECT_TRUE(WaitFor(edit));
+}
+
+TEST_F(DirectoryMonitorTest, AListingThatFailedLeavesTheFirstRoundToLookWithoutAReport) {
+    host::HostSession::Instance().preferences.forcePolling = true;
+    const fs::path edit = root / "Edit";
+    host::DirectoryMonitor::Instance().ListingComing(W(edit));
+    host::MonitorDirectory(W(edit), false, false);
+    host::DirectoryMonitor::Instance().ListingShown(W(edit), ""); // the listing could not read it
+    Settle(400); // a few rounds: the first one looks, none reports
+    EXPECT_FALSE(WaitFor(edit, 1));
+    Elsewhere("touch '" + (edit / "Cut.mvproj").string() + "'");
     EXPECT_TRUE(WaitFor(edit));
 }
 
