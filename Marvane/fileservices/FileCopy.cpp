@@ -335,7 +335,7 @@ bool DigestOfFile(const fs::path& path, FileDigest& digest) {
 
 void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
               const CopyProgress& progress, CopyDigests* digests) {
-    CopyContext context{progress, digests, !SyncsWholeFileSystem(to.parent_path())};
+    CopyContext context{progress, digests, !SyncsWholeFileSystem(to.parent_path()), true, true, {}};
     CopyTreeIn(from, to, made, context);
     if (context.syncEachFile) {
         return;
