@@ -60,14 +60,20 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     // A folder on a share that hangs would block the window at the first look: look at it
     // off the main thread first, and give up after a while.
     constexpr std::chrono::seconds kOpenDeadline{3};
-    if (!LookAtFolderWithin(folder, kOpenDeadline)) {
+    const std::optional<std::string> look = LookAtFolderWithin(folder, kOpenDeadline);
+    if (!look) {
         return Localize("$$$/Marvane/Host/ProductionNotAnswering=The production folder \"@0\" "
                         "does not answer (its share may be down or hanging). Try again when it "
                         "answers.",
                         {folder.string()});
     }
+    // A look that listed the folder showed it is there, a folder, and readable; on a share
+    // every further look is a round trip. One that did not says why below.
+    const bool listed = look->empty();
     std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(folder, error);
+    const std::filesystem::file_status status =
+        listed ? std::filesystem::file_status(std::filesystem::file_type::directory)
+               : std::filesystem::status(folder, error);
     if (error || !std::filesystem::exists(status)) {
         return "The production folder \"" + folder.string() + "\" does not exist.";
     }
@@ -87,11 +93,13 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
         return why;
     }
     // A folder whose list of projects cannot be read would look empty: say so instead.
-    if (DIR* listing = ::opendir(absolute.c_str()); listing == nullptr) {
-        return Localize("$$$/Marvane/Host/ProductionUnreadable=The production \"@0\" cannot be "
-                        "read (@1). Ask for read access to the folder, or choose another.",
-                        {absolute.string(), std::strerror(errno)});
-    } else {
+    if (!listed) {
+        DIR* listing = ::opendir(absolute.c_str());
+        if (listing == nullptr) {
+            return Localize("$$$/Marvane/Host/ProductionUnreadable=The production \"@0\" cannot "
+                            "be read (@1). Ask for read access to the folder, or choose another.",
+                            {absolute.string(), std::strerror(errno)});
+        }
         ::closedir(listing);
     }
     if (IsOpen()) {

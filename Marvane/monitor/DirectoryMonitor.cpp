@@ -183,8 +183,9 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
         return;
     }
     watch.reportFileChanges = watch.reportFileChanges || reportFileChanges;
-    if (!DoesPathRequirePolling(ToUTF16(folder)) && mNotificationCount < mNotificationLimit &&
-        EnsureNotifications()) {
+    // Asked once: on a share the question is a round trip to the server.
+    const bool remote = RequiresPolling(folder);
+    if (!remote && mNotificationCount < mNotificationLimit && EnsureNotifications()) {
         const std::uint32_t events = kEntryEvents | (watch.reportFileChanges ? kContentEvents : 0);
         const int descriptor = ::inotify_add_watch(mNotifyFd, folder.c_str(), events);
         if (descriptor >= 0) {
@@ -214,7 +215,7 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
             return; // gone or unreadable: nothing to watch
         }
     }
-    if (watch.kind != WatchKind::Polled && !DoesPathRequirePolling(ToUTF16(folder))) {
+    if (watch.kind != WatchKind::Polled && !remote) {
         Trace("Host", 2, "No folder watches left; watching " + folder + " by polling instead");
     }
     const bool wasPolled = watch.kind == WatchKind::Polled;
@@ -450,11 +451,15 @@ PollingSettings CurrentPollingSettings() {
 }
 
 bool DoesPathRequirePolling(const WideString& path) {
+    return RequiresPolling(Spelling(path));
+}
+
+bool RequiresPolling(const std::string& spelledPath) {
     if (CurrentPollingSettings().forcePolling) {
         return true;
     }
     // The nearest part of the path that exists decides.
-    std::string probe = Spelling(path);
+    std::string probe = spelledPath;
     struct statfs info {};
     while (!probe.empty()) {
         if (::statfs(probe.c_str(), &info) == 0) {

@@ -81,6 +81,10 @@ private:
     bool mPolling = false;
 };
 
+// Whether a folder, spelled as the monitor spells folders (normalised, UTF-8), is polled: it is
+// on a network or user-space file system, or polling is forced.
+bool RequiresPolling(const std::string& spelledPath);
+
 // What a polled folder holds, as a comparable text: each entry's name, kind, size and
 // modification time, in name order. Empty when the folder cannot be read.
 std::string FolderSnapshot(const std::string& folder);
