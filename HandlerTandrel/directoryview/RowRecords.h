@@ -1,9 +1,10 @@
 #pragma once
 // The record behind each project row of the tree (what its columns show and by what it sorts)
 // and whether it is stale. A record is read in full only while its row can be seen (its
-// folder is open). A row under a closed folder reads only what the sort needs and is marked
-// stale, so that opening its folder reads it again; a production therefore opens with one
-// lock-file read per project at its top level.
+// folder is open), from its folder's listing where there is one (UpdateFromListing). A row
+// under a closed folder reads only what the sort needs and is marked stale, so that opening
+// its folder reads it again; a production therefore opens with its top folder's listing and
+// one read per lock file there.
 //
 // A production may show a hundred thousand rows, so records are kept small and with their rows
 // (no map from rows to records): numbers and flags, and the lock holder's name once for all
