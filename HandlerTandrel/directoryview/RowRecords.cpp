@@ -41,7 +41,9 @@ Columns::FileMetadata RowRecords::Unpack(const Compact& compact,
     }
     record.hasLockFile = has(kHasLockFile);
     record.lockOwnedByCurrentUser = has(kOwnedByCurrentUser);
-    record.lockOwner = mOwners[compact.lockOwner];
+    if (compact.lockOwner < mOwners.size()) {
+        record.lockOwner = mOwners[compact.lockOwner];
+    }
     record.modifiedTime = compact.modifiedTime;
     record.hasModifiedTime = has(kHasModifiedTime);
     record.createdTime = compact.createdTime;

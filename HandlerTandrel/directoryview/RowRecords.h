@@ -72,7 +72,7 @@ private:
         std::int64_t createdTime = 0;
         std::uint64_t size = 0;
         std::uint32_t lockOwner = 0;  // in mOwners; 0 is nobody
-        std::uint16_t generation = 0; // the records' generation it belongs to
+        std::uint32_t generation = 0; // the records' generation it belongs to
         std::uint8_t flags = 0;
     };
     struct RowData;
@@ -93,7 +93,7 @@ private:
     Compact Pack(const Columns::FileMetadata& record, std::uint8_t keep);
     std::uint32_t OwnerIndex(const host::WideString& owner);
 
-    std::uint16_t mGeneration = 0;
+    std::uint32_t mGeneration = 0;
     std::size_t mCount = 0;
     std::vector<host::WideString> mOwners{host::WideString()};
     std::unordered_map<host::WideString, std::uint32_t> mOwnerIndexes;

@@ -25,9 +25,10 @@ constexpr const char* kOriginSuffix = ".origin";
 
 std::string LocalStamp() {
     // Day, the month's short name in the chosen language and the time: a person reads it at
-    // a glance ("21 Nov 14:02"); copies of one minute are told apart by a number.
+    // a glance ("21 Nov 14.02", with no colon, which shares refuse in names); copies of one
+    // minute are told apart by a number.
     return QLocale()
-        .toString(QDateTime::currentDateTime(), QStringLiteral("d MMM HH:mm"))
+        .toString(QDateTime::currentDateTime(), QStringLiteral("d MMM HH.mm"))
         .toStdString();
 }
 
@@ -35,7 +36,12 @@ std::string SafeFileName(const std::string& name) {
     std::string safe;
     for (const char c : name) {
         const auto byte = static_cast<unsigned char>(c);
-        safe += (c == '/' || c == '\\' || byte < 0x20 || byte == 0x7f) ? '_' : c;
+        // Separators, control characters, and what Windows shares refuse in a name (a data
+        // folder may live on one).
+        const bool refused = c == '/' || c == '\\' || c == ':' || c == '*' || c == '?' ||
+                             c == '"' || c == '<' || c == '>' || c == '|' || byte < 0x20 ||
+                             byte == 0x7f;
+        safe += refused ? '_' : c;
     }
     while (!safe.empty() && (safe.front() == '.' || safe.front() == ' ')) {
         safe.erase(safe.begin());

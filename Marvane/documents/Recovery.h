@@ -26,11 +26,12 @@ class OpenProject;
 // reason in error.
 std::filesystem::path SaveRecoveryCopy(const std::filesystem::path& dataDirectory,
                                        const OpenProject& project, std::string& error);
-// Now, as the names of recovery copies and kept files give it: "21 Nov 14:02" (local time,
+// Now, as the names of recovery copies and kept files give it: "21 Nov 14.02" (local time,
 // the month in the chosen language).
 std::string LocalStamp();
-// A file name made from a project's name that stays inside its folder: no separators, no
-// leading dots, no control characters, at most 120 bytes.
+// A file name made from a project's name that stays inside its folder and that any share
+// takes: no separators, none of : * ? " < > |, no leading dots, no control characters, at
+// most 120 bytes.
 std::string SafeFileName(const std::string& name);
 // Copies not offered to the user yet.
 std::vector<RecoveredCopy> FindRecoveredCopies(const std::filesystem::path& dataDirectory);

@@ -4,6 +4,7 @@
 #include "Marvane/fileservices/IoCounters.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -11,6 +12,7 @@
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace host {
@@ -22,20 +24,36 @@ namespace {
 constexpr std::size_t kBufferBytes = std::size_t{1} << 20;
 // The kernel copies in pieces of this size between two reports of progress.
 constexpr std::size_t kKernelPieceBytes = std::size_t{8} << 20;
-constexpr std::uint64_t kHashPrime = 0x100000001b3ull;
+// Files of a copy synced one by one before the copy turns to one sync of its file system:
+// a small copy waits for its own files only, never for whatever else the disk has to write.
+constexpr int kFilesSyncedOnTheirOwn = 8;
 
 std::string Reason(const fs::path& path, int errorNumber) {
     return path.string() + ": " + std::strerror(errorNumber);
 }
 
-// Local disks keep in order what one sync of the file system writes out, so a copy there is
-// made lasting at the end in one step; network and user-space file systems get a sync of each
-// file, which is what they pass on to their server.
+// Since Linux 5.8 a sync of a file system reports a write that failed since the descriptor it
+// is given was opened; before, it reports nothing.
+bool FileSystemSyncReportsFailures() {
+    static const bool reports = [] {
+        struct utsname system {};
+        int major = 0;
+        int minor = 0;
+        return ::uname(&system) == 0 && std::sscanf(system.release, "%d.%d", &major, &minor) == 2 &&
+               (major > 5 || (major == 5 && minor >= 8));
+    }();
+    return reports;
+}
+
+} // namespace
+
 bool SyncsWholeFileSystem(const fs::path& folder) {
     struct statfs info {};
-    if (::statfs(folder.c_str(), &info) != 0) {
+    if (!FileSystemSyncReportsFailures() || ::statfs(folder.c_str(), &info) != 0) {
         return false;
     }
+    // Local disks keep in order what one sync of the file system writes out; network and
+    // user-space file systems pass a sync on to their server only for a file.
     switch (static_cast<unsigned long>(info.f_type) & 0xFFFFFFFFul) {
     case 0xEF53ul:     // ext2, ext3, ext4
     case 0x58465342ul: // XFS
@@ -49,11 +67,14 @@ bool SyncsWholeFileSystem(const fs::path& folder) {
     }
 }
 
+namespace {
+
 // How one copy goes about its files.
 struct CopyContext {
     const CopyProgress& progress;
     CopyDigests* digests;
-    bool syncEachFile;
+    bool syncEachFile; // every file (a share); else the first few, then the disk
+    int filesSynced = 0;
     bool mayClone = true;        // until the file system says it cannot share blocks
     bool mayCopyInKernel = true; // until the kernel says it cannot copy between these files
     std::vector<char> buffer;    // made on first use
@@ -190,8 +211,8 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
     int error = 0;
     FileDigest digest;
     digest.sourceInode = static_cast<std::uint64_t>(opened.st_ino);
-    digest.sourceModifiedNs =
-        static_cast<std::int64_t>(opened.st_mtim.tv_sec) * 1'000'000'000 + opened.st_mtim.tv_nsec;
+    digest.sourceModifiedSeconds = static_cast<std::int64_t>(opened.st_mtim.tv_sec);
+    digest.sourceModifiedNanoseconds = static_cast<std::int64_t>(opened.st_mtim.tv_nsec);
     digest.sourceSize = static_cast<std::int64_t>(opened.st_size);
     if (context.digests != nullptr ||
         !CopyInKernel(in, out, static_cast<std::uint64_t>(opened.st_size), context, ok, cancelled,
@@ -203,7 +224,8 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
         ok = false;
         error = errno;
     }
-    if (ok && context.syncEachFile) {
+    if (ok && (context.syncEachFile || context.filesSynced < kFilesSyncedOnTheirOwn)) {
+        ++context.filesSynced;
         CountFileSync();
         if (::fsync(out) != 0) {
             ok = false;
@@ -271,34 +293,67 @@ void CopyTreeIn(const fs::path& from, const fs::path& to, std::vector<fs::path>&
 
 } // namespace
 
+namespace {
+
+constexpr std::uint64_t kPrime1 = 0x9E3779B185EBCA87ull;
+constexpr std::uint64_t kPrime2 = 0xC2B2AE3D27D4EB4Full;
+constexpr std::uint64_t kPrime3 = 0x165667B19E3779F9ull;
+
+std::uint64_t RotateLeft(std::uint64_t value, int bits) {
+    return (value << bits) | (value >> (64 - bits));
+}
+
+std::uint64_t WordAt(const char* bytes) {
+    std::uint64_t word = 0;
+    for (unsigned byte = 0; byte < 8; ++byte) {
+        word |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[byte])) << (8 * byte);
+    }
+    return word;
+}
+
+} // namespace
+
+void ContentHash::AddWord(std::uint64_t word) {
+    mHash ^= RotateLeft(word * kPrime2, 31) * kPrime1;
+    mHash = RotateLeft(mHash, 27) * kPrime1 + kPrime3;
+}
+
 void ContentHash::Add(const char* bytes, std::size_t count) {
+    mLength += count;
     std::size_t at = 0;
-    // Whole 8-byte words at a time (FNV-1a over words), the rest kept for the next piece, so
-    // that the value does not depend on how the bytes were cut into pieces.
-    while (at < count) {
-        mPending |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]))
+    // Whole 8-byte words at a time, the rest kept for the next piece, so that the value does
+    // not depend on how the bytes were cut into pieces.
+    while (at < count && mPendingCount != 0) {
+        mPending |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at++]))
                     << (8 * mPendingCount);
-        ++at;
         if (++mPendingCount == 8) {
-            mHash = (mHash ^ mPending) * kHashPrime;
+            AddWord(mPending);
             mPending = 0;
             mPendingCount = 0;
-            while (count - at >= 8) {
-                std::uint64_t word = 0;
-                for (unsigned byte = 0; byte < 8; ++byte) {
-                    word |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at + byte]))
-                            << (8 * byte);
-                }
-                mHash = (mHash ^ word) * kHashPrime;
-                at += 8;
-            }
         }
+    }
+    for (; count - at >= 8; at += 8) {
+        AddWord(WordAt(bytes + at));
+    }
+    for (; at < count; ++at) {
+        mPending |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[at]))
+                    << (8 * mPendingCount++);
     }
 }
 
 std::uint64_t ContentHash::Value() const {
-    // The bytes of an unfinished word, and how many there were.
-    return ((mHash ^ mPending) * kHashPrime) ^ mPendingCount;
+    std::uint64_t hash = mHash ^ mLength;
+    if (mPendingCount != 0) {
+        hash ^= RotateLeft(mPending * kPrime2, 31) * kPrime1;
+        hash = RotateLeft(hash, 27) * kPrime1 + kPrime3;
+    }
+    // The final mix: every bit of the state reaches every bit of the value.
+    hash ^= hash >> 33;
+    hash *= kPrime2;
+    hash ^= hash >> 29;
+    hash *= kPrime3;
+    hash ^= hash >> 32;
+    return hash;
 }
 
 bool DigestOfFile(const fs::path& path, FileDigest& digest) {
@@ -335,67 +390,86 @@ bool DigestOfFile(const fs::path& path, FileDigest& digest) {
 
 void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
               const CopyProgress& progress, CopyDigests* digests) {
-    CopyContext context{progress, digests, !SyncsWholeFileSystem(to.parent_path()), true, true, {}};
-    CopyTreeIn(from, to, made, context);
-    if (context.syncEachFile) {
-        return;
-    }
-    // One sync of the file system writes every file of the copy (and its folders) to disk.
-    CountFileSystemSync();
+    // Opened before anything is written: the sync at the end reports every write to the file
+    // system that failed from now on, even one another program's sync saw first.
     const int folder = ::open(to.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0 || ::syncfs(folder) != 0) {
-        const int error = errno;
+    const bool wholeFileSystem = folder >= 0 && SyncsWholeFileSystem(to.parent_path());
+    CopyContext context{progress, digests, !wholeFileSystem, 0, true, true, {}};
+    try {
+        CopyTreeIn(from, to, made, context);
+    } catch (...) {
         if (folder >= 0) {
             ::close(folder);
         }
+        throw;
+    }
+    // Every file was synced on its own, or the file system is synced once for the rest.
+    int error = 0;
+    if (!context.syncEachFile && context.filesSynced >= kFilesSyncedOnTheirOwn) {
+        CountFileSystemSync();
+        error = ::syncfs(folder) == 0 ? 0 : errno;
+    }
+    if (folder >= 0) {
+        ::close(folder);
+    }
+    if (error != 0) {
         throw FileException("Cannot write the copy " + Reason(to, error), error);
     }
-    ::close(folder);
 }
 
-bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
-                          const CopyDigests& digests) {
-    struct stat a {};
-    struct stat b {};
-    if (::lstat(from.c_str(), &a) != 0 || ::lstat(to.c_str(), &b) != 0 ||
-        (a.st_mode & S_IFMT) != (b.st_mode & S_IFMT)) {
+namespace {
+
+bool HoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
+                      const CopyDigests& digests, bool insideProject) {
+    struct statx original {};
+    struct stat copy {};
+    // The original's state from its server, not from what this machine remembers of it.
+    if (::statx(AT_FDCWD, from.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_FORCE_SYNC,
+                STATX_BASIC_STATS, &original) != 0 ||
+        ::lstat(to.c_str(), &copy) != 0 ||
+        (original.stx_mode & S_IFMT) != (copy.st_mode & S_IFMT)) {
         return false;
     }
-    if (S_ISREG(a.st_mode)) {
+    const bool project = insideProject || (rules.isProject && rules.isProject(from.string()));
+    if (S_ISREG(original.stx_mode)) {
         const auto digest = digests.find(to.string());
         if (digest == digests.end()) {
             return false;
         }
         const FileDigest& seen = digest->second;
-        const std::int64_t modifiedNs =
-            static_cast<std::int64_t>(a.st_mtim.tv_sec) * 1'000'000'000 + a.st_mtim.tv_nsec;
-        if (seen.sourceInode != static_cast<std::uint64_t>(a.st_ino) ||
-            seen.sourceModifiedNs != modifiedNs || seen.sourceSize != a.st_size ||
-            static_cast<std::uint64_t>(b.st_size) != seen.size ||
-            static_cast<std::uint64_t>(a.st_size) != seen.size) {
+        if (seen.sourceInode != original.stx_ino ||
+            seen.sourceModifiedSeconds != original.stx_mtime.tv_sec ||
+            seen.sourceModifiedNanoseconds != original.stx_mtime.tv_nsec ||
+            seen.sourceSize != static_cast<std::int64_t>(original.stx_size) ||
+            static_cast<std::uint64_t>(copy.st_size) != seen.size ||
+            original.stx_size != seen.size) {
             return false;
         }
-        const bool project = rules.isProject && rules.isProject(from.string());
-        const bool content = rules.isProject && rules.contentFile &&
-                             rules.isProject(from.parent_path().string()) &&
-                             rules.contentFile(from.parent_path()) == from;
-        if (!project && !content) {
+        if (!project) {
             return true;
         }
         FileDigest reread;
         return DigestOfFile(to, reread) && reread.size == seen.size && reread.hash == seen.hash;
     }
-    if (S_ISDIR(a.st_mode)) {
+    if (S_ISDIR(original.stx_mode)) {
         std::error_code error;
         for (fs::directory_iterator it(from, error), end; !error && it != end;
              it.increment(error)) {
-            if (!CopyHoldsWhatWasRead(it->path(), to / it->path().filename(), rules, digests)) {
+            if (!HoldsWhatWasRead(it->path(), to / it->path().filename(), rules, digests,
+                                  project)) {
                 return false;
             }
         }
         return !error;
     }
     return true;
+}
+
+} // namespace
+
+bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
+                          const CopyDigests& digests) {
+    return HoldsWhatWasRead(from, to, rules, digests, false);
 }
 
 void RemoveMade(std::vector<fs::path>& made) {

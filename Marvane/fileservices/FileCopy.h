@@ -30,20 +30,26 @@ struct FileDigest {
     std::uint64_t size = 0;
     std::uint64_t hash = 0;
     std::uint64_t sourceInode = 0;
-    std::int64_t sourceModifiedNs = 0;
+    std::int64_t sourceModifiedSeconds = 0;
+    std::int64_t sourceModifiedNanoseconds = 0;
     std::int64_t sourceSize = 0;
 };
 // Digests by the copy's path.
 using CopyDigests = std::unordered_map<std::string, FileDigest>;
 
-// The hash a digest holds, of bytes given in any pieces.
+// The hash a digest holds, of bytes given in any pieces: 8-byte words, each multiplied,
+// rotated and multiplied into the hash, the length and a final mix at the end, so that every
+// bit of the bytes reaches every bit of the value.
 class ContentHash {
 public:
     void Add(const char* bytes, std::size_t count);
     std::uint64_t Value() const;
 
 private:
-    std::uint64_t mHash = 0xcbf29ce484222325ull;
+    void AddWord(std::uint64_t word);
+
+    std::uint64_t mHash = 0x27d4eb2f165667c5ull;
+    std::uint64_t mLength = 0;
     std::uint64_t mPending = 0; // bytes not yet making a whole word, lowest first
     unsigned mPendingCount = 0;
 };
@@ -53,21 +59,26 @@ bool DigestOfFile(const std::filesystem::path& path, FileDigest& digest);
 
 // Copies a file, link or folder tree to a path where nothing is yet, recording everything it
 // made so that a failure can take it away again (RemoveMade). Links are copied as links.
-// The copy is on disk for good when this returns: on local file systems through one sync of
-// the file system at the end, elsewhere (network shares) through a sync of each file. Within
-// a file system the data is cloned or copied by the kernel where it can be; with digests
-// given, every file's bytes pass through here and their digest is kept (for a check of a copy
-// to another file system). Throws FileException, or CopyCancelled.
+// The copy is on disk for good when this returns. Each of its first few files is synced on its
+// own; on local disks a larger copy is then made lasting by one sync of the file system at the
+// end (which reports any write that failed since the copy began), on network and user-space
+// file systems by a sync of every file, the only sync they pass on to their server. Within a
+// file system the data is cloned or copied by the kernel where it can be; with digests given,
+// every file's bytes pass through here and their digest is kept (for a check of a copy to
+// another file system). Throws FileException, or CopyCancelled.
 void CopyTree(const std::filesystem::path& from, const std::filesystem::path& to,
               std::vector<std::filesystem::path>& made, const CopyProgress& progress = {},
               CopyDigests* digests = nullptr);
 // Whether a copy made with digests (to) holds what it read of from: every original is still the
-// very file that was read (inode, modification time and size), every copied file has the size
-// read, and projects (and a folder project's content file), whose bytes matter most, read back
-// to the hash taken while copying. Only the copy is read again; anything added to the original
-// since, or missing from the copy, fails.
+// very file that was read (inode, modification time and size, asked of the file's server where
+// it has one), every copied file has the size read, and projects (every file of a project
+// folder), whose bytes matter most, read back to the hash taken while copying. Only the copy
+// is read again; anything added to the original since, or missing from the copy, fails.
 bool CopyHoldsWhatWasRead(const std::filesystem::path& from, const std::filesystem::path& to,
                           const ProjectItemRules& rules, const CopyDigests& digests);
+// Whether copies into the folder end with one sync of its file system (a local disk on a
+// kernel that reports failed writes to it) rather than a sync of each file.
+bool SyncsWholeFileSystem(const std::filesystem::path& folder);
 // Removes what a copy made, deepest first.
 void RemoveMade(std::vector<std::filesystem::path>& made);
 

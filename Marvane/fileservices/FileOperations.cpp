@@ -33,13 +33,16 @@ InstalledSource<ProjectItemRules>& Rules() {
     return rules;
 }
 
-// Makes a name just given in a folder lasting (the folder's own entry is synced).
-void SyncFolder(const fs::path& folder) {
+// Makes a name just given in a folder lasting (the folder's own entry is synced); the
+// system's error when that failed, else 0.
+int SyncFolder(const fs::path& folder) {
     const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        ::fsync(descriptor);
-        ::close(descriptor);
+    if (descriptor < 0) {
+        return errno;
     }
+    const int error = ::fsync(descriptor) == 0 ? 0 : errno;
+    ::close(descriptor);
+    return error;
 }
 
 // After a project moved, what belongs to its old place follows (its lock there goes).
@@ -91,8 +94,13 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
         throw FileException(
             "Cannot put the copy in place at " + to.string() + ": " + std::strerror(error), error);
     }
-    // In place for good before anything happens to the original.
-    SyncFolder(to.parent_path());
+    // In place for good before anything happens to the original. When that cannot be made
+    // sure, the complete copy stays where it is and the original is left alone.
+    if (const int error = SyncFolder(to.parent_path()); error != 0) {
+        throw FileException("The copy at " + to.string() +
+                                " may not be on disk yet: " + std::strerror(error),
+                            error);
+    }
 }
 
 // Across file systems: a verified copy is put in place, then the original is taken aside

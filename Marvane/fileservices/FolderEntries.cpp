@@ -1,5 +1,6 @@
 #include "Marvane/fileservices/FolderEntries.h"
 
+#include <cerrno>
 #include <dirent.h>
 
 namespace host {
@@ -12,15 +13,23 @@ bool ForEachFolderEntry(const std::string& folder,
         return false;
     }
     const std::string prefix = folder == "/" ? std::string() : folder;
-    while (const dirent* item = ::readdir(directory)) {
+    for (;;) {
+        // A listing cut short (a share that failed half-way) is a folder not read, never a
+        // folder with fewer entries.
+        errno = 0;
+        const dirent* item = ::readdir(directory);
+        if (item == nullptr) {
+            const int error = errno;
+            ::closedir(directory);
+            errno = error;
+            return error == 0;
+        }
         const std::string name = item->d_name;
         if (name == "." || name == "..") {
             continue;
         }
         visit(name, prefix + "/" + name, item->d_type);
     }
-    ::closedir(directory);
-    return true;
 }
 
 } // namespace host

@@ -12,6 +12,7 @@
 #include "Marvane/uitoolkit/TreeView.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
+#include "host/DebugTrace.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
@@ -26,6 +27,7 @@
 #include <set>
 #include <stdexcept>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 #include <unordered_map>
 
@@ -80,18 +82,32 @@ void ReadListedLocks(DirectoryContent& content, const std::vector<ListedLock>& p
             unread.push_back(index);
         }
     }
+    std::vector<char> done(projects.size(), 0); // one flag per read, each set by one reader
+    for (std::size_t index = 0; index < projects.size(); ++index) {
+        done[index] = std::find(unread.begin(), unread.end(), index) == unread.end() ? 1 : 0;
+    }
     std::atomic<std::size_t> next{0};
     const auto readSome = [&] {
         for (std::size_t at = next++; at < unread.size(); at = next++) {
             const std::size_t index = unread[at];
-            read[index] = ReadListedLock(ToUTF8(EntryPath(content[projects[index].entry])),
-                                         projects[index].seen, locks.name, locks.second);
+            try {
+                read[index] = ReadListedLock(ToUTF8(EntryPath(content[projects[index].entry])),
+                                             projects[index].seen, locks.name, locks.second);
+                done[index] = 1;
+            } catch (const std::exception& error) {
+                // Left unread: the panel reads that lock itself.
+                Trace("Host", 2, std::string("A listed lock could not be read: ") + error.what());
+            }
         }
     };
     std::vector<std::thread> readers;
     if (unread.size() >= kFewestForReaders) {
-        for (std::size_t count = std::min(kMostReaders, unread.size()); count > 1; --count) {
-            readers.emplace_back(readSome);
+        try {
+            for (std::size_t count = std::min(kMostReaders, unread.size()); count > 1; --count) {
+                readers.emplace_back(readSome);
+            }
+        } catch (const std::system_error&) {
+            // No more threads to be had: the ones started and this one share the reads.
         }
     }
     readSome();
@@ -99,8 +115,10 @@ void ReadListedLocks(DirectoryContent& content, const std::vector<ListedLock>& p
         reader.join();
     }
     for (std::size_t index = 0; index < projects.size(); ++index) {
-        content[projects[index].entry].fields.emplace(std::string(kLockField),
-                                                      std::move(read[index]));
+        if (done[index] != 0) {
+            content[projects[index].entry].fields.emplace(std::string(kLockField),
+                                                          std::move(read[index]));
+        }
     }
 }
 
@@ -112,25 +130,20 @@ Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
     Listing listing;
     std::vector<std::pair<std::string, struct stat>> seen;
     std::unordered_map<std::string, LockFileSeen> names; // what was seen of each entry
-    // Birth times are asked for until the file system shows it keeps none: asking a network
-    // file system for what it cannot give makes it ask its server for every entry.
-    unsigned wanted = STATX_BASIC_STATS | STATX_BTIME;
+    constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
     const bool read = ForEachFolderEntry(folder, [&](const std::string& name,
                                                      const std::string& path, unsigned char) {
         struct statx status {};
         CountListingStat();
         bool known = ::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT,
-                             wanted, &status) == 0;
-        if (known && (status.stx_mask & STATX_BTIME) == 0) {
-            wanted = STATX_BASIC_STATS;
-        }
+                             kWanted, &status) == 0;
         names.emplace(name, known ? LockFileSeen::Of(status) : LockFileSeen());
         if (known) {
             seen.emplace_back(name, AsStat(status));
             if (S_ISLNK(status.stx_mode)) {
                 CountListingStat();
                 known =
-                    ::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, wanted, &status) == 0;
+                    ::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, kWanted, &status) == 0;
             }
         }
         DirectoryEntry entry;
@@ -277,7 +290,15 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
     const std::weak_ptr<UI_TreeRow> target = row;
     const bool forRoot = row == nullptr;
     RunOnDefaultExecutor([self, target, forRoot, directoryPath, locks] {
-        Listing listing = ReadDirectory(directoryPath, locks);
+        Listing listing;
+        try {
+            listing = ReadDirectory(directoryPath, locks);
+        } catch (const std::exception& error) {
+            // Told as a folder that could not be read; the monitor still hears of the listing.
+            Trace("Host", 2, "Cannot list " + directoryPath + ": " + error.what());
+            listing = Listing();
+            listing.error = EIO;
+        }
         CallAsyncOnMainThread([self, target, forRoot, directoryPath, listing = std::move(listing)] {
             // A polled folder is compared from now on with what is about to be shown (or
             // with what was read, when nothing is shown after all).

@@ -27,10 +27,6 @@ Store& TheStore() {
     return store;
 }
 
-std::int64_t Nanoseconds(const struct statx_timestamp& time) {
-    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
-
 } // namespace
 
 LockFileSeen LockFileSeen::Of(const struct statx& status) {
@@ -38,14 +34,23 @@ LockFileSeen LockFileSeen::Of(const struct statx& status) {
     seen.device = (static_cast<std::uint64_t>(status.stx_dev_major) << 32) | status.stx_dev_minor;
     seen.inode = status.stx_ino;
     seen.size = status.stx_size;
-    seen.modifiedNs = Nanoseconds(status.stx_mtime);
-    seen.changedNs = Nanoseconds(status.stx_ctime);
+    seen.modifiedSeconds = status.stx_mtime.tv_sec;
+    seen.modifiedNanoseconds = status.stx_mtime.tv_nsec;
+    seen.changedSeconds = status.stx_ctime.tv_sec;
+    seen.changedNanoseconds = status.stx_ctime.tv_nsec;
+    if ((status.stx_mask & STATX_BTIME) != 0) {
+        seen.bornSeconds = status.stx_btime.tv_sec;
+        seen.bornNanoseconds = status.stx_btime.tv_nsec;
+    }
     return seen;
 }
 
 std::optional<ProjectLockFilePtr> KeptListedLock(const std::string& projectPath,
                                                  const LockFileSeen& seen, const ByteString& name,
                                                  const ByteString& second) {
+    if (seen == LockFileSeen()) {
+        return std::nullopt; // nothing was seen of it to tell it by
+    }
     Store& store = TheStore();
     const std::lock_guard<std::mutex> guard(store.lock);
     const auto found = store.byProject.find(projectPath);
@@ -62,6 +67,9 @@ ProjectLockFilePtr ReadListedLock(const std::string& projectPath, const LockFile
         return *kept;
     }
     ProjectLockFilePtr lock = ReadProjectLockFile(projectPath, name, second);
+    if (seen == LockFileSeen() || !lock || lock->GetOwnerName() == kUnreadableLockHolder) {
+        return lock;
+    }
     Store& store = TheStore();
     const std::lock_guard<std::mutex> guard(store.lock);
     if (store.byProject.size() >= kMostKept) {

@@ -18,12 +18,17 @@
 namespace host {
 
 // What a listing saw of a lock file.
+// Nothing seen (the look failed) is all zero, and is never kept.
 struct LockFileSeen {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
     std::uint64_t size = 0;
-    std::int64_t modifiedNs = 0;
-    std::int64_t changedNs = 0;
+    std::int64_t modifiedSeconds = 0;
+    std::uint32_t modifiedNanoseconds = 0;
+    std::int64_t changedSeconds = 0;
+    std::uint32_t changedNanoseconds = 0;
+    std::int64_t bornSeconds = 0; // where the file system keeps birth times
+    std::uint32_t bornNanoseconds = 0;
 
     static LockFileSeen Of(const struct statx& status);
     bool operator==(const LockFileSeen&) const = default;
@@ -35,7 +40,8 @@ std::optional<ProjectLockFilePtr> KeptListedLock(const std::string& projectPath,
                                                  const LockFileSeen& seen, const ByteString& name,
                                                  const ByteString& second);
 // The project's lock as ReadProjectLockFile gives it for the identity: kept from an earlier
-// read of the same unchanged file, else read now and kept.
+// read of the same unchanged file, else read now and kept when it names a holder (a lock gone
+// or unreadable by the time it was read is read again next time).
 ProjectLockFilePtr ReadListedLock(const std::string& projectPath, const LockFileSeen& seen,
                                   const ByteString& name, const ByteString& second);
 

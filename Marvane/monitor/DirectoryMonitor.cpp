@@ -377,6 +377,7 @@ void DirectoryMonitor::PollSeen(std::uint64_t generation,
         return;
     }
     mPolling = false;
+    ++mRounds;
     std::vector<std::string> changed;
     for (const auto& [folder, now] : seen) {
         const auto watch = mWatched.find(folder);

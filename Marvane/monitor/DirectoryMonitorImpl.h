@@ -41,6 +41,8 @@ public:
     // A listing of a polled folder was just shown: later rounds compare with what it saw, so
     // a change made between that listing and the watch's own first look is still reported.
     void ListingShown(const WideString& folder, const std::string& snapshot);
+    // How many polling rounds have come back since the monitor was made.
+    std::uint64_t RoundsSeen() const { return mRounds; }
 
 private:
     struct Watch {
@@ -79,6 +81,7 @@ private:
     std::size_t mNotificationCount = 0;
     std::uint64_t mGeneration = 0; // a Reset makes rounds still under way void
     bool mPolling = false;
+    std::uint64_t mRounds = 0;
 };
 
 // Whether a folder, spelled as the monitor spells folders (normalised, UTF-8), is polled: it is

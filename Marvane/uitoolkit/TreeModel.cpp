@@ -352,6 +352,7 @@ void TreeModel::Resort(const OpenTest& isOpen) {
 
 void TreeModel::SortOpenedFolder(const TreeRowPtr& folder, const OpenTest& isOpen) {
     if (folder && folder->Node().tree == this && folder->Node().childrenUnsorted) {
+        folder->Node().childrenUnsorted = false; // in order from now on, rows added too
         SortInOneLayoutChange({&folder->Node().children}, isOpen);
     }
 }

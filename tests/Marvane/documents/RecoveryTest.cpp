@@ -95,6 +95,8 @@ TEST_F(RecoveryTest, TwoCopiesOfTheSameProjectInOneSecondBothSurvive) {
 
 TEST_F(RecoveryTest, SafeFileNamesKeepWholeCharacters) {
     EXPECT_EQ(host::SafeFileName("Scene/12"), "Scene_12");
+    // Nothing a Windows share refuses in a name.
+    EXPECT_EQ(host::SafeFileName("Cut: \"A\" or <B>? *|\\"), "Cut_ _A_ or _B__ ___");
     EXPECT_EQ(host::SafeFileName("..hidden"), "hidden");
     EXPECT_EQ(host::SafeFileName(""), "Project");
     const std::string accents(200, 'a');
@@ -131,10 +133,11 @@ protected:
 TEST_F(RestoreTest, ARecoveryCopyKnowsItsOriginalAndIsNamedAfterIt) {
     const fs::path copy = RecoverScene();
     EXPECT_EQ(host::RecoveredFrom(copy), scene);
-    // "Scene 2 (recovered 21 Nov 14:02).mvproj": the day, the month and the time.
+    // "Scene 2 (recovered 21 Nov 14.02).mvproj": the day, the month and the time, in a name
+    // every share takes.
     EXPECT_TRUE(std::regex_match(
         copy.filename().string(),
-        std::regex(R"(Scene 2 \(recovered [0-9]{1,2} \S+ [0-9]{2}:[0-9]{2}\)\.mvproj)")))
+        std::regex(R"(Scene 2 \(recovered [0-9]{1,2} \S+ [0-9]{2}\.[0-9]{2}\)\.mvproj)")))
         << copy;
     host::MarkRecoveredCopyOffered(host::FindRecoveredCopies(root / "data").at(0));
     EXPECT_EQ(host::RecoveredFrom(copy), scene); // still known once offered
@@ -151,7 +154,7 @@ TEST_F(RestoreTest, RestoringPutsTheChangesIntoTheProjectAndKeepsWhatItHeld) {
     EXPECT_EQ(result.backup.parent_path(), copy.parent_path());
     EXPECT_TRUE(std::regex_match(
         result.backup.filename().string(),
-        std::regex(R"(Scene 2 \(replaced [0-9]{1,2} \S+ [0-9]{2}:[0-9]{2}\)\.mvproj)")))
+        std::regex(R"(Scene 2 \(replaced [0-9]{1,2} \S+ [0-9]{2}\.[0-9]{2}\)\.mvproj)")))
         << result.backup;
     EXPECT_EQ(testsupport::ReadBytes(result.backup), before);
     // The project is open, locked for us and saved.

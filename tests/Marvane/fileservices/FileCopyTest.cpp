@@ -77,25 +77,64 @@ TEST_F(FileCopyTest, TheContentHashIsTheSameHoweverTheBytesArrive) {
         }
         EXPECT_EQ(pieces.Value(), whole.Value()) << "pieces of " << piece;
     }
-    // One byte more, one byte other, or a zero byte appended: another hash.
+    // A zero byte appended: another hash.
     host::ContentHash longer = whole;
     longer.Add("\0", 1);
     EXPECT_NE(longer.Value(), whole.Value());
-    std::string other = bytes;
-    other[500] = static_cast<char>(other[500] ^ 1);
-    host::ContentHash changed;
-    changed.Add(other.data(), other.size());
-    EXPECT_NE(changed.Value(), whole.Value());
 }
 
-TEST_F(FileCopyTest, ACopyOnALocalDiskSyncsTheFileSystemOnceAndNoFileOnItsOwn) {
+TEST_F(FileCopyTest, EveryBitOfTheBytesChangesTheContentHash) {
+    const std::string bytes = RandomBytes(64, 9);
+    const auto hashOf = [](const std::string& text) {
+        host::ContentHash hash;
+        hash.Add(text.data(), text.size());
+        return hash.Value();
+    };
+    const std::uint64_t original = hashOf(bytes);
+    for (std::size_t byte = 0; byte < bytes.size(); ++byte) {
+        for (int bit = 0; bit < 8; ++bit) {
+            std::string changed = bytes;
+            changed[byte] = static_cast<char>(changed[byte] ^ (1 << bit));
+            EXPECT_NE(hashOf(changed), original) << "byte " << byte << " bit " << bit;
+        }
+    }
+    // The top bits of two words flipped together, and changes in the last byte of every
+    // word, are seen too.
+    std::string twoTops = bytes;
+    twoTops[7] = static_cast<char>(twoTops[7] ^ 0x80);
+    twoTops[15] = static_cast<char>(twoTops[15] ^ 0x80);
+    EXPECT_NE(hashOf(twoTops), original);
+    std::string lastBytes = bytes;
+    for (std::size_t byte = 7; byte < lastBytes.size(); byte += 8) {
+        lastBytes[byte] = static_cast<char>(lastBytes[byte] ^ 0x5A);
+    }
+    EXPECT_NE(hashOf(lastBytes), original);
+    // A value of the hash moves about half its bits for one bit of input.
+    std::string oneBit = bytes;
+    oneBit[0] = static_cast<char>(oneBit[0] ^ 1);
+    EXPECT_GE(__builtin_popcountll(hashOf(oneBit) ^ original), 16);
+}
+
+TEST_F(FileCopyTest, ASmallCopySyncsItsOwnFilesAndALargeOneTheFileSystemOnce) {
+    if (!host::SyncsWholeFileSystem(root)) {
+        GTEST_SKIP() << "the temporary folder is not on a local disk that syncs as a whole";
+    }
     const auto files = host::FileSyncCount();
     const auto systems = host::FileSystemSyncCount();
     std::vector<fs::path> made;
-    host::CopyTree(root / "Edit", root / "Edit copy", made);
+    host::CopyTree(root / "Edit", root / "Edit copy", made); // four files
     EXPECT_EQ(testsupport::TakeInventory(root / "Edit copy"),
               testsupport::TakeInventory(root / "Edit"));
-    EXPECT_EQ(host::FileSyncCount() - files, 0u);
+    EXPECT_EQ(host::FileSyncCount() - files, 4u);
+    EXPECT_EQ(host::FileSystemSyncCount() - systems, 0u);
+    for (int i = 0; i < 30; ++i) {
+        Write(root / "Dailies" / ("Take " + std::to_string(i) + ".mvproj"), std::to_string(i));
+    }
+    host::CopyTree(root / "Dailies", root / "Dailies copy", made);
+    EXPECT_EQ(testsupport::TakeInventory(root / "Dailies copy"),
+              testsupport::TakeInventory(root / "Dailies"));
+    // The first few on their own, then one sync of the disk for the rest.
+    EXPECT_EQ(host::FileSyncCount() - files, 4u + 8u);
     EXPECT_EQ(host::FileSystemSyncCount() - systems, 1u);
 }
 
@@ -155,8 +194,10 @@ TEST_F(FileCopyTest, AFileAddedToTheOriginalSinceFailsTheCheck) {
 }
 
 TEST_F(FileCopyTest, AProjectWhoseCopyReadsBackOtherwiseFailsTheCheck) {
+    Write(root / "Edit" / "Titles.mvprojd" / "media.idx", "index of the titles' media");
     for (const fs::path& project :
-         {fs::path("Reels") / "Reel 1.mvproj", fs::path("Titles.mvprojd") / "project.json"}) {
+         {fs::path("Reels") / "Reel 1.mvproj", fs::path("Titles.mvprojd") / "project.json",
+          fs::path("Titles.mvprojd") / "media.idx"}) {
         SCOPED_TRACE(project);
         const fs::path copy = root / ("Edit copy of " + project.filename().string());
         host::CopyDigests digests;

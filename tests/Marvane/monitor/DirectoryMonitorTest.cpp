@@ -175,7 +175,15 @@ TEST_F(DirectoryMonitorTest, AListingThatFailedLeavesTheFirstRoundToLookWithoutA
     host::DirectoryMonitor::Instance().ListingComing(W(edit));
     host::MonitorDirectory(W(edit), false, false);
     host::DirectoryMonitor::Instance().ListingShown(W(edit), ""); // the listing could not read it
-    Settle(400); // a few rounds: the first one looks, none reports
+    // Two rounds come back: the first one looks, neither reports.
+    const std::uint64_t rounds = host::DirectoryMonitor::Instance().RoundsSeen();
+    QElapsedTimer timer;
+    timer.start();
+    while (host::DirectoryMonitor::Instance().RoundsSeen() < rounds + 2 &&
+           timer.elapsed() < 10'000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    ASSERT_GE(host::DirectoryMonitor::Instance().RoundsSeen(), rounds + 2);
     EXPECT_FALSE(WaitFor(edit, 1));
     Elsewhere("touch '" + (edit / "Cut.mvproj").string() + "'");
     EXPECT_TRUE(WaitFor(edit));

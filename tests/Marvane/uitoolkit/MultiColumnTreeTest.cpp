@@ -185,6 +185,16 @@ TEST_F(MultiColumnTreeTest, AResortLeavesTheRowsOfClosedFoldersUntilTheyOpen) {
     // The view shows the new order too.
     const QModelIndex folderIndex = view()->model()->index(0, 0);
     EXPECT_EQ(view()->model()->index(0, 0, folderIndex).data().toString(), QString("o"));
+    // Open, it is in order again: a row added goes to its place, and a row whose key changed
+    // moves, each asking its own key alone.
+    const std::uint64_t opened = tree.GetSortDataRequestCount();
+    const TreeRowPtr newest = Row(u"n", false, u"6.5");
+    tree.InsertRows(folder, {newest});
+    EXPECT_EQ(folder->GetChild(1), newest); // between o (7) and g (6)
+    sizes[added.get()] = u"1";
+    tree.RowSortKeyChanged(added);
+    EXPECT_EQ(folder->GetChild(folder->GetChildCount() - 1), added);
+    EXPECT_EQ(tree.GetSortDataRequestCount() - opened, 2u);
 }
 
 TEST_F(MultiColumnTreeTest, AResortKeepsTheRowAtTheTopWhereTheRowsWereScrolled) {
