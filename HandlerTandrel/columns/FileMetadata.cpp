@@ -134,9 +134,10 @@ host::WideString FileMetadata::GetDisplayString(ColumnID column) const {
 }
 
 host::WideString FileMetadata::GetSortString(ColumnID column) const {
-    if (path.empty()) {
-        return {};
-    }
+    return path.empty() ? host::WideString() : GetFieldSortString(column);
+}
+
+host::WideString FileMetadata::GetFieldSortString(ColumnID column) const {
     switch (column) {
     case kNameColumn:
         return displayName;

@@ -37,6 +37,9 @@ public:
 
     host::WideString GetDisplayString(ColumnID column) const;
     host::WideString GetSortString(ColumnID column) const;
+    // The key of the fields as they stand, for a record whose file is known to be there
+    // (GetSortString without the look at the path).
+    host::WideString GetFieldSortString(ColumnID column) const;
 
     bool lockOwnedByCurrentUser = false; // meaningful while hasLockFile
     bool hasLockFile = false;

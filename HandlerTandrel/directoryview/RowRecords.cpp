@@ -3,6 +3,8 @@
 #include "columns/DisplayName.h"
 #include "host/ApplicationLayer.h"
 
+#include <typeinfo>
+
 namespace HandlerTandrel {
 
 struct RowRecords::RowData final : host::UI_TreeRow::OwnerData {
@@ -12,7 +14,11 @@ struct RowRecords::RowData final : host::UI_TreeRow::OwnerData {
 };
 
 RowRecords::Compact* RowRecords::Lookup(const host::UI_TreeRow* row) const {
-    auto* data = row != nullptr ? dynamic_cast<RowData*>(row->GetOwnerData()) : nullptr;
+    // RowData is final, so a look at the data's type stands for a dynamic_cast, for less.
+    host::UI_TreeRow::OwnerData* owned = row != nullptr ? row->GetOwnerData() : nullptr;
+    auto* data = owned != nullptr && typeid(*owned) == typeid(RowData)
+                     ? static_cast<RowData*>(owned)
+                     : nullptr;
     return data != nullptr && data->records == this && data->compact.generation == mGeneration
                ? &data->compact
                : nullptr;
@@ -178,6 +184,17 @@ host::WideString RowRecords::NameKey(const host::UI_TreeRow* row, const host::Wi
                                                              : name.substr(start, dot - start);
     }
     return DisplayNameOf(name);
+}
+
+std::optional<host::WideString> RowRecords::KnownSortKey(const host::UI_TreeRow* row,
+                                                         Columns::ColumnID column) const {
+    // Only projects have records: a record up to date gives the key with no path made or
+    // looked at. The name is not needed for any column but Name (NameKey).
+    const Compact* known = Lookup(row);
+    if (known == nullptr || (known->flags & kStale) != 0 || column == Columns::kNameColumn) {
+        return std::nullopt;
+    }
+    return Unpack(*known, host::WideString()).GetFieldSortString(column);
 }
 
 host::WideString RowRecords::SortKey(const host::UI_TreeRow* row, const host::WideString& path,

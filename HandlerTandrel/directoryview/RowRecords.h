@@ -64,6 +64,10 @@ public:
     // The key in the Name column, from the row's name (the last part of its path) alone; the
     // whole path gives the same key.
     host::WideString NameKey(const host::UI_TreeRow* row, const host::WideString& name);
+    // The key in a column other than Name of a row whose record is up to date, made from the
+    // record alone; none when the row has no such record (SortKey then reads what is needed).
+    std::optional<host::WideString> KnownSortKey(const host::UI_TreeRow* row,
+                                                 Columns::ColumnID column) const;
 
 private:
     // A record as kept, with its row: FileMetadata without its strings.

@@ -20,6 +20,7 @@
 #include "utils/ProjectMessages.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace HandlerTandrel {
 
@@ -172,6 +173,9 @@ host::WideString TandrelDirectoryView::SortKey(const host::TreeRowPtr& row,
                                                Columns::ColumnID column) {
     if (column == Columns::kNameColumn) {
         return mRecords.NameKey(row.get(), row->GetName()); // no path to make
+    }
+    if (std::optional<host::WideString> known = mRecords.KnownSortKey(row.get(), column)) {
+        return std::move(*known);
     }
     return mRecords.SortKey(row.get(), GetRowPath(row), column);
 }

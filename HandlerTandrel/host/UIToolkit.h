@@ -25,6 +25,8 @@ class HeaderRowImpl;
 class UI_MultiColumnTreeHeaderRow {
 public:
     using ColumnID = std::uint32_t;
+    // Compares two keys and nothing else: a tree re-sorting many rows calls it from a second
+    // thread too, at the same time as from the main thread.
     using StringSortingCallback = std::function<bool(const WideString&, const WideString&)>;
     using UserChangedSortCallback = std::function<void(ColumnID column, bool ascending)>;
     // The user dragged a column's edge (width) or moved a column (position); not called for

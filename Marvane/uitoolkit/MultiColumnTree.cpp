@@ -9,43 +9,48 @@
 
 namespace host {
 
-UI_TreeRow::UI_TreeRow(bool canHaveChildren)
-    : mNode(std::make_unique<TreeRowNode>(this, canHaveChildren)) {}
+UI_TreeRow::UI_TreeRow(bool canHaveChildren) {
+    static_assert(sizeof(TreeRowNode) <= kNodeSize && alignof(TreeRowNode) <= 8,
+                  "a row's node must fit in the row");
+    new (mNode) TreeRowNode(this, canHaveChildren);
+}
 
-UI_TreeRow::~UI_TreeRow() = default;
+UI_TreeRow::~UI_TreeRow() {
+    Node().~TreeRowNode();
+}
 
 UI_TreeRow* UI_TreeRow::GetParent() const {
-    return mNode->parent;
+    return Node().parent;
 }
 
 int UI_TreeRow::GetChildCount() const {
-    return static_cast<int>(mNode->children.size());
+    return static_cast<int>(Node().children.size());
 }
 
 TreeRowPtr UI_TreeRow::GetChild(int index) const {
-    return index >= 0 && static_cast<std::size_t>(index) < mNode->children.size()
-               ? mNode->children[static_cast<std::size_t>(index)]
+    return index >= 0 && static_cast<std::size_t>(index) < Node().children.size()
+               ? Node().children[static_cast<std::size_t>(index)]
                : nullptr;
 }
 
 bool UI_TreeRow::CanHaveChildren() const {
-    return mNode->canHaveChildren;
+    return Node().canHaveChildren;
 }
 
 const WideString& UI_TreeRow::GetName() const {
-    return mNode->name;
+    return Node().name;
 }
 
 void UI_TreeRow::SetName(WideString name) {
-    mNode->name = std::move(name);
+    Node().name = std::move(name);
 }
 
 UI_TreeRow::OwnerData* UI_TreeRow::GetOwnerData() const {
-    return mNode->ownerData.get();
+    return Node().ownerData.get();
 }
 
 void UI_TreeRow::SetOwnerData(std::unique_ptr<OwnerData> data) const {
-    mNode->ownerData = std::move(data);
+    Node().ownerData = std::move(data);
 }
 
 namespace {

@@ -1,5 +1,6 @@
 #include "Marvane/uitoolkit/TreeModel.h"
 
+#include "Marvane/uitoolkit/FolderSorting.h"
 #include "Marvane/uitoolkit/HeaderRowImpl.h"
 
 #include <algorithm>
@@ -8,6 +9,9 @@
 namespace host {
 
 namespace {
+
+// A re-sort of this many rows or more sorts on a second thread while the keys are asked.
+constexpr std::size_t kSortHelperFromRows = 4096;
 
 TreeRowNode* NodeOf(const QModelIndex& index) {
     return index.isValid() ? static_cast<TreeRowNode*>(index.internalPointer()) : nullptr;
@@ -377,31 +381,25 @@ void TreeModel::SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> fold
 }
 
 void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen) {
-    // Folder by folder: each row is asked for its key once, the keys are sorted where they lie
-    // side by side (an order of positions, never the rows themselves), and the rows are put in
-    // that order in one pass.
-    std::vector<WideString> keys;
-    std::vector<std::uint32_t> order;
-    std::vector<TreeRowPtr> sorted;
-    const bool ascending = !mHeader || mHeader->sortAscending;
-    const auto& less = mHeader ? mHeader->stringSorting : nullptr;
-    const auto before = [&](std::uint32_t a, std::uint32_t b) {
-        const WideString& first = keys[ascending ? a : b];
-        const WideString& second = keys[ascending ? b : a];
-        return less ? less(first, second) : first < second;
-    };
+    // Folder by folder, each row is asked for its key once, on this thread; the folders already
+    // asked are sorted meanwhile, on a helper thread once there are many rows, and the rows are
+    // put in their new order here at the end.
+    FolderSorting sorting(mHeader ? mHeader->stringSorting : nullptr,
+                          !mHeader || mHeader->sortAscending, kSortHelperFromRows);
+    const UI_MultiColumnTree::ColumnID column = mHeader ? mHeader->sortColumn : 0;
     for (std::size_t next = 0; next < folders.size(); ++next) {
         std::vector<TreeRowPtr>& rows = *folders[next];
-        const std::size_t count = rows.size();
-        keys.resize(count);
-        order.resize(count);
-        for (std::size_t position = 0; position < count; ++position) {
-            const TreeRowPtr& row = rows[position];
+        FolderSortJob job;
+        job.rows = &rows;
+        job.keys.reserve(rows.size());
+        for (const TreeRowPtr& row : rows) {
             TreeRowNode& node = row->Node();
+            if (!node.sortKey.empty()) {
+                job.discarded.push_back(std::move(node.sortKey));
+            }
             node.sortKeyValid = false;
-            KeyOf(row);
-            keys[position] = std::move(node.sortKey); // given back below, in the new order
-            order[position] = static_cast<std::uint32_t>(position);
+            ++sortDataRequests;
+            job.keys.push_back(sortData && mHeader ? sortData(row, column) : WideString());
             node.childrenUnsorted = false;
             if (!node.children.empty()) {
                 if (isOpen && !isOpen(row)) {
@@ -411,21 +409,11 @@ void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const
                 }
             }
         }
-        if (!std::is_sorted(order.begin(), order.end(), before)) {
-            std::stable_sort(order.begin(), order.end(), before);
-            sorted.clear();
-            sorted.reserve(count);
-            for (const std::uint32_t from : order) {
-                sorted.push_back(std::move(rows[from]));
-            }
-            rows.swap(sorted);
-        }
-        for (std::size_t position = 0; position < count; ++position) {
-            TreeRowNode& node = rows[position]->Node();
-            node.sortKey = std::move(keys[order[position]]);
-            node.sortKeyValid = true;
-            node.index = static_cast<int>(position);
-        }
+        sorting.Submit(std::move(job));
+    }
+    sorting.Finish();
+    for (FolderSortJob& job : sorting.Jobs()) {
+        ApplyFolderSort(job);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -102,6 +103,29 @@ TEST_F(RowRecordsTest, OtherRowsSortByTheirNameAndByNothingInOtherColumns) {
     EXPECT_EQ(records.SortKey(editRow.get(), edit, Columns::kNameColumn), u"Edit");
     EXPECT_EQ(records.SortKey(editRow.get(), edit, Columns::kSizeColumn), u"");
     EXPECT_EQ(records.Count(), 0u);
+}
+
+TEST_F(RowRecordsTest, ARecordUpToDateGivesEveryKeyWithoutItsPath) {
+    ASSERT_EQ(records.Update(sceneRow.get(), scene, false, true, Columns::kNameColumn),
+              Outcome::kRead);
+    for (const Columns::ColumnID column : {Columns::kLockColumn, Columns::kModifiedColumn,
+                                           Columns::kCreatedColumn, Columns::kSizeColumn}) {
+        const auto known = records.KnownSortKey(sceneRow.get(), column);
+        ASSERT_TRUE(known) << column;
+        EXPECT_EQ(*known, records.SortKey(sceneRow.get(), scene, column)) << column;
+    }
+    EXPECT_EQ(*records.KnownSortKey(sceneRow.get(), Columns::kLockColumn),
+              host::WideString(Columns::kUnlockedSortKey));
+    EXPECT_EQ(*records.KnownSortKey(sceneRow.get(), Columns::kSizeColumn),
+              host::ToUTF16(std::to_string(fs::file_size(root / "Scene 12.mvproj"))));
+    // The Name column has its own key; rows without a record, or with one that is stale, are
+    // left to SortKey, which reads what they need.
+    EXPECT_FALSE(records.KnownSortKey(sceneRow.get(), Columns::kNameColumn));
+    EXPECT_FALSE(records.KnownSortKey(editRow.get(), Columns::kSizeColumn));
+    const auto stale = std::make_shared<host::UI_TreeRow>(false);
+    records.Update(stale.get(), scene, false, false, Columns::kNameColumn);
+    ASSERT_TRUE(records.IsStale(stale.get()));
+    EXPECT_FALSE(records.KnownSortKey(stale.get(), Columns::kSizeColumn));
 }
 
 TEST_F(RowRecordsTest, AForgottenRowHasNoRecordAndClearingForgetsEveryRow) {

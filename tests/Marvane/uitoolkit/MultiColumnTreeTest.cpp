@@ -9,9 +9,12 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -149,6 +152,73 @@ TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
     EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"y", u"x", u"z"}));
     EXPECT_EQ(names.at(folder->GetChild(0).get()), u"p");
     EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{big}); // the selection follows
+}
+
+TEST_F(MultiColumnTreeTest, AResortOfManyOpenFoldersOrdersEachAsAStableSortWould) {
+    // Enough rows for the sort to be shared with a second thread; sizes repeat, so rows of one
+    // size must keep the order they had (by name).
+    std::vector<TreeRowPtr> folders;
+    for (int folderIndex = 0; folderIndex < 24; ++folderIndex) {
+        const TreeRowPtr folder =
+            Row(u"folder " + std::u16string(1, static_cast<char16_t>(u'A' + folderIndex)), true,
+                std::u16string(1, static_cast<char16_t>(u'a' + folderIndex % 5)));
+        folders.push_back(folder);
+    }
+    tree.InsertRows(nullptr, folders);
+    std::size_t rowCount = folders.size();
+    for (std::size_t folderIndex = 0; folderIndex < folders.size(); ++folderIndex) {
+        std::vector<TreeRowPtr> rows;
+        for (int index = 0; index < 250; ++index) {
+            const int number = index * 37 % 250;
+            rows.push_back(
+                Row(u"row " + host::ToUTF16(std::to_string(1000 + number)), false,
+                    std::u16string(1, static_cast<char16_t>(
+                                          u'a' + (number + static_cast<int>(folderIndex)) % 9))));
+        }
+        tree.InsertRows(folders[folderIndex], rows);
+        tree.OpenRow(folders[folderIndex], true);
+        rowCount += rows.size();
+    }
+    // What a stable sort of each folder, as it stands (by name), by size from large to small
+    // gives.
+    const auto bySizeDescending = [this](const TreeRowPtr& a, const TreeRowPtr& b) {
+        return sizes.at(b.get()) < sizes.at(a.get());
+    };
+    std::vector<std::vector<TreeRowPtr>> expected;
+    for (const TreeRowPtr& folder : folders) {
+        std::vector<TreeRowPtr> rows;
+        for (int index = 0; index < folder->GetChildCount(); ++index) {
+            rows.push_back(folder->GetChild(index));
+        }
+        std::stable_sort(rows.begin(), rows.end(), bySizeDescending);
+        expected.push_back(rows);
+    }
+    std::vector<TreeRowPtr> expectedTop = TopLevel();
+    std::stable_sort(expectedTop.begin(), expectedTop.end(), bySizeDescending);
+    const std::uint64_t before = tree.GetSortDataRequestCount();
+    header.SetSortColumn(kSize);
+    header.SetSortDirection(false);
+    tree.Resort();
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, rowCount); // each row asked once
+    EXPECT_EQ(TopLevel(), expectedTop);
+    for (std::size_t folderIndex = 0; folderIndex < folders.size(); ++folderIndex) {
+        std::vector<TreeRowPtr> rows;
+        for (int index = 0; index < folders[folderIndex]->GetChildCount(); ++index) {
+            rows.push_back(folders[folderIndex]->GetChild(index));
+        }
+        EXPECT_EQ(rows, expected[folderIndex]) << "folder " << folderIndex;
+    }
+    // The view shows the new order.
+    const QModelIndex first = view()->model()->index(0, 0);
+    EXPECT_EQ(first.data().toString(),
+              QString::fromStdU16String(names.at(expectedTop.front().get())));
+    EXPECT_EQ(view()->model()->index(0, 0, first).data().toString(),
+              QString::fromStdU16String(names.at(
+                  expected[static_cast<std::size_t>(
+                               std::find(folders.begin(), folders.end(), expectedTop.front()) -
+                               folders.begin())]
+                      .front()
+                      .get())));
 }
 
 TEST_F(MultiColumnTreeTest, AResortLeavesTheRowsOfClosedFoldersUntilTheyOpen) {

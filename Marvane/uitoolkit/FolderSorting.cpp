@@ -1,0 +1,124 @@
+#include "Marvane/uitoolkit/FolderSorting.h"
+
+#include "Marvane/uitoolkit/TreeRowNode.h"
+
+#include <algorithm>
+#include <numeric>
+#include <system_error>
+#include <utility>
+
+namespace host {
+
+FolderSorting::FolderSorting(Less less, bool ascending, std::size_t helperFrom)
+    : mLess(std::move(less)), mAscending(ascending), mHelperFrom(helperFrom) {}
+
+FolderSorting::~FolderSorting() {
+    StopHelper();
+}
+
+void FolderSorting::StopHelper() {
+    {
+        std::lock_guard lock(mMutex);
+        mFinished = true;
+        mStopped = true; // an error on the main thread: the helper stops at its next folder
+    }
+    mMore.notify_all();
+    if (mHelper.joinable()) {
+        mHelper.join();
+    }
+}
+
+void FolderSorting::Submit(FolderSortJob job) {
+    mSubmittedRows += job.keys.size();
+    {
+        std::lock_guard lock(mMutex);
+        mJobs.push_back(std::move(job));
+    }
+    mMore.notify_one();
+    if (!mHelperStarted && mSubmittedRows >= mHelperFrom) {
+        mHelperStarted = true;
+        try {
+            mHelper = std::thread([this] {
+                try {
+                    Work(true);
+                } catch (...) {
+                    std::lock_guard lock(mMutex);
+                    mHelperFailure = std::current_exception();
+                    mStopped = true;
+                }
+            });
+        } catch (const std::system_error&) {
+            // No thread to be had: the main thread sorts every folder itself in Finish.
+        }
+    }
+}
+
+void FolderSorting::Finish() {
+    {
+        std::lock_guard lock(mMutex);
+        mFinished = true;
+    }
+    mMore.notify_all();
+    Work(false);
+    if (mHelper.joinable()) {
+        mHelper.join();
+    }
+    if (mHelperFailure) {
+        std::rethrow_exception(mHelperFailure);
+    }
+}
+
+void FolderSorting::Work(bool untilFinished) {
+    for (;;) {
+        FolderSortJob* job = nullptr;
+        {
+            std::unique_lock lock(mMutex);
+            if (untilFinished) {
+                mMore.wait(lock,
+                           [this] { return mStopped || mFinished || mNextToSort < mJobs.size(); });
+            }
+            if (mStopped || mNextToSort >= mJobs.size()) {
+                return;
+            }
+            job = &mJobs[mNextToSort++];
+        }
+        Sort(*job);
+    }
+}
+
+void FolderSorting::Sort(FolderSortJob& job) const {
+    const std::vector<WideString>& keys = job.keys;
+    job.order.resize(keys.size());
+    std::iota(job.order.begin(), job.order.end(), std::uint32_t{0});
+    const auto before = [&](std::uint32_t a, std::uint32_t b) {
+        const WideString& first = keys[mAscending ? a : b];
+        const WideString& second = keys[mAscending ? b : a];
+        return mLess ? mLess(first, second) : first < second;
+    };
+    if (!std::is_sorted(job.order.begin(), job.order.end(), before)) {
+        std::stable_sort(job.order.begin(), job.order.end(), before);
+        job.reordered = true;
+    }
+    job.discarded.clear();
+    job.discarded.shrink_to_fit();
+}
+
+void ApplyFolderSort(FolderSortJob& job) {
+    std::vector<TreeRowPtr>& rows = *job.rows;
+    if (job.reordered) {
+        std::vector<TreeRowPtr> sorted;
+        sorted.reserve(rows.size());
+        for (const std::uint32_t from : job.order) {
+            sorted.push_back(std::move(rows[from]));
+        }
+        rows.swap(sorted);
+    }
+    for (std::size_t position = 0; position < rows.size(); ++position) {
+        TreeRowNode& node = rows[position]->Node();
+        node.sortKey = std::move(job.keys[job.order[position]]);
+        node.sortKeyValid = true;
+        node.index = static_cast<int>(position);
+    }
+}
+
+} // namespace host

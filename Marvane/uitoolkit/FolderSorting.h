@@ -1,0 +1,73 @@
+#pragma once
+// Orders the rows of many folders at once. The main thread asks the rows for their keys folder
+// by folder and hands each folder over; once enough rows were handed over, a helper thread
+// sorts the folders already asked while the main thread asks the next ones, and the main thread
+// joins in when it has asked them all. Only positions are sorted, never the rows: the rows are
+// put in order afterwards on the main thread (Apply). The keys of the sort before are let go
+// of by whichever thread sorts their folder.
+#include "host/MultiColumnTree.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace host {
+
+struct FolderSortJob {
+    std::vector<TreeRowPtr>* rows = nullptr;
+    std::vector<WideString> keys;      // by the rows' positions before the sort
+    std::vector<std::uint32_t> order;  // positions, in their new order once sorted
+    std::vector<WideString> discarded; // keys of the sort before, freed off the main thread
+    bool reordered = false;            // whether the order differs from the rows' order
+};
+
+class FolderSorting {
+public:
+    using Less = UI_MultiColumnTreeHeaderRow::StringSortingCallback;
+    // Compares with less (a plain comparison when it is empty), in that direction. The helper
+    // thread starts when folders of helperFrom rows in all were handed over.
+    FolderSorting(Less less, bool ascending, std::size_t helperFrom);
+    ~FolderSorting();
+    FolderSorting(const FolderSorting&) = delete;
+    FolderSorting& operator=(const FolderSorting&) = delete;
+
+    void Submit(FolderSortJob job);
+    // Sorts what is left with the helper and waits for it; an exception of a comparison made
+    // by the helper is thrown here.
+    void Finish();
+    // The folders in the order they were handed over, each sorted once Finish returned.
+    std::deque<FolderSortJob>& Jobs() { return mJobs; }
+    bool UsedHelper() const { return mHelper.joinable() || mHelperStarted; }
+
+private:
+    void Sort(FolderSortJob& job) const;
+    // Sorts handed-over folders until none is left; with untilFinished, waits for more until
+    // Finish says there are no more.
+    void Work(bool untilFinished);
+    void StopHelper();
+
+    Less mLess;
+    bool mAscending;
+    std::size_t mHelperFrom;
+    std::size_t mSubmittedRows = 0;
+    std::deque<FolderSortJob> mJobs; // elements stay where they are as more are added
+    std::mutex mMutex;
+    std::condition_variable mMore;
+    std::size_t mNextToSort = 0;
+    bool mFinished = false;
+    bool mStopped = false;
+    bool mHelperStarted = false;
+    std::exception_ptr mHelperFailure;
+    std::thread mHelper;
+};
+
+// The rows of a sorted folder in their new order, with their keys kept on them for the rows
+// that are added or changed later.
+void ApplyFolderSort(FolderSortJob& job);
+
+} // namespace host

@@ -1,0 +1,156 @@
+#include "Marvane/uitoolkit/FolderSorting.h"
+
+#include "Marvane/uitoolkit/TreeRowNode.h"
+
+#include <algorithm>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using host::FolderSorting;
+using host::FolderSortJob;
+using host::TreeRowPtr;
+using host::WideString;
+
+// A folder of rows whose keys repeat, so that a sort that is not stable shows.
+struct Folder {
+    std::vector<TreeRowPtr> rows;
+    std::vector<WideString> keys;
+};
+
+Folder MakeFolder(int size, int seed) {
+    Folder folder;
+    for (int index = 0; index < size; ++index) {
+        folder.rows.push_back(std::make_shared<host::UI_TreeRow>(false));
+        folder.keys.push_back(
+            u"k" + host::WideString(1, static_cast<char16_t>(u'a' + (index * 7 + seed) % 13)));
+    }
+    return folder;
+}
+
+FolderSortJob JobFor(Folder& folder) {
+    FolderSortJob job;
+    job.rows = &folder.rows;
+    job.keys = folder.keys;
+    return job;
+}
+
+// The rows in the order a stable sort of each folder by its keys gives.
+std::vector<TreeRowPtr> StablySorted(const Folder& folder, bool ascending) {
+    std::vector<std::size_t> order(folder.rows.size());
+    for (std::size_t index = 0; index < order.size(); ++index) {
+        order[index] = index;
+    }
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return ascending ? folder.keys[a] < folder.keys[b] : folder.keys[b] < folder.keys[a];
+    });
+    std::vector<TreeRowPtr> rows;
+    for (const std::size_t from : order) {
+        rows.push_back(folder.rows[from]);
+    }
+    return rows;
+}
+
+TEST(FolderSortingTest, ManyFoldersSortedBesideTheMainThreadEndAsAStableSortOfEachWould) {
+    for (const bool ascending : {true, false}) {
+        std::vector<Folder> folders;
+        for (int seed = 0; seed < 40; ++seed) {
+            folders.push_back(MakeFolder(50 + seed * 3, seed));
+        }
+        std::vector<std::vector<TreeRowPtr>> expected;
+        for (const Folder& folder : folders) {
+            expected.push_back(StablySorted(folder, ascending));
+        }
+        std::atomic<int> comparisons{0};
+        FolderSorting sorting(
+            [&](const WideString& a, const WideString& b) {
+                ++comparisons;
+                return a < b;
+            },
+            ascending, 100);
+        for (Folder& folder : folders) {
+            sorting.Submit(JobFor(folder));
+        }
+        sorting.Finish();
+        EXPECT_TRUE(sorting.UsedHelper());
+        EXPECT_GT(comparisons.load(), 0);
+        for (FolderSortJob& job : sorting.Jobs()) {
+            host::ApplyFolderSort(job);
+        }
+        for (std::size_t index = 0; index < folders.size(); ++index) {
+            EXPECT_EQ(folders[index].rows, expected[index]) << "folder " << index;
+            // Each row keeps its key and knows its new place.
+            for (std::size_t position = 0; position < folders[index].rows.size(); ++position) {
+                const host::TreeRowNode& node = folders[index].rows[position]->Node();
+                EXPECT_EQ(node.index, static_cast<int>(position));
+                EXPECT_TRUE(node.sortKeyValid);
+            }
+        }
+    }
+}
+
+TEST(FolderSortingTest, AFewRowsAreSortedOnTheMainThreadAlone) {
+    Folder folder = MakeFolder(30, 3);
+    const std::vector<TreeRowPtr> expected = StablySorted(folder, true);
+    FolderSorting sorting(nullptr, true, 4096); // no callback: keys compare as they are
+    sorting.Submit(JobFor(folder));
+    sorting.Finish();
+    EXPECT_FALSE(sorting.UsedHelper());
+    host::ApplyFolderSort(sorting.Jobs().front());
+    EXPECT_EQ(folder.rows, expected);
+}
+
+TEST(FolderSortingTest, RowsAlreadyInOrderAreLeftWhereTheyAre) {
+    Folder folder = MakeFolder(20, 1);
+    std::sort(folder.keys.begin(), folder.keys.end());
+    const std::vector<TreeRowPtr> before = folder.rows;
+    FolderSorting sorting(nullptr, true, 1);
+    sorting.Submit(JobFor(folder));
+    sorting.Finish();
+    EXPECT_FALSE(sorting.Jobs().front().reordered);
+    host::ApplyFolderSort(sorting.Jobs().front());
+    EXPECT_EQ(folder.rows, before);
+}
+
+TEST(FolderSortingTest, AComparisonThatFailsOnEitherThreadIsThrownByFinish) {
+    std::vector<Folder> folders;
+    for (int seed = 0; seed < 30; ++seed) {
+        folders.push_back(MakeFolder(200, seed));
+    }
+    std::atomic<int> comparisons{0};
+    const std::vector<TreeRowPtr> untouched = folders.front().rows;
+    {
+        FolderSorting sorting(
+            [&](const WideString& a, const WideString& b) {
+                if (++comparisons > 500) {
+                    throw std::runtime_error("no comparison");
+                }
+                return a < b;
+            },
+            true, 1);
+        for (Folder& folder : folders) {
+            sorting.Submit(JobFor(folder));
+        }
+        EXPECT_THROW(sorting.Finish(), std::runtime_error);
+    } // the helper has stopped: leaving the scope does not wait for ever
+    EXPECT_GT(comparisons.load(), 500);
+    EXPECT_EQ(folders.front().rows, untouched); // nothing applied, no row lost
+}
+
+TEST(FolderSortingTest, KeysOfTheSortBeforeAreLetGoOf) {
+    Folder folder = MakeFolder(64, 2);
+    FolderSortJob job = JobFor(folder);
+    job.discarded.assign(64, WideString(40, u'x'));
+    FolderSorting sorting(nullptr, true, 1);
+    sorting.Submit(std::move(job));
+    sorting.Finish();
+    EXPECT_TRUE(sorting.Jobs().front().discarded.empty());
+    EXPECT_EQ(sorting.Jobs().front().discarded.capacity(), 0u);
+}
+
+} // namespace
