@@ -47,6 +47,7 @@ void FolderSorting::Submit(FolderSortJob job) {
                     mStopped = true;
                 }
             });
+            mHelperRan = true;
         } catch (const std::system_error&) {
             // No thread to be had: the main thread sorts every folder itself in Finish.
         }

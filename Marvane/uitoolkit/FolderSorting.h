@@ -42,7 +42,8 @@ public:
     void Finish();
     // The folders in the order they were handed over, each sorted once Finish returned.
     std::deque<FolderSortJob>& Jobs() { return mJobs; }
-    bool UsedHelper() const { return mHelper.joinable() || mHelperStarted; }
+    // Whether a helper thread sorted beside the main thread.
+    bool UsedHelper() const { return mHelperRan; }
 
 private:
     void Sort(FolderSortJob& job) const;
@@ -61,7 +62,8 @@ private:
     std::size_t mNextToSort = 0;
     bool mFinished = false;
     bool mStopped = false;
-    bool mHelperStarted = false;
+    bool mHelperStarted = false; // asked for once, whether or not a thread could be had
+    bool mHelperRan = false;
     std::exception_ptr mHelperFailure;
     std::thread mHelper;
 };
