@@ -616,12 +616,14 @@ void AtBothSizes(benchmark::internal::Benchmark* run) {
     run->Arg(10'000)->Arg(100'000)->UseManualTime()->Unit(benchmark::kMillisecond);
 }
 
+// Memory first, in a process that has shown no production yet: what the host keeps of a
+// production outside the panel (caches by path) is counted, as a user opening it pays it.
+BENCHMARK(BM_MemoryPerRow)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(BM_FirstRows)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_FirstRowsOnShare)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
-BENCHMARK(BM_MemoryPerRow)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 } // namespace
 

@@ -54,7 +54,7 @@ public:
     TreeRowNode& Node() const { return *std::launder(reinterpret_cast<TreeRowNode*>(mNode)); }
 
 private:
-    static constexpr std::size_t kNodeSize = 160;
+    static constexpr std::size_t kNodeSize = 144; // what TreeRowNode takes with libstdc++
     alignas(8) mutable std::byte mNode[kNodeSize];
 };
 using TreeRowPtr = std::shared_ptr<UI_TreeRow>;
