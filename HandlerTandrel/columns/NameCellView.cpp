@@ -3,6 +3,7 @@
 #include "columns/DisplayName.h"
 #include "columns/TuningValue.h"
 #include "host/ApplicationLayer.h"
+#include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIToolkit.h"
 #include "utils/ProjectLocks.h"
@@ -20,6 +21,15 @@ const TuningValue gFontFraction("Tandrel.FontSize.FractionOfCellHeight", 0.5f);
 host::UI_Picture& FolderPictureSlot() {
     static host::UI_Picture picture;
     return picture;
+}
+
+// Whether a folder's row is the production's trash. A cell is made at every paint of its row, and
+// comparing whole paths resolves links on disk (on a share, round trips for each folder row
+// shown): only a folder with the trash's own name is compared.
+bool IsTheTrash(const host::WideString& path) {
+    const host::WideString trash = host::GetMvProductionTrashDirectoryPath();
+    return !trash.empty() && host::GetPathFileName(path) == host::GetPathFileName(trash) &&
+           host::IsTheMvProductionTrashDirectory(path);
 }
 
 } // namespace
@@ -43,7 +53,7 @@ NameCellKind NameCellKindOf(const host::WideString& path, bool lockOwnedByCurren
     }
     const host::ByteString utf8 = host::ToUTF8(path);
     if (!host::IsMarvaneProjectFile(utf8)) {
-        if (host::IsTheMvProductionTrashDirectory(path)) {
+        if (IsTheTrash(path)) {
             return NameCellKind::Trash;
         }
         return unreadable ? NameCellKind::FolderUnreadable : NameCellKind::Folder;

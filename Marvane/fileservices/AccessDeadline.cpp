@@ -40,6 +40,7 @@ struct Gate {
     std::shared_ptr<AccessThread> thread;
     std::atomic<bool> hung{false};
     std::atomic<std::uint64_t> failures{0};
+    std::atomic<std::uint64_t> handedOver{0};
     std::uint64_t generation = 0; // which guarding a late notice belongs to
 };
 
@@ -119,6 +120,10 @@ std::uint64_t BoundedAccessFailures() {
     return TheGate().failures;
 }
 
+std::uint64_t BoundedAccessCount() {
+    return TheGate().handedOver;
+}
+
 bool RunBounded(const fs::path& path, std::function<void()> access,
                 std::chrono::milliseconds deadline) {
     Gate& gate = TheGate();
@@ -136,6 +141,7 @@ bool RunBounded(const fs::path& path, std::function<void()> access,
         gate.thread = StartAccessThread();
     }
     const std::shared_ptr<AccessThread> thread = gate.thread;
+    ++gate.handedOver;
     if (deadline.count() <= 0) {
         deadline = gate.deadline;
     }

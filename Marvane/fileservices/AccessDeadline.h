@@ -27,6 +27,9 @@ void FolderAnswersAgain();
 bool GuardedFolderIsHung();
 // How many main-thread accesses were refused or cut short, for the tests.
 std::uint64_t BoundedAccessFailures();
+// How many main-thread accesses were handed to the access thread (each a wait on the file
+// system), for the tests.
+std::uint64_t BoundedAccessCount();
 
 // Runs `access`, bounded as described above. False when it did not finish (refused, or still
 // running past the deadline: it then finishes on its own, later, and its outcome is lost).

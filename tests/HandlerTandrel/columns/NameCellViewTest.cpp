@@ -1,5 +1,6 @@
 #include "columns/NameCellView.h"
 
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "ProductionFixture.h"
 #include "ViewTestSupport.h"
 #include "host/ApplicationLayer.h"
@@ -119,6 +120,22 @@ TEST_F(NameCellViewTest, TheTrashGetsTheDeleteBadgeNeverTheFolderIcon) {
     const NameCellView folder(W(production / "Reels"), false, false);
     EXPECT_EQ(folder.GetKind(), NameCellKind::Folder);
     EXPECT_EQ(PictureOf(folder), "folder");
+}
+
+// A cell is made at every paint of its row: on a share, a look at the disk for each folder row
+// shown would be a round trip each time.
+TEST_F(NameCellViewTest, AFolderCellIsMadeWithoutALookAtTheDisk) {
+    fs::create_directories(production / "Reels");
+    fs::create_directories(production / "Reels" / "Trash");
+    fs::create_directories(Trash());
+    const std::uint64_t before = host::files::BoundedAccessCount();
+    EXPECT_EQ(NameCellView(W(production / "Reels"), false, false).GetKind(), NameCellKind::Folder);
+    EXPECT_EQ(host::files::BoundedAccessCount(), before);
+    // A folder named like the trash but elsewhere is a folder.
+    EXPECT_EQ(NameCellView(W(production / "Reels" / "Trash"), false, false).GetKind(),
+              NameCellKind::Folder);
+    EXPECT_EQ(NameCellView(W(Trash()), false, false).GetKind(), NameCellKind::Trash);
+    EXPECT_EQ(NameCellView(W(scene), false, false).GetKind(), NameCellKind::ProjectClosedNoLock);
 }
 
 TEST_F(NameCellViewTest, AFolderThatCannotBeReadHasAPictureOfItsOwn) {
