@@ -60,16 +60,17 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     // A folder on a share that hangs would block the window at the first look: look at it
     // off the main thread first, and give up after a while.
     constexpr std::chrono::seconds kOpenDeadline{3};
-    const std::optional<std::string> look = LookAtFolderWithin(folder, kOpenDeadline);
+    const std::optional<FolderLook> look = LookAtFolderToOpenWithin(folder, kOpenDeadline);
     if (!look) {
         return Localize("$$$/Marvane/Host/ProductionNotAnswering=The production folder \"@0\" "
                         "does not answer (its share may be down or hanging). Try again when it "
                         "answers.",
                         {folder.string()});
     }
-    // A look that listed the folder showed it is there, a folder, and readable; on a share
-    // every further look is a round trip. One that did not says why below.
-    const bool listed = look->empty();
+    // A look that could open the folder for listing showed it is there, a folder, and
+    // readable; on a share every further look is a round trip. One that could not says why
+    // below.
+    const bool listed = look->why.empty();
     std::error_code error;
     const std::filesystem::file_status status =
         listed ? std::filesystem::file_status(std::filesystem::file_type::directory)
@@ -107,7 +108,11 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     }
     mFolder = absolute;
     // Names given in the production follow the rules of the file system it lives on.
-    SetFileNameRuleFolder(mFolder);
+    if (listed) {
+        SetFileNameRuleFolder(mFolder, look->fileSystemType);
+    } else {
+        SetFileNameRuleFolder(mFolder);
+    }
     // The production's hidden data folder (the record of broken locks goes there). A
     // production nobody may write to simply has none.
     std::error_code ignored;

@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <dirent.h>
+#include <functional>
 #include <mutex>
 #include <sys/statfs.h>
 #include <thread>
@@ -39,7 +40,7 @@ struct Look {
     std::mutex mutex;
     std::condition_variable done;
     bool finished = false;
-    std::string result;
+    FolderLook result;
 };
 
 void Announce(const std::shared_ptr<ProductionWatch::State>& state, const std::string& why) {
@@ -67,11 +68,31 @@ void Announce(const std::shared_ptr<ProductionWatch::State>& state, const std::s
 
 } // namespace
 
+FolderLook LookAtFolderToOpen(const fs::path& folder) {
+    FolderLook look;
+    struct statfs info {};
+    if (::statfs(folder.c_str(), &info) != 0) {
+        look.why = std::strerror(errno);
+        return look;
+    }
+    look.fileSystemType = static_cast<long>(info.f_type);
+    // Opening the folder for listing is refused when it cannot be read; its entries are not
+    // read here (on a share a listing costs round trips, and the panel lists it next).
+    DIR* listing = ::opendir(folder.c_str());
+    if (listing == nullptr) {
+        look.why = std::strerror(errno);
+        return look;
+    }
+    ::closedir(listing);
+    return look;
+}
+
 std::string LookAtFolder(const fs::path& folder) {
     struct statfs info {};
     if (::statfs(folder.c_str(), &info) != 0) {
         return std::strerror(errno);
     }
+    // A server that still answers the file system's status may fail to list.
     DIR* listing = ::opendir(folder.c_str());
     if (listing == nullptr) {
         return std::strerror(errno);
@@ -88,19 +109,23 @@ std::string LookAtFolder(const fs::path& folder) {
 
 namespace {
 
-std::shared_ptr<Look> StartLook(const fs::path& folder) {
+std::shared_ptr<Look> StartLook(std::function<FolderLook()> lookAt) {
     auto look = std::make_shared<Look>();
-    std::thread([look, folder] {
-        const std::string result = LookAtFolder(folder);
+    std::thread([look, lookAt = std::move(lookAt)] {
+        FolderLook result = lookAt();
         std::lock_guard done(look->mutex);
-        look->result = result;
+        look->result = std::move(result);
         look->finished = true;
         look->done.notify_all();
     }).detach();
     return look;
 }
 
-std::optional<std::string> WaitForLook(Look& look, std::chrono::milliseconds deadline) {
+std::shared_ptr<Look> StartLook(const fs::path& folder) {
+    return StartLook([folder] { return FolderLook{LookAtFolder(folder), 0}; });
+}
+
+std::optional<FolderLook> WaitForLook(Look& look, std::chrono::milliseconds deadline) {
     std::unique_lock waiting(look.mutex);
     if (!look.done.wait_for(waiting, deadline, [&] { return look.finished; })) {
         return std::nullopt;
@@ -112,7 +137,13 @@ std::optional<std::string> WaitForLook(Look& look, std::chrono::milliseconds dea
 
 std::optional<std::string> LookAtFolderWithin(const fs::path& folder,
                                               std::chrono::milliseconds deadline) {
-    return WaitForLook(*StartLook(folder), deadline);
+    std::optional<FolderLook> look = WaitForLook(*StartLook(folder), deadline);
+    return look ? std::optional<std::string>(std::move(look->why)) : std::nullopt;
+}
+
+std::optional<FolderLook> LookAtFolderToOpenWithin(const fs::path& folder,
+                                                   std::chrono::milliseconds deadline) {
+    return WaitForLook(*StartLook([folder] { return LookAtFolderToOpen(folder); }), deadline);
 }
 
 ProductionWatch& ProductionWatch::Instance() {
@@ -152,8 +183,8 @@ void ProductionWatch::Start(const fs::path& folder, std::chrono::milliseconds in
                 pending = StartLook(state->folder);
             }
             std::string why;
-            if (const std::optional<std::string> result = WaitForLook(*pending, state->deadline)) {
-                why = *result;
+            if (const std::optional<FolderLook> result = WaitForLook(*pending, state->deadline)) {
+                why = result->why;
                 pending.reset();
             } else {
                 why = "it does not answer within " +

@@ -26,6 +26,19 @@ struct ProductionReachabilityMessage : Message {
 // How long the main thread waits for one access to the production's folder.
 inline constexpr std::chrono::milliseconds kMainThreadAccessDeadline{500};
 
+// What a look at a folder found: why it cannot be used (empty when it can), and the type of the
+// file system it is on (statfs's f_type; 0 when not known).
+struct FolderLook {
+    std::string why;
+    long fileSystemType = 0;
+};
+
+// The look at a folder about to be opened as a production: its file system, and whether it
+// can be opened for listing (refused when it cannot be read). Its entries are not read: the
+// panel lists them next. Nothing when it was late.
+FolderLook LookAtFolderToOpen(const std::filesystem::path& folder);
+std::optional<FolderLook> LookAtFolderToOpenWithin(const std::filesystem::path& folder,
+                                                   std::chrono::milliseconds deadline);
 // One look at a folder: empty when it answers, else why not.
 std::string LookAtFolder(const std::filesystem::path& folder);
 // The same look, given up after the deadline (a share that hangs): nothing when it was late.

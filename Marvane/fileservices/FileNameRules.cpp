@@ -65,7 +65,11 @@ std::string FileSystemTypeName(const std::filesystem::path& path) {
     if (::statfs(path.c_str(), &info) != 0) {
         return "unknown";
     }
-    switch (static_cast<unsigned long>(info.f_type) & 0xFFFFFFFFul) {
+    return FileSystemTypeNameOf(static_cast<long>(info.f_type));
+}
+
+std::string FileSystemTypeNameOf(long magic) {
+    switch (static_cast<unsigned long>(magic) & 0xFFFFFFFFul) {
     case 0xFF534D42ul:
         return "cifs";
     case 0xFE534D42ul:
@@ -124,6 +128,11 @@ WideString IllegalFilenameCharactersUnder(FileNameRule rule) {
 void SetFileNameRuleFolder(const std::filesystem::path& folder) {
     gRule = folder.empty() ? FileNameRule::Posix
                            : FileNameRuleForFileSystemType(FileSystemTypeName(folder));
+}
+
+void SetFileNameRuleFolder(const std::filesystem::path& folder, long fileSystemType) {
+    gRule = folder.empty() ? FileNameRule::Posix
+                           : FileNameRuleForFileSystemType(FileSystemTypeNameOf(fileSystemType));
 }
 
 FileNameRule CurrentFileNameRule() {

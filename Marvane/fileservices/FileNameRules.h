@@ -22,6 +22,8 @@ FileNameRule FileNameRuleForFileSystemType(std::string_view typeName);
 // The type name of the file system that holds the path, from its magic number ("ext4",
 // "cifs", "smb2", "fuse", ...); "unknown" when the path cannot be asked.
 std::string FileSystemTypeName(const std::filesystem::path& path);
+// The same from a magic number statfs gave (its f_type).
+std::string FileSystemTypeNameOf(long magic);
 
 bool IsValidFileNameUnder(const WideString& name, FileNameRule rule);
 // The characters the rule forbids, as shown to a user, separated by spaces.
@@ -30,6 +32,8 @@ WideString IllegalFilenameCharactersUnder(FileNameRule rule);
 // The folder whose file system decides the rule in force (empty: the ordinary rule). The
 // file system is asked once, here.
 void SetFileNameRuleFolder(const std::filesystem::path& folder);
+// The same when the folder's file system is known (statfs's f_type): nothing is asked.
+void SetFileNameRuleFolder(const std::filesystem::path& folder, long fileSystemType);
 FileNameRule CurrentFileNameRule();
 
 } // namespace host

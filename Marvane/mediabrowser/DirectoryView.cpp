@@ -5,6 +5,7 @@
 #include "Marvane/fileservices/FileTimes.h"
 #include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/mediabrowser/EntryStats.h"
 #include "Marvane/mediabrowser/ListedLocks.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -130,36 +131,39 @@ Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
     Listing listing;
     std::vector<std::pair<std::string, struct stat>> seen;
     std::unordered_map<std::string, LockFileSeen> names; // what was seen of each entry
-    constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
-    const bool read = ForEachFolderEntry(folder, [&](const std::string& name,
-                                                     const std::string& path, unsigned char) {
-        struct statx status {};
-        CountListingStat();
-        bool known = ::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_SYNC_AS_STAT,
-                             kWanted, &status) == 0;
-        names.emplace(name, known ? LockFileSeen::Of(status) : LockFileSeen());
-        if (known) {
-            seen.emplace_back(name, AsStat(status));
-            if (S_ISLNK(status.stx_mode)) {
-                CountListingStat();
-                known =
-                    ::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, kWanted, &status) == 0;
-            }
+    std::vector<std::string> entryNames;
+    std::vector<std::string> paths;
+    const bool read = ForEachFolderEntry(
+        folder, [&](const std::string& name, const std::string& path, unsigned char) {
+            entryNames.push_back(name);
+            paths.push_back(path);
+        });
+    if (!read) {
+        listing.error = errno != 0 ? errno : EIO;
+        return listing;
+    }
+    const bool remote = paths.size() >= kParallelStatsFrom && FolderIsRemote(folder);
+    const std::vector<EntryStatus> statuses = StatEntries(paths, remote);
+    listing.content.reserve(paths.size());
+    for (std::size_t index = 0; index < paths.size(); ++index) {
+        const EntryStatus& found = statuses[index];
+        names.emplace(entryNames[index],
+                      found.listed ? LockFileSeen::Of(found.own) : LockFileSeen());
+        if (found.listed) {
+            seen.emplace_back(entryNames[index], AsStat(found.own));
         }
+        const struct statx& status = found.status;
         DirectoryEntry entry;
-        entry.fields.emplace(std::string(kPathField), ToUTF16(path));
-        entry.fields.emplace(std::string(kIsDirectoryField), known && S_ISDIR(status.stx_mode));
-        if (known) {
+        entry.fields.emplace(std::string(kPathField), ToUTF16(paths[index]));
+        entry.fields.emplace(std::string(kIsDirectoryField),
+                             found.known && S_ISDIR(status.stx_mode));
+        if (found.known) {
             entry.fields.emplace(std::string(kSizeField),
                                  static_cast<std::int64_t>(status.stx_size));
             entry.fields.emplace(std::string(kModifiedField), TicksOf(status.stx_mtime));
             entry.fields.emplace(std::string(kCreatedField), CreatedTicksOf(status));
         }
         listing.content.push_back(std::move(entry));
-    });
-    if (!read) {
-        listing.error = errno != 0 ? errno : EIO;
-        return listing;
     }
     std::vector<ListedLock> lockedProjects;
     for (std::size_t index = 0; index < listing.content.size(); ++index) {

@@ -36,27 +36,6 @@ constexpr std::uint32_t kEntryEvents =
     IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ATTRIB;
 constexpr std::uint32_t kContentEvents = IN_MODIFY | IN_CLOSE_WRITE;
 
-// File systems whose changes made elsewhere never reach this machine's notifications.
-bool IsRemoteFileSystem(long type) {
-    switch (static_cast<unsigned long>(type) & 0xFFFFFFFFul) {
-    case 0x6969ul:     // NFS
-    case 0x517Bul:     // SMB
-    case 0xFF534D42ul: // CIFS
-    case 0xFE534D42ul: // SMB2
-    case 0x65735546ul: // FUSE (sshfs and others)
-    case 0x73757245ul: // Coda
-    case 0x5346414Ful: // AFS
-    case 0x00C36400ul: // Ceph
-    case 0x01021997ul: // 9P
-    case 0x564Cul:     // NCP
-    case 0x7461636Ful: // OCFS2
-    case 0x01161970ul: // GFS2
-        return true;
-    default:
-        return false;
-    }
-}
-
 std::string Spelling(const WideString& path) {
     return ToUTF8(ToNormalizedPath(path));
 }
@@ -449,6 +428,26 @@ void SetPollingSettingsSource(std::function<PollingSettings()> source) {
 
 PollingSettings CurrentPollingSettings() {
     return PollingSource().Get();
+}
+
+bool IsRemoteFileSystem(long type) {
+    switch (static_cast<unsigned long>(type) & 0xFFFFFFFFul) {
+    case 0x6969ul:     // NFS
+    case 0x517Bul:     // SMB
+    case 0xFF534D42ul: // CIFS
+    case 0xFE534D42ul: // SMB2
+    case 0x65735546ul: // FUSE (sshfs and others)
+    case 0x73757245ul: // Coda
+    case 0x5346414Ful: // AFS
+    case 0x00C36400ul: // Ceph
+    case 0x01021997ul: // 9P
+    case 0x564Cul:     // NCP
+    case 0x7461636Ful: // OCFS2
+    case 0x01161970ul: // GFS2
+        return true;
+    default:
+        return false;
+    }
 }
 
 bool DoesPathRequirePolling(const WideString& path) {

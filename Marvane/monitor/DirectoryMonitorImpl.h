@@ -84,6 +84,10 @@ private:
     std::uint64_t mRounds = 0;
 };
 
+// File systems whose changes made elsewhere never reach this machine's notifications, and where
+// every call is a round trip to a server: network and user-space ones (statfs's f_type).
+bool IsRemoteFileSystem(long type);
+
 // Whether a folder, spelled as the monitor spells folders (normalised, UTF-8), is polled: it is
 // on a network or user-space file system, or polling is forced.
 bool RequiresPolling(const std::string& spelledPath);

@@ -4,8 +4,10 @@
 #include "host/PanelFramework.h"
 
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <sys/statfs.h>
 #include <vector>
 
 namespace {
@@ -27,6 +29,26 @@ public:
 TEST(ProductionWatchTest, ALookAtAFolderThatIsGoneSaysWhy) {
     EXPECT_EQ(host::LookAtFolder(fs::temp_directory_path()), "");
     EXPECT_EQ(host::LookAtFolder("/no/such/production"), "No such file or directory");
+}
+
+TEST(ProductionWatchTest, TheLookBeforeOpeningGivesTheFileSystemAndSaysWhyNot) {
+    testsupport::TemporaryFolder temporary("look");
+    const fs::path production = temporary.Path() / "Pilot";
+    fs::create_directories(production);
+    struct statfs info {};
+    ASSERT_EQ(::statfs(production.c_str(), &info), 0);
+    const host::FolderLook look = host::LookAtFolderToOpen(production);
+    EXPECT_EQ(look.why, "");
+    EXPECT_EQ(look.fileSystemType, static_cast<long>(info.f_type));
+    EXPECT_EQ(host::LookAtFolderToOpen(temporary.Path() / "Gone").why, "No such file or directory");
+    std::ofstream(temporary.Path() / "Notes.txt") << "not a folder";
+    EXPECT_EQ(host::LookAtFolderToOpen(temporary.Path() / "Notes.txt").why, "Not a directory");
+    // Within a deadline, the same.
+    const std::optional<host::FolderLook> timely =
+        host::LookAtFolderToOpenWithin(production, 3000ms);
+    ASSERT_TRUE(timely.has_value());
+    EXPECT_EQ(timely->why, "");
+    EXPECT_EQ(timely->fileSystemType, look.fileSystemType);
 }
 
 TEST(ProductionWatchTest, AFolderThatGoesAndComesBackIsAnnouncedOnceEachWay) {

@@ -95,6 +95,24 @@ TEST(FileNameRulesTest, TheRuleInForceIsThatOfTheFolderSet) {
     EXPECT_EQ(host::CurrentFileNameRule(), FileNameRule::Posix);
 }
 
+// A production's file system is known from the look taken when it opens: the rule follows it
+// without asking the share again.
+TEST(FileNameRulesTest, AFileSystemAlreadyKnownDecidesTheRuleWithoutAsking) {
+    constexpr long kSmb2 = static_cast<long>(0xFE534D42ul);
+    constexpr long kExt4 = 0xEF53;
+    EXPECT_EQ(host::FileSystemTypeNameOf(kSmb2), "smb2");
+    EXPECT_EQ(host::FileSystemTypeNameOf(kExt4), "ext4");
+    EXPECT_EQ(host::FileSystemTypeNameOf(0), "unknown");
+    // The folder need not be asked: one that does not exist takes the rule of the type given.
+    host::SetFileNameRuleFolder("/no/such/share", kSmb2);
+    EXPECT_EQ(host::CurrentFileNameRule(), FileNameRule::Windows);
+    EXPECT_FALSE(host::IsValidFileName(u"a:b"));
+    host::SetFileNameRuleFolder("/no/such/share", kExt4);
+    EXPECT_EQ(host::CurrentFileNameRule(), FileNameRule::Posix);
+    host::SetFileNameRuleFolder({}, kSmb2);
+    EXPECT_EQ(host::CurrentFileNameRule(), FileNameRule::Posix);
+}
+
 TEST(FileNameRulesTest, AFolderThatCannotBeAskedHasNoTypeName) {
     EXPECT_EQ(host::FileSystemTypeName("/no/such/folder/anywhere"), "unknown");
 }
