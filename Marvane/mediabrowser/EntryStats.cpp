@@ -52,7 +52,8 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool
         }
     };
     std::vector<std::thread> askers;
-    const std::size_t helpers = std::min(kParallelStats, paths.size() / 4) - 1;
+    // At least four entries for each asker.
+    const std::size_t helpers = std::clamp<std::size_t>(paths.size() / 4, 1, kParallelStats) - 1;
     for (std::size_t count = 0; count < helpers; ++count) {
         try {
             askers.emplace_back(ask);
