@@ -66,37 +66,41 @@ void Announce(const std::shared_ptr<ProductionWatch::State>& state, const std::s
     });
 }
 
-} // namespace
-
-FolderLook LookAtFolderToOpen(const fs::path& folder) {
-    FolderLook look;
+// The file system's status, then the folder opened for listing (refused when it cannot be
+// read): the open folder, or nothing with why not in the look.
+DIR* OpenFolderToLook(const fs::path& folder, FolderLook& look) {
     struct statfs info {};
     if (::statfs(folder.c_str(), &info) != 0) {
         look.why = std::strerror(errno);
-        return look;
+        return nullptr;
     }
     look.fileSystemType = static_cast<long>(info.f_type);
-    // Opening the folder for listing is refused when it cannot be read; its entries are not
-    // read here (on a share a listing costs round trips, and the panel lists it next).
     DIR* listing = ::opendir(folder.c_str());
     if (listing == nullptr) {
         look.why = std::strerror(errno);
-        return look;
     }
-    ::closedir(listing);
+    return listing;
+}
+
+} // namespace
+
+FolderLook LookAtFolderToOpen(const fs::path& folder) {
+    // Its entries are not read: on a share a listing costs round trips, and the panel lists
+    // the folder next.
+    FolderLook look;
+    if (DIR* listing = OpenFolderToLook(folder, look)) {
+        ::closedir(listing);
+    }
     return look;
 }
 
 std::string LookAtFolder(const fs::path& folder) {
-    struct statfs info {};
-    if (::statfs(folder.c_str(), &info) != 0) {
-        return std::strerror(errno);
+    FolderLook look;
+    DIR* listing = OpenFolderToLook(folder, look);
+    if (listing == nullptr) {
+        return look.why;
     }
     // A server that still answers the file system's status may fail to list.
-    DIR* listing = ::opendir(folder.c_str());
-    if (listing == nullptr) {
-        return std::strerror(errno);
-    }
     errno = 0;
     const dirent* first = ::readdir(listing);
     const int error = errno;

@@ -8,6 +8,7 @@ namespace {
 
 std::atomic<std::uint64_t> gFileInfoStats{0};
 std::atomic<std::uint64_t> gListingStats{0};
+std::atomic<std::uint64_t> gParallelListings{0};
 std::atomic<std::uint64_t> gFolderSnapshots{0};
 std::atomic<std::uint64_t> gFileSyncs{0};
 std::atomic<std::uint64_t> gFileSystemSyncs{0};
@@ -28,6 +29,14 @@ void CountListingStat() {
 
 std::uint64_t ListingStatCount() {
     return gListingStats.load(std::memory_order_relaxed);
+}
+
+void CountParallelListing() {
+    gParallelListings.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t ParallelListingCount() {
+    return gParallelListings.load(std::memory_order_relaxed);
 }
 
 void CountFolderSnapshot() {

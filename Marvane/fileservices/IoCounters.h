@@ -13,6 +13,10 @@ std::uint64_t FileInfoStatCount();
 void CountListingStat();
 std::uint64_t ListingStatCount();
 
+// A listing asked for its entries several at a time (a folder of many entries on a share).
+void CountParallelListing();
+std::uint64_t ParallelListingCount();
+
 // The directory monitor listed a folder to know what it holds (its snapshot).
 void CountFolderSnapshot();
 std::uint64_t FolderSnapshotCount();

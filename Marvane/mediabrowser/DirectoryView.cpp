@@ -142,8 +142,7 @@ Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
         listing.error = errno != 0 ? errno : EIO;
         return listing;
     }
-    const bool remote = paths.size() >= kParallelStatsFrom && FolderIsRemote(folder);
-    const std::vector<EntryStatus> statuses = StatEntries(paths, remote);
+    const std::vector<EntryStatus> statuses = StatFolderEntries(folder, paths);
     listing.content.reserve(paths.size());
     for (std::size_t index = 0; index < paths.size(); ++index) {
         const EntryStatus& found = statuses[index];

@@ -44,6 +44,7 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool
         }
         return statuses;
     }
+    CountParallelListing();
     // Each asker takes the next path not yet asked; the calling thread asks too.
     std::atomic<std::size_t> next{0};
     const auto ask = [&] {
@@ -66,6 +67,11 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool
         asker.join();
     }
     return statuses;
+}
+
+std::vector<EntryStatus> StatFolderEntries(const std::string& folder,
+                                           const std::vector<std::string>& paths) {
+    return StatEntries(paths, paths.size() >= kParallelStatsFrom && FolderIsRemote(folder));
 }
 
 } // namespace host

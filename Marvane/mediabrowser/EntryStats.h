@@ -23,6 +23,10 @@ inline constexpr std::size_t kParallelStats = 8;
 
 // The status of each path, in the order given. `remote`: the folder is on a share.
 std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool remote);
+// The same for the entries of a folder just listed: several at a time when they are many and
+// the folder is on a share.
+std::vector<EntryStatus> StatFolderEntries(const std::string& folder,
+                                           const std::vector<std::string>& paths);
 // Whether the folder is on a share (network or user-space file system).
 bool FolderIsRemote(const std::string& folder);
 

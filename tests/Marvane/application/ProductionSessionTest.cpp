@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -62,6 +63,17 @@ TEST_F(ProductionSessionTest, AFileIsRefusedAsProduction) {
     const std::string error = host::ProductionSession::Instance().Open(root / "file.txt");
     EXPECT_NE(error.find("is not a folder"), std::string::npos) << error;
     EXPECT_FALSE(host::IsTandrelManagerActive());
+}
+
+// Nobody writes into a pipe here: looking at it must neither wait for a writer nor take it for
+// a production.
+TEST_F(ProductionSessionTest, APipeInPlaceOfTheProductionIsRefusedWithoutWaiting) {
+    const fs::path pipe = root / "Pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::string error = host::ProductionSession::Instance().Open(pipe);
+    EXPECT_NE(error.find("is not a folder"), std::string::npos) << error;
+    EXPECT_FALSE(host::IsTandrelManagerActive());
+    EXPECT_TRUE(listener->types.empty());
 }
 
 TEST_F(ProductionSessionTest, TheTopOfTheFileSystemASystemFolderOrTheHomeFolderIsRefused) {

@@ -37,10 +37,13 @@ protected:
 TEST_F(EntryStatsTest, ManyAtATimeGiveWhatOneAfterTheOtherGivesInTheSameOrder) {
     ASSERT_GE(paths.size(), host::kParallelStatsFrom);
     const std::uint64_t before = host::ListingStatCount();
+    const std::uint64_t parallelBefore = host::ParallelListingCount();
     const std::vector<host::EntryStatus> serial = host::StatEntries(paths, false);
     const std::uint64_t serialStats = host::ListingStatCount() - before;
+    EXPECT_EQ(host::ParallelListingCount(), parallelBefore);
     const std::vector<host::EntryStatus> parallel = host::StatEntries(paths, true);
     const std::uint64_t parallelStats = host::ListingStatCount() - before - serialStats;
+    EXPECT_EQ(host::ParallelListingCount(), parallelBefore + 1);
     // One stat per entry and one more for each link: the same count both ways.
     EXPECT_EQ(serialStats, paths.size() + 2);
     EXPECT_EQ(parallelStats, serialStats);
@@ -76,10 +79,14 @@ TEST_F(EntryStatsTest, ALinkIsListedAsItselfAndKnownAsWhatItPointsTo) {
     EXPECT_FALSE(gone.known);
 }
 
-TEST_F(EntryStatsTest, AFolderOnTheLocalDiskIsNotRemote) {
+TEST_F(EntryStatsTest, AFolderOnTheLocalDiskIsAskedOneEntryAfterTheOther) {
     EXPECT_FALSE(host::FolderIsRemote(folder.Path().string()));
     EXPECT_FALSE(host::FolderIsRemote((folder.Path() / "Gone").string()));
+    const std::uint64_t before = host::ParallelListingCount();
+    EXPECT_EQ(host::StatFolderEntries(folder.Path().string(), paths).size(), paths.size());
+    EXPECT_EQ(host::ParallelListingCount(), before);
     EXPECT_TRUE(host::StatEntries({}, true).empty());
+    EXPECT_EQ(host::ParallelListingCount(), before);
 }
 
 // Through a real share (our own SSH server, mounted with sshfs), where each stat is a round trip:
@@ -98,7 +105,13 @@ TEST_F(EntryStatsTest, OnAShareEntriesAskedSeveralAtATimeAreThoseTheServerHolds)
         shared.push_back((mount / fs::path(path).filename()).string());
     }
     const std::vector<host::EntryStatus> local = host::StatEntries(paths, false);
-    const std::vector<host::EntryStatus> remote = host::StatEntries(shared, true);
+    // A few entries of a share are asked one after the other; many, several at a time.
+    const std::uint64_t before = host::ParallelListingCount();
+    const std::vector<std::string> few(shared.begin(), shared.begin() + 4);
+    EXPECT_EQ(host::StatFolderEntries(mount.string(), few).size(), few.size());
+    EXPECT_EQ(host::ParallelListingCount(), before);
+    const std::vector<host::EntryStatus> remote = host::StatFolderEntries(mount.string(), shared);
+    EXPECT_EQ(host::ParallelListingCount(), before + 1);
     ASSERT_EQ(remote.size(), local.size());
     for (std::size_t index = 0; index < 100; ++index) {
         EXPECT_TRUE(remote[index].known);
