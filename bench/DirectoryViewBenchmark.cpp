@@ -230,6 +230,7 @@ struct IoSnapshot {
     std::uint64_t lockReads = host::LockFileReadCount();
     std::uint64_t recordStats = host::FileInfoStatCount();
     std::uint64_t listingStats = host::ListingStatCount();
+    std::uint64_t parallelListings = host::ParallelListingCount();
 };
 
 class Counters {
@@ -239,12 +240,16 @@ public:
         mLockReads += static_cast<double>(after.lockReads - before.lockReads);
         mRecordStats += static_cast<double>(after.recordStats - before.recordStats);
         mListingStats += static_cast<double>(after.listingStats - before.listingStats);
+        mParallelListings +=
+            static_cast<double>(after.parallelListings - before.parallelListings);
     }
     void Report(benchmark::State& state, double rowsShown) const {
         const auto perIteration = benchmark::Counter::kAvgIterations;
         state.counters["lock_reads"] = benchmark::Counter(mLockReads, perIteration);
         state.counters["record_stats"] = benchmark::Counter(mRecordStats, perIteration);
         state.counters["listing_stats"] = benchmark::Counter(mListingStats, perIteration);
+        // Listings that asked several entries at a time because the kernel had to ask the server.
+        state.counters["parallel_listings"] = benchmark::Counter(mParallelListings, perIteration);
         state.counters["rows_shown"] = rowsShown;
     }
 
@@ -252,6 +257,7 @@ private:
     double mLockReads = 0;
     double mRecordStats = 0;
     double mListingStats = 0;
+    double mParallelListings = 0;
 };
 
 // The Production panel, shown on the offscreen platform, with no production open.

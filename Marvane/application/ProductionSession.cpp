@@ -113,16 +113,17 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     } else {
         SetFileNameRuleFolder(mFolder);
     }
-    // The production's hidden data folder (the record of broken locks goes there). A
-    // production nobody may write to simply has none.
-    std::error_code ignored;
-    std::filesystem::create_directory(mFolder / ".marvane", ignored);
     // A look at the folder every few seconds tells when its share stops answering.
     constexpr std::chrono::seconds kLookDeadline{3};
     ProductionWatch::Instance().Start(
         mFolder, std::chrono::seconds(HostSession::Instance().preferences.shareProbeSeconds),
         kLookDeadline);
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderOpenedMessage());
+    // The production's hidden data folder (the record of broken locks goes there), made once
+    // the panel has started to list the production: on a share it is a round trip. A
+    // production nobody may write to simply has none.
+    std::error_code ignored;
+    std::filesystem::create_directory(absolute / ".marvane", ignored);
     return {};
 }
 

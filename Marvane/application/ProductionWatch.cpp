@@ -1,6 +1,7 @@
 #include "Marvane/application/ProductionWatch.h"
 
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/FileSystemTypes.h"
 
 #include "host/AsyncCalls.h"
 #include "host/DebugTrace.h"
@@ -11,10 +12,12 @@
 #include <condition_variable>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <functional>
 #include <mutex>
 #include <sys/statfs.h>
 #include <thread>
+#include <unistd.h>
 
 namespace host {
 
@@ -66,19 +69,22 @@ void Announce(const std::shared_ptr<ProductionWatch::State>& state, const std::s
     });
 }
 
-// The file system's status, then the folder opened for listing (refused when it cannot be
-// read): the open folder, or nothing with why not in the look.
-DIR* OpenFolderToLook(const fs::path& folder, FolderLook& look) {
+// Opens the folder for listing (a descriptor, or -1 with look.why saying why not), after asking
+// which file system it is on. No status is asked: on a share that is one more round trip.
+int OpenFolderToLook(const fs::path& folder, FolderLook& look) {
     struct statfs info {};
     if (::statfs(folder.c_str(), &info) != 0) {
         look.why = std::strerror(errno);
-        return nullptr;
+        return -1;
     }
     look.fileSystemType = static_cast<long>(info.f_type);
-    DIR* listing = ::opendir(folder.c_str());
-    if (listing == nullptr) {
+    const int listing = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
+    if (listing < 0) {
         look.why = std::strerror(errno);
+        return -1;
     }
+    // The listing and the watch that follow need not ask the server again.
+    KeepFileSystemType(folder.string(), look.fileSystemType);
     return listing;
 }
 
@@ -88,17 +94,23 @@ FolderLook LookAtFolderToOpen(const fs::path& folder) {
     // Its entries are not read: on a share a listing costs round trips, and the panel lists
     // the folder next.
     FolderLook look;
-    if (DIR* listing = OpenFolderToLook(folder, look)) {
-        ::closedir(listing);
+    if (const int listing = OpenFolderToLook(folder, look); listing >= 0) {
+        ::close(listing);
     }
     return look;
 }
 
 std::string LookAtFolder(const fs::path& folder) {
     FolderLook look;
-    DIR* listing = OpenFolderToLook(folder, look);
-    if (listing == nullptr) {
+    const int descriptor = OpenFolderToLook(folder, look);
+    if (descriptor < 0) {
         return look.why;
+    }
+    DIR* listing = ::fdopendir(descriptor);
+    if (listing == nullptr) {
+        const int error = errno;
+        ::close(descriptor);
+        return std::strerror(error);
     }
     // A server that still answers the file system's status may fail to list.
     errno = 0;

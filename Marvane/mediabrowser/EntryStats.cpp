@@ -1,19 +1,25 @@
 #include "Marvane/mediabrowser/EntryStats.h"
 
+#include "Marvane/fileservices/FileSystemTypes.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 
 #include <algorithm>
 #include <atomic>
 #include <fcntl.h>
-#include <sys/statfs.h>
+#include <optional>
+#include <system_error>
 #include <thread>
 
 namespace host {
 
 namespace {
 
-constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
+// What a listing uses of an entry. Not the access time: on a share the kernel forgets it when
+// a file is read (a lock file, a moment ago), and asking for it would send the next look at
+// that file to the server.
+constexpr unsigned kWanted =
+    STATX_TYPE | STATX_MODE | STATX_INO | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_BTIME;
 
 void StatEntry(const std::string& path, EntryStatus& entry) {
     CountListingStat();
@@ -31,20 +37,12 @@ void StatEntry(const std::string& path, EntryStatus& entry) {
 } // namespace
 
 bool FolderIsRemote(const std::string& folder) {
-    struct statfs info {};
-    return ::statfs(folder.c_str(), &info) == 0 &&
-           IsRemoteFileSystem(static_cast<long>(info.f_type));
+    const std::optional<long> type = FileSystemTypeOf(folder);
+    return type && IsRemoteFileSystem(*type);
 }
 
-std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool remote) {
+std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, Asking asking) {
     std::vector<EntryStatus> statuses(paths.size());
-    if (!remote || paths.size() < kParallelStatsFrom) {
-        for (std::size_t index = 0; index < paths.size(); ++index) {
-            StatEntry(paths[index], statuses[index]);
-        }
-        return statuses;
-    }
-    CountParallelListing();
     // Each asker takes the next path not yet asked; the calling thread asks too.
     std::atomic<std::size_t> next{0};
     const auto ask = [&] {
@@ -53,13 +51,38 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool
         }
     };
     std::vector<std::thread> askers;
-    // At least four entries for each asker.
-    const std::size_t helpers = std::clamp<std::size_t>(paths.size() / 4, 1, kParallelStats) - 1;
-    for (std::size_t count = 0; count < helpers; ++count) {
-        try {
-            askers.emplace_back(ask);
-        } catch (const std::system_error&) {
-            break; // no thread to be had: fewer askers
+    const auto bringAskers = [&] {
+        CountParallelListing();
+        // At least four entries for each asker.
+        const std::size_t left = paths.size() - std::min(next.load(), paths.size());
+        const std::size_t helpers = std::clamp<std::size_t>(left / 4, 1, kParallelStats) - 1;
+        for (std::size_t count = 0; count < helpers; ++count) {
+            try {
+                askers.emplace_back(ask);
+            } catch (const std::system_error&) {
+                break; // no thread to be had: fewer askers
+            }
+        }
+    };
+    if (asking == Asking::SeveralAtOnce && paths.size() >= kParallelStatsFrom) {
+        bringAskers();
+    } else if (asking == Asking::SeveralOnceSlow) {
+        // While the kernel answers from its cache, asking is quicker than starting threads. A
+        // file read a moment ago goes to the server once (the kernel forgets its access time),
+        // so a few slow asks among quick ones do not bring in the askers: only when most of
+        // the entries asked so far were slow.
+        std::size_t slow = 0;
+        for (std::size_t index = next++; index < paths.size(); index = next++) {
+            const auto start = std::chrono::steady_clock::now();
+            StatEntry(paths[index], statuses[index]);
+            if (std::chrono::steady_clock::now() - start >= kServerAsk) {
+                ++slow;
+            }
+            const std::size_t asked = index + 1;
+            if (slow >= 2 && slow * 2 > asked && paths.size() - asked >= 8) {
+                bringAskers();
+                break;
+            }
         }
     }
     ask();
@@ -71,7 +94,9 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool
 
 std::vector<EntryStatus> StatFolderEntries(const std::string& folder,
                                            const std::vector<std::string>& paths) {
-    return StatEntries(paths, paths.size() >= kParallelStatsFrom && FolderIsRemote(folder));
+    return StatEntries(paths, paths.size() >= kParallelStatsFrom && FolderIsRemote(folder)
+                                  ? Asking::SeveralOnceSlow
+                                  : Asking::OneAfterTheOther);
 }
 
 } // namespace host

@@ -1,7 +1,9 @@
 #pragma once
 // What a folder listing asks of each entry: the entry itself (lstat) and, for a link, what it
-// points to. On a share each ask is a round trip to the server, so a listing of many entries
-// there asks several at a time; on a local disk one after the other.
+// points to. On a share an ask the kernel cannot answer from its cache is a round trip to the
+// server, so a listing of many entries there asks several at a time once an ask is that slow;
+// on a local disk, and while the kernel answers, one after the other.
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <sys/stat.h>
@@ -20,11 +22,20 @@ struct EntryStatus {
 inline constexpr std::size_t kParallelStatsFrom = 32;
 // How many asks are under way at once on a share.
 inline constexpr std::size_t kParallelStats = 8;
+// An ask that takes this long went to the server: the kernel answers from its cache in a few
+// microseconds, a round trip through a share takes a few hundred.
+inline constexpr std::chrono::microseconds kServerAsk{50};
 
-// The status of each path, in the order given. `remote`: the folder is on a share.
-std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, bool remote);
-// The same for the entries of a folder just listed: several at a time when they are many and
-// the folder is on a share.
+enum class Asking {
+    OneAfterTheOther,
+    SeveralOnceSlow, // one after the other until most asks go to the server, then several
+    SeveralAtOnce,
+};
+
+// The status of each path, in the order given.
+std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, Asking asking);
+// The same for the entries of a folder just listed: when they are many and the folder is on a
+// share, several at a time once most asks go to the server.
 std::vector<EntryStatus> StatFolderEntries(const std::string& folder,
                                            const std::vector<std::string>& paths);
 // Whether the folder is on a share (network or user-space file system).

@@ -5,6 +5,7 @@
 
 #include "host/AsyncCalls.h"
 
+#include "Marvane/fileservices/FileSystemTypes.h"
 #include "Marvane/fileservices/FolderEntries.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/PollingSettings.h"
@@ -460,10 +461,9 @@ bool RequiresPolling(const std::string& spelledPath) {
     }
     // The nearest part of the path that exists decides.
     std::string probe = spelledPath;
-    struct statfs info {};
     while (!probe.empty()) {
-        if (::statfs(probe.c_str(), &info) == 0) {
-            return IsRemoteFileSystem(static_cast<long>(info.f_type));
+        if (const std::optional<long> type = FileSystemTypeOf(probe)) {
+            return IsRemoteFileSystem(*type);
         }
         const std::size_t slash = probe.rfind('/');
         probe = slash == 0 ? (probe == "/" ? std::string() : std::string("/"))

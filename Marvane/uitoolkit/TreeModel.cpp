@@ -108,7 +108,11 @@ Qt::ItemFlags TreeModel::flags(const QModelIndex& index) const {
     if (!index.isValid()) {
         return Qt::NoItemFlags;
     }
-    const Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    const TreeRowNode* node = NodeOf(index);
+    if (!node->canHaveChildren && !node->customChild && node->children.empty()) {
+        flags |= Qt::ItemNeverHasChildren;
+    }
     return mDragEnabled ? flags | Qt::ItemIsDragEnabled : flags;
 }
 

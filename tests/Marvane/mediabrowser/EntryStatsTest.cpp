@@ -38,10 +38,12 @@ TEST_F(EntryStatsTest, ManyAtATimeGiveWhatOneAfterTheOtherGivesInTheSameOrder) {
     ASSERT_GE(paths.size(), host::kParallelStatsFrom);
     const std::uint64_t before = host::ListingStatCount();
     const std::uint64_t parallelBefore = host::ParallelListingCount();
-    const std::vector<host::EntryStatus> serial = host::StatEntries(paths, false);
+    const std::vector<host::EntryStatus> serial =
+        host::StatEntries(paths, host::Asking::OneAfterTheOther);
     const std::uint64_t serialStats = host::ListingStatCount() - before;
     EXPECT_EQ(host::ParallelListingCount(), parallelBefore);
-    const std::vector<host::EntryStatus> parallel = host::StatEntries(paths, true);
+    const std::vector<host::EntryStatus> parallel =
+        host::StatEntries(paths, host::Asking::SeveralAtOnce);
     const std::uint64_t parallelStats = host::ListingStatCount() - before - serialStats;
     EXPECT_EQ(host::ParallelListingCount(), parallelBefore + 1);
     // One stat per entry and one more for each link: the same count both ways.
@@ -64,7 +66,8 @@ TEST_F(EntryStatsTest, ManyAtATimeGiveWhatOneAfterTheOtherGivesInTheSameOrder) {
 }
 
 TEST_F(EntryStatsTest, ALinkIsListedAsItselfAndKnownAsWhatItPointsTo) {
-    const std::vector<host::EntryStatus> statuses = host::StatEntries(paths, true);
+    const std::vector<host::EntryStatus> statuses =
+        host::StatEntries(paths, host::Asking::SeveralAtOnce);
     const host::EntryStatus& folderEntry = statuses[100];
     const host::EntryStatus& link = statuses[101];
     const host::EntryStatus& dangling = statuses[102];
@@ -85,7 +88,7 @@ TEST_F(EntryStatsTest, AFolderOnTheLocalDiskIsAskedOneEntryAfterTheOther) {
     const std::uint64_t before = host::ParallelListingCount();
     EXPECT_EQ(host::StatFolderEntries(folder.Path().string(), paths).size(), paths.size());
     EXPECT_EQ(host::ParallelListingCount(), before);
-    EXPECT_TRUE(host::StatEntries({}, true).empty());
+    EXPECT_TRUE(host::StatEntries({}, host::Asking::SeveralAtOnce).empty());
     EXPECT_EQ(host::ParallelListingCount(), before);
 }
 
@@ -104,7 +107,8 @@ TEST_F(EntryStatsTest, OnAShareEntriesAskedSeveralAtATimeAreThoseTheServerHolds)
     for (const std::string& path : paths) {
         shared.push_back((mount / fs::path(path).filename()).string());
     }
-    const std::vector<host::EntryStatus> local = host::StatEntries(paths, false);
+    const std::vector<host::EntryStatus> local =
+        host::StatEntries(paths, host::Asking::OneAfterTheOther);
     // A few entries of a share are asked one after the other; many, several at a time.
     const std::uint64_t before = host::ParallelListingCount();
     const std::vector<std::string> few(shared.begin(), shared.begin() + 4);

@@ -349,6 +349,26 @@ TEST_F(MultiColumnTreeTest, AFolderCanBeOpenedUntilReadAndStaysSoOnlyWithACustom
     EXPECT_TRUE(tree.RowHasCustomChild(empty));
 }
 
+// The view skips asking a row that never has children whether it is open: a file row says so,
+// a folder does not, and neither does a file given a custom child.
+TEST_F(MultiColumnTreeTest, AFileRowTellsTheViewItNeverHasChildren) {
+    const TreeRowPtr folder = Row(u"Reels", true);
+    const TreeRowPtr project = Row(u"Scene.mvproj");
+    const TreeRowPtr marked = Row(u"Take.mvproj");
+    tree.InsertRows(nullptr, {folder, project, marked});
+    tree.InsertRows(folder, {});
+    auto& model = tree.GetImpl()->model;
+    EXPECT_TRUE(model.flags(model.IndexOf(project)).testFlag(Qt::ItemNeverHasChildren));
+    EXPECT_FALSE(model.flags(model.IndexOf(folder)).testFlag(Qt::ItemNeverHasChildren));
+    tree.SetRowHasCustomChild(marked, true);
+    EXPECT_FALSE(model.flags(model.IndexOf(marked)).testFlag(Qt::ItemNeverHasChildren));
+    EXPECT_TRUE(model.flags(model.IndexOf(project)).testFlag(Qt::ItemIsSelectable));
+    // Opening a file row does nothing: the view does not count it as open.
+    tree.OpenRow(project, true);
+    SettleEvents();
+    EXPECT_FALSE(view()->isExpanded(model.IndexOf(project)));
+}
+
 TEST_F(MultiColumnTreeTest, OpenedRowsAreThoseReachableThroughOpenFolders) {
     const TreeRowPtr a = Row(u"a", true);
     const TreeRowPtr b = Row(u"b", true);
