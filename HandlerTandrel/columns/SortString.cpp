@@ -18,7 +18,7 @@ char16_t FoldAscii(char16_t c) {
 }
 
 // A length check first, so that the common case costs one comparison.
-bool IsTrashName(const host::WideString& key, const host::WideString& trash) {
+bool IsTrashName(std::u16string_view key, std::u16string_view trash) {
     if (key.size() != trash.size()) {
         return false;
     }
@@ -32,7 +32,7 @@ bool IsTrashName(const host::WideString& key, const host::WideString& trash) {
 
 } // namespace
 
-bool SortStringIsLess(const host::WideString& a, const host::WideString& b) {
+bool SortStringIsLess(std::u16string_view a, std::u16string_view b) {
     const host::ScopedTimer timer("HandlerTandrel::Columns::SortStringIsLess()");
     const host::WideString& trash = TrashDisplayName();
     if (IsTrashName(a, trash)) {

@@ -60,6 +60,14 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView
     tree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return SortKey(row, column);
     });
+    // By name, a row's key is the start of its file name: sorting by name copies no names.
+    tree.SetSortKeyInNameCallback(
+        [](const host::TreeRowPtr& row, Columns::ColumnID column) -> std::optional<std::size_t> {
+            if (column != Columns::kNameColumn) {
+                return std::nullopt;
+            }
+            return DisplayNameLength(row->GetName());
+        });
     tree.SetCellTextCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return CellText(row, column);
     });

@@ -16,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <optional>
 #include <vector>
 
 namespace host {
@@ -73,6 +74,11 @@ class UI_MultiColumnTree {
 public:
     using ColumnID = UI_MultiColumnTreeHeaderRow::ColumnID;
     using SortDataCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;
+    // How many code units at the start of the row's name (GetName) are its key in the column,
+    // when its key is the start of its name; none when it is not (the key is then asked of the
+    // sort data callback). Such keys are compared where the name is: no copy is made or kept.
+    using SortKeyInNameCallback =
+        std::function<std::optional<std::size_t>(const TreeRowPtr& row, ColumnID column)>;
     using CellTextCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;
     // A cell view for the cell, or null to draw the cell's text.
     using CellViewCallback =
@@ -143,6 +149,7 @@ public:
 
     // Sorting and drawing.
     void SetSortDataCallback(SortDataCallback callback);
+    void SetSortKeyInNameCallback(SortKeyInNameCallback callback);
     void SetCellTextCallback(CellTextCallback callback);
     // The text shown while the pointer rests on a cell; empty for none.
     void SetToolTipCallback(CellTextCallback callback);
@@ -152,7 +159,8 @@ public:
     // The row's sort key may have changed: it is asked once more and, when the key differs,
     // the row moves to its place among its siblings. Nothing else is asked.
     void RowSortKeyChanged(const TreeRowPtr& row);
-    // How many times rows were asked for their sort key since the tree was made.
+    // How many times rows were asked for their sort key since the tree was made (keys that are
+    // part of a row's name are not asked for).
     std::uint64_t GetSortDataRequestCount() const;
     // The cell view of a cell, made on first use and kept with the row; null for text cells.
     UI_SubView* GetCellView(const TreeRowPtr& row, ColumnID column);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace host {
 
@@ -26,8 +27,8 @@ class UI_MultiColumnTreeHeaderRow {
 public:
     using ColumnID = std::uint32_t;
     // Compares two keys and nothing else: a tree re-sorting many rows calls it from a second
-    // thread too, at the same time as from the main thread.
-    using StringSortingCallback = std::function<bool(const WideString&, const WideString&)>;
+    // thread too, at the same time as from the main thread. A key may be part of a row's name.
+    using StringSortingCallback = std::function<bool(std::u16string_view, std::u16string_view)>;
     using UserChangedSortCallback = std::function<void(ColumnID column, bool ascending)>;
     // The user dragged a column's edge (width) or moved a column (position); not called for
     // changes the owner makes.

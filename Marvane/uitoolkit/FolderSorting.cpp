@@ -9,6 +9,18 @@
 
 namespace host {
 
+void FolderSortJob::AddOwnedKey(std::size_t rows, WideString key) {
+    if (owned.empty()) {
+        // Sized once: the keys' views point into these strings, which never move.
+        owned.resize(rows);
+        isOwned.resize(rows, false);
+    }
+    const std::size_t position = keys.size();
+    owned[position] = std::move(key);
+    isOwned[position] = true;
+    keys.push_back(owned[position]);
+}
+
 FolderSorting::FolderSorting(Less less, bool ascending, std::size_t helperFrom)
     : mLess(std::move(less)), mAscending(ascending), mHelperFrom(helperFrom) {}
 
@@ -88,12 +100,12 @@ void FolderSorting::Work(bool untilFinished) {
 }
 
 void FolderSorting::Sort(FolderSortJob& job) const {
-    const std::vector<WideString>& keys = job.keys;
+    const std::vector<std::u16string_view>& keys = job.keys;
     job.order.resize(keys.size());
     std::iota(job.order.begin(), job.order.end(), std::uint32_t{0});
     const auto before = [&](std::uint32_t a, std::uint32_t b) {
-        const WideString& first = keys[mAscending ? a : b];
-        const WideString& second = keys[mAscending ? b : a];
+        const std::u16string_view first = keys[mAscending ? a : b];
+        const std::u16string_view second = keys[mAscending ? b : a];
         return mLess ? mLess(first, second) : first < second;
     };
     if (!std::is_sorted(job.order.begin(), job.order.end(), before)) {
@@ -116,8 +128,12 @@ void ApplyFolderSort(FolderSortJob& job) {
     }
     for (std::size_t position = 0; position < rows.size(); ++position) {
         TreeRowNode& node = rows[position]->Node();
-        node.sortKey = std::move(job.keys[job.order[position]]);
-        node.sortKeyValid = true;
+        const std::uint32_t from = job.order[position];
+        // A key that is part of the row's name is not kept: the name is.
+        node.sortKeyValid = !job.isOwned.empty() && job.isOwned[from];
+        if (node.sortKeyValid) {
+            node.sortKey = std::move(job.owned[from]);
+        }
         node.index = static_cast<int>(position);
     }
 }

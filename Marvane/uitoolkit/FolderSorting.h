@@ -13,6 +13,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -20,10 +21,18 @@ namespace host {
 
 struct FolderSortJob {
     std::vector<TreeRowPtr>* rows = nullptr;
-    std::vector<WideString> keys;      // by the rows' positions before the sort
+    // By the rows' positions before the sort: parts of the rows' names, or of owned keys.
+    std::vector<std::u16string_view> keys;
+    // Keys asked for (not parts of names), by position, kept on the rows once sorted; empty
+    // while every key is part of a name. A position's key is owned when owned[position] is.
+    std::vector<WideString> owned;
+    std::vector<bool> isOwned;
     std::vector<std::uint32_t> order;  // positions, in their new order once sorted
     std::vector<WideString> discarded; // keys of the sort before, freed off the main thread
     bool reordered = false;            // whether the order differs from the rows' order
+
+    // Adds the next position's key, asked for; rows is how many keys the folder will have.
+    void AddOwnedKey(std::size_t rows, WideString key);
 };
 
 class FolderSorting {

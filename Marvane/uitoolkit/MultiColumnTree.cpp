@@ -336,6 +336,10 @@ void UI_MultiColumnTree::SetSortDataCallback(SortDataCallback callback) {
     mImpl->model.sortData = std::move(callback);
 }
 
+void UI_MultiColumnTree::SetSortKeyInNameCallback(SortKeyInNameCallback callback) {
+    mImpl->model.sortKeyInName = std::move(callback);
+}
+
 void UI_MultiColumnTree::SetToolTipCallback(CellTextCallback callback) {
     mImpl->model.toolTip = std::move(callback);
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <utility>
 
 namespace host {
 
@@ -166,19 +167,35 @@ std::vector<TreeRowPtr>& TreeModel::MutableChildrenOf(const UI_TreeRow* parent) 
     return parent ? parent->Node().children : mTopLevel;
 }
 
-const WideString& TreeModel::KeyOf(const TreeRowPtr& row) {
-    TreeRowNode& node = row->Node();
-    if (!node.sortKeyValid) {
-        ++sortDataRequests;
-        node.sortKey = sortData && mHeader ? sortData(row, mHeader->sortColumn) : WideString();
-        node.sortKeyValid = true;
+std::optional<std::u16string_view> TreeModel::KeyInName(const TreeRowPtr& row) const {
+    if (!sortKeyInName || !mHeader) {
+        return std::nullopt;
     }
+    const std::optional<std::size_t> length = sortKeyInName(row, mHeader->sortColumn);
+    if (!length) {
+        return std::nullopt;
+    }
+    const std::u16string_view name = row->Node().name;
+    return name.substr(0, std::min(*length, name.size()));
+}
+
+std::u16string_view TreeModel::KeyOf(const TreeRowPtr& row) {
+    TreeRowNode& node = row->Node();
+    if (node.sortKeyValid) {
+        return node.sortKey;
+    }
+    if (const std::optional<std::u16string_view> inName = KeyInName(row)) {
+        return *inName;
+    }
+    ++sortDataRequests;
+    node.sortKey = sortData && mHeader ? sortData(row, mHeader->sortColumn) : WideString();
+    node.sortKeyValid = true;
     return node.sortKey;
 }
 
 bool TreeModel::Before(const TreeRowPtr& a, const TreeRowPtr& b) {
-    const WideString& first = KeyOf(a);
-    const WideString& second = KeyOf(b);
+    const std::u16string_view first = KeyOf(a);
+    const std::u16string_view second = KeyOf(b);
     const bool ascending = !mHeader || mHeader->sortAscending;
     const auto& less = mHeader ? mHeader->stringSorting : nullptr;
     if (less) {
@@ -229,8 +246,11 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
         TreeRowNode& node = ordered[index]->Node();
         node.tree = this;
         node.parent = parent.get();
-        node.sortKey = std::move(keys[index]);
-        node.sortKeyValid = true;
+        // A key that is part of the row's name is not kept: the name is.
+        node.sortKeyValid = !KeyInName(ordered[index]);
+        if (node.sortKeyValid) {
+            node.sortKey = std::move(keys[index]);
+        }
     }
     // One look at the order; rows the owner did not order as the header says are sorted.
     const auto before = [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); };
@@ -399,11 +419,16 @@ void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const
         for (const TreeRowPtr& row : rows) {
             TreeRowNode& node = row->Node();
             if (!node.sortKey.empty()) {
-                job.discarded.push_back(std::move(node.sortKey));
+                job.discarded.push_back(std::exchange(node.sortKey, WideString()));
             }
             node.sortKeyValid = false;
-            ++sortDataRequests;
-            job.keys.push_back(sortData && mHeader ? sortData(row, column) : WideString());
+            if (const std::optional<std::u16string_view> inName = KeyInName(row)) {
+                job.keys.push_back(*inName);
+            } else {
+                ++sortDataRequests;
+                job.AddOwnedKey(rows.size(),
+                                sortData && mHeader ? sortData(row, column) : WideString());
+            }
             node.childrenUnsorted = false;
             if (!node.children.empty()) {
                 if (isOpen && !isOpen(row)) {
@@ -428,7 +453,7 @@ void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {
     }
     TreeRowNode& node = row->Node();
     const bool known = node.sortKeyValid;
-    const WideString before = node.sortKey;
+    const WideString before = std::exchange(node.sortKey, WideString());
     node.sortKeyValid = false;
     if (known && KeyOf(row) == before) {
         return;

@@ -6,6 +6,8 @@
 #include <QAbstractItemModel>
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -59,13 +61,17 @@ public:
     void RowChanged(const TreeRowPtr& row);
 
     UI_MultiColumnTree::SortDataCallback sortData;
+    UI_MultiColumnTree::SortKeyInNameCallback sortKeyInName;
     UI_MultiColumnTree::CellTextCallback cellText;
     UI_MultiColumnTree::CellTextCallback toolTip;
     std::uint64_t sortDataRequests = 0;
 
 private:
     std::vector<TreeRowPtr>& MutableChildrenOf(const UI_TreeRow* parent);
-    const WideString& KeyOf(const TreeRowPtr& row);
+    // The row's key in the sort column: part of its name when the owner says so (nothing is
+    // kept), else the key kept from the last sort, else asked for now and kept.
+    std::u16string_view KeyOf(const TreeRowPtr& row);
+    std::optional<std::u16string_view> KeyInName(const TreeRowPtr& row) const;
     bool Before(const TreeRowPtr& a, const TreeRowPtr& b);
     bool mDragEnabled = false;
     void SortChildren(std::vector<TreeRowPtr>& rows, bool deep);

@@ -36,7 +36,9 @@ Folder MakeFolder(int size, int seed) {
 FolderSortJob JobFor(Folder& folder) {
     FolderSortJob job;
     job.rows = &folder.rows;
-    job.keys = folder.keys;
+    for (const WideString& key : folder.keys) {
+        job.AddOwnedKey(folder.keys.size(), key);
+    }
     return job;
 }
 
@@ -68,7 +70,7 @@ TEST(FolderSortingTest, ManyFoldersSortedBesideTheMainThreadEndAsAStableSortOfEa
         }
         std::atomic<int> comparisons{0};
         FolderSorting sorting(
-            [&](const WideString& a, const WideString& b) {
+            [&](std::u16string_view a, std::u16string_view b) {
                 ++comparisons;
                 return a < b;
             },
@@ -126,7 +128,7 @@ TEST(FolderSortingTest, AComparisonThatFailsOnEitherThreadIsThrownByFinish) {
     const std::vector<TreeRowPtr> untouched = folders.front().rows;
     {
         FolderSorting sorting(
-            [&](const WideString& a, const WideString& b) {
+            [&](std::u16string_view a, std::u16string_view b) {
                 if (++comparisons > 500) {
                     throw std::runtime_error("no comparison");
                 }
@@ -140,6 +142,40 @@ TEST(FolderSortingTest, AComparisonThatFailsOnEitherThreadIsThrownByFinish) {
     } // the helper has stopped: leaving the scope does not wait for ever
     EXPECT_GT(comparisons.load(), 500);
     EXPECT_EQ(folders.front().rows, untouched); // nothing applied, no row lost
+}
+
+// Keys that are parts of the rows' names are sorted where the names are and not kept on the
+// rows; keys asked for are kept.
+TEST(FolderSortingTest, KeysInNamesAreSortedAndNotKeptKeysAskedForAreKept) {
+    std::vector<TreeRowPtr> rows;
+    const std::vector<WideString> names = {u"Shot 3.mvproj", u"Reel", u"Shot 1.mvproj", u"Cut"};
+    for (const WideString& name : names) {
+        rows.push_back(std::make_shared<host::UI_TreeRow>(false));
+        rows.back()->SetName(name);
+    }
+    FolderSortJob job;
+    job.rows = &rows;
+    // "Reel" and "Cut" are given as copies; the shots as the start of their names.
+    job.keys.push_back(std::u16string_view(rows[0]->GetName()).substr(0, 6));
+    job.AddOwnedKey(rows.size(), u"Reel");
+    job.keys.push_back(std::u16string_view(rows[2]->GetName()).substr(0, 6));
+    job.AddOwnedKey(rows.size(), u"Cut");
+    const std::vector<TreeRowPtr> expected = {rows[3], rows[1], rows[2], rows[0]};
+    FolderSorting sorting(nullptr, true, 4096);
+    sorting.Submit(std::move(job));
+    sorting.Finish();
+    host::ApplyFolderSort(sorting.Jobs().front());
+    EXPECT_EQ(rows, expected);
+    EXPECT_TRUE(rows[0]->Node().sortKeyValid);
+    EXPECT_EQ(rows[0]->Node().sortKey, u"Cut");
+    EXPECT_TRUE(rows[1]->Node().sortKeyValid);
+    EXPECT_EQ(rows[1]->Node().sortKey, u"Reel");
+    for (const std::size_t shot : {std::size_t{2}, std::size_t{3}}) {
+        EXPECT_FALSE(rows[shot]->Node().sortKeyValid);
+        EXPECT_TRUE(rows[shot]->Node().sortKey.empty());
+        EXPECT_EQ(rows[shot]->Node().index, static_cast<int>(shot));
+    }
+    EXPECT_EQ(rows[2]->GetName(), u"Shot 1.mvproj"); // names are untouched
 }
 
 TEST(FolderSortingTest, KeysOfTheSortBeforeAreLetGoOf) {

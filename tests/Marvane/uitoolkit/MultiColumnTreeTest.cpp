@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,7 @@ protected:
         header.SetSortColumn(kName);
         header.SetSortDirection(true);
         header.SetStringSortingCallback(
-            [](const std::u16string& a, const std::u16string& b) { return a < b; });
+            [](std::u16string_view a, std::u16string_view b) { return a < b; });
         tree.SetHeaderRow(&header);
         tree.SetSortDataCallback(
             [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column) {
@@ -319,6 +320,63 @@ TEST_F(MultiColumnTreeTest, ARowWhoseKeyChangedMovesToItsPlaceKeepingTheSelectio
     for (std::size_t place = 0; place < rows.size(); ++place) {
         EXPECT_EQ(tree.GetImpl()->model.IndexOf(rows[place]).row(), static_cast<int>(place));
     }
+}
+
+// Keys that are the start of the rows' names: the rows are sorted by them, nothing is asked of
+// the sort data callback and no key is kept, and a renamed row moves to its place.
+TEST_F(MultiColumnTreeTest, KeysInTheRowsNamesAreSortedByWithoutBeingAskedOrKept) {
+    // The key is the name up to its first dot.
+    tree.SetSortKeyInNameCallback(
+        [](const TreeRowPtr& row,
+           UI_MultiColumnTree::ColumnID column) -> std::optional<std::size_t> {
+            if (column != kName) {
+                return std::nullopt;
+            }
+            const std::size_t dot = row->GetName().find(u'.');
+            return dot == std::u16string::npos ? row->GetName().size() : dot;
+        });
+    std::vector<TreeRowPtr> rows;
+    for (const std::u16string name : {u"d.x", u"b.y", u"c", u"a.z"}) {
+        rows.push_back(Row(name, false, name));
+        rows.back()->SetName(name);
+    }
+    const TreeRowPtr folder = Row(u"e", true, u"e");
+    folder->SetName(u"e");
+    rows.push_back(folder);
+    const std::uint64_t before = tree.GetSortDataRequestCount();
+    tree.InsertRows(nullptr, rows);
+    const std::vector<TreeRowPtr> children = {Row(u"g"), Row(u"f")};
+    children[0]->SetName(u"g");
+    children[1]->SetName(u"f");
+    tree.InsertRows(folder, children);
+    tree.OpenRow(folder, true);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a.z", u"b.y", u"c", u"d.x", u"e"}));
+    EXPECT_EQ(folder->GetChild(0), children[1]);
+    EXPECT_EQ(tree.GetSortDataRequestCount(), before);
+    // By size the keys are asked for and kept; back by name they are let go of.
+    header.SetSortColumn(kSize);
+    tree.Resort();
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 7u);
+    EXPECT_TRUE(rows[0]->Node().sortKeyValid);
+    header.SetSortColumn(kName);
+    header.SetSortDirection(false);
+    tree.Resort();
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 7u);
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"e", u"d.x", u"c", u"b.y", u"a.z"}));
+    EXPECT_EQ(folder->GetChild(0), children[0]);
+    for (const TreeRowPtr& row : rows) {
+        EXPECT_FALSE(row->Node().sortKeyValid);
+        EXPECT_TRUE(row->Node().sortKey.empty());
+    }
+    // Renamed: the row goes where its new name belongs.
+    header.SetSortDirection(true);
+    tree.Resort();
+    rows[2]->SetName(u"aa.w");
+    names[rows[2].get()] = u"aa.w";
+    tree.RowSortKeyChanged(rows[2]);
+    EXPECT_EQ(Names(TopLevel()),
+              (std::vector<std::u16string>{u"a.z", u"aa.w", u"b.y", u"d.x", u"e"}));
+    EXPECT_EQ(tree.GetSortDataRequestCount() - before, 7u);
 }
 
 TEST_F(MultiColumnTreeTest, AChildWhoseKeyChangedMovesAmongItsSiblingsOnly) {
