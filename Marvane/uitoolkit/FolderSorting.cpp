@@ -9,11 +9,11 @@
 
 namespace host {
 
-void FolderSortJob::AddOwnedKey(std::size_t rows, WideString key) {
+void FolderSortJob::AddOwnedKey(WideString key) {
     if (owned.empty()) {
         // Sized once: the keys' views point into these strings, which never move.
-        owned.resize(rows);
-        isOwned.resize(rows, false);
+        owned.resize(rows->size());
+        isOwned.resize(rows->size(), false);
     }
     const std::size_t position = keys.size();
     owned[position] = std::move(key);

@@ -31,8 +31,9 @@ struct FolderSortJob {
     std::vector<WideString> discarded; // keys of the sort before, freed off the main thread
     bool reordered = false;            // whether the order differs from the rows' order
 
-    // Adds the next position's key, asked for; rows is how many keys the folder will have.
-    void AddOwnedKey(std::size_t rows, WideString key);
+    // Adds the next position's key, asked for (rows must be set: it says how many keys the
+    // folder will have).
+    void AddOwnedKey(WideString key);
 };
 
 class FolderSorting {

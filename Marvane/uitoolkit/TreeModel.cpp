@@ -426,8 +426,7 @@ void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const
                 job.keys.push_back(*inName);
             } else {
                 ++sortDataRequests;
-                job.AddOwnedKey(rows.size(),
-                                sortData && mHeader ? sortData(row, column) : WideString());
+                job.AddOwnedKey(sortData && mHeader ? sortData(row, column) : WideString());
             }
             node.childrenUnsorted = false;
             if (!node.children.empty()) {

@@ -37,7 +37,7 @@ FolderSortJob JobFor(Folder& folder) {
     FolderSortJob job;
     job.rows = &folder.rows;
     for (const WideString& key : folder.keys) {
-        job.AddOwnedKey(folder.keys.size(), key);
+        job.AddOwnedKey(key);
     }
     return job;
 }
@@ -157,9 +157,9 @@ TEST(FolderSortingTest, KeysInNamesAreSortedAndNotKeptKeysAskedForAreKept) {
     job.rows = &rows;
     // "Reel" and "Cut" are given as copies; the shots as the start of their names.
     job.keys.push_back(std::u16string_view(rows[0]->GetName()).substr(0, 6));
-    job.AddOwnedKey(rows.size(), u"Reel");
+    job.AddOwnedKey(u"Reel");
     job.keys.push_back(std::u16string_view(rows[2]->GetName()).substr(0, 6));
-    job.AddOwnedKey(rows.size(), u"Cut");
+    job.AddOwnedKey(u"Cut");
     const std::vector<TreeRowPtr> expected = {rows[3], rows[1], rows[2], rows[0]};
     FolderSorting sorting(nullptr, true, 4096);
     sorting.Submit(std::move(job));
