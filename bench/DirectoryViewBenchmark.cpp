@@ -16,6 +16,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -240,8 +241,7 @@ public:
         mLockReads += static_cast<double>(after.lockReads - before.lockReads);
         mRecordStats += static_cast<double>(after.recordStats - before.recordStats);
         mListingStats += static_cast<double>(after.listingStats - before.listingStats);
-        mParallelListings +=
-            static_cast<double>(after.parallelListings - before.parallelListings);
+        mParallelListings += static_cast<double>(after.parallelListings - before.parallelListings);
     }
     void Report(benchmark::State& state, double rowsShown) const {
         const auto perIteration = benchmark::Counter::kAvgIterations;
@@ -617,6 +617,47 @@ void BM_ResortAllOpen(benchmark::State& state) {
     state.counters["sort_call_ms"] = callSeconds * 1000.0 / iterations;
 }
 
+// Select All with every folder open, timed until the rows are drawn selected, against the
+// view selecting all its rows itself (QTreeView::selectAll) in the same iterations; and how
+// many times the main thread waited on the disk for it.
+void BM_SelectAll(benchmark::State& state) {
+    const int size = static_cast<int>(state.range(0));
+    const bench::GeneratedProduction& production = ProductionOf(size);
+    Panel panel;
+    panel.Close();
+    if (!panel.Open(production.root, TopRows()) || !OpenEveryFolder(panel, production, size)) {
+        state.SkipWithError("not every row appeared");
+        return;
+    }
+    QTreeView& view = *panel.Tree().GetImpl()->view;
+    double baselineSeconds = 0;
+    double diskWaits = 0;
+    std::size_t selected = 0;
+    for (auto _ : state) {
+        panel.View().DeselectAll();
+        QApplication::processEvents();
+        const auto baselineStart = Clock::now();
+        view.selectAll();
+        baselineSeconds += std::chrono::duration<double>(Clock::now() - baselineStart).count();
+        panel.View().DeselectAll();
+        QApplication::processEvents();
+        const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
+        const auto start = Clock::now();
+        if (!RunUntilDrawn(
+                view, [&] { panel.View().SelectAll(); }, [] { return true; })) {
+            state.SkipWithError("the tree was not drawn");
+            return;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
+        selected = panel.View().GetSelectedPaths().size();
+    }
+    const double iterations = static_cast<double>(state.iterations());
+    state.counters["selected"] = static_cast<double>(selected);
+    state.counters["view_select_all_ms"] = baselineSeconds * 1000.0 / iterations;
+    state.counters["main_thread_disk_waits"] = diskWaits / iterations;
+}
+
 // Both production sizes, timed by the benchmark itself.
 void AtBothSizes(benchmark::internal::Benchmark* run) {
     run->Arg(10'000)->Arg(100'000)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -630,6 +671,7 @@ BENCHMARK(BM_FirstRowsOnShare)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
+BENCHMARK(BM_SelectAll)->Arg(10'000)->Arg(100'000)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 } // namespace
 

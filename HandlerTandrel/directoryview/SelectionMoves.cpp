@@ -74,11 +74,13 @@ void SelectionMoves::MovePageUp() {
 }
 
 void SelectionMoves::SelectAll(const std::function<bool(const host::TreeRowPtr& row)>& selectable) {
+    std::vector<host::TreeRowPtr> rows;
     for (const host::TreeRowPtr& row : mTree.GetOpenedRows()) {
         if (selectable(row)) {
-            mTree.SelectRow(row, false, false, true);
+            rows.push_back(row);
         }
     }
+    mTree.SelectRows(rows, true); // one change, told once
 }
 
 void SelectionMoves::DeselectAll() {

@@ -412,8 +412,27 @@ void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::ui
 }
 
 void TandrelDirectoryView::SelectAll() {
-    mMoves.SelectAll([this](const host::TreeRowPtr& row) {
-        return !host::IsInMvProductionTrash(GetRowPath(row), true);
+    // The trash and what it holds are never selected with the rest. The trash is a top row:
+    // it is found by its name, and only a row of that name is compared with it on disk (on a
+    // share a comparison is a round trip, and there may be many thousand rows).
+    const host::UI_TreeRow* trash = nullptr;
+    const host::WideString trashName =
+        host::GetPathFileName(host::GetMvProductionTrashDirectoryPath());
+    host::UI_MultiColumnTree& tree = GetTree();
+    for (int index = 0; !trashName.empty() && index < tree.GetTopLevelRowCount(); ++index) {
+        const host::TreeRowPtr row = tree.GetTopLevelRow(index);
+        if (row->GetName() == trashName && host::IsTheMvProductionTrashDirectory(GetRowPath(row))) {
+            trash = row.get();
+            break;
+        }
+    }
+    mMoves.SelectAll([trash](const host::TreeRowPtr& row) {
+        for (const host::UI_TreeRow* at = row.get(); at != nullptr; at = at->GetParent()) {
+            if (at == trash) {
+                return false;
+            }
+        }
+        return true;
     });
 }
 

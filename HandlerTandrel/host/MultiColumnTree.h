@@ -143,6 +143,10 @@ public:
     // exclusive: the row becomes the only selected row. extend: select the range from the
     // current row. notify: tell the selection callback.
     void SelectRow(const TreeRowPtr& row, bool exclusive, bool extend, bool notify);
+    // Adds the rows to the selection in one change (rows of one folder side by side make one
+    // range), the last of them becoming the current row. notify: tell the selection callback,
+    // once.
+    void SelectRows(const std::vector<TreeRowPtr>& rows, bool notify);
     void DeselectAllRows();
     // In display order.
     std::vector<TreeRowPtr> GetSelectedRows() const;

@@ -6,6 +6,7 @@
 #include <QScrollBar>
 #include <algorithm>
 #include <cmath>
+#include <unordered_set>
 
 namespace host {
 
@@ -65,13 +66,19 @@ void CollectOpened(const TreeModel& model, const QTreeView& view,
     }
 }
 
-void CollectSelected(const TreeModel& model, const QItemSelectionModel& selection,
-                     const std::vector<TreeRowPtr>& rows, std::vector<TreeRowPtr>& selected) {
+// The chosen rows among rows and the rows below them, in display order; stops once all are
+// found.
+void CollectSelected(const std::vector<TreeRowPtr>& rows,
+                     const std::unordered_set<const TreeRowNode*>& chosen,
+                     std::vector<TreeRowPtr>& selected) {
     for (const TreeRowPtr& row : rows) {
-        if (selection.isRowSelected(model.IndexOf(row).row(), model.IndexOf(row).parent())) {
+        if (selected.size() == chosen.size()) {
+            return;
+        }
+        if (chosen.count(&row->Node()) != 0) {
             selected.push_back(row);
         }
-        CollectSelected(model, selection, row->Node().children, selected);
+        CollectSelected(row->Node().children, chosen, selected);
     }
 }
 
@@ -318,13 +325,59 @@ void UI_MultiColumnTree::SelectRow(const TreeRowPtr& row, bool exclusive, bool e
     mImpl->notifySelection = true;
 }
 
+void UI_MultiColumnTree::SelectRows(const std::vector<TreeRowPtr>& rows, bool notify) {
+    // One selection of ranges, each a run of rows of one folder that follow one another: a
+    // selection made row by row costs the selection model a pass over its ranges per row.
+    QItemSelection selection;
+    QModelIndex first;
+    QModelIndex last;
+    for (const TreeRowPtr& row : rows) {
+        const QModelIndex index = mImpl->model.IndexOf(row);
+        if (!index.isValid()) {
+            continue;
+        }
+        if (last.isValid() && index.parent() == last.parent() && index.row() == last.row() + 1) {
+            last = index;
+            continue;
+        }
+        if (first.isValid()) {
+            selection.select(first, last);
+        }
+        first = index;
+        last = index;
+    }
+    if (!first.isValid()) {
+        return;
+    }
+    selection.select(first, last);
+    mImpl->notifySelection = notify;
+    QItemSelectionModel* model = mImpl->view->selectionModel();
+    model->select(selection, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    model->setCurrentIndex(last, QItemSelectionModel::NoUpdate);
+    mImpl->notifySelection = true;
+}
+
 void UI_MultiColumnTree::DeselectAllRows() {
     mImpl->view->selectionModel()->clearSelection();
 }
 
 std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
+    // The rows of the selection's ranges, then a walk of the tree to put them in display
+    // order: asking the selection model about each row costs a pass over its ranges per row.
+    std::unordered_set<const TreeRowNode*> chosen;
+    for (const QItemSelectionRange& range : view->selectionModel()->selection()) {
+        const QModelIndex parent = range.parent();
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            const QModelIndex index = model.index(row, 0, parent);
+            if (index.isValid()) {
+                chosen.insert(static_cast<const TreeRowNode*>(index.internalPointer()));
+            }
+        }
+    }
     std::vector<TreeRowPtr> selected;
-    CollectSelected(model, *view->selectionModel(), model.ChildrenOf(nullptr), selected);
+    if (!chosen.empty()) {
+        CollectSelected(model.ChildrenOf(nullptr), chosen, selected);
+    }
     return selected;
 }
 

@@ -1,6 +1,7 @@
 #include "TandrelDirectoryViewFixture.h"
 
 #include "GoneProcess.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
@@ -190,6 +191,26 @@ TEST_F(TandrelDirectoryViewTest, SelectAllNeverSelectsRowsInTheTrash) {
     }
     View().DeselectAll();
     EXPECT_TRUE(View().GetSelectedPaths().empty());
+}
+
+// Select All does not look at the disk for each row (on a share each look is a round trip):
+// the trash is found by its name among the top rows.
+TEST_F(TandrelDirectoryViewTest, SelectAllLooksAtTheDiskAFewTimesWhateverTheRows) {
+    for (int index = 0; index < 80; ++index) {
+        Write(production / "Many" / ("Take " + std::to_string(100 + index) + ".mvproj"), "{}");
+    }
+    testsupport::WriteProject(Trash() / "Old.mvproj");
+    OpenPanel(7);
+    OpenFolder(production / "Many", 80);
+    OpenFolder(Trash(), 1);
+    const std::uint64_t before = host::files::BoundedAccessCount();
+    View().SelectAll();
+    EXPECT_LT(host::files::BoundedAccessCount() - before, 10u);
+    const auto selected = View().GetSelectedPaths();
+    EXPECT_EQ(selected.size(), 86u); // every row but the trash and what it holds
+    for (const auto& path : selected) {
+        EXPECT_FALSE(host::IsInMvProductionTrash(path, true)) << host::ToUTF8(path);
+    }
 }
 
 TEST_F(TandrelDirectoryViewTest, HomeEndAndPagingMoveTheSelectionWithinTheOpenedRows) {

@@ -489,6 +489,49 @@ TEST_F(MultiColumnTreeTest, SelectingExclusivelyAddingAndClearing) {
     EXPECT_TRUE(tree.GetSelectedRows().empty());
 }
 
+// Many rows of several folders join the selection in one change, told once; the selection is
+// given back in display order, rows of a closed folder included.
+TEST_F(MultiColumnTreeTest, ManyRowsAreSelectedInOneChangeAndGivenBackInDisplayOrder) {
+    const TreeRowPtr open = Row(u"m", true);
+    const TreeRowPtr closed = Row(u"n", true);
+    std::vector<TreeRowPtr> top = {Row(u"a"), open, closed, Row(u"z")};
+    tree.InsertRows(nullptr, top);
+    std::vector<TreeRowPtr> inOpen;
+    std::vector<TreeRowPtr> inClosed;
+    for (int index = 0; index < 30; ++index) {
+        const std::u16string number = host::ToUTF16(std::to_string(10 + index));
+        inOpen.push_back(Row(u"o" + number));
+        inClosed.push_back(Row(u"c" + number));
+    }
+    tree.InsertRows(open, inOpen);
+    tree.InsertRows(closed, inClosed);
+    tree.OpenRow(open, true);
+    int notified = 0;
+    tree.SetSelectionChangedCallback([&] { ++notified; });
+    // Out of order, with gaps, across folders.
+    std::vector<TreeRowPtr> chosen = {top[3], inClosed[5], inOpen[29], top[0]};
+    for (int index = 0; index < 20; ++index) {
+        chosen.push_back(inOpen[static_cast<std::size_t>(index)]);
+    }
+    tree.SelectRows(chosen, true);
+    EXPECT_EQ(notified, 1);
+    std::vector<TreeRowPtr> expected = {top[0]};
+    for (int index = 0; index < 20; ++index) {
+        expected.push_back(inOpen[static_cast<std::size_t>(index)]);
+    }
+    expected.push_back(inOpen[29]);
+    expected.push_back(inClosed[5]);
+    expected.push_back(top[3]);
+    EXPECT_EQ(tree.GetSelectedRows(), expected);
+    // The last row given is the current one; rows not in the tree are passed over.
+    EXPECT_EQ(view()->selectionModel()->currentIndex(), tree.GetImpl()->model.IndexOf(inOpen[19]));
+    tree.SelectRows({Row(u"not in the tree")}, true);
+    EXPECT_EQ(notified, 1);
+    EXPECT_EQ(tree.GetSelectedRows().size(), expected.size());
+    tree.SelectRows({}, true);
+    EXPECT_EQ(notified, 1);
+}
+
 TEST_F(MultiColumnTreeTest, ARemovedRowLeavesTheTreeAndItsParentsCount) {
     const TreeRowPtr folder = Row(u"f", true);
     const TreeRowPtr child = Row(u"c");
