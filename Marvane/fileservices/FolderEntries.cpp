@@ -47,10 +47,20 @@ bool ForEachFolderEntry(const std::string& folder,
         }
         for (long at = 0; at < filled;) {
             KernelEntry item{};
+            const auto header = static_cast<long>(offsetof(KernelEntry, name));
+            if (filled - at <= header) {
+                break; // never: the kernel hands over whole entries
+            }
             std::memcpy(&item, buffer.data() + at, offsetof(KernelEntry, name));
+            if (item.length <= header || item.length > filled - at) {
+                ::close(descriptor);
+                errno = EIO; // a malformed answer: the folder is not read
+                return false;
+            }
             const char* name = buffer.data() + at + offsetof(KernelEntry, name);
             at += item.length;
-            if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
+            // An entry without an inode is one that was removed (as the C library skips it).
+            if (item.inode == 0 || std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
                 continue;
             }
             visit(name, prefix + "/" + name, item.type);
