@@ -6,12 +6,15 @@
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uitoolkit/TreeView.h"
+#include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
+#include "columns/SortString.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QTest>
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -748,6 +751,38 @@ void ClickColumnTitle(QTreeView& tree, int position) {
     const QPoint at(header.sectionViewportPosition(section) + header.sectionSize(section) / 2,
                     header.height() / 2);
     QTest::mouseClick(header.viewport(), Qt::LeftButton, Qt::NoModifier, at);
+}
+
+// By name the rows are in the order of their display names, however odd the names: numbers,
+// case, a long name, a name that is not valid UTF-8, dots in a project's name, the trash.
+TEST_F(TandrelDirectoryViewTest, OddNamesSortByTheirDisplayNames) {
+    const std::vector<std::string> projects = {"Shot 10.mvproj",
+                                               "Shot 9.mvproj",
+                                               "shot 2.mvproj",
+                                               "Cut.v2.mvproj",
+                                               std::string(240, 'x') + ".mvproj",
+                                               "Cut.mvproj"};
+    for (const std::string& name : projects) {
+        testsupport::WriteProject(production / name);
+    }
+    fs::create_directories(production / std::string("Day \xff 1"));
+    fs::create_directories(Trash());
+    OpenPanel(5 + projects.size() + 2);
+    std::vector<host::WideString> shown;
+    for (const std::string& name : TopNames()) {
+        shown.push_back(HandlerTandrel::DisplayNameOf(host::ToUTF16(name)));
+    }
+    std::vector<host::WideString> expected = shown;
+    std::stable_sort(expected.begin(), expected.end(), HandlerTandrel::Columns::SortStringIsLess);
+    EXPECT_EQ(shown, expected);
+    EXPECT_EQ(TopNames().back(), "Trash");
+    // By size and back: the same order again.
+    const std::vector<std::string> byName = TopNames();
+    View().GetHeaderRow().SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
+    View().GetTree().Resort();
+    View().GetHeaderRow().SetSortColumn(HandlerTandrel::Columns::kNameColumn);
+    View().GetTree().Resort();
+    EXPECT_EQ(TopNames(), byName);
 }
 
 TEST_F(TandrelDirectoryViewTest, ClickingAColumnTitleSortsByItAndASecondClickReverses) {
