@@ -29,9 +29,11 @@ struct Types {
     std::map<Device, Kept> byDevice;
 };
 
+// Never destroyed: a look at a share that hung may still keep what it found while the
+// program ends.
 Types& KeptTypes() {
-    static Types types;
-    return types;
+    static Types* const types = new Types;
+    return *types;
 }
 
 std::atomic<std::uint64_t> gAsked{0};

@@ -22,6 +22,29 @@ struct KernelEntry {
     char name[1];
 };
 
+// The folder's descriptor, closed however the listing ends; the listing's error survives it.
+class OpenFolder {
+public:
+    explicit OpenFolder(const std::string& folder) {
+        do {
+            mDescriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
+        } while (mDescriptor < 0 && errno == EINTR);
+    }
+    ~OpenFolder() {
+        if (mDescriptor >= 0) {
+            const int error = errno;
+            ::close(mDescriptor);
+            errno = error;
+        }
+    }
+    OpenFolder(const OpenFolder&) = delete;
+    OpenFolder& operator=(const OpenFolder&) = delete;
+    int Descriptor() const { return mDescriptor; }
+
+private:
+    int mDescriptor = -1;
+};
+
 } // namespace
 
 bool ForEachFolderEntry(const std::string& folder,
@@ -29,41 +52,51 @@ bool ForEachFolderEntry(const std::string& folder,
                                                  unsigned char type)>& visit) {
     // The folder is read as the kernel gives it, with no status asked first (the C library's
     // opendir asks one): on a share, one round trip less for every listing.
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
+    const OpenFolder opened(folder);
+    if (opened.Descriptor() < 0) {
         return false;
     }
     const std::string prefix = folder == "/" ? std::string() : folder;
+    constexpr auto kHeader = static_cast<long>(offsetof(KernelEntry, name));
     std::array<char, 32 * 1024> buffer;
     for (;;) {
         // A listing cut short (a share that failed half-way) is a folder not read, never a
-        // folder with fewer entries.
-        const long filled = ::syscall(SYS_getdents64, descriptor, buffer.data(), buffer.size());
+        // folder with fewer entries. An interrupted read did not move on: it is read again.
+        long filled = 0;
+        do {
+            filled = ::syscall(SYS_getdents64, opened.Descriptor(), buffer.data(), buffer.size());
+        } while (filled < 0 && errno == EINTR);
         if (filled <= 0) {
             const int error = filled < 0 ? errno : 0;
-            ::close(descriptor);
             errno = error;
             return error == 0;
         }
         for (long at = 0; at < filled;) {
             KernelEntry item{};
-            const auto header = static_cast<long>(offsetof(KernelEntry, name));
-            if (filled - at <= header) {
-                break; // never: the kernel hands over whole entries
-            }
-            std::memcpy(&item, buffer.data() + at, offsetof(KernelEntry, name));
-            if (item.length <= header || item.length > filled - at) {
-                ::close(descriptor);
-                errno = EIO; // a malformed answer: the folder is not read
+            // The kernel hands over whole entries: anything else is a malformed answer, and the
+            // folder is not read.
+            if (filled - at <= kHeader) {
+                errno = EIO;
                 return false;
             }
-            const char* name = buffer.data() + at + offsetof(KernelEntry, name);
+            std::memcpy(&item, buffer.data() + at, offsetof(KernelEntry, name));
+            if (item.length <= kHeader || item.length > filled - at) {
+                errno = EIO;
+                return false;
+            }
+            const char* name = buffer.data() + at + kHeader;
+            const std::size_t room = static_cast<std::size_t>(item.length - kHeader);
+            const std::size_t size = ::strnlen(name, room);
             at += item.length;
-            // An entry without an inode is one that was removed (as the C library skips it).
-            if (item.inode == 0 || std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) {
+            if (size == room) {
+                errno = EIO; // a name without its end
+                return false;
+            }
+            const std::string entry(name, size);
+            if (entry == "." || entry == "..") {
                 continue;
             }
-            visit(name, prefix + "/" + name, item.type);
+            visit(entry, prefix + "/" + entry, item.type);
         }
     }
 }

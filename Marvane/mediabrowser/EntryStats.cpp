@@ -51,6 +51,7 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, Aski
         }
     };
     std::vector<std::thread> askers;
+    askers.reserve(kParallelStats); // no allocation once threads run
     const auto bringAskers = [&] {
         CountParallelListing();
         // At least four entries for each asker.
@@ -68,9 +69,9 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, Aski
         bringAskers();
     } else if (asking == Asking::SeveralOnceSlow) {
         // While the kernel answers from its cache, asking is quicker than starting threads. A
-        // file read a moment ago goes to the server once (the kernel forgets its access time),
-        // so a few slow asks among quick ones do not bring in the askers: only when most of
-        // the entries asked so far were slow.
+        // few slow asks among quick ones (a file just written by someone else) do not bring in
+        // the askers: only when most of the entries asked so far were slow, or when eight were
+        // (the cache may end half-way through a big folder).
         std::size_t slow = 0;
         for (std::size_t index = next++; index < paths.size(); index = next++) {
             const auto start = std::chrono::steady_clock::now();
@@ -79,7 +80,7 @@ std::vector<EntryStatus> StatEntries(const std::vector<std::string>& paths, Aski
                 ++slow;
             }
             const std::size_t asked = index + 1;
-            if (slow >= 2 && slow * 2 > asked && paths.size() - asked >= 8) {
+            if (slow >= 2 && (slow * 2 > asked || slow >= 8) && paths.size() - asked >= 8) {
                 bringAskers();
                 break;
             }
