@@ -4,6 +4,7 @@
 #include "Marvane/uitoolkit/HeaderRowImpl.h"
 
 #include <algorithm>
+#include <numeric>
 #include <unordered_set>
 #include <utility>
 
@@ -211,11 +212,28 @@ void TreeModel::Reindex(std::vector<TreeRowPtr>& rows, std::size_t from) {
 }
 
 void TreeModel::SortChildren(std::vector<TreeRowPtr>& rows, bool deep) {
+    // One question per row, before any comparison; the comparisons use the keys taken here
+    // (parts of names, or keys kept on the rows, neither of which moves while sorting).
+    std::vector<std::u16string_view> keys;
+    keys.reserve(rows.size());
     for (const TreeRowPtr& row : rows) {
-        KeyOf(row); // one question per row, before any comparison
+        keys.push_back(KeyOf(row));
     }
-    std::stable_sort(rows.begin(), rows.end(),
-                     [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); });
+    const bool ascending = !mHeader || mHeader->sortAscending;
+    const auto& less = mHeader ? mHeader->stringSorting : nullptr;
+    std::vector<std::uint32_t> order(rows.size());
+    std::iota(order.begin(), order.end(), std::uint32_t{0});
+    std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        const std::u16string_view first = keys[ascending ? a : b];
+        const std::u16string_view second = keys[ascending ? b : a];
+        return less ? less(first, second) : first < second;
+    });
+    std::vector<TreeRowPtr> sorted;
+    sorted.reserve(rows.size());
+    for (const std::uint32_t from : order) {
+        sorted.push_back(std::move(rows[from]));
+    }
+    rows.swap(sorted);
     Reindex(rows);
     if (deep) {
         for (const TreeRowPtr& row : rows) {

@@ -16,6 +16,7 @@
 #include <QTest>
 #include <algorithm>
 #include <cstdlib>
+#include <sys/stat.h>
 
 namespace {
 
@@ -783,6 +784,27 @@ TEST_F(TandrelDirectoryViewTest, OddNamesSortByTheirDisplayNames) {
     View().GetHeaderRow().SetSortColumn(HandlerTandrel::Columns::kNameColumn);
     View().GetTree().Resort();
     EXPECT_EQ(TopNames(), byName);
+}
+
+// A pipe named like a project, a 250-byte name and a name that is not valid UTF-8 are listed,
+// sorted and selected with the rest; nothing waits for the pipe's writer.
+TEST_F(TandrelDirectoryViewTest, APipeALongNameAndAnInvalidNameAreListedAndSelectedWithoutWaiting) {
+    ASSERT_EQ(::mkfifo((production / "Pipe.mvproj").c_str(), 0644), 0);
+    const std::string longName = std::string(243, 'y') + ".mvproj";
+    ASSERT_EQ(longName.size(), 250u);
+    testsupport::WriteProject(production / longName);
+    testsupport::WriteProject(production / std::string("Odd \xfe.mvproj"));
+    OpenPanel(8);
+    View().SelectAll();
+    const auto selected = View().GetSelectedPaths();
+    EXPECT_EQ(selected.size(), 8u);
+    EXPECT_NE(RowOf(production / "Pipe.mvproj"), nullptr);
+    EXPECT_NE(RowOf(production / longName), nullptr);
+    View().GetHeaderRow().SetSortColumn(HandlerTandrel::Columns::kSizeColumn);
+    View().GetTree().Resort();
+    View().GetHeaderRow().SetSortColumn(HandlerTandrel::Columns::kNameColumn);
+    View().GetTree().Resort();
+    EXPECT_EQ(View().GetTree().GetTopLevelRowCount(), 8);
 }
 
 TEST_F(TandrelDirectoryViewTest, ClickingAColumnTitleSortsByItAndASecondClickReverses) {

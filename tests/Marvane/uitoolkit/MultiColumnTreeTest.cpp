@@ -326,9 +326,11 @@ TEST_F(MultiColumnTreeTest, ARowWhoseKeyChangedMovesToItsPlaceKeepingTheSelectio
 // the sort data callback and no key is kept, and a renamed row moves to its place.
 TEST_F(MultiColumnTreeTest, KeysInTheRowsNamesAreSortedByWithoutBeingAskedOrKept) {
     // The key is the name up to its first dot.
+    int lengthsAsked = 0;
     tree.SetSortKeyInNameCallback(
-        [](const TreeRowPtr& row,
-           UI_MultiColumnTree::ColumnID column) -> std::optional<std::size_t> {
+        [&lengthsAsked](const TreeRowPtr& row,
+                        UI_MultiColumnTree::ColumnID column) -> std::optional<std::size_t> {
+            ++lengthsAsked;
             if (column != kName) {
                 return std::nullopt;
             }
@@ -345,6 +347,8 @@ TEST_F(MultiColumnTreeTest, KeysInTheRowsNamesAreSortedByWithoutBeingAskedOrKept
     rows.push_back(folder);
     const std::uint64_t before = tree.GetSortDataRequestCount();
     tree.InsertRows(nullptr, rows);
+    // A folder filled at once asks each row once, however many comparisons the sort makes.
+    EXPECT_EQ(lengthsAsked, static_cast<int>(rows.size()));
     const std::vector<TreeRowPtr> children = {Row(u"g"), Row(u"f")};
     children[0]->SetName(u"g");
     children[1]->SetName(u"f");
