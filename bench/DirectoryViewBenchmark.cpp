@@ -23,6 +23,7 @@
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/TabViewImpl.h"
 #include "Marvane/uitoolkit/TreeView.h"
+#include "ProductionCommands.h"
 #include "ProductionGenerator.h"
 #include "SshShare.h"
 #include "WindowlessWorkspace.h"
@@ -66,26 +67,35 @@ constexpr int kTopLevelProjects = 100;
 constexpr int kEpisodes = 20;
 constexpr int kOrdinaryFiles = 4;
 
-const bench::GeneratedProduction& ProductionOf(int projects) {
-    static std::map<int, bench::GeneratedProduction> made;
-    auto found = made.find(projects);
+// The benchmarks' production of `projects` projects; every `lockEvery`-th holds another
+// editor's lock (0: nobody else holds one).
+std::map<std::pair<int, int>, bench::GeneratedProduction>& MadeProductions() {
+    static std::map<std::pair<int, int>, bench::GeneratedProduction> made;
+    return made;
+}
+
+const bench::GeneratedProduction& ProductionOf(int projects, int lockEvery = 3) {
+    auto& made = MadeProductions();
+    auto found = made.find({projects, lockEvery});
     if (found == made.end()) {
         bench::ProductionShape shape;
         shape.projects = projects;
         shape.topLevelProjects = kTopLevelProjects;
         shape.episodes = kEpisodes;
         shape.ordinaryFilesPerFolder = kOrdinaryFiles;
-        found = made.emplace(projects,
-                             bench::GenerateProduction("tree-" + std::to_string(projects), shape))
+        shape.lockEvery = lockEvery;
+        const std::string name = "tree-" + std::to_string(projects) +
+                                 (lockEvery == 3 ? "" : "-locks-" + std::to_string(lockEvery));
+        found = made.emplace(std::make_pair(projects, lockEvery),
+                             bench::GenerateProduction(name, shape))
                     .first;
     }
     return found->second;
 }
 
 void RemoveProductions() {
-    for (const int size : {10'000, 100'000}) {
-        fs::remove_all(fs::temp_directory_path() / ("marvane-bench-tree-" + std::to_string(size) +
-                                                    "-" + std::to_string(::getpid())));
+    for (const auto& [shape, production] : MadeProductions()) {
+        fs::remove_all(production.root);
     }
 }
 
@@ -283,6 +293,7 @@ public:
     Panel& operator=(const Panel&) = delete;
 
     HandlerTandrel::TandrelDirectoryView& View() const { return *mPanel->GetDirectoryView(); }
+    HandlerTandrel::TandrelTabView& TabView() const { return *mPanel; }
     host::UI_MultiColumnTree& Tree() const { return View().GetTree(); }
 
     // Opens the production and waits until the event loop has drawn its top rows. `rowsIn`,
@@ -566,9 +577,9 @@ std::vector<std::vector<host::WideString>> NamesByFolder(Panel& panel) {
 
 // Opens the benchmark's production with every folder open; false (the benchmark skipped) when
 // not every row appeared.
-bool ShowEveryRow(benchmark::State& state, Panel& panel) {
+bool ShowEveryRow(benchmark::State& state, Panel& panel, int lockEvery = 3) {
     const int size = static_cast<int>(state.range(0));
-    const bench::GeneratedProduction& production = ProductionOf(size);
+    const bench::GeneratedProduction& production = ProductionOf(size, lockEvery);
     panel.Close();
     if (!panel.Open(production.root, TopRows()) || !OpenEveryFolder(panel, production, size)) {
         state.SkipWithError("not every row appeared");
@@ -628,10 +639,12 @@ void BM_ResortAllOpen(benchmark::State& state) {
 
 // Select All with every folder open, timed until the rows are drawn selected, against the
 // view selecting all its rows itself (QTreeView::selectAll) in the same iterations; and how
-// many times the main thread waited on the disk for it.
+// many times the main thread waited on the disk for it. The second argument says how often
+// a project is locked by another editor (0: none is, so no selected item stops the panel's
+// test of whether the selection may go to the trash early).
 void BM_SelectAll(benchmark::State& state) {
     Panel panel;
-    if (!ShowEveryRow(state, panel)) {
+    if (!ShowEveryRow(state, panel, static_cast<int>(state.range(1)))) {
         return;
     }
     QTreeView& view = *panel.Tree().GetImpl()->view;
@@ -663,6 +676,46 @@ void BM_SelectAll(benchmark::State& state) {
     state.counters["main_thread_disk_waits"] = diskWaits / iterations;
 }
 
+// With every row selected, the status of each of the panel's commands, asked as the main
+// window asks it several times a second to keep its menus and shortcuts right; against the
+// view's own Select All (QTreeView::selectAll), in the same iterations, for scale. The second
+// argument as for BM_SelectAll.
+void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
+    Panel panel;
+    if (!ShowEveryRow(state, panel, static_cast<int>(state.range(1)))) {
+        return;
+    }
+    QTreeView& view = *panel.Tree().GetImpl()->view;
+    panel.View().SelectAll();
+    QApplication::processEvents();
+    double baselineSeconds = 0;
+    double diskWaits = 0;
+    double enabled = 0;
+    for (auto _ : state) {
+        const auto baselineStart = Clock::now();
+        view.selectAll();
+        baselineSeconds += std::chrono::duration<double>(Clock::now() - baselineStart).count();
+        panel.View().SelectAll();
+        QApplication::processEvents();
+        const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
+        const auto start = Clock::now();
+        enabled = 0;
+        for (const HandlerTandrel::ProductionCommand& command :
+             HandlerTandrel::ProductionCommandTable()) {
+            host::CommandStatus status;
+            panel.TabView().FindCommandStatus(
+                host::Command{command.id, host::ByteString(command.name)}, status);
+            enabled += status.enabled ? 1 : 0;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
+    }
+    const double iterations = static_cast<double>(state.iterations());
+    state.counters["enabled_commands"] = enabled;
+    state.counters["view_select_all_ms"] = baselineSeconds * 1000.0 / iterations;
+    state.counters["main_thread_disk_waits"] = diskWaits / iterations;
+}
+
 // Both production sizes, timed by the benchmark itself.
 void AtBothSizes(benchmark::internal::Benchmark* run) {
     run->Arg(10'000)->Arg(100'000)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -677,8 +730,18 @@ BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_SelectAll)
-    ->Arg(10'000)
-    ->Arg(100'000)
+    ->Args({10'000, 3})
+    ->Args({100'000, 3})
+    ->Args({10'000, 0})
+    ->Args({100'000, 0})
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+BENCHMARK(BM_CommandStatusWithEveryRowSelected)
+    ->Args({10'000, 3})
+    ->Args({100'000, 3})
+    ->Args({10'000, 0})
+    ->Args({100'000, 0})
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(3);

@@ -150,6 +150,9 @@ public:
     void DeselectAllRows();
     // In display order.
     std::vector<TreeRowPtr> GetSelectedRows() const;
+    // A number that changes whenever the selection, or the rows, may have changed: what was
+    // made of the selected rows at one value still holds while it stays.
+    std::uint64_t GetSelectionVersion() const;
 
     // Sorting and drawing.
     void SetSortDataCallback(SortDataCallback callback);

@@ -102,7 +102,7 @@ bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
         if (id == kCmdNewFolder) {
             status.enabled = CanCreateForSelection(selected, productionOpen);
         } else if (id == kCmdMoveToTrash) {
-            status.enabled = Utils::CanMoveItems(selected);
+            status.enabled = facts.movable ? *facts.movable : Utils::CanMoveItems(selected);
         } else {
             status.enabled = true;
         }
@@ -115,14 +115,16 @@ bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
         status.enabled = documents && AnyOf(selected, &IsClosedProject);
         return true;
     case kCmdCloseProject:
-        status.enabled = documents && AnyOf(selected, &IsOpenProject);
+        status.enabled =
+            documents && host::OpenProjectCount() > 0 && AnyOf(selected, &IsOpenProject);
         return true;
     case kHostCmdCloseProjects:
         status.enabled =
-            documents && AnyOf(selected, &IsOpenProject) && host::OpenProjectCount() > 1;
+            documents && host::OpenProjectCount() > 1 && AnyOf(selected, &IsOpenProject);
         return true;
     case kCmdRefreshProject:
-        status.enabled = documents && AnyOf(selected, &IsOutOfDateReadOnlyProject);
+        status.enabled = documents && host::OpenProjectCount() > 0 &&
+                         AnyOf(selected, &IsOutOfDateReadOnlyProject);
         return true;
     case kCmdRenameItem:
         status.enabled =

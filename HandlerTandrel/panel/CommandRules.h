@@ -5,6 +5,7 @@
 #include "host/CoreTypes.h"
 #include "host/UIFramework.h"
 
+#include <optional>
 #include <vector>
 
 namespace HandlerTandrel {
@@ -13,6 +14,9 @@ struct CommandFacts {
     bool created = false;                   // the panel's tab view exists with its children
     std::vector<host::WideString> selected; // the selected paths of the view shown
     host::WideString production;            // the open production's folder; empty for none
+    // Whether the selection may go to the trash, when the caller has decided it (false while
+    // it is still being decided); unset, the rule tests the selection itself.
+    std::optional<bool> movable = std::nullopt;
 };
 
 // Decides the status of a command the panel rules on and answers true; false leaves the

@@ -1,5 +1,6 @@
 // The panel as the handler of its commands: their status by the rules, and carrying them out.
 #include "panel/CommandRules.h"
+#include "panel/MoveToTrashTest.h"
 #include "panel/TandrelTabView.h"
 #include "panel/TandrelTreeView.h"
 
@@ -80,10 +81,13 @@ bool TandrelTabView::FindCommandStatus(const host::Command& command, host::Comma
     if (!CarriesOut(command.id)) {
         return host::TabView::FindCommandStatus(command, status);
     }
-    const CommandFacts facts{IsCreated() && mTreeView != nullptr,
-                             IgnoresSelection(command.id) ? std::vector<host::WideString>()
-                                                          : GetSelectedPaths(),
-                             GetTandrelManagerFolderPath()};
+    CommandFacts facts{IsCreated() && mTreeView != nullptr,
+                       IgnoresSelection(command.id) ? std::vector<host::WideString>()
+                                                    : SelectedPathsForStatus(),
+                       GetTandrelManagerFolderPath()};
+    if (command.id == kCmdMoveToTrash && facts.created && mMoveTest) {
+        facts.movable = mMoveTest->Answer(facts.selected).value_or(false);
+    }
     if (DecideCommandStatus(command.id, facts, status)) {
         return true;
     }

@@ -6,6 +6,7 @@
 #include "columns/Columns.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
+#include "host/AsyncCalls.h"
 #include "search/TandrelSearchResultsView.h"
 
 #include <algorithm>
@@ -19,6 +20,34 @@ std::vector<host::WideString> TandrelTabView::GetSelectedPaths() const {
     }
     return IsShowingSearchResults() ? mSearchResultsView->GetSelectedPaths()
                                     : mDirectoryView->GetSelectedPaths();
+}
+
+const std::vector<host::WideString>& TandrelTabView::SelectedPathsForStatus() {
+    if (!mTreeView) {
+        mStatusPaths.reset();
+        static const std::vector<host::WideString> none;
+        return none;
+    }
+    const bool searchResults = IsShowingSearchResults();
+    const std::uint64_t version = searchResults
+                                      ? mSearchResultsView->GetTree().GetSelectionVersion()
+                                      : mDirectoryView->GetTree().GetSelectionVersion();
+    if (mStatusPaths && mStatusPaths->searchResults == searchResults &&
+        mStatusPaths->version == version) {
+        return mStatusPaths->paths;
+    }
+    const bool wasKept = mStatusPaths.has_value();
+    mStatusPaths = StatusPaths{searchResults, version, GetSelectedPaths()};
+    if (!wasKept) {
+        const std::weak_ptr<TandrelTabView> weakSelf =
+            std::static_pointer_cast<TandrelTabView>(shared_from_this());
+        host::CallAsyncOnMainThread([weakSelf] {
+            if (const auto panel = weakSelf.lock()) {
+                panel->mStatusPaths.reset();
+            }
+        });
+    }
+    return mStatusPaths->paths;
 }
 
 float TandrelTabView::GetStackedDimensionHeight() const {

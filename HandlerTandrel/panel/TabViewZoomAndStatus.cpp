@@ -1,5 +1,6 @@
 // The panel's status line, buttons and zoom.
 #include "panel/CommandRules.h"
+#include "panel/MoveToTrashTest.h"
 #include "panel/PanelZoom.h"
 #include "panel/StatusText.h"
 #include "panel/TandrelTabView.h"
@@ -27,7 +28,10 @@ void TandrelTabView::UpdateButtons() {
         return;
     }
     // Each button is enabled exactly as its command is in the menus.
-    const CommandFacts facts{IsCreated(), GetSelectedPaths(), GetTandrelManagerFolderPath()};
+    CommandFacts facts{IsCreated(), SelectedPathsForStatus(), GetTandrelManagerFolderPath()};
+    if (facts.created && mMoveTest) {
+        facts.movable = mMoveTest->Answer(facts.selected).value_or(false);
+    }
     const auto enable = [&facts](host::PictureButton& button, host::CommandID id) {
         host::CommandStatus status;
         button.SetEnabled(DecideCommandStatus(id, facts, status) && status.enabled);

@@ -1,4 +1,5 @@
 #include "panel/TandrelTabView.h"
+#include "panel/MoveToTrashTest.h"
 #include "panel/TandrelTreeView.h"
 #include "panel/TrashScriptingHook.h"
 
@@ -64,6 +65,12 @@ void TandrelTabView::PostSharedPtrInit() {
     host::MessageStation::Get(host::kPanelFrameworkStation)
         ->Subscribe(std::weak_ptr<host::Listener>(self));
     RegisterTrashScriptingHook(std::weak_ptr<host::TabView>(self));
+    const std::weak_ptr<TandrelTabView> weakSelf = self;
+    mMoveTest = std::make_unique<MoveToTrashTest>([weakSelf] {
+        if (const auto panel = weakSelf.lock()) {
+            panel->UpdateButtons();
+        }
+    });
 }
 
 void TandrelTabView::FinishCreateSelf() {
@@ -92,6 +99,7 @@ void TandrelTabView::BuildChildren() {
         TandrelDirectoryView::Create(host::ToUTF8(host::GetTandrelManagerFolderPath()), self);
     mSearchResultsView = TandrelSearchResultsView::Create([weakSelf] {
         if (const auto panel = weakSelf.lock()) {
+            panel->ForgetMoveTest();
             panel->UpdateButtons();
             panel->UpdateStatusText();
         }
@@ -219,6 +227,7 @@ void TandrelTabView::ReceiveMessage(const host::Message& message) {
         if (type == host::MvProductionFolderClosedMessage::kTypeID) {
             // Heard before the tree lets go of the production's rows: they are kept as the
             // state of the production that closes.
+            ForgetMoveTest();
             SaveStateFor(host::ToUTF16(
                 static_cast<const host::MvProductionFolderClosedMessage&>(message).oldPath));
             ClearSearch();
@@ -226,13 +235,16 @@ void TandrelTabView::ReceiveMessage(const host::Message& message) {
             UpdateButtons();
             UpdateStatusText();
         } else if (type == host::MvProductionFolderOpenedMessage::kTypeID) {
+            ForgetMoveTest();
             UpdateTabTitle();
             UpdateButtons();
             UpdateStatusText();
         } else if (type == host::SearchBoxValueChangedMessage::kTypeID) {
             OnSearchTextChanged();
-        } else if (type == DirectoryViewSelectionChangedMessage::kTypeID ||
-                   type == DirectoryViewRowsChangedMessage::kTypeID) {
+        } else if (type == DirectoryViewSelectionChangedMessage::kTypeID) {
+            UpdateSoon();
+        } else if (type == DirectoryViewRowsChangedMessage::kTypeID) {
+            ForgetMoveTest();
             UpdateSoon();
         }
     } catch (const std::exception& error) {
@@ -254,6 +266,12 @@ void TandrelTabView::OnSearchTextChanged() {
                                     : TandrelTreeView::kSearchResultsMode);
     UpdateButtons();
     UpdateStatusText();
+}
+
+void TandrelTabView::ForgetMoveTest() {
+    if (mMoveTest) {
+        mMoveTest->Forget();
+    }
 }
 
 void TandrelTabView::UpdateSoon() {

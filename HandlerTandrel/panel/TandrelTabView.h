@@ -10,11 +10,14 @@
 #include "panel/PanelLayout.h"
 #include "panel/TabViewStateData.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace HandlerTandrel {
 
+class MoveToTrashTest;
 class TandrelDirectoryView;
 class TandrelSearchResultsView;
 class TandrelTreeView;
@@ -125,6 +128,12 @@ private:
     // The rename command: the one selected row of the tree gets its edit field.
     void StartRenamingSelectedRow();
     void SelectAllOfShownView(bool select);
+    // What the selected items hold may have changed: the kept move-to-trash answer is old.
+    void ForgetMoveTest();
+    // The selected paths for the commands' status: made once while the selection and the rows
+    // stay as they are, and kept no longer than the event-loop turn that made them (a big
+    // selection is big to keep).
+    const std::vector<host::WideString>& SelectedPathsForStatus();
     void MoveSelection(host::CommandID id);
 
     PanelMetrics mMetrics;
@@ -135,6 +144,15 @@ private:
     double mZoom = 0.0;
     host::WideString mLastSearchText;
     bool mUpdatePending = false;
+    std::unique_ptr<MoveToTrashTest> mMoveTest;
+    // The selected paths as the commands' status last saw them, and for which selection: the
+    // host asks the status of many commands in a row.
+    struct StatusPaths {
+        bool searchResults = false;
+        std::uint64_t version = 0;
+        std::vector<host::WideString> paths;
+    };
+    std::optional<StatusPaths> mStatusPaths;
 
     std::shared_ptr<TandrelDirectoryView> mDirectoryView;
     std::shared_ptr<TandrelSearchResultsView> mSearchResultsView;

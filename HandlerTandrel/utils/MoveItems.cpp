@@ -87,12 +87,36 @@ int ClassifyItems(const std::vector<host::WideString>& paths) {
 }
 
 bool CanMoveItems(const std::vector<host::WideString>& paths) {
+    return CanMoveItemsIn(CurrentMoveTestContext(), paths).value_or(false);
+}
+
+MoveTestContext CurrentMoveTestContext() {
+    MoveTestContext context;
+    context.trash = host::GetMvProductionTrashDirectoryPath();
+    host::GetProjectLockingPrefs(context.lockName, context.lockSecond);
+    return context;
+}
+
+std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
+                                   const std::vector<host::WideString>& paths,
+                                   const std::function<bool()>& keepGoing) {
     if (paths.empty()) {
         return false;
     }
     for (const host::WideString& path : paths) {
-        if (host::IsInMvProductionTrash(path, true) || IsLockedByOtherUser(path) ||
-            host::DoesDirectoryContainLockedProjects(host::ToUTF8(path), true, true)) {
+        if (keepGoing && !keepGoing()) {
+            return std::nullopt;
+        }
+        const host::ByteString utf8 = host::ToUTF8(path);
+        const bool inTrash =
+            !context.trash.empty() && host::IsPathWithinDirectory(path, context.trash, true);
+        if (inTrash) {
+            return false;
+        }
+        const host::ProjectLockFilePtr lock =
+            host::ReadProjectLockFile(utf8, context.lockName, context.lockSecond);
+        if ((lock && lock->GetOwnerName() != context.lockName) ||
+            host::DoesDirectoryContainLockedProjects(utf8, true, true)) {
             return false;
         }
     }

@@ -4,6 +4,8 @@
 #include "host/CoreTypes.h"
 #include "host/ProjectBackEnd.h"
 
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace HandlerTandrel::Utils {
@@ -20,6 +22,22 @@ int ClassifyItems(const std::vector<host::WideString>& paths);
 // Whether every item may go to the trash: none is in the trash already, none is a project
 // locked by another user, and no folder holds a locked project. An empty list may not.
 bool CanMoveItems(const std::vector<host::WideString>& paths);
+
+// What that test needs of the session, read on the main thread: the trash folder and who we
+// lock as.
+struct MoveTestContext {
+    host::WideString trash; // empty while no production is open
+    host::ByteString lockName;
+    host::ByteString lockSecond;
+};
+MoveTestContext CurrentMoveTestContext();
+
+// The same test with the session's part given, so that it may run on a worker thread: it
+// only reads the file system. keepGoing, when given, is asked before each item; the test
+// stops without an answer once it says no.
+std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
+                                   const std::vector<host::WideString>& paths,
+                                   const std::function<bool()>& keepGoing = {});
 
 // Closes the open projects among the items (asking to save; a cancel stops everything), then
 // moves the items into the production trash, numbering names that are taken there.

@@ -7,7 +7,6 @@
 #include <QMainWindow>
 #include <QStackedWidget>
 #include <QTabWidget>
-#include <QTimer>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -55,7 +54,6 @@ private:
     void BuildMenus();
     void FillRecentMenu(QMenu& menu);
     void BuildWindowMenu(QMenu* menu);
-    void RefreshCommandStatus();
     void ShowAbout();
 
     DockWorkspace* mWorkspace = nullptr;
@@ -68,8 +66,6 @@ private:
     QLabel* mProductionBanner = nullptr;
     bool mSyncingTabs = false;
     std::string mProductionError;
-    QTimer mStatusTimer;
-    std::vector<QAction*> mCommandActions;
 };
 
 } // namespace host

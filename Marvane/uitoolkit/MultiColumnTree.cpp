@@ -102,7 +102,15 @@ UI_MultiColumnTree::UI_MultiColumnTree(const ByteString& nodeID)
             impl->disclosureChanged(row, false);
         }
     });
+    const auto changed = [impl] { ++impl->selectionVersion; };
+    QAbstractItemModel* model = &impl->model;
+    QObject::connect(model, &QAbstractItemModel::rowsInserted, view, changed);
+    QObject::connect(model, &QAbstractItemModel::rowsRemoved, view, changed);
+    QObject::connect(model, &QAbstractItemModel::rowsMoved, view, changed);
+    QObject::connect(model, &QAbstractItemModel::layoutChanged, view, changed);
+    QObject::connect(model, &QAbstractItemModel::modelReset, view, changed);
     QObject::connect(view->selectionModel(), &QItemSelectionModel::selectionChanged, view, [impl] {
+        ++impl->selectionVersion;
         if (impl->notifySelection && impl->selectionChanged) {
             impl->selectionChanged();
         }
@@ -379,6 +387,10 @@ std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
         CollectSelected(model.ChildrenOf(nullptr), chosen, selected);
     }
     return selected;
+}
+
+std::uint64_t UI_MultiColumnTree::GetSelectionVersion() const {
+    return mImpl->selectionVersion;
 }
 
 std::vector<TreeRowPtr> UI_MultiColumnTree::GetSelectedRows() const {

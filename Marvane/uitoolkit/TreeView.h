@@ -78,6 +78,7 @@ public:
     UI_MultiColumnTreeHeaderRow* header = nullptr;
     float rowHeight = 24.0f;
     bool notifySelection = true;
+    std::uint64_t selectionVersion = 0; // see UI_MultiColumnTree::GetSelectionVersion
     UI_MultiColumnTree::CellViewCallback cellViews;
     UI_MultiColumnTree::DisclosureCallback disclosureChanged;
     UI_MultiColumnTree::SelectionCallback selectionChanged;

@@ -1,0 +1,133 @@
+#include "panel/MoveToTrashTest.h"
+
+#include "host/AsyncCalls.h"
+#include "utils/MoveItems.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+
+namespace HandlerTandrel {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A kept answer is tested again after this long, or after ten times what the test took when
+// that is longer, so that a slow test does not keep a worker busy.
+constexpr auto kKeptAtLeast = std::chrono::seconds(2);
+constexpr int kKeptTimesTheTest = 10;
+
+// The selection as one number: its size and its paths, hashed (FNV-1a over the code units).
+std::uint64_t KeyOf(const std::vector<host::WideString>& paths) {
+    std::uint64_t hash = 14695981039346656037ULL;
+    const auto mix = [&hash](std::uint64_t value) {
+        hash ^= value;
+        hash *= 1099511628211ULL;
+    };
+    mix(paths.size());
+    for (const host::WideString& path : paths) {
+        for (const char16_t unit : path) {
+            mix(unit);
+        }
+        mix(0x10000); // no code unit: the end of a path
+    }
+    return hash;
+}
+
+} // namespace
+
+struct MoveToTrashTest::State {
+    std::function<void()> answered;
+    // The answer kept, and for which selection.
+    bool known = false;
+    bool answer = false;
+    std::uint64_t key = 0;
+    bool outdated = false; // something changed after its test began
+    Clock::time_point testedAt;
+    Clock::duration took{};
+    // The test running on a worker.
+    bool testing = false;
+    std::uint64_t testingKey = 0;
+    std::uint64_t changesWhenStarted = 0;
+    std::shared_ptr<std::atomic<bool>> stop;
+    std::uint64_t changes = 0; // how many times Forget was called
+};
+
+MoveToTrashTest::MoveToTrashTest(std::function<void()> answered)
+    : mState(std::make_shared<State>()) {
+    mState->answered = std::move(answered);
+}
+
+MoveToTrashTest::~MoveToTrashTest() {
+    if (mState->stop) {
+        mState->stop->store(true);
+    }
+}
+
+std::optional<bool> MoveToTrashTest::Answer(const std::vector<host::WideString>& paths) {
+    if (paths.size() <= kTestedAtOnce) {
+        return Utils::CanMoveItems(paths);
+    }
+    State& state = *mState;
+    const std::uint64_t key = KeyOf(paths);
+    const bool kept = state.known && state.key == key;
+    const bool fresh = kept && !state.outdated &&
+                       Clock::now() - state.testedAt <
+                           std::max<Clock::duration>(kKeptAtLeast, state.took * kKeptTimesTheTest);
+    if (fresh) {
+        return state.answer;
+    }
+    if (!state.testing) {
+        Start(paths, key);
+    } else if (state.testingKey != key) {
+        state.stop->store(true); // its answer would be for another selection: this one next
+    }
+    return kept ? std::optional<bool>(state.answer) : std::nullopt;
+}
+
+void MoveToTrashTest::Start(const std::vector<host::WideString>& paths, std::uint64_t key) {
+    State& state = *mState;
+    state.testing = true;
+    state.testingKey = key;
+    state.changesWhenStarted = state.changes;
+    state.stop = std::make_shared<std::atomic<bool>>(false);
+    const std::weak_ptr<State> weakState = mState;
+    host::RunOnDefaultExecutor(
+        [weakState, key, paths, stop = state.stop, context = Utils::CurrentMoveTestContext()] {
+            const Clock::time_point start = Clock::now();
+            const std::optional<bool> answer =
+                Utils::CanMoveItemsIn(context, paths, [&stop] { return !stop->load(); });
+            const Clock::duration took = Clock::now() - start;
+            host::CallAsyncOnMainThread([weakState, key, answer, took] {
+                const std::shared_ptr<State> kept = weakState.lock();
+                if (!kept || !kept->testing || kept->testingKey != key) {
+                    return;
+                }
+                kept->testing = false;
+                kept->stop.reset();
+                if (answer) {
+                    kept->known = true;
+                    kept->answer = *answer;
+                    kept->key = key;
+                    kept->outdated = kept->changes != kept->changesWhenStarted;
+                    kept->testedAt = Clock::now();
+                    kept->took = took;
+                }
+                if (kept->answered) {
+                    kept->answered();
+                }
+            });
+        });
+}
+
+void MoveToTrashTest::Forget() {
+    ++mState->changes;
+    mState->outdated = true;
+}
+
+bool MoveToTrashTest::IsTesting() const {
+    return mState->testing;
+}
+
+} // namespace HandlerTandrel
