@@ -2,11 +2,13 @@
 // search in the tree's place, the status line, the buttons, the zoom, and its state across a
 // restart.
 #include "panel/TandrelTabView.h"
+#include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/core/UsageLog.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
@@ -24,6 +26,8 @@
 #include <QDockWidget>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QTreeView>
 #include <QWheelEvent>
 #include <cmath>
@@ -277,6 +281,86 @@ TEST_F(TandrelTabViewTest, TheTrashButtonIsOffForAProjectAnotherEditorHolds) {
     ASSERT_NE(lock, nullptr);
     Tree().SelectRow(Row(scene), true, false, true);
     EXPECT_FALSE(Enabled(Panel()->GetTrashButton()));
+}
+
+TEST_F(TandrelTabViewTest, ABigSelectionIsTestedForTheTrashBesideTheTreeAndTestedAgainOnChange) {
+    const fs::path batch = pilot / "Batch";
+    std::vector<fs::path> projects;
+    for (int index = 0; index < 40; ++index) {
+        projects.push_back(batch / ("Take " + std::to_string(index) + ".mvproj"));
+        testsupport::WriteProject(projects.back());
+    }
+    ASSERT_TRUE(WaitUntil([&] { return Row(batch) != nullptr; }));
+    Tree().OpenRow(Row(batch), true);
+    ASSERT_TRUE(WaitUntil([&] { return Row(projects.back()) != nullptr; }));
+    std::vector<host::TreeRowPtr> rows;
+    for (const fs::path& project : projects) {
+        rows.push_back(Row(project));
+    }
+    const auto panel = Panel();
+    const host::Command moveToTrash{HandlerTandrel::kCmdMoveToTrash,
+                                    "cmd.mvproductionfolder.movetotrash"};
+    host::CommandStatus status;
+
+    // The main thread reads no lock file and looks through no folder for it.
+    Tree().SelectRows(rows, false);
+    const std::uint64_t waits = host::files::BoundedAccessCount();
+    ASSERT_TRUE(panel->FindCommandStatus(moveToTrash, status));
+    ASSERT_TRUE(panel->FindCommandStatus(moveToTrash, status));
+    EXPECT_LT(host::files::BoundedAccessCount() - waits, 4u);
+    ASSERT_TRUE(WaitUntil([&] {
+        SettleEvents(5);
+        return panel->FindCommandStatus(moveToTrash, status) && status.enabled;
+    }));
+    EXPECT_TRUE(Enabled(panel->GetTrashButton()));
+
+    // Another editor takes one of them: the answer kept is tested again, and the button goes
+    // off without the selection changing.
+    const auto lock = host::CreateProjectLockFile(projects[17].string(), "Ben Okafor", "away");
+    ASSERT_NE(lock, nullptr);
+    EXPECT_TRUE(WaitUntil([&] { return !Enabled(panel->GetTrashButton()); }));
+    ASSERT_TRUE(panel->FindCommandStatus(moveToTrash, status));
+    EXPECT_FALSE(status.enabled);
+    EXPECT_EQ(Tree().GetSelectedRows().size(), rows.size());
+
+    // Carrying the command out tests again: nothing moves.
+    panel->ObeyCommand(moveToTrash);
+    SettleEvents(20);
+    for (const fs::path& project : projects) {
+        EXPECT_TRUE(fs::exists(project)) << project;
+    }
+}
+
+TEST_F(TandrelTabViewTest, TheMainMenuAsksForACommandsStatusOnlyWhenItOpensOrIsChosen) {
+    // The host's own commands, declared as the application declares them at start.
+    host::DeclareHostCommands(host::ShortcutManager::Instance());
+    Restart(pilot);
+    // Close Project has nothing to close: its menu item says so when the menu opens.
+    QMenu* file = nullptr;
+    QAction* close = nullptr;
+    for (QAction* menu : window->menuBar()->actions()) {
+        if (menu->menu() != nullptr && menu->text() == QStringLiteral("&File")) {
+            file = menu->menu();
+        }
+    }
+    ASSERT_NE(file, nullptr);
+    emit file->aboutToShow();
+    const host::CommandDeclaration* declared =
+        host::ShortcutManager::Instance().FindCommand("cmd.file.closeproject");
+    ASSERT_NE(declared, nullptr);
+    for (QAction* item : file->actions()) {
+        if (item->data().toInt() == declared->id) {
+            close = item;
+        }
+    }
+    ASSERT_NE(close, nullptr);
+    EXPECT_FALSE(close->isEnabled());
+    // Closed, the item takes its shortcut again (the command is asked when it is chosen), and
+    // no timer asks in between.
+    emit file->aboutToHide();
+    EXPECT_TRUE(close->isEnabled());
+    SettleEvents(600);
+    EXPECT_TRUE(close->isEnabled());
 }
 
 TEST_F(TandrelTabViewTest, ZoomInAndOutMoveTheSliderAndTheRowHeight) {

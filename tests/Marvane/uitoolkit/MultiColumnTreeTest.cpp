@@ -536,6 +536,39 @@ TEST_F(MultiColumnTreeTest, ManyRowsAreSelectedInOneChangeAndGivenBackInDisplayO
     EXPECT_EQ(notified, 1);
 }
 
+TEST_F(MultiColumnTreeTest, TheSelectionVersionMovesWithTheSelectionAndTheRowsOnly) {
+    const TreeRowPtr folder = Row(u"f", true);
+    std::vector<TreeRowPtr> top = {Row(u"a"), folder, Row(u"b")};
+    tree.InsertRows(nullptr, top);
+    std::uint64_t version = tree.GetSelectionVersion();
+    const auto moved = [&] {
+        const std::uint64_t now = tree.GetSelectionVersion();
+        const bool changed = now != version;
+        version = now;
+        return changed;
+    };
+    // Asking changes nothing, nor does opening a folder or scrolling.
+    EXPECT_EQ(tree.GetSelectedRows().size(), 0u);
+    tree.OpenRow(folder, true);
+    EXPECT_FALSE(moved());
+    // Silently or not, every change of the selection moves it.
+    tree.SelectRow(top[0], true, false, false);
+    EXPECT_TRUE(moved());
+    tree.SelectRows({top[2]}, false);
+    EXPECT_TRUE(moved());
+    EXPECT_EQ(tree.GetSelectedRows().size(), 2u);
+    EXPECT_FALSE(moved());
+    tree.DeselectAllRows();
+    EXPECT_TRUE(moved());
+    // So does every change of the rows: their paths may be others now.
+    tree.InsertRows(folder, {Row(u"inside")});
+    EXPECT_TRUE(moved());
+    tree.RemoveRow(top[2]);
+    EXPECT_TRUE(moved());
+    tree.RemoveAllRows();
+    EXPECT_TRUE(moved());
+}
+
 TEST_F(MultiColumnTreeTest, ARemovedRowLeavesTheTreeAndItsParentsCount) {
     const TreeRowPtr folder = Row(u"f", true);
     const TreeRowPtr child = Row(u"c");
