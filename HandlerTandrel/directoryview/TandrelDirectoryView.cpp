@@ -150,9 +150,12 @@ void TandrelDirectoryView::InsertDirectoryContent(const host::TreeRowPtr& row,
         if (kept.empty() && !isRoot) {
             GetTree().SetRowHasCustomChild(row, true);
         }
-        // The listing says what the projects' records hold: no look at each one again.
-        mRefresher.ContentDelivered(row, isRoot || GetTree().IsRowOpen(row),
-                                    RecordRefresher::ProjectsOfListing(content));
+        // The listing says what the projects' records hold: no look at each one again. A
+        // failed read says nothing of them: the rows keep what they showed.
+        if (!IsDeliveringAFailedRead()) {
+            mRefresher.ContentDelivered(row, isRoot || GetTree().IsRowOpen(row),
+                                        RecordRefresher::ProjectsOfListing(content));
+        }
         BroadcastRowsChanged();
     }
     if (mOpener.IsRunning()) {

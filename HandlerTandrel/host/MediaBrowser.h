@@ -77,9 +77,14 @@ public:
     // leaves the tree (the root is watched by the owner).
     void RequestDirectoryContent(const TreeRowPtr& row, const ByteString& directoryPath);
     // Makes rows for the entries under row (null: the top level), keeping the rows of paths
-    // that are still there and removing those that are gone.
+    // that are still there and removing those that are gone. While a folder that is still
+    // there could not be read (a share that failed, a folder no longer readable), its rows
+    // stay as they were: nothing seems to vanish because of an error.
     virtual void InsertDirectoryContent(const TreeRowPtr& row, const ByteString& directoryPath,
                                         const DirectoryContent& content);
+    // Whether the content being delivered now comes from a read that failed while the folder
+    // is still there (its rows stay as they were); false outside a delivery.
+    bool IsDeliveringAFailedRead() const { return mDeliveringFailedRead; }
     // The directory changed on disk: read it again, if it is shown.
     virtual void OnDirectoryChanged(const ByteString& directoryPath);
     // A folder row was opened or closed; an unread folder is read when it opens.
@@ -124,6 +129,7 @@ private:
     std::unordered_map<WideString, WideString> mReadFailures; // folder path: the reason
     std::uint64_t mReads = 0;
     bool mListening = false;
+    bool mDeliveringFailedRead = false;
 };
 
 } // namespace host

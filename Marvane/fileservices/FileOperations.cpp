@@ -9,6 +9,7 @@
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -180,6 +181,44 @@ bool IsPathWithinDirectory(const WideString& path, const WideString& directory, 
     return inner.compare(0, outer.size(), outer) == 0;
 }
 
+namespace {
+
+// The bytes a name takes on disk (UTF-8).
+std::size_t Utf8Length(std::u16string_view text) {
+    std::size_t bytes = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char16_t unit = text[at];
+        if (unit < 0x80) {
+            bytes += 1;
+        } else if (unit < 0x800) {
+            bytes += 2;
+        } else if (unit >= 0xD800 && unit <= 0xDBFF && at + 1 < text.size() &&
+                   text[at + 1] >= 0xDC00 && text[at + 1] <= 0xDFFF) {
+            bytes += 4; // a pair: one character
+            ++at;
+        } else {
+            bytes += 3;
+        }
+    }
+    return bytes;
+}
+
+// The stem, shortened by whole characters until it takes at most `room` bytes.
+WideString StemThatFits(WideString stem, std::size_t room) {
+    while (!stem.empty() && Utf8Length(stem) > room) {
+        stem.pop_back();
+        if (!stem.empty() && stem.back() >= 0xD800 && stem.back() <= 0xDBFF) {
+            stem.pop_back(); // the first half of a pair whose second half went
+        }
+    }
+    return stem;
+}
+
+// The longest name a file system here takes, in bytes.
+constexpr std::size_t kLongestName = 255;
+
+} // namespace
+
 WideString MakeUniqueFilename(const WideString& path, int firstIndex, const WideString& separator,
                               const std::vector<WideString>& reservedPaths) {
     const WideString clean = StripTrailingSlash(path);
@@ -195,14 +234,26 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
     }
     const WideString stem = name.substr(0, dot);
     const WideString extension = name.substr(dot);
+    // Each path compared once, however many numbers are tried.
+    std::vector<WideString> reserved;
+    reserved.reserve(reservedPaths.size());
+    for (const WideString& taken : reservedPaths) {
+        reserved.push_back(ToNormalizedPath(taken));
+    }
     for (int index = firstIndex;; ++index) {
-        const WideString candidate =
-            folder + stem + separator + ToUTF16(std::to_string(index)) + extension;
-        bool reserved = false;
-        for (const WideString& taken : reservedPaths) {
-            reserved = reserved || ToNormalizedPath(taken) == ToNormalizedPath(candidate);
-        }
-        if (!reserved && !FileOrDirExists(candidate)) {
+        // A name near the longest a file system takes gives up the end of its stem to its
+        // number, rather than being a name no file can have.
+        const WideString suffix = separator + ToUTF16(std::to_string(index)) + extension;
+        const std::size_t suffixBytes = Utf8Length(suffix);
+        const WideString fitting =
+            Utf8Length(stem) + suffixBytes > kLongestName && suffixBytes < kLongestName
+                ? StemThatFits(stem, kLongestName - suffixBytes)
+                : stem;
+        const WideString candidate = folder + fitting + suffix;
+        const WideString normal = reserved.empty() ? WideString() : ToNormalizedPath(candidate);
+        const bool isReserved =
+            std::find(reserved.begin(), reserved.end(), normal) != reserved.end();
+        if (!isReserved && !FileOrDirExists(candidate)) {
             return candidate;
         }
     }

@@ -227,6 +227,12 @@ MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeI
     mTree->SetToolTipCallback([this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) {
         const WideString rowPath = GetRowPath(row);
         if (const WideString failure = GetReadFailure(rowPath); !failure.empty()) {
+            if (row->GetChildCount() > 0) {
+                return ToUTF16(Localize("$$$/Marvane/Host/Folder/UnreadableNow=This folder cannot "
+                                        "be read now (@0): what it held when it was last read "
+                                        "is shown.",
+                                        {ToUTF8(failure)}));
+            }
             return ToUTF16(Localize("$$$/Marvane/Host/Folder/Unreadable=This folder cannot be "
                                     "read (@0), so what it holds is not shown.",
                                     {ToUTF8(failure)}));
@@ -315,7 +321,17 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
             if (!forRoot) {
                 view->NoteReadOutcome(folder, listing.error);
             }
-            view->InsertDirectoryContent(folder, directoryPath, listing.content);
+            // A folder that is gone, or is no folder now, has nothing left to show; any other
+            // failure says nothing of what the folder holds.
+            view->mDeliveringFailedRead =
+                listing.error != 0 && listing.error != ENOENT && listing.error != ENOTDIR;
+            try {
+                view->InsertDirectoryContent(folder, directoryPath, listing.content);
+            } catch (...) {
+                view->mDeliveringFailedRead = false;
+                throw;
+            }
+            view->mDeliveringFailedRead = false;
         });
     });
 }
@@ -339,7 +355,7 @@ void MediaBrowserDirectoryView::InsertDirectoryContent(const TreeRowPtr& row, co
     std::set<WideString> kept;
     for (const TreeRowPtr& child : existing) {
         const WideString path = GetRowPath(child);
-        if (present.count(path) == 0) {
+        if (present.count(path) == 0 && !mDeliveringFailedRead) {
             RemoveRowAndChildrenFromMaps(child);
             mTree->RemoveRow(child);
         } else {

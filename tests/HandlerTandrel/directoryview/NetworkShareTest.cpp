@@ -3,12 +3,14 @@
 // directly, as another editor's machine would change it.
 #include "FileBytes.h"
 #include "Marvane/uitoolkit/TextEdit.h"
+#include "Marvane/uitoolkit/TreeView.h"
 #include "SshShare.h"
 #include "TandrelDirectoryViewFixture.h"
 #include "host/DirectoryMonitor.h"
 
 #include <QLineEdit>
 #include <QTest>
+#include <QTreeView>
 
 #include <array>
 #include <fstream>
@@ -105,6 +107,28 @@ TEST_F(NetworkShareTest, AProjectAddedOnAnotherMachineInAnOpenFolderAppears) {
     EXPECT_TRUE(
         WaitUntil([&] { return RowOf(production / "Edit" / "Reel 3.mvproj") != nullptr; }, 20000));
     EXPECT_EQ(RowOf(production / "Edit")->GetChildCount(), 3);
+}
+
+TEST_F(NetworkShareTest, AFolderThatCannotBeReadAgainKeepsItsRowsAndSaysWhy) {
+    OpenPanel(5);
+    const fs::path edit = production / "Edit";
+    OpenFolder(edit, 2);
+    const host::TreeRowPtr folder = RowOf(edit);
+    const std::uint64_t reads = View().GetDirectoryReadCount();
+    // The server goes down and the folder is read again: the read fails, and its projects are
+    // still shown, with the folder saying why they may be old.
+    share.KillServer();
+    View().OnDirectoryChanged(edit.string());
+    ASSERT_TRUE(WaitUntil([&] { return !View().GetReadFailure(W(edit)).empty(); }, 20000));
+    EXPECT_GT(View().GetDirectoryReadCount(), reads);
+    EXPECT_EQ(folder->GetChildCount(), 2);
+    EXPECT_NE(RowOf(edit / "Reel 1.mvproj"), nullptr);
+    QTreeView* treeView = View().GetTree().GetImpl()->view;
+    const QModelIndex index = View().GetTree().GetImpl()->model.IndexOf(folder);
+    const std::string tip =
+        treeView->model()->data(index, Qt::ToolTipRole).toString().toStdString();
+    EXPECT_NE(tip.find("cannot be read now"), std::string::npos) << tip;
+    EXPECT_NE(tip.find("what it held when it was last read is shown"), std::string::npos) << tip;
 }
 
 TEST_F(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNameAndTheChange) {

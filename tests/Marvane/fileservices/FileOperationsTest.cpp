@@ -128,6 +128,39 @@ TEST_F(FileOperationsTest, UniqueNamesNumberFromOneWithAnUnderscore) {
               W(root / "Titles_1.mvprojd"));
 }
 
+TEST_F(FileOperationsTest, ANameAtTheLongestAFileCanHaveGivesUpTheEndOfItsStemToItsNumber) {
+    // 248 bytes of stem and ".mvproj" make 255; with "_1" they would make 257, so the stem
+    // gives up two bytes.
+    const std::string longest(248, 'x');
+    Write(root / "Edit" / (longest + ".mvproj"), "x");
+    const std::u16string unique =
+        host::MakeUniqueFilename(W(root / "Edit" / (longest + ".mvproj")), 1, u"_", {});
+    const std::string name = fs::path(host::ToUTF8(unique)).filename().string();
+    EXPECT_EQ(name, std::string(246, 'x') + "_1.mvproj");
+    EXPECT_LE(name.size(), 255u);
+    Write(root / "Edit" / name, "x"); // a file can have it
+    EXPECT_EQ(fs::path(host::ToUTF8(host::MakeUniqueFilename(
+                           W(root / "Edit" / (longest + ".mvproj")), 1, u"_", {})))
+                  .filename()
+                  .string(),
+              std::string(246, 'x') + "_2.mvproj");
+    // Characters of several bytes are given up whole: here a four-byte one (a pair of UTF-16
+    // units) at the end of 125 two-byte letters.
+    std::string letters;
+    for (int count = 0; count < 125; ++count) {
+        letters += "\xc3\xa9"; // é
+    }
+    const std::string wide = letters + "\xf0\x9f\x8e\xac"; // a clapper board
+    ASSERT_EQ(wide.size(), 254u);
+    fs::create_directories(root / "Edit" / wide);
+    const std::string folder =
+        fs::path(host::ToUTF8(host::MakeUniqueFilename(W(root / "Edit" / wide), 1, u"_", {})))
+            .filename()
+            .string();
+    EXPECT_EQ(folder, letters + "_1");
+    EXPECT_TRUE(fs::create_directories(root / "Edit" / folder)); // a folder can have it
+}
+
 TEST_F(FileOperationsTest, APathIsWithinAFolderOnlyBelowIt) {
     EXPECT_TRUE(host::IsPathWithinDirectory(W(root / "Edit" / "Reels"), W(root / "Edit"), false));
     EXPECT_FALSE(host::IsPathWithinDirectory(W(root / "Edit"), W(root / "Edit"), false));
