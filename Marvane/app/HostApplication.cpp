@@ -8,6 +8,7 @@
 #include "Marvane/application/DemoProduction.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/ProductionWatch.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/application/TuningStore.h"
 #include "Marvane/core/DefaultExecutor.h"
@@ -90,11 +91,22 @@ void OpenStartProduction(const CommandLineOptions& options, MainWindow& window, 
     std::filesystem::path folder;
     bool remember = true;
     const std::filesystem::path& last = session.preferences.lastProduction;
+    // The last production may be on a share that hangs: the window must come up all the same,
+    // saying so, and the production stays the last one for the next start.
+    std::optional<std::string> lastLook;
+    if (!options.production && !last.empty()) {
+        lastLook = LookAtFolderWithin(last, ProductionSession::kOpenDeadline);
+        if (!lastLook) {
+            const std::string error = ProductionSession::NotAnsweringMessage(last);
+            err << "marvane: " << error << " Starting without a production.\n";
+            window.SetProductionError(error);
+            return;
+        }
+    }
     if (options.production) {
         folder = *options.production;
-    } else if (std::error_code ignored;
-               !last.empty() && std::filesystem::is_directory(last, ignored)) {
-        folder = last;
+    } else if (std::error_code ignored; lastLook && std::filesystem::is_directory(last, ignored)) {
+        folder = last; // it answered a moment ago
     } else {
         if (!last.empty()) {
             err << "marvane: the last production \"" << last.string()

@@ -56,16 +56,19 @@ std::string WhyNotAProduction(const std::filesystem::path& folder) {
 
 } // namespace
 
+std::string ProductionSession::NotAnsweringMessage(const std::filesystem::path& folder) {
+    return Localize("$$$/Marvane/Host/ProductionNotAnswering=The production folder \"@0\" "
+                    "does not answer (its share may be down or hanging). Try again when it "
+                    "answers.",
+                    {folder.string()});
+}
+
 std::string ProductionSession::Open(const std::filesystem::path& folder) {
     // A folder on a share that hangs would block the window at the first look: look at it
     // off the main thread first, and give up after a while.
-    constexpr std::chrono::seconds kOpenDeadline{3};
     const std::optional<FolderLook> look = LookAtFolderToOpenWithin(folder, kOpenDeadline);
     if (!look) {
-        return Localize("$$$/Marvane/Host/ProductionNotAnswering=The production folder \"@0\" "
-                        "does not answer (its share may be down or hanging). Try again when it "
-                        "answers.",
-                        {folder.string()});
+        return NotAnsweringMessage(folder);
     }
     // A look that could open the folder for listing showed it is there, a folder, and
     // readable; on a share every further look is a round trip. One that could not says why

@@ -1,6 +1,7 @@
 #pragma once
 // The open production: at most one folder at a time. Opening and closing tell every panel
 // through the panel framework's station. Main thread only.
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -14,6 +15,10 @@ public:
     // for the user; a path that does not exist or is not a folder is refused and nothing is
     // created.
     std::string Open(const std::filesystem::path& folder);
+    // How long an opening waits for the folder's first answer.
+    static constexpr std::chrono::seconds kOpenDeadline{3};
+    // What the user is told of a production folder that did not answer in that time.
+    static std::string NotAnsweringMessage(const std::filesystem::path& folder);
     void Close();
     // Shows the open production again from scratch (its share came back): panels save their
     // state as for a production that closes and put it back as for one that opens. Empty on

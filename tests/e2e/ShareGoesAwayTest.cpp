@@ -12,6 +12,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <iterator>
 #include <thread>
 
 namespace {
@@ -116,6 +117,35 @@ TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
     EXPECT_EQ(ana.Send({"quit"}), "ok");
     EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+}
+
+TEST_F(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSaysWhy) {
+    const fs::path pilot = mount / "Pilot";
+    std::ofstream(root / "ana" / "preferences.json")
+        << R"({"shareProbeSeconds": 1, "lastProduction": ")" << pilot.string()
+        << R"(", "recentProductions": [")" << pilot.string() << R"("]})";
+    share.FreezeServer();
+    // Started without a production: the last one is on the share, which does not answer.
+    ScriptedMarvane ana({"--profile", (root / "ana").string(), "--user", "Ana Ruiz"});
+    ASSERT_EQ(ana.ReadLine(std::chrono::seconds(20)), "ready") << ana.ErrorOutput();
+    const auto within = [&ana](const std::vector<std::string>& fields) {
+        return ana.Post(fields) ? ana.ReadLine(std::chrono::seconds(5)) : "<write failed>";
+    };
+    const std::string centre = within({"ui", "text", "CentreText"});
+    EXPECT_NE(centre.find("does not answer"), std::string::npos) << centre;
+    EXPECT_NE(centre.find(pilot.string()), std::string::npos) << centre;
+    // No demo production was opened in its place, and it stays the last production.
+    EXPECT_EQ(within({"ui", "rows", kTree}), "ok count=0 ");
+    share.ThawServer();
+    EXPECT_EQ(ana.Send({"quit"}), "ok");
+    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+    std::ifstream saved(root / "ana" / "preferences.json");
+    const std::string preferences((std::istreambuf_iterator<char>(saved)),
+                                  std::istreambuf_iterator<char>());
+    const std::size_t key = preferences.find("\"lastProduction\"");
+    ASSERT_NE(key, std::string::npos) << preferences;
+    const std::string entry = preferences.substr(key, preferences.find_first_of(",}", key) - key);
+    EXPECT_NE(entry.find("\"" + pilot.string() + "\""), std::string::npos) << entry;
 }
 
 TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
