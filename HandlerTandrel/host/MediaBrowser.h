@@ -118,6 +118,9 @@ private:
     // Keeps whether a folder row's directory could be read (error: errno, 0 for read), and
     // redraws the row when that changed.
     void NoteReadOutcome(const TreeRowPtr& folder, int error);
+    // A shown folder whose read failed is read again a while later, and again after longer
+    // while it fails, so that what it shows does not stay old for ever.
+    void ReadAgainLater(const WideString& folder);
     void StopWatchingFolders();
 
     std::unique_ptr<UI_MultiColumnTree> mTree;
@@ -130,6 +133,9 @@ private:
     std::uint64_t mReads = 0;
     bool mListening = false;
     bool mDeliveringFailedRead = false;
+    // Folders whose read failed with their rows kept, and how long until they are read again
+    // (doubling up to a minute while they keep failing).
+    std::unordered_map<WideString, int> mRetryDelaysMs;
 };
 
 } // namespace host

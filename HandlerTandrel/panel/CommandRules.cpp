@@ -87,7 +87,24 @@ bool IsFolderItem(const host::WideString& path) {
 
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
                          host::CommandStatus& status) {
-    const std::vector<host::WideString>& selected = facts.selected;
+    return DecideCommandStatus(id, facts, facts.selected, status);
+}
+
+bool RuleReadsSelection(host::CommandID id) {
+    switch (id) {
+    case kCmdCloseProject:
+    case kCmdRefreshProject:
+        return host::OpenProjectCount() > 0;
+    case kHostCmdCloseProjects:
+        return host::OpenProjectCount() > 1;
+    default:
+        return true;
+    }
+}
+
+bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
+                         const std::vector<host::WideString>& selected,
+                         host::CommandStatus& status) {
     const bool productionOpen = !facts.production.empty();
     const bool documents = host::HasDocumentManager();
     status.checked = false;

@@ -25,6 +25,14 @@ struct CommandFacts {
 // menu text is set with its status.
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
                          host::CommandStatus& status);
+// The same with the selected paths given apart (facts.selected is not looked at): a caller
+// that keeps a big selection's paths need not copy them for each command.
+bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
+                         const std::vector<host::WideString>& selected,
+                         host::CommandStatus& status);
+// Whether the command's rule reads the selected paths at all now: commands about open
+// projects do not while too few projects are open to change the answer.
+bool RuleReadsSelection(host::CommandID id);
 
 // A path the panel treats as a folder: a directory that is not a project stored as one.
 bool IsFolderItem(const host::WideString& path);

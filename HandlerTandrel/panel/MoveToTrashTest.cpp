@@ -52,6 +52,7 @@ struct MoveToTrashTest::State {
     std::uint64_t changesWhenStarted = 0;
     std::shared_ptr<std::atomic<bool>> stop;
     std::uint64_t changes = 0; // how many times Forget was called
+    bool retestQueued = false; // a kept, changed answer waits for the gap to be tested again
 };
 
 MoveToTrashTest::MoveToTrashTest(std::function<void()> answered)
@@ -66,22 +67,44 @@ MoveToTrashTest::~MoveToTrashTest() {
 }
 
 std::optional<bool> MoveToTrashTest::Answer(const std::vector<host::WideString>& paths) {
+    State& state = *mState;
     if (paths.size() <= kTestedAtOnce) {
+        if (state.testing) {
+            state.stop->store(true); // a big selection's test is of no use now
+        }
         return Utils::CanMoveItems(paths);
     }
-    State& state = *mState;
     const std::uint64_t key = KeyOf(paths);
     const bool kept = state.known && state.key == key;
-    const bool fresh = kept && !state.outdated &&
-                       Clock::now() - state.testedAt <
-                           std::max<Clock::duration>(kKeptAtLeast, state.took * kKeptTimesTheTest);
-    if (fresh) {
-        return state.answer;
-    }
-    if (!state.testing) {
+    if (state.testing) {
+        if (state.testingKey != key) {
+            state.stop->store(true); // its answer would be for another selection: this one next
+        }
+    } else if (!kept) {
         Start(paths, key);
-    } else if (state.testingKey != key) {
-        state.stop->store(true); // its answer would be for another selection: this one next
+    } else {
+        // A kept answer is tested again once it is old, or once something changed; a test
+        // takes a worker, so never sooner than the gap after the last one.
+        const Clock::duration gap =
+            std::max<Clock::duration>(kKeptAtLeast, state.took * kKeptTimesTheTest);
+        const Clock::duration age = Clock::now() - state.testedAt;
+        if (age >= gap) {
+            Start(paths, key);
+        } else if (state.outdated && !state.retestQueued) {
+            state.retestQueued = true;
+            const std::weak_ptr<State> weakState = mState;
+            const auto wait = std::chrono::ceil<std::chrono::milliseconds>(gap - age);
+            host::CallAsyncOnMainThread(
+                [weakState] {
+                    if (const std::shared_ptr<State> later = weakState.lock()) {
+                        later->retestQueued = false;
+                        if (later->answered) {
+                            later->answered(); // whoever shows the answer asks again
+                        }
+                    }
+                },
+                static_cast<int>(wait.count()) + 1);
+        }
     }
     return kept ? std::optional<bool>(state.answer) : std::nullopt;
 }
@@ -96,8 +119,12 @@ void MoveToTrashTest::Start(const std::vector<host::WideString>& paths, std::uin
     host::RunOnDefaultExecutor(
         [weakState, key, paths, stop = state.stop, context = Utils::CurrentMoveTestContext()] {
             const Clock::time_point start = Clock::now();
-            const std::optional<bool> answer =
-                Utils::CanMoveItemsIn(context, paths, [&stop] { return !stop->load(); });
+            std::optional<bool> answer;
+            try {
+                answer = Utils::CanMoveItemsIn(context, paths, [&stop] { return !stop->load(); });
+            } catch (...) {
+                answer.reset(); // no answer: the next ask tests again
+            }
             const Clock::duration took = Clock::now() - start;
             host::CallAsyncOnMainThread([weakState, key, answer, took] {
                 const std::shared_ptr<State> kept = weakState.lock();

@@ -1,12 +1,13 @@
 #pragma once
 // Whether the selection may go to the trash, kept for the panel's Trash button and menus.
 //
-// The test reads every selected item's lock file and looks through every selected folder, and
-// the host asks for the command's status several times a second. A few items are tested at
-// once. For more, the test runs on a worker thread and its answer is kept for the same
-// selection: the command is off until the first answer comes, and a later answer for the same
-// selection replaces the kept one without the button going off in between. Carrying the
-// command out always tests again.
+// The test reads every selected item's lock file and looks through every selected folder. A
+// few items are tested at once. For more, the test runs on a worker thread and its answer is
+// kept for the same selection: the Trash button is off until the first answer comes (a menu
+// or a shortcut may choose the command meanwhile), and a later answer for the same selection
+// replaces the kept one without the button going off in between. A kept answer is tested
+// again when it is old or something changed, never sooner than a gap after the last test.
+// Carrying the command out always tests again.
 #include "host/CoreTypes.h"
 
 #include <cstddef>

@@ -81,14 +81,18 @@ bool TandrelTabView::FindCommandStatus(const host::Command& command, host::Comma
     if (!CarriesOut(command.id)) {
         return host::TabView::FindCommandStatus(command, status);
     }
-    CommandFacts facts{IsCreated() && mTreeView != nullptr,
-                       IgnoresSelection(command.id) ? std::vector<host::WideString>()
-                                                    : SelectedPathsForStatus(),
-                       GetTandrelManagerFolderPath()};
+    CommandFacts facts;
+    facts.created = IsCreated() && mTreeView != nullptr;
+    facts.production = GetTandrelManagerFolderPath();
+    static const std::vector<host::WideString> kNone;
+    const std::vector<host::WideString>& selected =
+        IgnoresSelection(command.id) || !RuleReadsSelection(command.id) ? kNone
+                                                                        : SelectedPathsForStatus();
     if (command.id == kCmdMoveToTrash && facts.created && mMoveTest) {
-        facts.movable = mMoveTest->Answer(facts.selected).value_or(false);
+        // Not known yet: the command may be chosen, and carrying it out tests.
+        facts.movable = mMoveTest->Answer(selected).value_or(true);
     }
-    if (DecideCommandStatus(command.id, facts, status)) {
+    if (DecideCommandStatus(command.id, facts, selected, status)) {
         return true;
     }
     return host::TabView::FindCommandStatus(command, status);

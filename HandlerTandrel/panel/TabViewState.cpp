@@ -6,7 +6,6 @@
 #include "columns/Columns.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "handler/TandrelHandler.h"
-#include "host/AsyncCalls.h"
 #include "search/TandrelSearchResultsView.h"
 
 #include <algorithm>
@@ -36,17 +35,7 @@ const std::vector<host::WideString>& TandrelTabView::SelectedPathsForStatus() {
         mStatusPaths->version == version) {
         return mStatusPaths->paths;
     }
-    const bool wasKept = mStatusPaths.has_value();
     mStatusPaths = StatusPaths{searchResults, version, GetSelectedPaths()};
-    if (!wasKept) {
-        const std::weak_ptr<TandrelTabView> weakSelf =
-            std::static_pointer_cast<TandrelTabView>(shared_from_this());
-        host::CallAsyncOnMainThread([weakSelf] {
-            if (const auto panel = weakSelf.lock()) {
-                panel->mStatusPaths.reset();
-            }
-        });
-    }
     return mStatusPaths->paths;
 }
 

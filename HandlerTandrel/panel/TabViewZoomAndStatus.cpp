@@ -28,13 +28,17 @@ void TandrelTabView::UpdateButtons() {
         return;
     }
     // Each button is enabled exactly as its command is in the menus.
-    CommandFacts facts{IsCreated(), SelectedPathsForStatus(), GetTandrelManagerFolderPath()};
+    CommandFacts facts;
+    facts.created = IsCreated();
+    facts.production = GetTandrelManagerFolderPath();
+    const std::vector<host::WideString>& selected = SelectedPathsForStatus();
     if (facts.created && mMoveTest) {
-        facts.movable = mMoveTest->Answer(facts.selected).value_or(false);
+        // The button waits for the answer.
+        facts.movable = mMoveTest->Answer(selected).value_or(false);
     }
-    const auto enable = [&facts](host::PictureButton& button, host::CommandID id) {
+    const auto enable = [&facts, &selected](host::PictureButton& button, host::CommandID id) {
         host::CommandStatus status;
-        button.SetEnabled(DecideCommandStatus(id, facts, status) && status.enabled);
+        button.SetEnabled(DecideCommandStatus(id, facts, selected, status) && status.enabled);
     };
     enable(*mNewProjectButton, kCmdNewProject);
     enable(*mNewFolderButton, kCmdNewFolder);

@@ -131,8 +131,8 @@ private:
     // What the selected items hold may have changed: the kept move-to-trash answer is old.
     void ForgetMoveTest();
     // The selected paths for the commands' status: made once while the selection and the rows
-    // stay as they are, and kept no longer than the event-loop turn that made them (a big
-    // selection is big to keep).
+    // stay as they are (the host asks for several commands' status in a row, and again
+    // several times a second).
     const std::vector<host::WideString>& SelectedPathsForStatus();
     void MoveSelection(host::CommandID id);
 

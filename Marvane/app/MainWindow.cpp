@@ -119,6 +119,10 @@ MainWindow::MainWindow() {
     MessageStation::Get(kProgressStation)->Subscribe(mListener);
 
     BuildMenus();
+    // Shortcuts only fire on enabled actions, so statuses are kept fresh between menu opens.
+    mStatusTimer.setInterval(250);
+    connect(&mStatusTimer, &QTimer::timeout, this, [this] { RefreshCommandStatus(); });
+    mStatusTimer.start();
     UpdateProductionDisplay();
 }
 
@@ -200,6 +204,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         event->ignore();
         return;
     }
+    mStatusTimer.stop();
     event->accept();
 }
 
@@ -292,6 +297,14 @@ void MainWindow::SyncProjectTabs() {
         }
     }
     mCentreStack->setCurrentWidget(open.empty() ? static_cast<QWidget*>(mCentre) : mProjectTabs);
+}
+
+void MainWindow::RefreshCommandStatus() {
+    for (QAction* action : mCommandActions) {
+        const CommandStatus status =
+            CommandDispatcher::Instance().FindStatus(action->data().toInt());
+        action->setEnabled(status.enabled);
+    }
 }
 
 void MainWindow::ShowAbout() {

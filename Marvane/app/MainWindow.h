@@ -7,6 +7,7 @@
 #include <QMainWindow>
 #include <QStackedWidget>
 #include <QTabWidget>
+#include <QTimer>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -54,6 +55,7 @@ private:
     void BuildMenus();
     void FillRecentMenu(QMenu& menu);
     void BuildWindowMenu(QMenu* menu);
+    void RefreshCommandStatus();
     void ShowAbout();
 
     DockWorkspace* mWorkspace = nullptr;
@@ -66,6 +68,8 @@ private:
     QLabel* mProductionBanner = nullptr;
     bool mSyncingTabs = false;
     std::string mProductionError;
+    QTimer mStatusTimer;
+    std::vector<QAction*> mCommandActions;
 };
 
 } // namespace host

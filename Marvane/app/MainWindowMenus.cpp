@@ -20,9 +20,10 @@ QString Text(std::string_view key) {
 } // namespace
 
 void MainWindow::BuildMenus() {
-    const auto add = [](QMenu* menu, const char* command, QKeySequence shortcut) {
+    const auto add = [this](QMenu* menu, const char* command, QKeySequence shortcut) {
         if (QAction* action = AddCommandAction(menu, command, {})) {
             action->setShortcut(shortcut);
+            mCommandActions.push_back(action);
         }
     };
     QMenu* file = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/File=&File"));

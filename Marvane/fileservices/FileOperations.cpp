@@ -240,15 +240,18 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
     for (const WideString& taken : reservedPaths) {
         reserved.push_back(ToNormalizedPath(taken));
     }
+    // A project leaves room for the lock file beside it.
+    const std::size_t longest =
+        kLongestName -
+        (IsProjectItem(ToUTF8(clean)) ? CurrentProjectItemRules().besideNameBytes : std::size_t{0});
     for (int index = firstIndex;; ++index) {
         // A name near the longest a file system takes gives up the end of its stem to its
         // number, rather than being a name no file can have.
         const WideString suffix = separator + ToUTF16(std::to_string(index)) + extension;
         const std::size_t suffixBytes = Utf8Length(suffix);
-        const WideString fitting =
-            Utf8Length(stem) + suffixBytes > kLongestName && suffixBytes < kLongestName
-                ? StemThatFits(stem, kLongestName - suffixBytes)
-                : stem;
+        const WideString fitting = Utf8Length(stem) + suffixBytes > longest && suffixBytes < longest
+                                       ? StemThatFits(stem, longest - suffixBytes)
+                                       : stem;
         const WideString candidate = folder + fitting + suffix;
         const WideString normal = reserved.empty() ? WideString() : ToNormalizedPath(candidate);
         const bool isReserved =

@@ -4,6 +4,7 @@
 // moved project is compared byte for byte before its original is removed, and what follows a
 // project's move (its lock at the old place goes). The project back end installs the rules
 // while the library loads; without them nothing is a project.
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -16,6 +17,9 @@ struct ProjectItemRules {
     std::function<std::filesystem::path(const std::filesystem::path& project)> contentFile;
     // Told after a project moved away from the path.
     std::function<void(const std::filesystem::path& from)> moved;
+    // The bytes a file beside a project adds to the project's name (its lock file's suffix):
+    // a project's name must leave that room.
+    std::size_t besideNameBytes = 0;
 };
 
 void SetProjectItemRules(ProjectItemRules rules);

@@ -267,6 +267,7 @@ void MediaBrowserDirectoryView::SetRootPath(const WideString& path) {
     StopWatchingFolders();
     mRowsByPathHash.clear();
     mReadFailures.clear();
+    mRetryDelaysMs.clear();
     mRootPath = path.empty() ? WideString() : ToNormalizedPath(path);
 }
 
@@ -332,6 +333,10 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
                 throw;
             }
             view->mDeliveringFailedRead = false;
+            if (!forRoot && listing.error != 0 && listing.error != ENOENT &&
+                listing.error != ENOTDIR) {
+                view->ReadAgainLater(view->GetRowPath(folder));
+            }
         });
     });
 }
@@ -403,6 +408,7 @@ void MediaBrowserDirectoryView::NoteReadOutcome(const TreeRowPtr& folder, int er
     }
     if (error == 0) {
         mReadFailures.erase(known);
+        mRetryDelaysMs.erase(path);
     } else {
         const WideString reason = ToUTF16(std::strerror(error));
         if (known != mReadFailures.end() && known->second == reason) {
@@ -411,6 +417,25 @@ void MediaBrowserDirectoryView::NoteReadOutcome(const TreeRowPtr& folder, int er
         mReadFailures[path] = reason;
     }
     mTree->RefreshRow(folder); // its picture and tooltip say it now
+}
+
+void MediaBrowserDirectoryView::ReadAgainLater(const WideString& folder) {
+    constexpr int kFirstDelayMs = 2000;
+    constexpr int kLongestDelayMs = 60000;
+    const auto [entry, added] = mRetryDelaysMs.try_emplace(folder, kFirstDelayMs);
+    const int delay = entry->second;
+    entry->second = std::min(delay * 2, kLongestDelayMs);
+    const std::weak_ptr<MediaBrowserDirectoryView> self = weak_from_this();
+    CallAsyncOnMainThread(
+        [self, folder] {
+            const auto view = self.lock();
+            // Read again only while it still fails and is still shown.
+            if (!view || view->GetReadFailure(folder).empty() || !view->GetRowForPath(folder)) {
+                return;
+            }
+            view->OnDirectoryChanged(ToUTF8(folder));
+        },
+        delay);
 }
 
 WideString MediaBrowserDirectoryView::GetReadFailure(const WideString& folder) const {

@@ -16,6 +16,7 @@ bool InstallProjectItemRules() {
         // crashed, names a project that is not there any more and would only keep others
         // from moving the folder.
         [](const std::filesystem::path& from) { RemoveOwnLockFile(from, true); },
+        kLockFileSuffix.size(),
     });
     return true;
 }

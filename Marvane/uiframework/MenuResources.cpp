@@ -129,17 +129,14 @@ QAction* AddCommandAction(QMenu* menu, const ByteString& commandName, const Byte
     const CommandID id = declaration->id;
     action->setData(id);
     action->setCheckable(checkable || declaration->kind == kCommandKindToggle);
-    // A command's status is asked when its menu opens and when it is chosen, never on a
-    // timer: a panel may need a while to tell it (a selection of many thousand items). Between
-    // menu opens the action stays enabled, so that its shortcut reaches the handler, which asks
-    // first.
+    // The status shown may be a moment old (the main window refreshes it a few times a
+    // second): a command is asked again before it is carried out.
     QObject::connect(action, &QAction::triggered, action, [id] {
         const CommandDispatcher& dispatcher = CommandDispatcher::Instance();
         if (dispatcher.FindStatus(id).enabled) {
             dispatcher.Obey(id);
         }
     });
-    QObject::connect(menu, &QMenu::aboutToHide, action, [action] { action->setEnabled(true); });
     QObject::connect(menu, &QMenu::aboutToShow, action, [action, id] {
         const CommandStatus status = CommandDispatcher::Instance().FindStatus(id);
         action->setEnabled(status.enabled);

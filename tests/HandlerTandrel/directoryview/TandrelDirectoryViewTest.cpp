@@ -16,6 +16,8 @@
 #include <QTest>
 #include <algorithm>
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace {
@@ -276,6 +278,38 @@ TEST_F(TandrelDirectoryViewTest, OpeningAProjectRedrawsItsRowWithTheOpenBadge) {
 
 // Root reads every folder: run as root, this test is run again by its own entry as another
 // user (setpriv), where the folder below really cannot be read.
+// The number the process's next open file would get: below it every number is taken.
+rlim_t LowestFreeFileNumber() {
+    const int probe = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::close(probe);
+    return static_cast<rlim_t>(probe);
+}
+
+TEST_F(TandrelDirectoryViewTest, AFolderThatFailsToBeReadKeepsItsRowsAndIsReadAgainLater) {
+    OpenPanel(5);
+    const fs::path edit = production / "Edit";
+    OpenFolder(edit, 2);
+    const TreeRowPtr folder = RowOf(edit);
+    // The process may open no more files for a moment: the folder's next read fails, with
+    // nothing changed on disk.
+    rlimit limits{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limits), 0);
+    const rlimit saved = limits;
+    limits.rlim_cur = LowestFreeFileNumber();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limits), 0);
+    View().OnDirectoryChanged(edit.string());
+    const bool failed = WaitUntil([&] { return !View().GetReadFailure(W(edit)).empty(); });
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &saved), 0);
+    ASSERT_TRUE(failed);
+    EXPECT_EQ(View().GetReadFailure(W(edit)), u"Too many open files");
+    EXPECT_EQ(folder->GetChildCount(), 2);
+    EXPECT_NE(RowOf(edit / "Reel 2.mvproj"), nullptr);
+    // Nothing tells the view of a change, yet it reads the folder again by itself a moment
+    // later, and shows it as read.
+    EXPECT_TRUE(WaitUntil([&] { return View().GetReadFailure(W(edit)).empty(); }, 6000));
+    EXPECT_EQ(folder->GetChildCount(), 2);
+}
+
 TEST_F(TandrelDirectoryViewTest, AnUnreadableFolderSaysWhyInsteadOfLookingEmpty) {
     if (::geteuid() == 0) {
         GTEST_SKIP() << "root reads every folder; the entry run as another user covers this";

@@ -2,7 +2,6 @@
 // search in the tree's place, the status line, the buttons, the zoom, and its state across a
 // restart.
 #include "panel/TandrelTabView.h"
-#include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
@@ -26,8 +25,6 @@
 #include <QDockWidget>
 #include <QHeaderView>
 #include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
 #include <QTreeView>
 #include <QWheelEvent>
 #include <cmath>
@@ -329,38 +326,6 @@ TEST_F(TandrelTabViewTest, ABigSelectionIsTestedForTheTrashBesideTheTreeAndTeste
     for (const fs::path& project : projects) {
         EXPECT_TRUE(fs::exists(project)) << project;
     }
-}
-
-TEST_F(TandrelTabViewTest, TheMainMenuAsksForACommandsStatusOnlyWhenItOpensOrIsChosen) {
-    // The host's own commands, declared as the application declares them at start.
-    host::DeclareHostCommands(host::ShortcutManager::Instance());
-    Restart(pilot);
-    // Close Project has nothing to close: its menu item says so when the menu opens.
-    QMenu* file = nullptr;
-    QAction* close = nullptr;
-    for (QAction* menu : window->menuBar()->actions()) {
-        if (menu->menu() != nullptr && menu->text() == QStringLiteral("&File")) {
-            file = menu->menu();
-        }
-    }
-    ASSERT_NE(file, nullptr);
-    emit file->aboutToShow();
-    const host::CommandDeclaration* declared =
-        host::ShortcutManager::Instance().FindCommand("cmd.file.closeproject");
-    ASSERT_NE(declared, nullptr);
-    for (QAction* item : file->actions()) {
-        if (item->data().toInt() == declared->id) {
-            close = item;
-        }
-    }
-    ASSERT_NE(close, nullptr);
-    EXPECT_FALSE(close->isEnabled());
-    // Closed, the item takes its shortcut again (the command is asked when it is chosen), and
-    // no timer asks in between.
-    emit file->aboutToHide();
-    EXPECT_TRUE(close->isEnabled());
-    SettleEvents(600);
-    EXPECT_TRUE(close->isEnabled());
 }
 
 TEST_F(TandrelTabViewTest, ZoomInAndOutMoveTheSliderAndTheRowHeight) {

@@ -129,21 +129,30 @@ TEST_F(FileOperationsTest, UniqueNamesNumberFromOneWithAnUnderscore) {
 }
 
 TEST_F(FileOperationsTest, ANameAtTheLongestAFileCanHaveGivesUpTheEndOfItsStemToItsNumber) {
-    // 248 bytes of stem and ".mvproj" make 255; with "_1" they would make 257, so the stem
-    // gives up two bytes.
-    const std::string longest(248, 'x');
+    // A project of 243 bytes of stem and ".mvproj" (250) still has room for its lock file
+    // (".lock", 255). With "_1" it would not, so the stem gives up two bytes.
+    const std::string longest(243, 'x');
     Write(root / "Edit" / (longest + ".mvproj"), "x");
     const std::u16string unique =
         host::MakeUniqueFilename(W(root / "Edit" / (longest + ".mvproj")), 1, u"_", {});
     const std::string name = fs::path(host::ToUTF8(unique)).filename().string();
-    EXPECT_EQ(name, std::string(246, 'x') + "_1.mvproj");
-    EXPECT_LE(name.size(), 255u);
-    Write(root / "Edit" / name, "x"); // a file can have it
+    EXPECT_EQ(name, std::string(241, 'x') + "_1.mvproj");
+    Write(root / "Edit" / name, "x");
+    Write(root / "Edit" / (name + ".lock"), "x"); // and its lock file can be there too
+    EXPECT_TRUE(fs::exists(root / "Edit" / (name + ".lock")));
     EXPECT_EQ(fs::path(host::ToUTF8(host::MakeUniqueFilename(
                            W(root / "Edit" / (longest + ".mvproj")), 1, u"_", {})))
                   .filename()
                   .string(),
-              std::string(246, 'x') + "_2.mvproj");
+              std::string(241, 'x') + "_2.mvproj");
+    // Any other file may take all 255 bytes.
+    const std::string notes(251, 'n');
+    Write(root / "Edit" / (notes + ".txt"), "x");
+    EXPECT_EQ(fs::path(host::ToUTF8(host::MakeUniqueFilename(W(root / "Edit" / (notes + ".txt")), 1,
+                                                             u"_", {})))
+                  .filename()
+                  .string(),
+              std::string(249, 'n') + "_1.txt");
     // Characters of several bytes are given up whole: here a four-byte one (a pair of UTF-16
     // units) at the end of 125 two-byte letters.
     std::string letters;
