@@ -637,6 +637,21 @@ void BM_ResortAllOpen(benchmark::State& state) {
     state.counters["sort_call_ms"] = callSeconds * 1000.0 / iterations;
 }
 
+// The view's own Select All (QTreeView::selectAll), timed: the scale the panel's work with
+// every row selected is measured against.
+double ViewSelectAllSeconds(QTreeView& view) {
+    const auto start = Clock::now();
+    view.selectAll();
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// The counters both benchmarks with every row selected give, per iteration.
+void CountPerIteration(benchmark::State& state, double baselineSeconds, double diskWaits) {
+    const double iterations = static_cast<double>(state.iterations());
+    state.counters["view_select_all_ms"] = baselineSeconds * 1000.0 / iterations;
+    state.counters["main_thread_disk_waits"] = diskWaits / iterations;
+}
+
 // Select All with every folder open, timed until the rows are drawn selected, against the
 // view selecting all its rows itself (QTreeView::selectAll) in the same iterations; and how
 // many times the main thread waited on the disk for it. The second argument says how often
@@ -654,9 +669,7 @@ void BM_SelectAll(benchmark::State& state) {
     for (auto _ : state) {
         panel.View().DeselectAll();
         QApplication::processEvents();
-        const auto baselineStart = Clock::now();
-        view.selectAll();
-        baselineSeconds += std::chrono::duration<double>(Clock::now() - baselineStart).count();
+        baselineSeconds += ViewSelectAllSeconds(view);
         panel.View().DeselectAll();
         QApplication::processEvents();
         const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
@@ -670,10 +683,8 @@ void BM_SelectAll(benchmark::State& state) {
         diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
         selected = panel.View().GetSelectedPaths().size();
     }
-    const double iterations = static_cast<double>(state.iterations());
     state.counters["selected"] = static_cast<double>(selected);
-    state.counters["view_select_all_ms"] = baselineSeconds * 1000.0 / iterations;
-    state.counters["main_thread_disk_waits"] = diskWaits / iterations;
+    CountPerIteration(state, baselineSeconds, diskWaits);
 }
 
 // With every row selected, the status of each of the panel's commands, asked as the main
@@ -692,9 +703,7 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
     double diskWaits = 0;
     double enabled = 0;
     for (auto _ : state) {
-        const auto baselineStart = Clock::now();
-        view.selectAll();
-        baselineSeconds += std::chrono::duration<double>(Clock::now() - baselineStart).count();
+        baselineSeconds += ViewSelectAllSeconds(view);
         panel.View().SelectAll();
         QApplication::processEvents();
         const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
@@ -710,10 +719,19 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
         state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
         diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
     }
-    const double iterations = static_cast<double>(state.iterations());
     state.counters["enabled_commands"] = enabled;
-    state.counters["view_select_all_ms"] = baselineSeconds * 1000.0 / iterations;
-    state.counters["main_thread_disk_waits"] = diskWaits / iterations;
+    CountPerIteration(state, baselineSeconds, diskWaits);
+}
+
+// Both production sizes, with a project in three locked by another editor and with none,
+// timed by the benchmark itself, three times each.
+void AtBothSizesWithAndWithoutLocks(benchmark::internal::Benchmark* run) {
+    for (const int lockEvery : {3, 0}) {
+        for (const int size : {10'000, 100'000}) {
+            run->Args({size, lockEvery});
+        }
+    }
+    run->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 }
 
 // Both production sizes, timed by the benchmark itself.
@@ -729,22 +747,8 @@ BENCHMARK(BM_FirstRowsOnShare)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
-BENCHMARK(BM_SelectAll)
-    ->Args({10'000, 3})
-    ->Args({100'000, 3})
-    ->Args({10'000, 0})
-    ->Args({100'000, 0})
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond)
-    ->Iterations(3);
-BENCHMARK(BM_CommandStatusWithEveryRowSelected)
-    ->Args({10'000, 3})
-    ->Args({100'000, 3})
-    ->Args({10'000, 0})
-    ->Args({100'000, 0})
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond)
-    ->Iterations(3);
+BENCHMARK(BM_SelectAll)->Apply(AtBothSizesWithAndWithoutLocks);
+BENCHMARK(BM_CommandStatusWithEveryRowSelected)->Apply(AtBothSizesWithAndWithoutLocks);
 
 } // namespace
 
