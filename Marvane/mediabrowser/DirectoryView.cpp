@@ -24,7 +24,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <set>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -40,6 +42,7 @@ struct Listing {
     DirectoryContent content;
     std::string snapshot; // as the directory monitor compares a polled folder; empty: unread
     int error = 0;        // why the folder could not be read (errno); 0 when it was
+    bool gone = false;    // it could not be read because it is no folder there any more
 };
 
 // Whose locks a listing reads: the locking identity when the listing was asked for.
@@ -121,6 +124,30 @@ void ReadListedLocks(DirectoryContent& content, const std::vector<ListedLock>& p
                                                           std::move(read[index]));
         }
     }
+}
+
+// Runs on a worker thread, after a folder's read said it is not there (ENOENT, ENOTDIR):
+// whether its parent, read now, confirms that no folder stands under its name. A share whose
+// server went away may say "not there" of everything; then the parent cannot be read either,
+// and nothing is taken as gone.
+bool ParentConfirmsGone(const std::string& folder) {
+    const std::filesystem::path path(folder);
+    const std::string name = path.filename().string();
+    bool listed = false;
+    bool isFolder = false;
+    const bool read = ForEachFolderEntry(
+        path.parent_path().string(),
+        [&](const std::string& entry, const std::string& entryPath, unsigned char type) {
+            if (entry != name) {
+                return;
+            }
+            listed = true;
+            struct stat status {};
+            isFolder = type == DT_DIR ||
+                       ((type == DT_LNK || type == DT_UNKNOWN) &&
+                        ::stat(entryPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode));
+        });
+    return read && (!listed || !isFolder);
 }
 
 // Runs on a worker thread: everything in the folder with its kind, size and times (a link's
@@ -309,6 +336,9 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
             listing = Listing();
             listing.error = EIO;
         }
+        if (listing.error == ENOENT || listing.error == ENOTDIR) {
+            listing.gone = ParentConfirmsGone(directoryPath);
+        }
         CallAsyncOnMainThread([self, target, forRoot, directoryPath, listing = std::move(listing)] {
             // A polled folder is compared from now on with what is about to be shown (or
             // with what was read, when nothing is shown after all).
@@ -324,8 +354,8 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
             }
             // A folder that is gone, or is no folder now, has nothing left to show; any other
             // failure says nothing of what the folder holds.
-            view->mDeliveringFailedRead =
-                listing.error != 0 && listing.error != ENOENT && listing.error != ENOTDIR;
+            const bool failed = listing.error != 0 && !listing.gone;
+            view->mDeliveringFailedRead = failed;
             try {
                 view->InsertDirectoryContent(folder, directoryPath, listing.content);
             } catch (...) {
@@ -333,8 +363,7 @@ void MediaBrowserDirectoryView::RequestDirectoryContent(const TreeRowPtr& row,
                 throw;
             }
             view->mDeliveringFailedRead = false;
-            if (!forRoot && listing.error != 0 && listing.error != ENOENT &&
-                listing.error != ENOTDIR) {
+            if (!forRoot && failed) {
                 view->ReadAgainLater(view->GetRowPath(folder));
             }
         });
