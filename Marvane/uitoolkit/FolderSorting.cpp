@@ -100,7 +100,20 @@ void FolderSorting::Work(bool untilFinished) {
 }
 
 void FolderSorting::Sort(FolderSortJob& job) const {
-    const std::vector<std::u16string_view>& keys = job.keys;
+    // The keys side by side: each row's name is read from wherever it lies on the heap once,
+    // here, and the comparisons then read one block.
+    std::size_t total = 0;
+    for (const std::u16string_view key : job.keys) {
+        total += key.size();
+    }
+    std::u16string block;
+    block.reserve(total);
+    std::vector<std::u16string_view> keys;
+    keys.reserve(job.keys.size());
+    for (const std::u16string_view key : job.keys) {
+        keys.emplace_back(block.data() + block.size(), key.size());
+        block.append(key);
+    }
     job.order.resize(keys.size());
     std::iota(job.order.begin(), job.order.end(), std::uint32_t{0});
     const auto before = [&](std::uint32_t a, std::uint32_t b) {

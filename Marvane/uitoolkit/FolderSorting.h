@@ -2,7 +2,8 @@
 // Orders the rows of many folders at once. The main thread asks the rows for their keys folder
 // by folder and hands each folder over; once enough rows were handed over, a helper thread
 // sorts the folders already asked while the main thread asks the next ones, and the main thread
-// joins in when it has asked them all. Only positions are sorted, never the rows: the rows are
+// joins in when it has asked them all. Each folder's keys are copied side by side before its
+// sort. Only positions are sorted, never the rows: the rows are
 // put in order afterwards on the main thread (Apply). The keys of the sort before are let go
 // of by whichever thread sorts their folder.
 #include "host/MultiColumnTree.h"

@@ -15,6 +15,9 @@ namespace {
 // A re-sort of this many rows or more sorts on a second thread while the keys are asked.
 constexpr std::size_t kSortHelperFromRows = 4096;
 
+// How many rows ahead a walk in order starts loading the nodes (and then the names) it reads.
+constexpr std::size_t kNodesAhead = 8;
+
 TreeRowNode* NodeOf(const QModelIndex& index) {
     return index.isValid() ? static_cast<TreeRowNode*>(index.internalPointer()) : nullptr;
 }
@@ -33,6 +36,11 @@ QModelIndex TreeModel::index(int row, int column, const QModelIndex& parent) con
     if (row < 0 || column < 0 || static_cast<std::size_t>(row) >= rows.size() ||
         column >= columnCount()) {
         return {};
+    }
+    // The view lays its rows out asking for them in order, then for each one's flags.
+    if (const std::size_t ahead = static_cast<std::size_t>(row) + kNodesAhead;
+        ahead < rows.size()) {
+        PrefetchNode(*rows[ahead]);
     }
     return createIndex(row, column, &rows[static_cast<std::size_t>(row)]->Node());
 }
@@ -434,7 +442,14 @@ void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const
         FolderSortJob job;
         job.rows = &rows;
         job.keys.reserve(rows.size());
-        for (const TreeRowPtr& row : rows) {
+        for (std::size_t position = 0; position < rows.size(); ++position) {
+            if (position + 2 * kNodesAhead < rows.size()) {
+                PrefetchNode(*rows[position + 2 * kNodesAhead]);
+            }
+            if (position + kNodesAhead < rows.size()) {
+                PrefetchName(*rows[position + kNodesAhead]);
+            }
+            const TreeRowPtr& row = rows[position];
             TreeRowNode& node = row->Node();
             if (!node.sortKey.empty()) {
                 job.discarded.push_back(std::exchange(node.sortKey, WideString()));

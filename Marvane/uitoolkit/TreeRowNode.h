@@ -38,4 +38,20 @@ public:
     std::unique_ptr<CellViews> cells;
 };
 
+// Starts loading a row's node ahead of its use. Rows live all over the heap: a walk over many
+// of them in order (a relayout asking each row's flags, a sort asking each row's key) would
+// otherwise wait for each one in turn.
+inline void PrefetchNode(const UI_TreeRow& row) {
+#if defined(__GNUC__)
+    __builtin_prefetch(&row.Node());
+#endif
+}
+
+// The same for the characters of a row's name, whose node must have been loaded already.
+inline void PrefetchName(const UI_TreeRow& row) {
+#if defined(__GNUC__)
+    __builtin_prefetch(row.Node().name.data());
+#endif
+}
+
 } // namespace host
