@@ -10,7 +10,10 @@
 // - ResortAllOpen: re-sorting by name with every folder open, against a stable sort of the same
 //   names with the same comparison, folder by folder, in the same iterations; stall_ms is the
 //   longest the main thread was held;
-// - MemoryPerRow: heap and resident memory per row with every folder open.
+// - MemoryPerRow: heap and resident memory per row with every folder open;
+// - SelectAll, CommandStatusWithEveryRowSelected and ContextClickWithEveryRowSelected: Select
+//   All, the panel's commands asked for their status, and a right-click, with every row
+//   selected, against the view's own Select All, with the main thread's waits on the disk.
 // The counters give, per iteration, the lock-file reads, the stats of the rows' records and
 // the stats of directory listings, next to the rows shown: they must follow what is shown.
 #include "Marvane/application/HostSession.h"
@@ -20,6 +23,7 @@
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/TabViewImpl.h"
 #include "Marvane/uitoolkit/TreeView.h"
@@ -723,6 +727,39 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
     CountPerIteration(state, baselineSeconds, diskWaits);
 }
 
+// With every row selected, a right-click on a selected row until its menu is about to show
+// (the menu is then dismissed); against the view's own Select All (QTreeView::selectAll), in
+// the same iterations, for scale; and how many times the main thread waited on the disk.
+void BM_ContextClickWithEveryRowSelected(benchmark::State& state) {
+    Panel panel;
+    if (!ShowEveryRow(state, panel)) {
+        return;
+    }
+    auto responder = std::make_shared<host::ScriptedDialogResponder>();
+    const std::shared_ptr<host::DialogResponder> previous = host::SetDialogResponder(responder);
+    QTreeView& view = *panel.Tree().GetImpl()->view;
+    const host::TreeRowPtr clicked = panel.Tree().GetTopLevelRow(0)->GetChild(0);
+    double baselineSeconds = 0;
+    double diskWaits = 0;
+    for (auto _ : state) {
+        baselineSeconds += ViewSelectAllSeconds(view);
+        panel.View().SelectAll();
+        QApplication::processEvents();
+        const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
+        const auto start = Clock::now();
+        const std::string_view menu = panel.View().ContextClick(clicked);
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
+        if (menu.empty()) {
+            state.SkipWithError("no menu for the selection");
+            break;
+        }
+    }
+    state.counters["menus_asked"] = static_cast<double>(responder->GetMenuRequests().size());
+    CountPerIteration(state, baselineSeconds, diskWaits);
+    host::SetDialogResponder(previous);
+}
+
 // Both production sizes, with a project in three locked by another editor and with none,
 // timed by the benchmark itself, three times each.
 void AtBothSizesWithAndWithoutLocks(benchmark::internal::Benchmark* run) {
@@ -749,6 +786,7 @@ BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_SelectAll)->Apply(AtBothSizesWithAndWithoutLocks);
 BENCHMARK(BM_CommandStatusWithEveryRowSelected)->Apply(AtBothSizesWithAndWithoutLocks);
+BENCHMARK(BM_ContextClickWithEveryRowSelected)->Apply(AtBothSizes)->Iterations(3);
 
 } // namespace
 

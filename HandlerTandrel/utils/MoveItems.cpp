@@ -7,6 +7,7 @@
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 #include "utils/CopyFiles.h"
+#include "utils/FolderWiseNormalizer.h"
 #include "utils/MonitorTree.h"
 #include "utils/OpenProjects.h"
 #include "utils/ProjectLocks.h"
@@ -64,17 +65,44 @@ void ReplaceAll(host::WideString& text, const host::WideString& from, const host
     }
 }
 
+// The trash as the rows reach it (its folder normalised, then its name) and, should the trash
+// itself be a link, where it leads. Items, normalised by the same normalizer, are compared
+// with both, so that many items cost a wait on the disk per folder rather than several each.
+class TrashPlaces {
+public:
+    TrashPlaces(FolderWiseNormalizer& normalizer, const host::WideString& trash) {
+        if (!trash.empty()) {
+            mReached = normalizer.Normalize(trash);
+            mResolved = host::ToNormalizedPath(trash);
+        }
+    }
+    bool IsTheTrash(const host::WideString& normal) const {
+        return !normal.empty() && !mReached.empty() && (normal == mReached || normal == mResolved);
+    }
+    bool IsInTrash(const host::WideString& normal) const {
+        return !IsTheTrash(normal) && (FolderWiseNormalizer::IsWithin(normal, mReached) ||
+                                       FolderWiseNormalizer::IsWithin(normal, mResolved));
+    }
+
+private:
+    host::WideString mReached;
+    host::WideString mResolved;
+};
+
 } // namespace
 
 int ClassifyItems(const std::vector<host::WideString>& paths) {
+    FolderWiseNormalizer normalizer;
+    const TrashPlaces trash(normalizer, host::GetMvProductionTrashDirectoryPath());
     int bits = 0;
     for (const host::WideString& path : paths) {
         if (bits == (kItemFile | kItemFolder | kItemTrashFolder | kItemInTrash)) {
             break;
         }
-        if (host::IsTheMvProductionTrashDirectory(path)) {
+        const host::WideString normal = normalizer.Normalize(path);
+        if (trash.IsTheTrash(normal)) {
             bits |= kItemTrashFolder;
-        } else if (host::IsInMvProductionTrash(path, false)) {
+        } else if (trash.IsInTrash(normal)) {
             bits |= kItemInTrash;
         } else if (host::ProductionSupportsMarvaneProjectFile(path) ||
                    !host::DirectoryExists(path)) {
@@ -103,14 +131,15 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
     if (paths.empty()) {
         return false;
     }
+    FolderWiseNormalizer normalizer;
+    const TrashPlaces trash(normalizer, context.trash);
     for (const host::WideString& path : paths) {
         if (keepGoing && !keepGoing()) {
             return std::nullopt;
         }
         const host::ByteString utf8 = host::ToUTF8(path);
-        const bool inTrash =
-            !context.trash.empty() && host::IsPathWithinDirectory(path, context.trash, true);
-        if (inTrash) {
+        const host::WideString normal = normalizer.Normalize(path);
+        if (trash.IsTheTrash(normal) || trash.IsInTrash(normal)) {
             return false;
         }
         const host::ProjectLockFilePtr lock =

@@ -1,6 +1,7 @@
 #include "utils/MoveItems.h"
 
 #include "Marvane/documents/ProjectSideData.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "ProductionFixture.h"
 #include "TemporaryFolder.h"
 #include "utils/CopyFiles.h"
@@ -70,6 +71,43 @@ TEST_F(MoveItemsTest, ProjectsAndFilesAreFilesAndFoldersAreFolders) {
     Write(Trash() / "old.txt", "old");
     EXPECT_EQ(ClassifyItems(Ws({scene, edit / "Reels", Trash(), Trash() / "old.txt"})),
               kItemFile | kItemFolder | kItemTrashFolder | kItemInTrash);
+}
+
+TEST_F(MoveItemsTest, ManyItemsAreClassifiedWithAWaitOnTheDiskPerFolderNotPerItem) {
+    std::vector<fs::path> items;
+    for (int number = 0; number < 300; ++number) {
+        items.push_back(edit / ("Take " + std::to_string(number) + ".mvproj"));
+    }
+    items.push_back(edit / "Reels");
+    Write(Trash() / "old.txt", "old");
+    items.push_back(Trash() / "old.txt");
+    const std::uint64_t before = host::files::BoundedAccessCount();
+    EXPECT_EQ(ClassifyItems(Ws(items)), kItemFile | kItemFolder | kItemInTrash);
+    // The trash twice, the two folders once each, and whether Reels is a folder.
+    EXPECT_LE(host::files::BoundedAccessCount() - before, 5u);
+}
+
+TEST_F(MoveItemsTest, ATrashThatIsALinkElsewhereIsStillTheTrashAndHoldsItsItems) {
+    testsupport::TemporaryFolder elsewhere("kept-trash");
+    Write(elsewhere.Path() / "old.txt", "old");
+    fs::create_directory_symlink(elsewhere.Path(), Trash());
+    EXPECT_EQ(ClassifyItems(Ws({Trash()})), kItemTrashFolder);
+    EXPECT_EQ(ClassifyItems(Ws({Trash() / "old.txt"})), kItemInTrash);
+    EXPECT_EQ(ClassifyItems(Ws({elsewhere.Path() / "old.txt"})), kItemInTrash);
+    EXPECT_FALSE(CanMoveItems(Ws({Trash() / "old.txt"})));
+    EXPECT_FALSE(CanMoveItems(Ws({elsewhere.Path() / "old.txt"})));
+    EXPECT_TRUE(CanMoveItems(Ws({scene})));
+}
+
+TEST_F(MoveItemsTest, ItemsReachedThroughALinkedFolderAreClassifiedWhereTheyLie) {
+    Write(Trash() / "Old cut" / "notes.txt", "notes");
+    // A folder of the production that leads into the trash: what is under it is in the trash.
+    fs::create_directory_symlink(Trash() / "Old cut", edit / "Shortcut");
+    EXPECT_EQ(ClassifyItems(Ws({edit / "Shortcut" / "notes.txt"})), kItemInTrash);
+    EXPECT_FALSE(CanMoveItems(Ws({edit / "Shortcut" / "notes.txt"})));
+    // The link itself lies in Edit: moving it moves the link, not the folder it leads to.
+    EXPECT_EQ(ClassifyItems(Ws({edit / "Shortcut"})), kItemFolder);
+    EXPECT_TRUE(CanMoveItems(Ws({edit / "Shortcut"})));
 }
 
 TEST_F(MoveItemsTest, AnEmptyListCannotMove) {
