@@ -19,6 +19,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/documents/DocumentManager.h"
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
@@ -694,11 +695,21 @@ void BM_SelectAll(benchmark::State& state) {
 // With every row selected, the status of each of the panel's commands, asked as the main
 // window asks it several times a second to keep its menus and shortcuts right; against the
 // view's own Select All (QTreeView::selectAll), in the same iterations, for scale. The second
-// argument as for BM_SelectAll.
+// argument as for BM_SelectAll; the third, how many projects are open (the last ones of the
+// production: commands about open projects look through the selection for them).
 void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
     Panel panel;
     if (!ShowEveryRow(state, panel, static_cast<int>(state.range(1)))) {
         return;
+    }
+    const bench::GeneratedProduction& production =
+        ProductionOf(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+    for (int opened = 0; opened < state.range(2); ++opened) {
+        const fs::path& project = production.projects[production.projects.size() - 1 - opened];
+        if (!host::DocumentManager::Instance().Open(project).project) {
+            state.SkipWithError("a project did not open");
+            return;
+        }
     }
     QTreeView& view = *panel.Tree().GetImpl()->view;
     panel.View().SelectAll();
@@ -725,6 +736,8 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
     }
     state.counters["enabled_commands"] = enabled;
     CountPerIteration(state, baselineSeconds, diskWaits);
+    const std::vector<host::OpenProjectPtr> open = host::DocumentManager::Instance().GetAll();
+    host::DocumentManager::Instance().Close(open);
 }
 
 // With every row selected, a right-click on a selected row until its menu is about to show
@@ -771,6 +784,17 @@ void AtBothSizesWithAndWithoutLocks(benchmark::internal::Benchmark* run) {
     run->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 }
 
+// As AtBothSizesWithAndWithoutLocks, no project open; and with two open at 100,000 rows.
+void AtBothSizesWithAndWithoutOpenProjects(benchmark::internal::Benchmark* run) {
+    for (const int lockEvery : {3, 0}) {
+        for (const int size : {10'000, 100'000}) {
+            run->Args({size, lockEvery, 0});
+        }
+    }
+    run->Args({100'000, 0, 2});
+    run->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+}
+
 // Both production sizes, timed by the benchmark itself.
 void AtBothSizes(benchmark::internal::Benchmark* run) {
     run->Arg(10'000)->Arg(100'000)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -785,7 +809,7 @@ BENCHMARK(BM_Expand)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_Resort)->Apply(AtBothSizes)->Iterations(20);
 BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_SelectAll)->Apply(AtBothSizesWithAndWithoutLocks);
-BENCHMARK(BM_CommandStatusWithEveryRowSelected)->Apply(AtBothSizesWithAndWithoutLocks);
+BENCHMARK(BM_CommandStatusWithEveryRowSelected)->Apply(AtBothSizesWithAndWithoutOpenProjects);
 BENCHMARK(BM_ContextClickWithEveryRowSelected)->Apply(AtBothSizes)->Iterations(3);
 
 } // namespace

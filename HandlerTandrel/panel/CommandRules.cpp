@@ -30,6 +30,52 @@ bool AnyOf(const std::vector<host::WideString>& paths, bool (*test)(const host::
     return std::any_of(paths.begin(), paths.end(), test);
 }
 
+// The last part of a path; empty when that part may name something else once normalised.
+std::u16string_view PlainFileName(std::u16string_view path) {
+    while (path.size() > 1 && path.back() == u'/') {
+        path.remove_suffix(1);
+    }
+    const std::size_t slash = path.rfind(u'/');
+    const std::u16string_view name =
+        slash == std::u16string_view::npos ? path : path.substr(slash + 1);
+    return name == u"." || name == u".." ? std::u16string_view() : name;
+}
+
+// Which selected items are open projects, asking the host only about items named as one of
+// the few open projects is: a selection may hold 100,000 items, and the main window asks
+// several times a second.
+class OpenProjectFinder {
+public:
+    OpenProjectFinder() {
+        for (const host::ProjectPtr& project : host::GetOpenProjectList()) {
+            if (project) {
+                mNames.push_back(host::ToUTF16(project->GetPath()));
+            }
+        }
+        for (host::WideString& path : mNames) {
+            path = host::WideString(PlainFileName(path));
+        }
+    }
+    host::ProjectPtr Find(const host::WideString& path) const {
+        const std::u16string_view name = PlainFileName(path);
+        const bool mayBeOne =
+            name.empty() || std::find(mNames.begin(), mNames.end(), name) != mNames.end();
+        return mayBeOne ? OpenProjectAt(path) : nullptr;
+    }
+    // Whether any of the paths is an open project that passes the test.
+    bool AnyOf(const std::vector<host::WideString>& paths,
+               bool (*test)(const host::ProjectPtr&) = nullptr) const {
+        return !mNames.empty() &&
+               std::any_of(paths.begin(), paths.end(), [&](const host::WideString& path) {
+                   const host::ProjectPtr project = Find(path);
+                   return project && (test == nullptr || test(project));
+               });
+    }
+
+private:
+    std::vector<host::WideString> mNames;
+};
+
 bool IsOpenProject(const host::WideString& path) {
     return OpenProjectAt(path) != nullptr;
 }
@@ -38,9 +84,8 @@ bool IsClosedProject(const host::WideString& path) {
     return !IsFolderItem(path) && !IsOpenProject(path);
 }
 
-bool IsOutOfDateReadOnlyProject(const host::WideString& path) {
-    const host::ProjectPtr project = OpenProjectAt(path);
-    return project && host::GetIsReadOnly(project) && host::IsProjectOutOfDate(project);
+bool IsOutOfDateReadOnly(const host::ProjectPtr& project) {
+    return host::GetIsReadOnly(project) && host::IsProjectOutOfDate(project);
 }
 
 // The open projects inside the production.
@@ -133,15 +178,15 @@ bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
         return true;
     case kCmdCloseProject:
         status.enabled =
-            documents && host::OpenProjectCount() > 0 && AnyOf(selected, &IsOpenProject);
+            documents && host::OpenProjectCount() > 0 && OpenProjectFinder().AnyOf(selected);
         return true;
     case kHostCmdCloseProjects:
         status.enabled =
-            documents && host::OpenProjectCount() > 1 && AnyOf(selected, &IsOpenProject);
+            documents && host::OpenProjectCount() > 1 && OpenProjectFinder().AnyOf(selected);
         return true;
     case kCmdRefreshProject:
         status.enabled = documents && host::OpenProjectCount() > 0 &&
-                         AnyOf(selected, &IsOutOfDateReadOnlyProject);
+                         OpenProjectFinder().AnyOf(selected, &IsOutOfDateReadOnly);
         return true;
     case kCmdRenameItem:
         status.enabled =

@@ -117,6 +117,24 @@ TEST_F(CommandRulesTest, TheHostsCloseStaysOffWhileOnlyOneProjectIsOpen) {
     EXPECT_FALSE(Enabled(kHostCmdCloseProjects, {shot}));
 }
 
+TEST_F(CommandRulesTest, CloseFindsAnOpenProjectAmongThousandsHoweverItsPathIsSpelled) {
+    testsupport::OpenProject(scene4);
+    testsupport::OpenProject(scene12);
+    std::vector<fs::path> selection;
+    for (int number = 0; number < 2000; ++number) {
+        selection.push_back(pilot / ("Take " + std::to_string(number) + ".mvproj"));
+    }
+    selection.push_back(pilot / "Dailies" / "Scene 4.mvproj"); // the name, not the project
+    EXPECT_FALSE(Enabled(kCmdCloseProject, selection));
+    EXPECT_FALSE(Enabled(kHostCmdCloseProjects, selection));
+    selection.push_back(pilot / "Dailies" / ".." / "Scene 4.mvproj");
+    EXPECT_TRUE(Enabled(kCmdCloseProject, selection));
+    EXPECT_TRUE(Enabled(kHostCmdCloseProjects, selection));
+    EXPECT_TRUE(Enabled(kCmdCloseProject, {W(scene12) + u"/"}));
+    EXPECT_TRUE(Enabled(kCmdCloseProject, {pilot / "." / "Scene 12.mvproj"}));
+    EXPECT_TRUE(Enabled(kCmdCloseProject, {pilot / "Scene 12.mvproj" / "."}));
+}
+
 TEST_F(CommandRulesTest, MoveToTrashIsOffForAnythingInTheTrashAnotherEditorsProjectOrTheirFolder) {
     EXPECT_TRUE(Enabled(kCmdMoveToTrash, {scene4, pilot / "Dailies"}));
     EXPECT_FALSE(Enabled(kCmdMoveToTrash, {}));
