@@ -5,6 +5,7 @@
 #include "host/FileServices.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
+#include "utils/FolderWiseNormalizer.h"
 #include "utils/MoveItems.h"
 
 #include <map>
@@ -41,19 +42,6 @@ host::WideString WithTrailingSeparator(host::WideString path) {
         path += u'/';
     }
     return path;
-}
-
-// The normalised folder of the item with the item's own name: a symbolic link given as an
-// item stays the link (it is moved or copied as a link, never its target).
-host::WideString NormalizeItem(const host::WideString& path) {
-    const host::WideString clean = host::StripTrailingSlash(path);
-    const std::size_t slash = clean.rfind(u'/');
-    const host::WideString name = host::GetPathFileName(clean);
-    if (slash == host::WideString::npos || name.empty() || name == u"." || name == u"..") {
-        return host::ToNormalizedPath(clean);
-    }
-    return Join(
-        host::ToNormalizedPath(slash == 0 ? host::WideString(u"/") : clean.substr(0, slash)), name);
 }
 
 char16_t FoldAscii(char16_t c) {
@@ -94,10 +82,13 @@ bool EqualsIgnoringAsciiCase(const host::WideString& a, const host::WideString& 
 bool CopyFiles(const std::vector<host::WideString>& sources,
                const host::WideString& destinationFolder, bool move, bool makeUnique) {
     Plan plan;
+    // Items are normalised folder by folder; a link given as an item stays the link (it is
+    // moved or copied as a link, never its target).
+    FolderWiseNormalizer normalizer;
+    const host::WideString destination = host::ToNormalizedPath(destinationFolder);
     for (const host::WideString& given : sources) {
-        const host::WideString source = NormalizeItem(given);
-        const host::WideString candidate =
-            Join(host::ToNormalizedPath(destinationFolder), host::GetPathFileName(source));
+        const host::WideString source = normalizer.Normalize(given);
+        const host::WideString candidate = Join(destination, host::GetPathFileName(source));
         if (!host::FileOrDirExists(candidate)) {
             if (!host::ProductionSupportsMarvaneProjectFile(source) &&
                 host::DirectoryExists(source) &&

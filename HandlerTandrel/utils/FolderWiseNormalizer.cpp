@@ -14,10 +14,10 @@ host::WideString FolderWiseNormalizer::Normalize(const host::WideString& path) {
     const std::size_t slash = item.rfind(u'/');
     const std::u16string_view name =
         slash == std::u16string_view::npos ? item : item.substr(slash + 1);
-    if (slash == std::u16string_view::npos || slash == 0 || name == u"." || name == u"..") {
+    if (slash == std::u16string_view::npos || name.empty() || name == u"." || name == u"..") {
         return host::ToNormalizedPath(path); // nothing to share with other items
     }
-    host::WideString folder(item.substr(0, slash));
+    host::WideString folder(slash == 0 ? u"/" : item.substr(0, slash));
     auto found = mFolders.find(folder);
     if (found == mFolders.end()) {
         host::WideString normal = host::ToNormalizedPath(folder);

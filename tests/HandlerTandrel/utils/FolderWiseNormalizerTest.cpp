@@ -45,6 +45,7 @@ TEST_F(FolderWiseNormalizerTest, DotsAndTrailingSlashesGoAway) {
     EXPECT_EQ(normalizer.Normalize(W(root / "Real" / ".")), W(root / "Real"));
     EXPECT_EQ(normalizer.Normalize(W(root / "Real" / "..")), W(root));
     EXPECT_EQ(normalizer.Normalize(u""), u"");
+    EXPECT_EQ(normalizer.Normalize(u"/no such item//"), u"/no such item");
 }
 
 TEST_F(FolderWiseNormalizerTest, EachFolderWaitsOnTheDiskOnce) {
