@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace host {
@@ -24,6 +25,18 @@ WideString StripTrailingSlash(const WideString& path);
 // repeated separators collapsed, "." and ".." resolved, no trailing separator, and symbolic
 // links resolved for the part of the path that exists.
 WideString ToNormalizedPath(const WideString& path);
+
+// ToNormalizedPath for many items that share few folders, as a selection of thousands of
+// projects in a few folders does: each folder is normalised once (a wait on the disk each),
+// and an item is its folder's normal path and its own name. An item that is itself a symbolic
+// link stays the link: moving or copying it moves or copies the link, not what it points to.
+class ItemPathNormalizer {
+public:
+    WideString Normalize(const WideString& path);
+
+private:
+    std::unordered_map<WideString, WideString> mFolders;
+};
 
 // A folder of the host by name, ending in a separator: "user.profile" is the user's profile
 // folder. Empty for an unknown name.

@@ -5,7 +5,6 @@
 #include "host/FileServices.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
-#include "utils/FolderWiseNormalizer.h"
 #include "utils/MoveItems.h"
 
 #include <map>
@@ -84,7 +83,7 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
     Plan plan;
     // Items are normalised folder by folder; a link given as an item stays the link (it is
     // moved or copied as a link, never its target).
-    FolderWiseNormalizer normalizer;
+    host::ItemPathNormalizer normalizer;
     const host::WideString destination = host::ToNormalizedPath(destinationFolder);
     for (const host::WideString& given : sources) {
         const host::WideString source = normalizer.Normalize(given);

@@ -7,7 +7,6 @@
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 #include "utils/CopyFiles.h"
-#include "utils/FolderWiseNormalizer.h"
 #include "utils/MonitorTree.h"
 #include "utils/OpenProjects.h"
 #include "utils/ProjectLocks.h"
@@ -65,12 +64,21 @@ void ReplaceAll(host::WideString& text, const host::WideString& from, const host
     }
 }
 
+// Whether path is folder or lies within it, both normalised the same way.
+bool IsWithin(const host::WideString& path, const host::WideString& folder) {
+    if (path.empty() || folder.empty() || path.size() < folder.size() ||
+        path.compare(0, folder.size(), folder) != 0) {
+        return false;
+    }
+    return path.size() == folder.size() || folder.back() == u'/' || path[folder.size()] == u'/';
+}
+
 // The trash as the rows reach it (its folder normalised, then its name) and, should the trash
 // itself be a link, where it leads. Items, normalised by the same normalizer, are compared
 // with both, so that many items cost a wait on the disk per folder rather than several each.
 class TrashPlaces {
 public:
-    TrashPlaces(FolderWiseNormalizer& normalizer, const host::WideString& trash) {
+    TrashPlaces(host::ItemPathNormalizer& normalizer, const host::WideString& trash) {
         if (!trash.empty()) {
             mReached = normalizer.Normalize(trash);
             mResolved = host::ToNormalizedPath(trash);
@@ -80,8 +88,7 @@ public:
         return !normal.empty() && !mReached.empty() && (normal == mReached || normal == mResolved);
     }
     bool IsInTrash(const host::WideString& normal) const {
-        return !IsTheTrash(normal) && (FolderWiseNormalizer::IsWithin(normal, mReached) ||
-                                       FolderWiseNormalizer::IsWithin(normal, mResolved));
+        return !IsTheTrash(normal) && (IsWithin(normal, mReached) || IsWithin(normal, mResolved));
     }
 
 private:
@@ -92,7 +99,7 @@ private:
 } // namespace
 
 int ClassifyItems(const std::vector<host::WideString>& paths) {
-    FolderWiseNormalizer normalizer;
+    host::ItemPathNormalizer normalizer;
     const TrashPlaces trash(normalizer, host::GetMvProductionTrashDirectoryPath());
     int bits = 0;
     for (const host::WideString& path : paths) {
@@ -131,7 +138,7 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
     if (paths.empty()) {
         return false;
     }
-    FolderWiseNormalizer normalizer;
+    host::ItemPathNormalizer normalizer;
     const TrashPlaces trash(normalizer, context.trash);
     for (const host::WideString& path : paths) {
         if (keepGoing && !keepGoing()) {

@@ -234,11 +234,13 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
     }
     const WideString stem = name.substr(0, dot);
     const WideString extension = name.substr(dot);
-    // Each path compared once, however many numbers are tried.
+    // Each path compared once, however many numbers are tried; the reserved paths are mostly
+    // in this folder (the copies of a selection), which is normalised once.
+    ItemPathNormalizer normalizer;
     std::vector<WideString> reserved;
     reserved.reserve(reservedPaths.size());
     for (const WideString& taken : reservedPaths) {
-        reserved.push_back(ToNormalizedPath(taken));
+        reserved.push_back(normalizer.Normalize(taken));
     }
     // A project leaves room for the lock file beside it.
     const std::size_t longest =
@@ -253,7 +255,7 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
                                        ? StemThatFits(stem, longest - suffixBytes)
                                        : stem;
         const WideString candidate = folder + fitting + suffix;
-        const WideString normal = reserved.empty() ? WideString() : ToNormalizedPath(candidate);
+        const WideString normal = reserved.empty() ? WideString() : normalizer.Normalize(candidate);
         const bool isReserved =
             std::find(reserved.begin(), reserved.end(), normal) != reserved.end();
         if (!isReserved && !FileOrDirExists(candidate)) {

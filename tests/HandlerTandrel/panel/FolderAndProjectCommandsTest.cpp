@@ -2,6 +2,7 @@
 // the command chain as the menus do, in a real main window over a real production.
 #include "FileBytes.h"
 #include "Marvane/application/ProjectImport.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
 #include "host/ApplicationLayer.h"
@@ -204,6 +205,22 @@ TEST_F(FolderAndProjectCommandsTest, CopiesChosenInOneCommandNeverShareAPath) {
     const host::WideString second = host::GetMvProductionItemCopyPath(scene, {first});
     EXPECT_NE(first, second);
     EXPECT_EQ(host::ToUTF8(second), (pilot / "Scene 4_2.mvproj").string());
+}
+
+TEST_F(FolderAndProjectCommandsTest, ACopyPathAmongHundredsChosenWaitsOnTheDiskAFewTimesOnly) {
+    const host::WideString scene = host::ToUTF16((pilot / "Scene 4.mvproj").string());
+    std::vector<host::WideString> chosen;
+    for (int number = 0; number < 300; ++number) {
+        chosen.push_back(
+            host::ToUTF16((pilot / ("Take " + std::to_string(number) + "_1.mvproj")).string()));
+    }
+    // Another spelling of the first number's path is still taken.
+    chosen.push_back(host::ToUTF16((pilot / "Dailies" / ".." / "Scene 4_1.mvproj").string()));
+    const std::uint64_t before = host::files::BoundedAccessCount();
+    const host::WideString copy = host::GetMvProductionItemCopyPath(scene, chosen);
+    EXPECT_EQ(host::ToUTF8(copy), (pilot / "Scene 4_2.mvproj").string());
+    // Before, each chosen path was normalised by itself: over 300 waits for one copy.
+    EXPECT_LE(host::files::BoundedAccessCount() - before, 10u);
 }
 
 } // namespace

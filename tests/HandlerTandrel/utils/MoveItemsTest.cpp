@@ -94,6 +94,8 @@ TEST_F(MoveItemsTest, ATrashThatIsALinkElsewhereIsStillTheTrashAndHoldsItsItems)
     EXPECT_EQ(ClassifyItems(Ws({Trash()})), kItemTrashFolder);
     EXPECT_EQ(ClassifyItems(Ws({Trash() / "old.txt"})), kItemInTrash);
     EXPECT_EQ(ClassifyItems(Ws({elsewhere.Path() / "old.txt"})), kItemInTrash);
+    Write(production / "Trash 2" / "new.txt", "new");
+    EXPECT_EQ(ClassifyItems(Ws({production / "Trash 2" / "new.txt"})), kItemFile);
     EXPECT_FALSE(CanMoveItems(Ws({Trash() / "old.txt"})));
     EXPECT_FALSE(CanMoveItems(Ws({elsewhere.Path() / "old.txt"})));
     EXPECT_TRUE(CanMoveItems(Ws({scene})));

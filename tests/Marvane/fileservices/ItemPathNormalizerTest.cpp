@@ -1,4 +1,4 @@
-#include "utils/FolderWiseNormalizer.h"
+#include "host/FileServices.h"
 
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "TemporaryFolder.h"
@@ -10,13 +10,12 @@
 namespace {
 
 namespace fs = std::filesystem;
-using HandlerTandrel::Utils::FolderWiseNormalizer;
 
 host::WideString W(const fs::path& path) {
     return host::ToUTF16(path.string());
 }
 
-class FolderWiseNormalizerTest : public ::testing::Test {
+class ItemPathNormalizerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         root = fs::canonical(folder.Path());
@@ -28,17 +27,17 @@ protected:
     void TearDown() override { host::files::GuardFolder({}, std::chrono::milliseconds(2000)); }
     testsupport::TemporaryFolder folder{"normalizer"};
     fs::path root;
-    FolderWiseNormalizer normalizer;
+    host::ItemPathNormalizer normalizer;
 };
 
-TEST_F(FolderWiseNormalizerTest, AnItemIsWhereItsFolderLeadsWithItsOwnName) {
+TEST_F(ItemPathNormalizerTest, AnItemIsWhereItsFolderLeadsWithItsOwnName) {
     EXPECT_EQ(normalizer.Normalize(W(root / "Link" / "Take 1.mvproj")),
               W(root / "Real" / "Take 1.mvproj"));
     // The link itself stays the link.
     EXPECT_EQ(normalizer.Normalize(W(root / "Link")), W(root / "Link"));
 }
 
-TEST_F(FolderWiseNormalizerTest, DotsAndTrailingSlashesGoAway) {
+TEST_F(ItemPathNormalizerTest, DotsAndTrailingSlashesGoAway) {
     EXPECT_EQ(normalizer.Normalize(W(root / "Real" / ".." / "Take 2.mvproj")),
               W(root / "Take 2.mvproj"));
     EXPECT_EQ(normalizer.Normalize(W(root / "Real") + u"/"), W(root / "Real"));
@@ -48,23 +47,13 @@ TEST_F(FolderWiseNormalizerTest, DotsAndTrailingSlashesGoAway) {
     EXPECT_EQ(normalizer.Normalize(u"/no such item//"), u"/no such item");
 }
 
-TEST_F(FolderWiseNormalizerTest, EachFolderWaitsOnTheDiskOnce) {
+TEST_F(ItemPathNormalizerTest, EachFolderWaitsOnTheDiskOnce) {
     const std::uint64_t before = host::files::BoundedAccessCount();
     for (int number = 0; number < 50; ++number) {
         const std::string name = "Take " + std::to_string(number) + ".mvproj";
         EXPECT_EQ(normalizer.Normalize(W(root / "Link" / name)), W(root / "Real" / name));
     }
     EXPECT_EQ(host::files::BoundedAccessCount() - before, 1u);
-}
-
-TEST_F(FolderWiseNormalizerTest, WithinComparesWholeNames) {
-    EXPECT_TRUE(FolderWiseNormalizer::IsWithin(u"/p/Trash/old.txt", u"/p/Trash"));
-    EXPECT_TRUE(FolderWiseNormalizer::IsWithin(u"/p/Trash", u"/p/Trash"));
-    EXPECT_TRUE(FolderWiseNormalizer::IsWithin(u"/p/x", u"/"));
-    EXPECT_FALSE(FolderWiseNormalizer::IsWithin(u"/p/Trash 2/old.txt", u"/p/Trash"));
-    EXPECT_FALSE(FolderWiseNormalizer::IsWithin(u"/p/Tra", u"/p/Trash"));
-    EXPECT_FALSE(FolderWiseNormalizer::IsWithin(u"/p/x", u""));
-    EXPECT_FALSE(FolderWiseNormalizer::IsWithin(u"", u"/p"));
 }
 
 } // namespace
