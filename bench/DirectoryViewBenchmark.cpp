@@ -708,7 +708,7 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
         const fs::path& project = production.projects[production.projects.size() - 1 - opened];
         if (!host::DocumentManager::Instance().Open(project).project) {
             state.SkipWithError("a project did not open");
-            return;
+            break; // the loop below then runs no iteration, and what opened is closed
         }
     }
     QTreeView& view = *panel.Tree().GetImpl()->view;

@@ -30,6 +30,7 @@ WideString ToNormalizedPath(const WideString& path);
 // projects in a few folders does: each folder is normalised once (a wait on the disk each),
 // and an item is its folder's normal path and its own name. An item that is itself a symbolic
 // link stays the link: moving or copying it moves or copies the link, not what it points to.
+// A path without a folder, or ending in "." or "..", is normalised whole, links and all.
 class ItemPathNormalizer {
 public:
     WideString Normalize(const WideString& path);

@@ -76,7 +76,8 @@ public:
     using SortDataCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;
     // How many code units at the start of the row's name (GetName) are its key in the column,
     // when its key is the start of its name; none when it is not (the key is then asked of the
-    // sort data callback). Such keys are compared where the name is: no copy is made or kept.
+    // sort data callback). Such keys are neither asked for nor kept: a re-sort copies a
+    // folder's keys into one block for the time of its sort.
     using SortKeyInNameCallback =
         std::function<std::optional<std::size_t>(const TreeRowPtr& row, ColumnID column)>;
     using CellTextCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;

@@ -58,8 +58,12 @@ public:
     }
     host::ProjectPtr Find(const host::WideString& path) const {
         const std::u16string_view name = PlainFileName(path);
+        // A name with surrogates may be spelled otherwise once made UTF-8: the host decides.
         const bool mayBeOne =
-            name.empty() || std::find(mNames.begin(), mNames.end(), name) != mNames.end();
+            name.empty() ||
+            std::any_of(name.begin(), name.end(),
+                        [](char16_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }) ||
+            std::find(mNames.begin(), mNames.end(), name) != mNames.end();
         return mayBeOne ? OpenProjectAt(path) : nullptr;
     }
     // Whether any of the paths is an open project that passes the test.

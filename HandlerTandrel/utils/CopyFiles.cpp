@@ -89,9 +89,11 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
         const host::WideString source = normalizer.Normalize(given);
         const host::WideString candidate = Join(destination, host::GetPathFileName(source));
         if (!host::FileOrDirExists(candidate)) {
+            // A link to a folder moves or is copied as a link: it may go inside that folder.
             if (!host::ProductionSupportsMarvaneProjectFile(source) &&
                 host::DirectoryExists(source) &&
-                host::IsPathWithinDirectory(destinationFolder, source, true)) {
+                host::IsPathWithinDirectory(destinationFolder, source, true) &&
+                !host::IsSymbolicLink(source)) {
                 ShowRefusal(kCopyToSubDirTitleKey, kCannotCopyToSubDirKey);
                 return true;
             }

@@ -1,9 +1,21 @@
 // What an item's path is once normalised, its folder normalised once for many items.
 #include "host/FileServices.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace host {
+
+namespace {
+
+// Whether the text holds a surrogate code unit: a character outside the basic plane, or a
+// byte of a name that is not UTF-8. Such a name is spelled as ToNormalizedPath would spell it.
+bool HasSurrogates(std::u16string_view text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](char16_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; });
+}
+
+} // namespace
 
 WideString ItemPathNormalizer::Normalize(const WideString& path) {
     std::u16string_view item(path);
@@ -26,7 +38,11 @@ WideString ItemPathNormalizer::Normalize(const WideString& path) {
     if (normal.empty() || normal.back() != u'/') {
         normal += u'/';
     }
-    normal += name;
+    if (HasSurrogates(name)) {
+        normal += ToUTF16(ToUTF8(WideString(name)));
+    } else {
+        normal += name;
+    }
     return normal;
 }
 

@@ -29,11 +29,18 @@ protected:
         if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
             GTEST_SKIP() << why;
         }
-        exported = production;
+        // The share holds the production folder, as a server's share holds many: when sshfs
+        // loses its server it ends and the mount goes, and the production then is not there
+        // (rather than an empty folder standing where the mount was).
+        host::ProductionSession::Instance().Close();
+        const fs::path shareRoot = root / "Export";
+        fs::create_directories(shareRoot);
+        exported = shareRoot / production.filename();
+        fs::rename(production, exported);
         const fs::path mount = root / "Share";
-        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
-        ASSERT_EQ(host::ProductionSession::Instance().Open(mount), "");
-        production = mount;
+        ASSERT_EQ(share.Start(shareRoot, mount, root / "ssh"), "");
+        production = mount / exported.filename();
+        ASSERT_EQ(host::ProductionSession::Instance().Open(production), "");
     }
     void TearDown() override {
         panel.reset();

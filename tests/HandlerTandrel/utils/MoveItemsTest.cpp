@@ -110,6 +110,11 @@ TEST_F(MoveItemsTest, ItemsReachedThroughALinkedFolderAreClassifiedWhereTheyLie)
     // The link itself lies in Edit: moving it moves the link, not the folder it leads to.
     EXPECT_EQ(ClassifyItems(Ws({edit / "Shortcut"})), kItemFolder);
     EXPECT_TRUE(CanMoveItems(Ws({edit / "Shortcut"})));
+    MoveToTrash(Ws({edit / "Shortcut"}), false, true);
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(Trash() / "Shortcut")));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(edit / "Shortcut")));
+    EXPECT_EQ(testsupport::ReadBytes(Trash() / "Old cut" / "notes.txt"), "notes");
+    EXPECT_EQ(responder->GetRequests().size(), 0u); // no refusal
 }
 
 TEST_F(MoveItemsTest, AnEmptyListCannotMove) {

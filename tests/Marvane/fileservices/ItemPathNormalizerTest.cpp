@@ -47,6 +47,16 @@ TEST_F(ItemPathNormalizerTest, DotsAndTrailingSlashesGoAway) {
     EXPECT_EQ(normalizer.Normalize(u"/no such item//"), u"/no such item");
 }
 
+TEST_F(ItemPathNormalizerTest, ANameSpelledByItsBytesIsSpelledAsAWholePathWouldBe) {
+    // The bytes C3 A8 given one by one (as a name that is not UTF-8 is kept) are "è" in UTF-8.
+    const host::WideString bytes = W(root / "Link") + u"/Sc\xDCC3\xDCA8ne.mvproj";
+    EXPECT_EQ(normalizer.Normalize(bytes), host::ToNormalizedPath(bytes));
+    EXPECT_EQ(normalizer.Normalize(bytes), W(root / "Real") + u"/Sc\u00E8ne.mvproj");
+    // A byte that makes no UTF-8 stays as it was given.
+    const host::WideString latin1 = W(root / "Real") + u"/Sc\xDCE8ne.mvproj";
+    EXPECT_EQ(normalizer.Normalize(latin1), latin1);
+}
+
 TEST_F(ItemPathNormalizerTest, EachFolderWaitsOnTheDiskOnce) {
     const std::uint64_t before = host::files::BoundedAccessCount();
     for (int number = 0; number < 50; ++number) {
