@@ -692,6 +692,31 @@ void BM_SelectAll(benchmark::State& state) {
     CountPerIteration(state, baselineSeconds, diskWaits);
 }
 
+// Times `action` with every row selected, against the view's own Select All
+// (QTreeView::selectAll) in the same iterations, and counts the main thread's waits on the
+// disk; an action that fails (false) ends the benchmark with an error.
+void TimeWithEveryRowSelected(benchmark::State& state, Panel& panel,
+                              const std::function<bool()>& action) {
+    QTreeView& view = *panel.Tree().GetImpl()->view;
+    double baselineSeconds = 0;
+    double diskWaits = 0;
+    for (auto _ : state) {
+        baselineSeconds += ViewSelectAllSeconds(view);
+        panel.View().SelectAll();
+        QApplication::processEvents();
+        const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
+        const auto start = Clock::now();
+        const bool done = action();
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
+        if (!done) {
+            state.SkipWithError("the action failed");
+            break;
+        }
+    }
+    CountPerIteration(state, baselineSeconds, diskWaits);
+}
+
 // With every row selected, the status of each of the panel's commands, asked as the main
 // window asks it several times a second to keep its menus and shortcuts right; against the
 // view's own Select All (QTreeView::selectAll), in the same iterations, for scale. The second
@@ -711,18 +736,8 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
             break; // the loop below then runs no iteration, and what opened is closed
         }
     }
-    QTreeView& view = *panel.Tree().GetImpl()->view;
-    panel.View().SelectAll();
-    QApplication::processEvents();
-    double baselineSeconds = 0;
-    double diskWaits = 0;
     double enabled = 0;
-    for (auto _ : state) {
-        baselineSeconds += ViewSelectAllSeconds(view);
-        panel.View().SelectAll();
-        QApplication::processEvents();
-        const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
-        const auto start = Clock::now();
+    TimeWithEveryRowSelected(state, panel, [&] {
         enabled = 0;
         for (const HandlerTandrel::ProductionCommand& command :
              HandlerTandrel::ProductionCommandTable()) {
@@ -731,11 +746,9 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
                 host::Command{command.id, host::ByteString(command.name)}, status);
             enabled += status.enabled ? 1 : 0;
         }
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-        diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
-    }
+        return true;
+    });
     state.counters["enabled_commands"] = enabled;
-    CountPerIteration(state, baselineSeconds, diskWaits);
     const std::vector<host::OpenProjectPtr> open = host::DocumentManager::Instance().GetAll();
     host::DocumentManager::Instance().Close(open);
 }
@@ -750,26 +763,10 @@ void BM_ContextClickWithEveryRowSelected(benchmark::State& state) {
     }
     auto responder = std::make_shared<host::ScriptedDialogResponder>();
     const std::shared_ptr<host::DialogResponder> previous = host::SetDialogResponder(responder);
-    QTreeView& view = *panel.Tree().GetImpl()->view;
     const host::TreeRowPtr clicked = panel.Tree().GetTopLevelRow(0)->GetChild(0);
-    double baselineSeconds = 0;
-    double diskWaits = 0;
-    for (auto _ : state) {
-        baselineSeconds += ViewSelectAllSeconds(view);
-        panel.View().SelectAll();
-        QApplication::processEvents();
-        const std::uint64_t waitsBefore = host::files::BoundedAccessCount();
-        const auto start = Clock::now();
-        const std::string_view menu = panel.View().ContextClick(clicked);
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-        diskWaits += static_cast<double>(host::files::BoundedAccessCount() - waitsBefore);
-        if (menu.empty()) {
-            state.SkipWithError("no menu for the selection");
-            break;
-        }
-    }
+    TimeWithEveryRowSelected(state, panel,
+                             [&] { return !panel.View().ContextClick(clicked).empty(); });
     state.counters["menus_asked"] = static_cast<double>(responder->GetMenuRequests().size());
-    CountPerIteration(state, baselineSeconds, diskWaits);
     host::SetDialogResponder(previous);
 }
 
