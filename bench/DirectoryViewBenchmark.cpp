@@ -729,7 +729,8 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
     }
     const bench::GeneratedProduction& production =
         ProductionOf(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
-    for (int opened = 0; opened < state.range(2); ++opened) {
+    const auto toOpen = static_cast<std::size_t>(state.range(2));
+    for (std::size_t opened = 0; opened < toOpen && opened < production.projects.size(); ++opened) {
         const fs::path& project = production.projects[production.projects.size() - 1 - opened];
         if (!host::DocumentManager::Instance().Open(project).project) {
             state.SkipWithError("a project did not open");
