@@ -3,6 +3,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionWatch.h"
 #include "Marvane/fileservices/FileNameRules.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
 
@@ -110,6 +111,9 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
         Close();
     }
     mFolder = absolute;
+    // Whether a share is mounted on the folder itself: if that mount goes, the folder beneath
+    // must not pass for the production.
+    KeepFolderMount(mFolder);
     // Names given in the production follow the rules of the file system it lives on.
     if (listed) {
         SetFileNameRuleFolder(mFolder, look->fileSystemType);
@@ -146,6 +150,7 @@ void ProductionSession::Close() {
     const std::string oldPath = mFolder.string();
     mFolder.clear();
     ProductionWatch::Instance().Stop();
+    KeepFolderMount({});
     SetFileNameRuleFolder({});
     MessageStation::Get(kPanelFrameworkStation)
         ->Broadcast(MvProductionFolderClosedMessage(oldPath));

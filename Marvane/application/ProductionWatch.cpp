@@ -2,6 +2,7 @@
 
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileSystemTypes.h"
+#include "Marvane/fileservices/FolderMount.h"
 
 #include "host/AsyncCalls.h"
 #include "host/DebugTrace.h"
@@ -105,6 +106,10 @@ std::string LookAtFolder(const fs::path& folder) {
     const int descriptor = OpenFolderToLook(folder, look);
     if (descriptor < 0) {
         return look.why;
+    }
+    if (std::string gone = FolderMountGone(folder.string(), descriptor); !gone.empty()) {
+        ::close(descriptor);
+        return gone;
     }
     DIR* listing = ::fdopendir(descriptor);
     if (listing == nullptr) {

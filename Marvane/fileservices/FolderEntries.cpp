@@ -1,5 +1,7 @@
 #include "Marvane/fileservices/FolderEntries.h"
 
+#include "Marvane/fileservices/FolderMount.h"
+
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -54,6 +56,12 @@ bool ForEachFolderEntry(const std::string& folder,
     // opendir asks one): on a share, one round trip less for every listing.
     const OpenFolder opened(folder);
     if (opened.Descriptor() < 0) {
+        return false;
+    }
+    // The production's folder after its share's mount went away: the folder beneath is not the
+    // production, and its entries are not the production's.
+    if (!FolderMountGone(folder, opened.Descriptor()).empty()) {
+        errno = ENOTCONN;
         return false;
     }
     const std::string prefix = folder == "/" ? std::string() : folder;

@@ -1,6 +1,8 @@
 #include "Marvane/application/ProductionWatch.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "TemporaryFolder.h"
 #include "TestSupport.h"
+#include "TmpfsMount.h"
 #include "host/PanelFramework.h"
 
 #include <filesystem>
@@ -75,6 +77,26 @@ TEST(ProductionWatchTest, AFolderThatGoesAndComesBackIsAnnouncedOnceEachWay) {
     EXPECT_TRUE(watch.IsReachable());
     watch.Stop();
     host::MessageStation::Get(host::kPanelFrameworkStation)->Unsubscribe(log.get());
+}
+
+TEST(ProductionWatchTest, AProductionWhoseMountWentAwayCannotBeReachedUntilItIsBack) {
+    testsupport::TemporaryFolder temporary("watch-mount");
+    const fs::path production = temporary.Path() / "Pilot";
+    fs::create_directories(production);
+    testsupport::TmpfsMount share(production, temporary.Path() / "Server");
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    std::ofstream(production / "Scene 1.mvproj") << "on the share";
+    host::KeepFolderMount(production);
+    EXPECT_EQ(host::LookAtFolder(production), "");
+    ASSERT_TRUE(share.Unmount());
+    // The folder beneath answers, but it is not the production.
+    const std::string why = host::LookAtFolder(production);
+    EXPECT_NE(why.find("mounted on the folder is gone"), std::string::npos) << why;
+    ASSERT_EQ(share.Mount(), "");
+    EXPECT_EQ(host::LookAtFolder(production), "");
+    host::KeepFolderMount({});
 }
 
 } // namespace

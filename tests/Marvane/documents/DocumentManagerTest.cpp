@@ -2,10 +2,12 @@
 #include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "TmpfsMount.h"
 #include "host/ApplicationLayer.h"
 
 #include <filesystem>
@@ -437,6 +439,36 @@ TEST_F(DocumentManagerTest, AProjectWhoseFolderCannotBeWrittenSaysWhyItStaysRead
     EXPECT_FALSE(result.changed);
     EXPECT_EQ(result.error, project->ReadOnlyReason());
     EXPECT_FALSE(fs::exists(edit / "Reel 1.mvproj.lock"));
+}
+
+// The production is the folder a share is mounted on, and the share's client ended: the file
+// would land beneath the mount, where the share never sees it and the next mount hides it.
+TEST_F(DocumentManagerTest, ASaveAfterTheProductionsMountWentAwayWritesNothingBeneathIt) {
+    const fs::path production = root / "Pilot";
+    fs::create_directories(production);
+    testsupport::TmpfsMount share(production, root / "Server");
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const fs::path reel = testsupport::WriteProject(production / "Reel 1.mvproj", {"Reel 1"});
+    host::KeepFolderMount(production);
+    const auto project = testsupport::OpenProject(reel);
+    ASSERT_TRUE(project->HoldsLock());
+    const std::string before = ReadBytes(root / "Server" / "Reel 1.mvproj");
+    project->EditContent(WithSequence(project->Content(), "Cut as the share went"));
+    ASSERT_TRUE(share.Unmount());
+    std::string error;
+    EXPECT_FALSE(DocumentManager::Instance().Save(project, error));
+    EXPECT_NE(error.find("mounted on the folder is gone"), std::string::npos) << error;
+    EXPECT_TRUE(fs::is_empty(production));
+    EXPECT_TRUE(project->IsModified());
+    EXPECT_EQ(ReadBytes(root / "Server" / "Reel 1.mvproj"), before);
+    // Mounted again: the save goes where it belongs.
+    ASSERT_EQ(share.Mount(), "");
+    EXPECT_TRUE(DocumentManager::Instance().Save(project, error)) << error;
+    EXPECT_NE(ReadBytes(root / "Server" / "Reel 1.mvproj").find("Cut as the share went"),
+              std::string::npos);
+    host::KeepFolderMount({});
 }
 
 } // namespace

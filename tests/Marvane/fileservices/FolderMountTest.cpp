@@ -1,0 +1,108 @@
+// A production opened on the folder a share is mounted on: when the mount goes, the folder
+// beneath it is not taken for the production.
+#include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/FolderEntries.h"
+
+#include "TemporaryFolder.h"
+#include "TmpfsMount.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Listed(const fs::path& folder, bool& read, int& error) {
+    std::vector<std::string> names;
+    errno = 0;
+    read = host::ForEachFolderEntry(folder.string(),
+                                    [&names](const std::string& name, const std::string&,
+                                             unsigned char) { names.push_back(name); });
+    error = errno;
+    return names;
+}
+
+class FolderMountTest : public ::testing::Test {
+protected:
+    void TearDown() override { host::KeepFolderMount({}); }
+
+    const testsupport::TemporaryFolder temporary{"folder-mount"};
+    const fs::path production = temporary.Path() / "Feature";
+};
+
+TEST_F(FolderMountTest, AProductionWhoseMountWentAwayIsNotListedUntilItIsMountedAgain) {
+    fs::create_directories(production);
+    testsupport::TmpfsMount share(production);
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    std::ofstream(production / "Reel 1.mvproj") << "on the share";
+    host::KeepFolderMount(production);
+    bool read = false;
+    int error = 0;
+    EXPECT_EQ(Listed(production, read, error), std::vector<std::string>{"Reel 1.mvproj"});
+    EXPECT_TRUE(read);
+    EXPECT_EQ(host::FolderMountGone(production.string()), "");
+    // Named with a trailing separator, as a listing may name it: the same folder.
+    EXPECT_EQ(Listed(production.string() + "/", read, error).size(), 1u);
+    EXPECT_EQ(host::FolderMountGone(production.string() + "/"), "");
+
+    ASSERT_TRUE(share.Unmount());
+    // The folder beneath: empty here, or holding whatever was left in it before the mount.
+    std::ofstream(production / "Left beneath.txt") << "not the production";
+    EXPECT_TRUE(Listed(production, read, error).empty());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(error, ENOTCONN);
+    EXPECT_NE(host::FolderMountGone(production.string()), "");
+    EXPECT_NE(host::FolderMountGone(production.string() + "/"), "");
+    EXPECT_TRUE(Listed(production.string() + "/", read, error).empty());
+    EXPECT_EQ(error, ENOTCONN);
+    EXPECT_NE(host::MountGoneUnder(production / "Reel 1.mvproj"), "");
+    EXPECT_NE(host::MountGoneUnder(production / "Episode 1" / "Reel 2.mvproj"), "");
+    EXPECT_NE(host::MountGoneUnder(production.string() + "/"), "");
+    // Beside the production, and a name that only starts like it: none of its business.
+    EXPECT_EQ(host::MountGoneUnder(temporary.Path() / "Other"), "");
+    EXPECT_EQ(host::MountGoneUnder(temporary.Path() / "Feature 2" / "Reel 1.mvproj"), "");
+    EXPECT_EQ(host::FolderMountGone(temporary.Path().string()), "");
+
+    // Mounted again (another device, as a share mounted anew): the production is back.
+    ASSERT_EQ(share.Mount(), "");
+    std::ofstream(production / "Reel 1.mvproj") << "on the share again";
+    EXPECT_EQ(Listed(production, read, error), std::vector<std::string>{"Reel 1.mvproj"});
+    EXPECT_TRUE(read);
+    EXPECT_EQ(host::MountGoneUnder(production / "Reel 1.mvproj"), "");
+}
+
+TEST_F(FolderMountTest, AProductionThatWasNoMountPointIsListedAsItIs) {
+    fs::create_directories(production / "Episode 1");
+    host::KeepFolderMount(production);
+    bool read = false;
+    int error = 0;
+    EXPECT_EQ(Listed(production, read, error), std::vector<std::string>{"Episode 1"});
+    EXPECT_TRUE(read);
+    EXPECT_EQ(host::FolderMountGone(production.string()), "");
+    EXPECT_EQ(host::MountGoneUnder(production / "Episode 1"), "");
+}
+
+TEST_F(FolderMountTest, AMountThatWentAwayIsForgottenWithTheProduction) {
+    fs::create_directories(production);
+    testsupport::TmpfsMount share(production);
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    host::KeepFolderMount(production);
+    ASSERT_TRUE(share.Unmount());
+    EXPECT_NE(host::FolderMountGone(production.string()), "");
+    // Opened again as it is now (the editor chose the folder beneath on purpose), or closed.
+    host::KeepFolderMount(production);
+    EXPECT_EQ(host::FolderMountGone(production.string()), "");
+    host::KeepFolderMount({});
+    EXPECT_EQ(host::MountGoneUnder(production / "Reel 1.mvproj"), "");
+}
+
+} // namespace
