@@ -2,7 +2,6 @@
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
-#include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <cerrno>
@@ -10,7 +9,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace host {
 
@@ -89,11 +87,6 @@ bool SaveProjectContent(const fs::path& projectPath, const ProjectContent& conte
     const std::optional<Outcome> outcome = files::Bounded<Outcome>(
         file,
         [file, text] {
-            // With the production's share no longer mounted, the file would land in the folder
-            // beneath the mount, where the share never sees it and the next mount hides it.
-            if (std::string gone = MountGoneUnder(file); !gone.empty()) {
-                return Outcome(false, std::move(gone));
-            }
             std::string why;
             const bool replaced = ReplaceFile(file, text, why);
             return Outcome(replaced, why);

@@ -4,6 +4,7 @@
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/fileservices/MoveJournal.h"
 #include "Marvane/fileservices/ProjectItemRules.h"
 #include "host/DebugTrace.h"
@@ -76,6 +77,9 @@ namespace {
 // that nothing partial ever carries a real name, even when the process is killed half-way.
 // Throws FileException; -EEXIST-like refusal is a FileException too.
 void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& aside, bool verify) {
+    if (const std::string gone = MountGoneUnder(to); !gone.empty()) {
+        throw FileException("Cannot copy to " + to.string() + ": " + gone, ENOTCONN);
+    }
     const fs::path copy = PrivateName(to.parent_path(), "copy");
     const MoveJournalEntry record(copy, aside, from, to);
     std::vector<fs::path> made;
@@ -265,6 +269,9 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
 }
 
 bool EnsureDirectoryExists(const WideString& path) {
+    if (!MountGoneUnder(Native(path)).empty()) {
+        return false; // it would be made beneath the production's lost mount
+    }
     std::error_code error;
     fs::create_directories(Native(path), error);
     return DirectoryExists(path);

@@ -1,6 +1,7 @@
 #include "Marvane/fileservices/FileWriting.h"
 
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/FolderMount.h"
 
 #include <atomic>
 #include <cerrno>
@@ -53,6 +54,13 @@ std::string Reason(const fs::path& file, int errorNumber) {
 // A new hidden file beside target holding the text, or an empty path with error set.
 fs::path WriteSibling(const fs::path& target, const std::string& text, mode_t mode,
                       std::string& error) {
+    // Under a production whose share is no longer mounted the file would land beneath the
+    // mount, where the share never sees it and the next mount hides it.
+    if (const std::string gone = MountGoneUnder(target); !gone.empty()) {
+        error = target.string() + ": " + gone;
+        errno = ENOTCONN;
+        return {};
+    }
     const fs::path sibling = PrivateName(target.parent_path(), "write");
     const int descriptor = ::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (descriptor < 0) {
@@ -82,6 +90,9 @@ fs::path PrivateName(const fs::path& folder, const std::string& purpose) {
 }
 
 int RenameNoReplace(const fs::path& from, const fs::path& to) {
+    if (!MountGoneUnder(to).empty()) {
+        return ENOTCONN;
+    }
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
         return 0;
     }

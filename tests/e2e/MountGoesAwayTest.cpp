@@ -73,6 +73,11 @@ TEST(MountGoesAwayTest, TheFolderBeneathIsNotTakenForTheProductionAndASaveWrites
     EXPECT_TRUE(fs::is_empty(pilot));
     EXPECT_EQ(testsupport::ReadBytes(root / "Server" / "Scene 1.mvproj"), onShare);
     EXPECT_NE(ana.Send({"status", scene.string()}).find("modified=1"), std::string::npos);
+    // Nor does a new project or a new folder land there.
+    ana.Send({"command", "cmd.mvproductionfolder.newproject"});
+    ASSERT_EQ(ana.Send({"text", "Rushes"}), "ok");
+    ana.Send({"command", "cmd.mediabrowser.newfolder"});
+    EXPECT_TRUE(fs::is_empty(pilot));
 
     // Mounted again, as the share's client started anew: the production comes back by itself.
     ASSERT_EQ(share.Mount(), "");

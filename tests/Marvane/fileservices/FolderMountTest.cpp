@@ -1,7 +1,9 @@
 // A production opened on the folder a share is mounted on: when the mount goes, the folder
 // beneath it is not taken for the production.
 #include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/FolderEntries.h"
+#include "host/FileServices.h"
 
 #include "TemporaryFolder.h"
 #include "TmpfsMount.h"
@@ -76,6 +78,41 @@ TEST_F(FolderMountTest, AProductionWhoseMountWentAwayIsNotListedUntilItIsMounted
     EXPECT_EQ(Listed(production, read, error), std::vector<std::string>{"Reel 1.mvproj"});
     EXPECT_TRUE(read);
     EXPECT_EQ(host::MountGoneUnder(production / "Reel 1.mvproj"), "");
+}
+
+TEST_F(FolderMountTest, NothingIsWrittenBeneathAProductionWhoseMountWentAway) {
+    fs::create_directories(production);
+    testsupport::TmpfsMount share(production);
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    host::KeepFolderMount(production);
+    const fs::path outside = temporary.Path() / "Outside";
+    fs::create_directories(outside / "Edit");
+    std::ofstream(outside / "Reel 1.mvproj") << "a project from elsewhere";
+    const auto wide = [](const fs::path& path) { return host::ToUTF16(path.string()); };
+    ASSERT_TRUE(share.Unmount());
+
+    std::string error;
+    // A new project, a lock file, a save: nothing is placed.
+    EXPECT_EQ(host::PlaceNewFile(production / "Scene 2.mvproj", "new", error),
+              host::PlaceResult::Failed);
+    EXPECT_NE(error.find("mounted on the folder is gone"), std::string::npos) << error;
+    EXPECT_FALSE(host::ReplaceFile(production / "Scene 1.mvproj", "saved", error));
+    EXPECT_NE(error.find("mounted on the folder is gone"), std::string::npos) << error;
+    // A new folder, a move in, a copy in.
+    EXPECT_FALSE(host::EnsureDirectoryExists(wide(production / "Episode 2")));
+    EXPECT_EQ(host::RenameNoReplace(outside / "Reel 1.mvproj", production / "Reel 1.mvproj"),
+              ENOTCONN);
+    EXPECT_LT(host::Move(wide(outside / "Edit"), wide(production / "Edit")), 0);
+    EXPECT_THROW(host::Copy(wide(outside / "Reel 1.mvproj"), wide(production / "Reel 1.mvproj")),
+                 host::FileException);
+    EXPECT_TRUE(fs::is_empty(production));
+    EXPECT_TRUE(fs::exists(outside / "Reel 1.mvproj"));
+    EXPECT_TRUE(fs::is_directory(outside / "Edit"));
+    // Beside the production, writing goes on.
+    EXPECT_EQ(host::PlaceNewFile(outside / "Notes.txt", "kept", error), host::PlaceResult::Placed);
+    EXPECT_TRUE(host::EnsureDirectoryExists(wide(outside / "Episode 2")));
 }
 
 TEST_F(FolderMountTest, AProductionThatWasNoMountPointIsListedAsItIs) {
