@@ -19,20 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace e2e;
 
-// Sends the command until the answer holds `part` (or twenty seconds passed).
-std::string SendUntilHolding(ScriptedMarvane& marvane, const std::vector<std::string>& fields,
-                             const std::string& part) {
-    std::string answer;
-    for (int attempt = 0; attempt < 200; ++attempt) {
-        answer = marvane.Send(fields);
-        if (answer.find(part) != std::string::npos) {
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    return answer;
-}
-
 TEST(MountGoesAwayTest, TheFolderBeneathIsNotTakenForTheProductionAndASaveWritesNothingThere) {
     const testsupport::TemporaryFolder temporary{"e2e-mount-away"};
     const fs::path root = temporary.Path();
@@ -60,7 +46,7 @@ TEST(MountGoesAwayTest, TheFolderBeneathIsNotTakenForTheProductionAndASaveWrites
 
     ASSERT_TRUE(share.Unmount());
     const std::string banner =
-        SendUntilHolding(ana, {"ui", "text", "ProductionBanner"}, "cannot be reached");
+        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
     EXPECT_NE(banner.find("mounted on the folder is gone"), std::string::npos) << banner;
     EXPECT_NE(banner.find("Unsaved changes of 1 project(s) are kept"), std::string::npos) << banner;
     // The rows stay as they were last seen, even once the folder beneath was looked at again.

@@ -74,6 +74,19 @@ std::string ScriptedMarvane::SendUntil(const std::vector<std::string>& fields,
     return answer;
 }
 
+std::string ScriptedMarvane::SendUntilHolding(const std::vector<std::string>& fields,
+                                              const std::string& part) {
+    std::string answer;
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        answer = Send(fields);
+        if (answer.find(part) != std::string::npos) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return answer;
+}
+
 bool ScriptedMarvane::Post(const std::vector<std::string>& fields) {
     std::string line;
     for (const std::string& field : fields) {

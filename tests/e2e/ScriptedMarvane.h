@@ -25,6 +25,8 @@ public:
     // Sends the command again until its answer is the one expected (the host reads folders
     // and searches on workers) or ten seconds passed; the last answer.
     std::string SendUntil(const std::vector<std::string>& fields, const std::string& expected);
+    // The same, until the answer holds `part` (or twenty seconds passed).
+    std::string SendUntilHolding(const std::vector<std::string>& fields, const std::string& part);
     // Sends one command without waiting for its answer (read it with ReadLine).
     bool Post(const std::vector<std::string>& fields);
     // The next line of output, or "<timeout>" / "<closed>".

@@ -51,20 +51,6 @@ protected:
         ASSERT_EQ(ana.Send({"open", scene.string()}), "ok");
         ASSERT_EQ(ana.Send({"add-sequence", scene.string(), cut}), "ok");
     }
-    // Sends the command until the answer holds `part` (or twenty seconds passed).
-    static std::string SendUntilHolding(ScriptedMarvane& marvane,
-                                        const std::vector<std::string>& fields,
-                                        const std::string& part) {
-        std::string answer;
-        for (int attempt = 0; attempt < 200; ++attempt) {
-            answer = marvane.Send(fields);
-            if (answer.find(part) != std::string::npos) {
-                break;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
-        return answer;
-    }
     // Files the host writes beside others before they take their place.
     int HalfWrittenFilesIn(const fs::path& folder) const {
         int found = 0;
@@ -91,7 +77,7 @@ TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
 
     share.KillServer();
     const std::string banner =
-        SendUntilHolding(ana, {"ui", "text", "ProductionBanner"}, "cannot be reached");
+        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
     EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
         << banner;
     EXPECT_NE(banner.find("Unsaved changes of 1 project(s) are kept"), std::string::npos) << banner;
@@ -170,7 +156,7 @@ TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
         std::this_thread::sleep_for(std::chrono::milliseconds(700));
     }
     const std::string banner =
-        SendUntilHolding(ana, {"ui", "text", "ProductionBanner"}, "cannot be reached");
+        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
     EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
         << banner;
     EXPECT_EQ(ana.SendUntil({"recovered"}, "ok count=1"), "ok count=1");

@@ -31,20 +31,27 @@ std::vector<std::string> Listed(const fs::path& folder, bool& read, int& error) 
 
 class FolderMountTest : public ::testing::Test {
 protected:
+    void SetUp() override { fs::create_directories(production); }
     void TearDown() override { host::KeepFolderMount({}); }
+    // Mounts a fresh disk on the production and opens it there: empty, or why it cannot be.
+    std::string MountAndKeep() {
+        std::string why = share.Mount();
+        if (why.empty()) {
+            host::KeepFolderMount(production);
+        }
+        return why;
+    }
 
     const testsupport::TemporaryFolder temporary{"folder-mount"};
     const fs::path production = temporary.Path() / "Feature";
+    testsupport::TmpfsMount share{production};
 };
 
 TEST_F(FolderMountTest, AProductionWhoseMountWentAwayIsNotListedUntilItIsMountedAgain) {
-    fs::create_directories(production);
-    testsupport::TmpfsMount share(production);
-    if (const std::string why = share.Mount(); !why.empty()) {
+    if (const std::string why = MountAndKeep(); !why.empty()) {
         GTEST_SKIP() << why;
     }
     std::ofstream(production / "Reel 1.mvproj") << "on the share";
-    host::KeepFolderMount(production);
     bool read = false;
     int error = 0;
     EXPECT_EQ(Listed(production, read, error), std::vector<std::string>{"Reel 1.mvproj"});
@@ -81,12 +88,9 @@ TEST_F(FolderMountTest, AProductionWhoseMountWentAwayIsNotListedUntilItIsMounted
 }
 
 TEST_F(FolderMountTest, NothingIsWrittenBeneathAProductionWhoseMountWentAway) {
-    fs::create_directories(production);
-    testsupport::TmpfsMount share(production);
-    if (const std::string why = share.Mount(); !why.empty()) {
+    if (const std::string why = MountAndKeep(); !why.empty()) {
         GTEST_SKIP() << why;
     }
-    host::KeepFolderMount(production);
     const fs::path outside = temporary.Path() / "Outside";
     fs::create_directories(outside / "Edit");
     std::ofstream(outside / "Reel 1.mvproj") << "a project from elsewhere";
@@ -127,12 +131,9 @@ TEST_F(FolderMountTest, AProductionThatWasNoMountPointIsListedAsItIs) {
 }
 
 TEST_F(FolderMountTest, AMountThatWentAwayIsForgottenWithTheProduction) {
-    fs::create_directories(production);
-    testsupport::TmpfsMount share(production);
-    if (const std::string why = share.Mount(); !why.empty()) {
+    if (const std::string why = MountAndKeep(); !why.empty()) {
         GTEST_SKIP() << why;
     }
-    host::KeepFolderMount(production);
     ASSERT_TRUE(share.Unmount());
     EXPECT_NE(host::FolderMountGone(production.string()), "");
     // Opened again as it is now (the editor chose the folder beneath on purpose), or closed.
