@@ -2,10 +2,13 @@
 // production folder, sshfs mounts it, the panel opens the mount, and the export is changed
 // directly, as another editor's machine would change it.
 #include "FileBytes.h"
+#include "Marvane/application/ProductionWatch.h"
+#include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/uitoolkit/TextEdit.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "SshShare.h"
 #include "TandrelDirectoryViewFixture.h"
+#include "TestSupport.h"
 #include "host/DirectoryMonitor.h"
 
 #include <QLineEdit>
@@ -17,6 +20,7 @@
 #include <iterator>
 #include <poll.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -136,6 +140,36 @@ TEST_F(NetworkShareTest, AFolderThatCannotBeReadAgainKeepsItsRowsAndSaysWhy) {
         treeView->model()->data(index, Qt::ToolTipRole).toString().toStdString();
     EXPECT_NE(tip.find("cannot be read now"), std::string::npos) << tip;
     EXPECT_NE(tip.find("what it held when it was last read is shown"), std::string::npos) << tip;
+}
+
+// Editors often open the very folder the share is mounted on. When sshfs loses its server it
+// ends and takes its mount along: the empty folder beneath is not the production.
+TEST_F(NetworkShareTest, AProductionThatIsTheMountItselfIsNotTakenForTheFolderBeneath) {
+    const fs::path mount = production.parent_path();
+    host::ProductionSession::Instance().Close();
+    ASSERT_EQ(host::ProductionSession::Instance().Open(mount), "");
+    OpenPanel(1);
+    ASSERT_NE(RowOf(production), nullptr);
+    const auto mounted = [&] {
+        struct stat own {};
+        struct stat parent {};
+        return ::stat(mount.c_str(), &own) == 0 && ::stat(root.c_str(), &parent) == 0 &&
+               own.st_dev != parent.st_dev;
+    };
+    ASSERT_TRUE(mounted());
+    share.KillServer();
+    ASSERT_TRUE(WaitUntil([&] { return !mounted(); }, 20000)) << "sshfs kept its mount";
+    View().OnDirectoryChanged(mount.string());
+    host::WaitForDefaultExecutor(10000);
+    host::test::ProcessEventsFor(std::chrono::milliseconds(300));
+    EXPECT_EQ(View().GetTree().GetTopLevelRowCount(), 1);
+    EXPECT_NE(RowOf(production), nullptr);
+    const std::string why = host::LookAtFolder(mount);
+    EXPECT_NE(why.find("mounted on the folder is gone"), std::string::npos) << why;
+    std::string error;
+    EXPECT_EQ(host::PlaceNewFile(mount / "Scene 2.mvproj", "new", error),
+              host::PlaceResult::Failed);
+    EXPECT_TRUE(fs::is_empty(mount));
 }
 
 TEST_F(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNameAndTheChange) {
