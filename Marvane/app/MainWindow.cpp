@@ -35,6 +35,7 @@ public:
         const MessageTypeID type = message.GetTypeID();
         if (type == MvProductionFolderOpenedMessage::kTypeID ||
             type == MvProductionFolderClosedMessage::kTypeID) {
+            ProductionChangedDuringOutage(*mWindow);
             mWindow->UpdateProductionDisplay();
         } else if (type == ProductionReachabilityMessage::kTypeID) {
             const auto& reachability = static_cast<const ProductionReachabilityMessage&>(message);

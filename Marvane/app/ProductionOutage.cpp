@@ -56,4 +56,13 @@ void ProductionReachabilityChanged(MainWindow& window, bool reachable, const std
     }
 }
 
+void ProductionChangedDuringOutage(MainWindow& window) {
+    if (!gPausedForOutage) {
+        return;
+    }
+    window.SetProductionBanner({});
+    PauseThePanel(false);
+    gPausedForOutage = false;
+}
+
 } // namespace host

@@ -12,5 +12,8 @@ namespace host {
 class MainWindow;
 
 void ProductionReachabilityChanged(MainWindow& window, bool reachable, const std::string& reason);
+// A production was opened or closed: whatever an outage of the one before had paused or said is
+// over (its own watch tells of the new one).
+void ProductionChangedDuringOutage(MainWindow& window);
 
 } // namespace host

@@ -2,6 +2,7 @@
 #include "Marvane/fileservices/FileWriting.h"
 
 #include "Marvane/fileservices/FileCopy.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
@@ -207,6 +208,13 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
     try {
         if (resolveError) {
             throw FileException("Cannot read " + project.string() + ": " + resolveError.message());
+        }
+        // Not copied at all beneath the production's lost mount, where it could never be put
+        // in place.
+        if (const std::string gone = MountGoneUnder(folder); !gone.empty()) {
+            throw FileException("Cannot add " + project.string() + " to " + folder.string() + ": " +
+                                    gone,
+                                ENOTCONN);
         }
         CopyTree(source, temporary, made, progress);
     } catch (const CopyCancelled&) {

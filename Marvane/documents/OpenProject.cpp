@@ -1,6 +1,7 @@
 #include "Marvane/documents/OpenProject.h"
 
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockStates.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
@@ -61,6 +62,10 @@ bool OpenProject::LockOnDiskIsOurs() const {
     if (!mHoldsLock || mLockBytes.empty()) {
         return false;
     }
+    // Beneath the production's lost mount nothing tells whose the lock is now.
+    if (!MountGoneUnder(mPath).empty()) {
+        return false;
+    }
     LockFileContent content;
     std::string bytes;
     return ReadLockFile(LockFilePathFor(mPath), content, bytes) == LockFileState::Valid &&
@@ -69,6 +74,10 @@ bool OpenProject::LockOnDiskIsOurs() const {
 
 bool OpenProject::LockWasTakenAway() const {
     if (!mHoldsLock || mLockBytes.empty()) {
+        return false;
+    }
+    // Beneath the production's lost mount nothing tells whose the lock is now.
+    if (!MountGoneUnder(mPath).empty()) {
         return false;
     }
     LockFileContent content;

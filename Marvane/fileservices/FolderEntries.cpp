@@ -54,14 +54,14 @@ bool ForEachFolderEntry(const std::string& folder,
                                                  unsigned char type)>& visit) {
     // The folder is read as the kernel gives it, with no status asked first (the C library's
     // opendir asks one): on a share, one round trip less for every listing.
-    const OpenFolder opened(folder);
-    if (opened.Descriptor() < 0) {
+    // The production's folders after its share's mount went away: the folder beneath is not
+    // the production, and what it holds is not the production's.
+    if (!MountGoneUnder(folder).empty()) {
+        errno = ENOTCONN;
         return false;
     }
-    // The production's folder after its share's mount went away: the folder beneath is not the
-    // production, and its entries are not the production's.
-    if (!FolderMountGone(folder, opened.Descriptor()).empty()) {
-        errno = ENOTCONN;
+    const OpenFolder opened(folder);
+    if (opened.Descriptor() < 0) {
         return false;
     }
     const std::string prefix = folder == "/" ? std::string() : folder;

@@ -11,12 +11,13 @@
 namespace host {
 
 // Keeps whether the folder is a mount point now (it lies on another device than its parent).
-// An empty path forgets it.
+// An empty path forgets it. The folder is known spelled as given and with its links resolved.
 void KeepFolderMount(const std::filesystem::path& folder);
 
-// Why the kept folder, when it was a mount point, is one no more: empty while it still is,
-// when it was none, when it cannot be looked at (whoever asked then meets that error itself),
-// and for any other folder. The descriptor, when given, is the folder opened just now.
+// Why the kept folder, when it was a mount point, is one no more (another device's folder shows
+// there, or none): empty while it still is, when it was none, when it cannot be looked at
+// (whoever asked then meets that error itself), and for any other folder. The descriptor, when
+// given, is the folder opened just now.
 std::string FolderMountGone(const std::string& folder, int descriptor = -1);
 
 // The same question for the kept folder when path lies in it (or is it).

@@ -60,9 +60,10 @@ TEST(MountGoesAwayTest, TheFolderBeneathIsNotTakenForTheProductionAndASaveWrites
     EXPECT_EQ(testsupport::ReadBytes(root / "Server" / "Scene 1.mvproj"), onShare);
     EXPECT_NE(ana.Send({"status", scene.string()}).find("modified=1"), std::string::npos);
     // Nor does a new project or a new folder land there.
-    ana.Send({"command", "cmd.mvproductionfolder.newproject"});
+    EXPECT_EQ(ana.Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
+    EXPECT_EQ(ana.Send({"dialogs"}), "ok count=1 last=Cannot Make a New Project");
     ASSERT_EQ(ana.Send({"text", "Rushes"}), "ok");
-    ana.Send({"command", "cmd.mediabrowser.newfolder"});
+    EXPECT_EQ(ana.Send({"command", "cmd.mediabrowser.newfolder"}), "ok");
     EXPECT_TRUE(fs::is_empty(pilot));
 
     // Mounted again, as the share's client started anew: the production comes back by itself.

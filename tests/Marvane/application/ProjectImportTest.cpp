@@ -8,8 +8,10 @@
 #include <unistd.h>
 
 #include "Inventory.h"
+#include "Marvane/fileservices/FolderMount.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "TmpfsMount.h"
 
 namespace {
 
@@ -33,6 +35,28 @@ protected:
     const testsupport::TemporaryFolder temporary{"import"};
     const fs::path root = temporary.Path();
 };
+
+// The production is the folder a share is mounted on, and the mount went away: nothing is
+// copied beneath it, not even for a moment.
+TEST_F(ProjectImportTest, NothingIsCopiedBeneathAProductionWhoseMountWentAway) {
+    const fs::path production = root / "Production";
+    testsupport::TmpfsMount share(production);
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    host::KeepFolderMount(production);
+    ASSERT_TRUE(share.Unmount());
+    fs::remove_all(production / "Incoming");
+    ProjectImport::Instance().Add({root / "Outside" / "Promo.mvproj"}, production);
+    ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
+    const ImportProgress progress = ProjectImport::Instance().Progress();
+    host::KeepFolderMount({});
+    EXPECT_EQ(progress.bytesDone, 0u);
+    ASSERT_EQ(progress.failures.size(), 1u);
+    EXPECT_NE(progress.failures[0].find("mounted on the folder is gone"), std::string::npos)
+        << progress.failures[0];
+    EXPECT_TRUE(fs::is_empty(production));
+}
 
 TEST_F(ProjectImportTest, ProjectFilesAndFoldersAreCopiedWithFilesAndBytesCounted) {
     ProjectImport::Instance().Add(

@@ -463,6 +463,13 @@ TEST_F(DocumentManagerTest, ASaveAfterTheProductionsMountWentAwayWritesNothingBe
     EXPECT_TRUE(fs::is_empty(production));
     EXPECT_TRUE(project->IsModified());
     EXPECT_EQ(ReadBytes(root / "Server" / "Reel 1.mvproj"), before);
+    // An old copy of the project left beneath, without our lock beside it: the lock is not
+    // taken for lost, and the project stays ours.
+    std::ofstream(production / "Reel 1.mvproj") << before;
+    EXPECT_FALSE(project->LockWasTakenAway());
+    EXPECT_TRUE(DocumentManager::Instance().Heartbeat().empty());
+    EXPECT_FALSE(project->IsReadOnly());
+    fs::remove(production / "Reel 1.mvproj");
     // Mounted again: the save goes where it belongs.
     ASSERT_EQ(share.Mount(), "");
     EXPECT_TRUE(DocumentManager::Instance().Save(project, error)) << error;

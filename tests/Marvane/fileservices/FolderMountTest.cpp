@@ -73,6 +73,11 @@ TEST_F(FolderMountTest, AProductionWhoseMountWentAwayIsNotListedUntilItIsMounted
     EXPECT_EQ(error, ENOTCONN);
     EXPECT_NE(host::MountGoneUnder(production / "Reel 1.mvproj"), "");
     EXPECT_NE(host::MountGoneUnder(production / "Episode 1" / "Reel 2.mvproj"), "");
+    // Nor is a folder beneath it listed in place of the production's own.
+    fs::create_directories(production / "Episode 1");
+    EXPECT_TRUE(Listed(production / "Episode 1", read, error).empty());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(error, ENOTCONN);
     EXPECT_NE(host::MountGoneUnder(production.string() + "/"), "");
     // Beside the production, and a name that only starts like it: none of its business.
     EXPECT_EQ(host::MountGoneUnder(temporary.Path() / "Other"), "");
@@ -117,6 +122,44 @@ TEST_F(FolderMountTest, NothingIsWrittenBeneathAProductionWhoseMountWentAway) {
     // Beside the production, writing goes on.
     EXPECT_EQ(host::PlaceNewFile(outside / "Notes.txt", "kept", error), host::PlaceResult::Placed);
     EXPECT_TRUE(host::EnsureDirectoryExists(wide(outside / "Episode 2")));
+}
+
+TEST_F(FolderMountTest, AProductionOpenedThroughALinkIsKnownByBothNames) {
+    const fs::path link = temporary.Path() / "Feature link";
+    fs::create_directory_symlink(production, link);
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    host::KeepFolderMount(link);
+    EXPECT_EQ(host::MountGoneUnder(link / "Reel 1.mvproj"), "");
+    ASSERT_TRUE(share.Unmount());
+    // The panel names rows with links resolved; the production was opened by the link.
+    EXPECT_NE(host::MountGoneUnder(link / "Reel 1.mvproj"), "");
+    EXPECT_NE(host::MountGoneUnder(production / "Reel 1.mvproj"), "");
+    EXPECT_NE(host::FolderMountGone(link.string()), "");
+    EXPECT_NE(host::FolderMountGone(production.string()), "");
+    bool read = true;
+    int error = 0;
+    EXPECT_TRUE(Listed(production, read, error).empty());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(error, ENOTCONN);
+}
+
+TEST_F(FolderMountTest, AMountPointRemovedWithItsMountIsNotMadeAgain) {
+    if (const std::string why = MountAndKeep(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    ASSERT_TRUE(share.Unmount());
+    // Removable disks' mount points go with their mounts.
+    fs::remove(production);
+    EXPECT_NE(host::FolderMountGone(production.string()), "");
+    bool read = true;
+    int error = 0;
+    EXPECT_TRUE(Listed(production, read, error).empty());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(error, ENOTCONN); // not "not there": the production's rows stay
+    EXPECT_FALSE(host::EnsureDirectoryExists(host::ToUTF16((production / "Trash").string())));
+    EXPECT_FALSE(fs::exists(production));
 }
 
 TEST_F(FolderMountTest, AProductionThatWasNoMountPointIsListedAsItIs) {
