@@ -62,10 +62,6 @@ bool OpenProject::LockOnDiskIsOurs() const {
     if (!mHoldsLock || mLockBytes.empty()) {
         return false;
     }
-    // Beneath the production's lost mount nothing tells whose the lock is now.
-    if (!MountGoneUnder(mPath).empty()) {
-        return false;
-    }
     LockFileContent content;
     std::string bytes;
     return ReadLockFile(LockFilePathFor(mPath), content, bytes) == LockFileState::Valid &&
