@@ -78,4 +78,37 @@ TEST(MountGoesAwayTest, TheFolderBeneathIsNotTakenForTheProductionAndASaveWrites
     EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
 }
 
+// The editor opens the folder beneath on purpose while the production cannot be reached: the
+// outage's banner goes, and the panel shows that folder and follows it again.
+TEST(MountGoesAwayTest, OpeningTheFolderBeneathOnPurposeEndsTheOutage) {
+    const testsupport::TemporaryFolder temporary{"e2e-mount-beneath"};
+    const fs::path root = temporary.Path();
+    const fs::path pilot = root / "Pilot";
+    fs::create_directories(pilot);
+    testsupport::TmpfsMount share(pilot);
+    if (const std::string why = share.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    WriteProject(pilot / "Scene 1.mvproj", "Assembly");
+    fs::create_directories(root / "ana");
+    std::ofstream(root / "ana" / "preferences.json") << R"({"shareProbeSeconds": 1})";
+    ScriptedMarvane ana({"--production", pilot.string(), "--profile", (root / "ana").string(),
+                         "--user", "Ana Ruiz"});
+    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
+    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=1 Scene 1"), "ok count=1 Scene 1");
+    ASSERT_TRUE(share.Unmount());
+    const std::string banner =
+        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
+    ASSERT_NE(banner.find("mounted on the folder is gone"), std::string::npos) << banner;
+
+    EXPECT_EQ(ana.Send({"ui", "trigger", "OpenRecentMenu", "Pilot"}), "ok");
+    EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
+    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=0 "), "ok count=0 ");
+    // The panel is not paused any more: what is made in the folder shows.
+    WriteProject(pilot / "Beneath.mvproj", "Here on purpose");
+    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=1 Beneath"), "ok count=1 Beneath");
+    EXPECT_EQ(ana.Send({"quit"}), "ok");
+    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+}
+
 } // namespace
