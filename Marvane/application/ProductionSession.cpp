@@ -111,9 +111,6 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
         Close();
     }
     mFolder = absolute;
-    // Whether a share is mounted on the folder itself: if that mount goes, the folder beneath
-    // must not pass for the production.
-    KeepFolderMount(mFolder);
     // Names given in the production follow the rules of the file system it lives on.
     if (listed) {
         SetFileNameRuleFolder(mFolder, look->fileSystemType);
@@ -125,6 +122,10 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     ProductionWatch::Instance().Start(
         mFolder, std::chrono::seconds(HostSession::Instance().preferences.shareProbeSeconds),
         kLookDeadline);
+    // Whether a share is mounted on the folder itself: if that mount goes, the folder beneath
+    // must not pass for the production. Asked once the folder is watched, so that resolving
+    // its links on a share that stops answering now costs the main thread one deadline only.
+    KeepFolderMount(mFolder);
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderOpenedMessage());
     // The production's hidden data folder (the record of broken locks goes there), made once
     // the panel has started to list the production: on a share it is a round trip. A

@@ -145,6 +145,28 @@ TEST_F(FolderMountTest, AProductionOpenedThroughALinkIsKnownByBothNames) {
     EXPECT_EQ(error, ENOTCONN);
 }
 
+TEST_F(FolderMountTest, AProductionWhoseNameIsNotValidUtf8IsKnownAsWell) {
+    const fs::path odd = temporary.Path() / "Feature \xff\xfe 250";
+    fs::create_directories(odd);
+    testsupport::TmpfsMount oddShare(odd);
+    if (const std::string why = oddShare.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    host::KeepFolderMount(odd);
+    bool read = false;
+    int error = 0;
+    EXPECT_TRUE(Listed(odd, read, error).empty());
+    EXPECT_TRUE(read);
+    ASSERT_TRUE(oddShare.Unmount());
+    EXPECT_NE(host::MountGoneUnder(odd / "Reel 1.mvproj"), "");
+    EXPECT_TRUE(Listed(odd, read, error).empty());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(error, ENOTCONN);
+    std::string why;
+    EXPECT_EQ(host::PlaceNewFile(odd / "Reel 1.mvproj", "new", why), host::PlaceResult::Failed);
+    EXPECT_TRUE(fs::is_empty(odd));
+}
+
 TEST_F(FolderMountTest, AMountPointRemovedWithItsMountIsNotMadeAgain) {
     if (const std::string why = MountAndKeep(); !why.empty()) {
         GTEST_SKIP() << why;
