@@ -11,6 +11,7 @@
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
+#include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
 #include "panel/CommandRules.h"
 #include "utils/MonitorTree.h"
@@ -52,6 +53,13 @@ public:
 private:
     bool mTaken;
 };
+
+constexpr std::string_view kFolderInUseTitleKey =
+    "$$$/Marvane/Handlers/MvProduction/Rename/FolderInUse/Title=Cannot Rename";
+constexpr std::string_view kFolderInUseMessageKey =
+    "$$$/Marvane/Handlers/MvProduction/Rename/FolderInUse/Message=\"@0\" was not renamed: "
+    "another editor has opened a project in it since you started typing the name. Try again "
+    "once they have closed it.";
 
 void ShowInvalidName() {
     host::ShowMessageBox(host::Localize(kInvalidNameTitleKey),
@@ -167,6 +175,15 @@ void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::Wi
 void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
                                         const host::WideString& newName) {
     if (!host::IsTandrelManagerActive()) {
+        return;
+    }
+    // Another editor may have opened a project inside since the command was allowed: the
+    // folder would take their lock away from their project.
+    if (host::DoesDirectoryContainLockedProjects(host::ToUTF8(oldPath), true, true)) {
+        host::ShowMessageBox(
+            host::Localize(kFolderInUseTitleKey),
+            host::Localize(kFolderInUseMessageKey, {host::ToUTF8(DisplayNameOf(oldPath))}), {},
+            host::kWarningIcon, 0);
         return;
     }
     DirectoryViewStateData state = GetStateData();

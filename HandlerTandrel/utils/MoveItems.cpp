@@ -28,6 +28,12 @@ constexpr std::string_view kMoveErrorMessageKey =
     "$$$/Marvane/TR/MvProduction/MoveError/Message=The path @0 already exists. Please choose a "
     "different location.";
 constexpr std::string_view kMoveErrorOKKey = "$$$/Marvane/TR/MvProduction/MoveError/OKText=OK";
+constexpr std::string_view kTrashIsALinkTitleKey =
+    "$$$/Marvane/TR/MvProduction/TrashIsALink/Title=Cannot Move to Trash";
+constexpr std::string_view kTrashIsALinkMessageKey =
+    "$$$/Marvane/TR/MvProduction/TrashIsALink/Message=The production's Trash folder @0 is a link "
+    "to another place, so items thrown away would leave the production. Nothing was moved. "
+    "Replace the link with a folder.";
 constexpr auto kSettleTime = std::chrono::milliseconds(100);
 
 TraceSwitch gMoveFailureTrace("Tandrel", 8);
@@ -161,11 +167,19 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
 
 void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
                  bool offerApplyToAll) {
+    const host::WideString trash = host::GetMvProductionTrashDirectoryPath();
+    // What goes to the trash stays in the production: a trash that leads elsewhere (another
+    // folder, another disk) is refused before anything is closed or moved.
+    if (!trash.empty() && host::IsSymbolicLink(trash)) {
+        host::ShowMessageBox(host::Localize(kTrashIsALinkTitleKey),
+                             host::Localize(kTrashIsALinkMessageKey, {host::ToUTF8(trash)}), {},
+                             host::kWarningIcon, 0);
+        return;
+    }
     const std::vector<host::ProjectPtr> open = CollectOpenProjects(paths);
     if (!open.empty() && !host::CloseProjects(open, saveWithoutAsking, offerApplyToAll)) {
         return; // the user kept them open: nothing moves
     }
-    const host::WideString trash = host::GetMvProductionTrashDirectoryPath();
     if (trash.empty() || !host::EnsureDirectoryExists(trash)) {
         return;
     }

@@ -17,6 +17,7 @@
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/Recovery.h"
 #include "Marvane/fileservices/MoveJournal.h"
+#include "Marvane/fileservices/TemporaryFiles.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/panelframework/PluginLoader.h"
 #include "Marvane/panelframework/Registries.h"
@@ -67,6 +68,11 @@ void SetUpSession(const CommandLineOptions& options) {
     SetMoveJournalFolder(session.dataDirectory / "Moves");
     if (const std::size_t cleaned = FinishInterruptedMoves(); cleaned != 0) {
         Trace("Host", 2, "Tidied up " + std::to_string(cleaned) + " interrupted move(s)");
+    }
+    // And the hidden files of saves, locks and added projects that such a run left behind.
+    SetTemporaryFilesFolder(session.dataDirectory / "Temporary");
+    if (const std::size_t removed = RemoveTemporaryFilesOfGoneProcesses(); removed != 0) {
+        Trace("Host", 2, "Removed " + std::to_string(removed) + " hidden file(s) left by a run");
     }
 }
 
@@ -201,6 +207,7 @@ void ShutDown(PluginLoader& loader) {
     ProductionSession::Instance().Close();
     PanelFrameworkRegistry::Instance().ReleaseHandlers();
     loader.ReleaseModules();
+    CloseTemporaryFilesRecord();
 }
 
 // Runs that nobody watches (a screenshot) never wait for an answer.

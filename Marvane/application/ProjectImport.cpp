@@ -3,6 +3,7 @@
 
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/TemporaryFiles.h"
 #include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
@@ -190,6 +191,9 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
     const fs::path temporary =
         folder / ("." + source.filename().string() + ".adding." + std::to_string(::getpid()) + "." +
                   std::to_string(counter++));
+    // Noted until it is in place or removed: a run killed meanwhile has it removed at the next
+    // start.
+    const TemporaryFileNote note(temporary);
     std::vector<fs::path> made;
     const CopyProgress progress = [this, &batch](std::uint64_t bytes, bool fileDone) {
         std::function<void()> hook;

@@ -106,6 +106,10 @@ private:
 
 } // namespace
 
+bool MainThreadHasEventLoop() {
+    return QCoreApplication::instance() != nullptr;
+}
+
 bool CurrentThreadIsMainThread() {
     if (const QCoreApplication* application = QCoreApplication::instance()) {
         return QThread::currentThread() == application->thread();

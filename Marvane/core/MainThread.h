@@ -11,5 +11,7 @@ namespace host {
 // the call is logged with the place "host::QueueOnMainThread". Without an application
 // object there is no event loop to run the call: it is dropped and stderr says so.
 void QueueOnMainThread(std::function<void()> call, int delayMs = 0);
+// Whether an application object exists, so that calls queued for the main thread will run.
+bool MainThreadHasEventLoop();
 
 } // namespace host

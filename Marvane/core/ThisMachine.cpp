@@ -91,4 +91,16 @@ long long ThisProcessStartTicks() {
     return cachedTicks.load();
 }
 
+bool RecordedProcessIsGone(const std::string& hostName, const std::string& bootId,
+                           long long processId, long long startTicks) {
+    if (hostName != ThisHostName()) {
+        return false;
+    }
+    if (bootId != ThisBootId()) {
+        return true;
+    }
+    const long long ticks = ProcessStartTicks(processId);
+    return ticks == 0 || ticks != startTicks;
+}
+
 } // namespace host

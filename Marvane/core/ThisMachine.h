@@ -16,5 +16,9 @@ std::string ThisMachineId();
 long long ProcessStartTicks(long long processId);
 // This process's start time, read once per process (a forked child reads its own).
 long long ThisProcessStartTicks();
+// Whether a process that recorded these facts of itself ran on this machine and has stopped
+// since, or the machine was restarted since. A process of another machine is never gone here.
+bool RecordedProcessIsGone(const std::string& hostName, const std::string& bootId,
+                           long long processId, long long startTicks);
 
 } // namespace host

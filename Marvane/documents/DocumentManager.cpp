@@ -257,12 +257,58 @@ bool DocumentManager::Save(const OpenProjectPtr& project, std::string& error) {
         error = DescribeLockLoss(loss);
         return false;
     }
+    // Our lock guards the file from the moment we took it only. The last save of an editor
+    // whose lock was forced away may land after we read the project: that version is never
+    // written over unasked.
+    if (project->IsOutOfDate()) {
+        error = KeepChangesOfAnOutOfDateProject(*project);
+        return false;
+    }
+    if (mBeforeWriteHook) {
+        mBeforeWriteHook();
+    }
     if (!SaveProjectContent(project->Path(), project->Content(), error)) {
+        return false;
+    }
+    // And just after: were our lock forced away while the file was written, the new holder
+    // may have read the project before our version landed and may write over it. That save
+    // is not called done: the changes are kept apart and the user is told.
+    if (project->HoldsLock() && project->LockWasTakenAway()) {
+        const LockLoss loss = LoseLock(project);
+        Announce(ProjectReadOnlyChangedMessage(project->Path().string()));
+        error = Localize("$$$/Marvane/Host/Lock/LostWhileSaving=Your lock on \"@0\" was taken "
+                         "while it was being saved, so the save may not last.",
+                         {project->DisplayName()}) +
+                " " + DescribeLockLoss(loss);
         return false;
     }
     project->MarkSaved(StampOf(ProjectContentFile(project->Path())));
     UpdateProjectSideData(project->Path(), project->Content());
     return true;
+}
+
+std::string DocumentManager::KeepChangesOfAnOutOfDateProject(const OpenProject& project) const {
+    std::string why;
+    const fs::path copy =
+        mDataDirectory.empty() ? fs::path() : SaveRecoveryCopy(mDataDirectory, project, why);
+    std::string text = Localize(
+        "$$$/Marvane/Host/Project/ChangedSinceRead=\"@0\" was written by someone else after you "
+        "read it (most likely the last save of the editor who held it before you), so it was not "
+        "saved over. Reload the project to see that version.",
+        {project.DisplayName()});
+    if (!copy.empty()) {
+        text += " " + Localize("$$$/Marvane/Host/Lock/ChangesKept=Your unsaved changes are kept in "
+                               "\"@0\".",
+                               {copy.string()});
+    } else {
+        text +=
+            " " + Localize("$$$/Marvane/Host/Lock/ChangesNotKept=Your unsaved changes could "
+                           "not be kept (@0): copy them by hand before closing the project.",
+                           {mDataDirectory.empty() ? "no folder is set for recovery copies" : why});
+    }
+    Trace("Host", 1,
+          "Not saved over a version written since it was read: " + project.Path().string());
+    return text;
 }
 
 LockLoss DocumentManager::LoseLock(const OpenProjectPtr& project) {

@@ -6,6 +6,7 @@
 #include "host/Messaging.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -72,6 +73,10 @@ public:
     // copy, it turns read-only (the lock on disk stays its new holder's), and the loss is
     // returned for the user to be told.
     std::vector<LockLoss> Heartbeat();
+    // Runs between a save's last check and its write: tests take the lock away there.
+    void SetBeforeWriteHookForTesting(std::function<void()> hook) {
+        mBeforeWriteHook = std::move(hook);
+    }
 
     OpenProjectPtr Find(const std::filesystem::path& projectPath) const;
     const std::vector<OpenProjectPtr>& GetAll() const { return mProjects; }
@@ -81,10 +86,14 @@ public:
 private:
     void Remove(const OpenProjectPtr& project);
     LockLoss LoseLock(const OpenProjectPtr& project);
+    // Keeps the changes of a project whose file changed since it was read as a recovery copy;
+    // what the user is told.
+    std::string KeepChangesOfAnOutOfDateProject(const OpenProject& project) const;
 
     std::vector<OpenProjectPtr> mProjects;
     std::weak_ptr<OpenProject> mActive;
     std::filesystem::path mDataDirectory;
+    std::function<void()> mBeforeWriteHook;
 };
 
 // "Ben Okafor took over \"Scene 1\" ...": what the user is told of a lost lock.

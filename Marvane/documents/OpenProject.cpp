@@ -24,9 +24,6 @@ ByteString OpenProject::GetPath() const {
 }
 
 bool OpenProject::IsOutOfDate() const {
-    if (!mReadOnly) {
-        return false;
-    }
     const FileStamp now = StampOf(ProjectContentFile(mPath));
     return now.size >= 0 && !(now == mLoadedStamp);
 }
@@ -35,6 +32,10 @@ void OpenProject::SetPath(const ByteString& newPath) {
     // A lock left at the old path names a project that is not there any more.
     ReleaseLock();
     mPath = std::filesystem::path(newPath).lexically_normal();
+    // A move across file systems gives the file a new identity; its content is the one read.
+    if (const FileStamp moved = StampOf(ProjectContentFile(mPath)); moved.size >= 0) {
+        mLoadedStamp = moved;
+    }
     // The lock at the old path is not this project's any more; until a lock is attached at
     // the new path, a writable project must not be saved.
     mLostLock = !mReadOnly && CurrentLockingIdentity().enabled;

@@ -15,6 +15,9 @@ public:
 
     ByteString GetPath() const override;
     bool IsReadOnly() const override { return mReadOnly; }
+    // The file on disk is not the version this project was loaded or last saved as: another
+    // editor saved it after we read it (read-only), or a version we never read landed after we
+    // took the lock (the last save of the editor whose lock was forced away).
     bool IsOutOfDate() const override;
     void SetPath(const ByteString& newPath) override;
     void AttachLockFile(ProjectLockFilePtr lock) override;

@@ -472,6 +472,18 @@ bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const Projec
     return HoldsWhatWasRead(from, to, rules, digests, false);
 }
 
+void RemoveTree(const fs::path& path) {
+    std::vector<fs::path> made;
+    std::error_code error;
+    // A copied folder may have been given a read-only mode: RemoveMade opens it up.
+    for (fs::recursive_directory_iterator it(path, error), end; !error && it != end;
+         it.increment(error)) {
+        made.push_back(it->path());
+    }
+    made.insert(made.begin(), path);
+    RemoveMade(made);
+}
+
 void RemoveMade(std::vector<fs::path>& made) {
     // A copied folder may have been given a read-only mode: open it up to empty it.
     for (const fs::path& path : made) {

@@ -2,6 +2,7 @@
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/TemporaryFiles.h"
 
 #include <atomic>
 #include <cerrno>
@@ -51,21 +52,20 @@ std::string Reason(const fs::path& file, int errorNumber) {
     return file.string() + ": " + std::strerror(errorNumber);
 }
 
-// A new hidden file beside target holding the text, or an empty path with error set.
-fs::path WriteSibling(const fs::path& target, const std::string& text, mode_t mode,
-                      std::string& error) {
+// Writes the text into a new hidden file, sibling, beside target; false with error set.
+bool WriteSibling(const fs::path& sibling, const fs::path& target, const std::string& text,
+                  mode_t mode, std::string& error) {
     // Under a production whose share is no longer mounted the file would land beneath the
     // mount, where the share never sees it and the next mount hides it.
     if (const std::string gone = MountGoneUnder(target); !gone.empty()) {
         error = target.string() + ": " + gone;
         errno = ENOTCONN;
-        return {};
+        return false;
     }
-    const fs::path sibling = PrivateName(target.parent_path(), "write");
     const int descriptor = ::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (descriptor < 0) {
         error = Reason(sibling, errno);
-        return {};
+        return false;
     }
     const bool written = WriteAll(descriptor, text) && ::fchmod(descriptor, mode) == 0;
     const int writeError = errno;
@@ -73,9 +73,9 @@ fs::path WriteSibling(const fs::path& target, const std::string& text, mode_t mo
     if (!written) {
         ::unlink(sibling.c_str());
         error = Reason(target, writeError);
-        return {};
+        return false;
     }
-    return sibling;
+    return true;
 }
 
 } // namespace
@@ -138,8 +138,10 @@ int RemoveJustClosedFile(const fs::path& path) {
 }
 
 PlaceResult PlaceNewFile(const fs::path& target, const std::string& text, std::string& error) {
-    const fs::path sibling = WriteSibling(target, text, 0644, error);
-    if (sibling.empty()) {
+    // Noted while it exists, so that a run killed before it is gone has it removed.
+    const fs::path sibling = PrivateName(target.parent_path(), "write");
+    const TemporaryFileNote note(sibling);
+    if (!WriteSibling(sibling, target, text, 0644, error)) {
         return PlaceResult::Failed;
     }
     PlaceResult result = PlaceResult::Failed;
@@ -188,8 +190,9 @@ bool ReplaceFile(const fs::path& target, const std::string& text, std::string& e
     if (::stat(target.c_str(), &status) == 0) {
         mode = status.st_mode & 07777;
     }
-    const fs::path sibling = WriteSibling(target, text, mode, error);
-    if (sibling.empty()) {
+    const fs::path sibling = PrivateName(target.parent_path(), "write");
+    const TemporaryFileNote note(sibling);
+    if (!WriteSibling(sibling, target, text, mode, error)) {
         return false;
     }
     if (::rename(sibling.c_str(), target.c_str()) != 0) {

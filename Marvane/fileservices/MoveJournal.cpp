@@ -31,29 +31,11 @@ bool Exists(const fs::path& path) {
     return !path.empty() && ::lstat(path.c_str(), &status) == 0;
 }
 
-void RemoveTree(const fs::path& path) {
-    std::vector<fs::path> made;
-    std::error_code error;
-    // A copied folder may have been given a read-only mode: RemoveMade opens it up.
-    for (fs::recursive_directory_iterator it(path, error), end; !error && it != end;
-         it.increment(error)) {
-        made.push_back(it->path());
-    }
-    made.insert(made.begin(), path);
-    RemoveMade(made);
-}
-
 // Whether the record's writer is a process of this machine that has stopped.
 bool WriterIsGone(const nlohmann::json& record) {
-    if (record.value("hostName", std::string()) != ThisHostName()) {
-        return false;
-    }
-    if (record.value("bootId", std::string()) != ThisBootId()) {
-        return true;
-    }
-    const long long pid = record.value("processId", 0LL);
-    const long long ticks = ProcessStartTicks(pid);
-    return ticks == 0 || ticks != record.value("processStartTicks", 0LL);
+    return RecordedProcessIsGone(
+        record.value("hostName", std::string()), record.value("bootId", std::string()),
+        record.value("processId", 0LL), record.value("processStartTicks", 0LL));
 }
 
 // A private name ".mv-<purpose>.<host>.<pid>.<n>.<random>" made by a process of this machine

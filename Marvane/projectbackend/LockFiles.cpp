@@ -1,5 +1,6 @@
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/core/JsonText.h"
+#include "Marvane/core/MainThread.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 
 #include "Marvane/core/ThisMachine.h"
@@ -80,15 +81,25 @@ fs::path LockFilePathFor(const fs::path& projectPath) {
 namespace {
 std::atomic<std::uint64_t> gLockFileReads{0};
 thread_local std::string gLockCreationError;
-// Locks this process wrote for a module that no open project has taken over: they are
-// removed when the host stops, so that a project moved in this session is not left looking
-// locked by us.
+// Locks this process wrote for a module that no open project has taken over. A module locks
+// a project while a command of it moves the project; the command runs to its end before the
+// event loop turns again, so once it turns these locks have done their work and go, whether
+// the move succeeded or not: a closed project moved by an editor must not look locked by them.
 std::mutex gCreatedMutex;
 std::set<std::string> gCreatedLocks;
+std::atomic<bool> gReleaseQueued{false};
 
 void RememberCreatedLock(const std::string& projectPath) {
-    const std::lock_guard guard(gCreatedMutex);
-    gCreatedLocks.insert(fs::path(projectPath).lexically_normal().string());
+    {
+        const std::lock_guard guard(gCreatedMutex);
+        gCreatedLocks.insert(fs::path(projectPath).lexically_normal().string());
+    }
+    if (MainThreadHasEventLoop() && !gReleaseQueued.exchange(true)) {
+        QueueOnMainThread([] {
+            gReleaseQueued = false;
+            ReleaseCreatedLocks();
+        });
+    }
 }
 
 } // namespace

@@ -105,7 +105,8 @@ bool FolderHoldsLockedProjects(const ByteString& folderPath, bool recursive, boo
 std::string LockCreationError();
 
 // Locks made through CreateProjectLockFile stay until an open project takes one over
-// (ForgetCreatedLock) or the host stops: ReleaseCreatedLocks then removes those this process
+// (ForgetCreatedLock), or until the command that made them has ended and the event loop turns
+// again (or the host stops, without one): ReleaseCreatedLocks then removes those this process
 // wrote and returns how many it removed.
 void ForgetCreatedLock(const std::filesystem::path& projectPath);
 std::size_t ReleaseCreatedLocks();

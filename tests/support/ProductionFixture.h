@@ -66,9 +66,7 @@ protected:
     }
     // Puts someone else's lock on a project.
     static void LockAs(const std::filesystem::path& project, const std::string& name) {
-        const auto lock = host::CreateProjectLockFile(project.string(), name, "elsewhere");
-        ASSERT_NE(lock, nullptr) << project;
-        ASSERT_TRUE(lock->IsOwnedByCaller());
+        testsupport::LockAsAnotherEditor(project, name);
     }
     static void Write(const std::filesystem::path& file, const std::string& text) {
         std::filesystem::create_directories(file.parent_path());

@@ -2,8 +2,10 @@
 // Real project files and real open projects for tests.
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/projectbackend/LockFiles.h"
 
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -48,6 +50,18 @@ inline void StopProjectImport() {
     host::ProjectImport::Instance().Cancel();
     host::ProjectImport::Instance().Wait(30000);
     host::ProjectImport::Instance().ClearFinished();
+}
+
+// Puts another editor's lock on a project, as their marvane on another machine writes it: live
+// while its time is fresh, and never this process's to release.
+inline void LockAsAnotherEditor(const std::filesystem::path& project, const std::string& name,
+                                const std::string& second = "elsewhere") {
+    host::LockFileContent lock = host::MakeLockFileContent(name, second);
+    lock.hostName = "edit-bay-" + second;
+    lock.bootId = "their boot";
+    lock.machineId = "their machine";
+    std::ofstream(host::LockFilePathFor(project), std::ios::binary)
+        << host::SerialiseLockFile(lock);
 }
 
 inline void CloseAllProjects() {

@@ -197,6 +197,49 @@ TEST_F(DragAndDropTest, RowsDroppedOnAFolderMoveThereWithTheirLocksAndNothingIsL
     EXPECT_TRUE(WaitUntil([&] { return RowOf(moved) != nullptr; }));
 }
 
+TEST_F(DragAndDropTest, ClosedProjectsDroppedOnAFolderKeepNoLockOnceTheDropIsDone) {
+    const fs::path promo = production / "Promo.mvproj";
+    const auto project = testsupport::OpenProject(promo);
+    const auto mime = RowDrag({promo, production / "Scene 12.mvproj"});
+    ASSERT_TRUE(SendDrag(Viewport(), *mime, On(production / "Edit" / "Deep"), true).accepted);
+    const fs::path scene = production / "Edit" / "Deep" / "Scene 12.mvproj";
+    ASSERT_TRUE(fs::exists(scene));
+    // Another editor can open the closed project read-write once the drop is done; the open
+    // project keeps its lock at its new place.
+    EXPECT_TRUE(WaitUntil([&] { return !fs::exists(host::LockFilePathFor(scene)); }));
+    EXPECT_TRUE(
+        host::CreateProjectLockFile(scene.string(), "Ben Okafor", "edit-bay-2")->IsOwnedByCaller());
+    EXPECT_TRUE(fs::exists(host::LockFilePathFor(production / "Edit" / "Deep" / "Promo.mvproj")));
+    EXPECT_EQ(project->Path(), production / "Edit" / "Deep" / "Promo.mvproj");
+}
+
+TEST_F(DragAndDropTest, ARowDraggedWithTheCopyKeyHeldMovesAsEveryRowDragDoes) {
+    const fs::path reel = production / "Edit" / "Reel 2.mvproj";
+    const auto mime = RowDrag({reel});
+    const DragResult over =
+        SendDrag(Viewport(), *mime, On(production / "Edit" / "Deep"), false, Qt::ControlModifier);
+    EXPECT_EQ(over.action, Qt::MoveAction);
+    EXPECT_EQ(Tree().GetDragCursor(), DragCursor::Fist);
+    const DragResult dropped =
+        SendDrag(Viewport(), *mime, On(production / "Edit" / "Deep"), true, Qt::ControlModifier);
+    EXPECT_EQ(dropped.action, Qt::MoveAction);
+    const fs::path moved = production / "Edit" / "Deep" / "Reel 2.mvproj";
+    EXPECT_TRUE(fs::exists(moved));
+    EXPECT_FALSE(fs::exists(reel));
+    EXPECT_TRUE(WaitUntil([&] { return !fs::exists(host::LockFilePathFor(moved)); }));
+}
+
+TEST_F(DragAndDropTest, AClosedProjectDroppedOnTheTrashButtonKeepsNoLock) {
+    const auto mime = RowDrag({production / "Edit" / "Reel 2.mvproj"});
+    QWidget& button = panel->GetTrashButton()->GetImpl()->Widget();
+    ASSERT_TRUE(WaitUntil([&] { return panel->GetTrashButton()->IsEnabled(); }));
+    ASSERT_TRUE(SendDrag(&button, *mime, button.rect().center(), true).accepted);
+    const fs::path trashed = Trash() / "Reel 2.mvproj";
+    ASSERT_TRUE(fs::exists(trashed));
+    EXPECT_TRUE(WaitUntil([&] { return !fs::exists(host::LockFilePathFor(trashed)); }));
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(production / "Edit" / "Reel 2.mvproj")));
+}
+
 TEST_F(DragAndDropTest, RowsDroppedOnTheTrashFolderGoToTheTrash) {
     const auto mime = RowDrag({production / "Edit" / "Reel 2.mvproj"});
     EXPECT_TRUE(SendDrag(Viewport(), *mime, On(Trash()), true).accepted);

@@ -61,6 +61,18 @@ protected:
     const std::vector<host::MessageBoxRequest>& Messages() const {
         return responder->GetRequests();
     }
+    // Ben opened the project on his machine: his lock stands beside it.
+    static void BenOpens(const fs::path& project) {
+        host::LockFileContent ben = host::MakeLockFileContent("Ben Okafor", "edit-bay-2");
+        ben.hostName = "edit-bay-2";
+        ben.bootId = "his boot";
+        std::ofstream(host::LockFilePathFor(project)) << host::SerialiseLockFile(ben);
+    }
+    // Whether another editor could lock the project now, as opening it read-write does.
+    static bool AnotherEditorCanLock(const fs::path& project) {
+        const auto lock = host::ReadProjectLockFile(project.string(), "Ben Okafor", "edit-bay-2");
+        return !fs::exists(host::LockFilePathFor(project)) && lock == nullptr;
+    }
 };
 
 TEST_F(InPlaceRenameTest, TheEditFieldHoldsTheDisplayNameSelectedOverTheNameCell) {
@@ -278,6 +290,41 @@ TEST_F(InPlaceRenameTest, AFolderRenamedToATakenNameStaysAsItWasAndIsStillWatche
     OpenFolder(production / "Edit", 3);
     testsupport::WriteProject(production / "Edit" / "Reel 4.mvproj");
     EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Edit" / "Reel 4.mvproj") != nullptr; }));
+}
+
+TEST_F(InPlaceRenameTest, AFolderInWhichAnotherEditorOpenedAProjectMeanwhileIsNotRenamed) {
+    UI_TextEdit* edit = StartRenaming(production / "Edit");
+    ASSERT_NE(edit, nullptr);
+    // Ben opens a project inside while Ana types the new name.
+    const fs::path reel = production / "Edit" / "Reel 1.mvproj";
+    BenOpens(reel);
+    const std::string hisLock = testsupport::ReadBytes(host::LockFilePathFor(reel));
+    Type(edit, "Edit 2");
+    Press(edit, Qt::Key_Return);
+    ASSERT_TRUE(WaitUntil([&] { return !Messages().empty(); }));
+    EXPECT_EQ(Messages().back().title, "Cannot Rename");
+    EXPECT_NE(Messages().back().text.find("\"Edit\" was not renamed"), std::string::npos)
+        << Messages().back().text;
+    SettleEvents(300);
+    EXPECT_TRUE(fs::exists(reel));
+    EXPECT_EQ(testsupport::ReadBytes(host::LockFilePathFor(reel)), hisLock);
+    EXPECT_FALSE(fs::exists(production / "Edit 2"));
+}
+
+TEST_F(InPlaceRenameTest, AClosedProjectRenamedKeepsNoLockOnceTheRenameIsDone) {
+    Rename(production / "Promo.mvproj", "Teaser");
+    const fs::path teaser = production / "Teaser.mvproj";
+    ASSERT_TRUE(fs::exists(teaser));
+    EXPECT_TRUE(WaitUntil([&] { return AnotherEditorCanLock(teaser); }));
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(production / "Promo.mvproj")));
+}
+
+TEST_F(InPlaceRenameTest, ARenameRefusedForATakenNameLeavesNoLockOnTheOtherProject) {
+    fs::remove(production / "Scene 12.mvproj.lock");
+    Rename(production / "Scene 12.mvproj", "Promo");
+    EXPECT_TRUE(fs::exists(production / "Scene 12.mvproj"));
+    EXPECT_TRUE(WaitUntil([&] { return AnotherEditorCanLock(production / "Promo.mvproj"); }));
+    EXPECT_TRUE(AnotherEditorCanLock(production / "Scene 12.mvproj"));
 }
 
 TEST_F(InPlaceRenameTest, ChangesOnDiskWhileTheFieldIsOpenWaitUntilTheRenameIsOver) {

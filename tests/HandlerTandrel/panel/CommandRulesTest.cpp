@@ -59,7 +59,7 @@ protected:
         return status.enabled;
     }
     static void LockAs(const fs::path& project, const std::string& name) {
-        ASSERT_NE(host::CreateProjectLockFile(project.string(), name, "elsewhere"), nullptr);
+        testsupport::LockAsAnotherEditor(project, name);
     }
 
     const testsupport::TemporaryFolder temporary{"command-rules"};

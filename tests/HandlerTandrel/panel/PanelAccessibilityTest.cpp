@@ -3,6 +3,7 @@
 // moves between them.
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
+#include "TestProjects.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
@@ -22,9 +23,7 @@ protected:
         const fs::path pilot = folder.Path() / "Pilot";
         testsupport::WriteProject(pilot / "Scene 4.mvproj");
         testsupport::WriteProject(pilot / "Teaser.mvproj");
-        const auto lock = host::CreateProjectLockFile((pilot / "Scene 4.mvproj").string(),
-                                                      "Ben Okafor", "suite-2");
-        EXPECT_TRUE(lock && lock->IsOwnedByCaller());
+        testsupport::LockAsAnotherEditor(pilot / "Scene 4.mvproj", "Ben Okafor", "suite-2");
         return pilot;
     }
     QWidget& PanelWidget() const { return *static_cast<QWidget*>(panel.window.get()); }

@@ -2,6 +2,7 @@
 // follows the click, which menu opens, the states of its entries, and what choosing does.
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
+#include "TestProjects.h"
 #include "search/TandrelSearchResultsView.h"
 
 #include "Marvane/uiframework/MenuResources.h"
@@ -240,9 +241,7 @@ TEST_F(PanelContextMenuTest, TheRealProjectMenuEnablesWhatTheSelectedClosedProje
 }
 
 TEST_F(PanelContextMenuTest, RenameIsOffForAProjectAnotherEditorHolds) {
-    const auto lock =
-        host::CreateProjectLockFile((pilot / "Scene 4.mvproj").string(), "Ben Okafor", "elsewhere");
-    ASSERT_NE(lock, nullptr);
+    testsupport::LockAsAnotherEditor(pilot / "Scene 4.mvproj", "Ben Okafor");
     Select({pilot / "Scene 4.mvproj"});
     EXPECT_NE(RealMenu(HandlerTandrel::kProjectContextMenuID).find("|Rename-|"), std::string::npos);
 }

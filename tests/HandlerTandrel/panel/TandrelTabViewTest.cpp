@@ -274,8 +274,7 @@ TEST_F(TandrelTabViewTest, TheButtonsFollowTheSelectionAndTheTrash) {
 
 TEST_F(TandrelTabViewTest, TheTrashButtonIsOffForAProjectAnotherEditorHolds) {
     const fs::path scene = pilot / "Scene 4.mvproj";
-    const auto lock = host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere");
-    ASSERT_NE(lock, nullptr);
+    testsupport::LockAsAnotherEditor(scene, "Ben Okafor");
     Tree().SelectRow(Row(scene), true, false, true);
     EXPECT_FALSE(Enabled(Panel()->GetTrashButton()));
 }
@@ -314,8 +313,7 @@ TEST_F(TandrelTabViewTest, ABigSelectionIsTestedForTheTrashBesideTheTreeAndTeste
 
     // Another editor takes one of them: the answer kept is tested again, and the button goes
     // off without the selection changing.
-    const auto lock = host::CreateProjectLockFile(projects[17].string(), "Ben Okafor", "away");
-    ASSERT_NE(lock, nullptr);
+    testsupport::LockAsAnotherEditor(projects[17], "Ben Okafor", "away");
     EXPECT_TRUE(WaitUntil([&] { return !Enabled(panel->GetTrashButton()); }));
     ASSERT_TRUE(panel->FindCommandStatus(moveToTrash, status));
     EXPECT_FALSE(status.enabled);

@@ -101,6 +101,21 @@ TEST_F(MoveItemsTest, ATrashThatIsALinkElsewhereIsStillTheTrashAndHoldsItsItems)
     EXPECT_TRUE(CanMoveItems(Ws({scene})));
 }
 
+TEST_F(MoveItemsTest, ATrashThatIsALinkElsewhereIsRefusedAndNothingLeavesTheProduction) {
+    testsupport::TemporaryFolder elsewhere("linked-trash");
+    fs::create_directory_symlink(elsewhere.Path(), Trash());
+    const auto before = TakeInventory(production);
+    MoveToTrash(Ws({scene, edit / "Reels"}), false, true);
+    EXPECT_TRUE(fs::exists(scene));
+    EXPECT_TRUE(fs::exists(reel));
+    EXPECT_TRUE(fs::is_empty(elsewhere.Path()));
+    EXPECT_EQ(TakeInventory(production), before);
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    EXPECT_EQ(responder->GetRequests()[0].title, "Cannot Move to Trash");
+    EXPECT_NE(responder->GetRequests()[0].text.find("is a link to another place"),
+              std::string::npos);
+}
+
 TEST_F(MoveItemsTest, ItemsReachedThroughALinkedFolderAreClassifiedWhereTheyLie) {
     Write(Trash() / "Old cut" / "notes.txt", "notes");
     // A folder of the production that leads into the trash: what is under it is in the trash.

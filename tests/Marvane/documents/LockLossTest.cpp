@@ -35,6 +35,7 @@ protected:
         onDisk = ReadBytes(scene);
     }
     void TearDown() override {
+        DocumentManager::Instance().SetBeforeWriteHookForTesting({});
         project.reset();
         testsupport::CloseAllProjects();
         DocumentManager::Instance().SetDataDirectory({});
@@ -124,6 +125,54 @@ TEST_F(LockLossTest, AnUnmodifiedProjectLosesItsLockWithoutARecoveryCopy) {
     ASSERT_EQ(losses.size(), 1u);
     EXPECT_TRUE(losses[0].recoveryCopy.empty());
     EXPECT_TRUE(Recovered().empty());
+}
+
+TEST_F(LockLossTest, ASaveDuringWhichTheLockIsForcedAwayIsNotCalledDoneAndKeepsTheChanges) {
+    // Ben breaks the lock after the save's last check, while the file is being written.
+    DocumentManager::Instance().SetBeforeWriteHookForTesting([this] { BenTakesOver(); });
+    std::string error;
+    EXPECT_FALSE(DocumentManager::Instance().Save(project, error));
+    EXPECT_NE(error.find("was taken while it was being saved"), std::string::npos) << error;
+    EXPECT_NE(error.find("Ben Okafor took over"), std::string::npos) << error;
+    EXPECT_TRUE(project->IsReadOnly());
+    EXPECT_FALSE(project->HoldsLock());
+    ASSERT_EQ(Recovered().size(), 1u);
+    EXPECT_NE(ReadBytes(Recovered()[0].copy).find("Ana's unsaved cut"), std::string::npos);
+    // Ben's lock stands.
+    host::LockFileContent now;
+    ASSERT_EQ(host::ReadLockFile(host::LockFilePathFor(scene), now), host::LockFileState::Valid);
+    EXPECT_EQ(now.lockingName, "Ben Okafor");
+}
+
+TEST_F(LockLossTest, AVersionWrittenAfterWeTookTheLockIsNeverSavedOverUnasked) {
+    // The last save of an editor whose lock was forced away lands after we read the project.
+    const std::string theirs =
+        R"({"formatVersion": 1, "name": "Scene 1", "bins": [], "sequences": ["Ben's last save"]})";
+    const fs::path written = scene.string() + ".theirs";
+    std::ofstream(written) << theirs;
+    fs::rename(written, scene);
+    EXPECT_TRUE(project->IsOutOfDate());
+
+    std::string error;
+    EXPECT_FALSE(DocumentManager::Instance().Save(project, error));
+    EXPECT_NE(error.find("was written by someone else after you read it"), std::string::npos)
+        << error;
+    EXPECT_EQ(ReadBytes(scene), theirs);
+    EXPECT_FALSE(project->IsReadOnly()); // the lock is still ours
+    ASSERT_EQ(Recovered().size(), 1u);
+    EXPECT_NE(error.find(Recovered()[0].copy.string()), std::string::npos) << error;
+    EXPECT_NE(ReadBytes(Recovered()[0].copy).find("Ana's unsaved cut"), std::string::npos);
+
+    // Once that version is read, saving goes on as usual.
+    ASSERT_TRUE(DocumentManager::Instance().Reload(project, error)) << error;
+    EXPECT_FALSE(project->IsOutOfDate());
+    host::ProjectContent content = project->Content();
+    content.sequences.push_back("Ana's cut again");
+    project->EditContent(content);
+    ASSERT_TRUE(DocumentManager::Instance().Save(project, error)) << error;
+    EXPECT_NE(ReadBytes(scene).find("Ben's last save"), std::string::npos);
+    EXPECT_NE(ReadBytes(scene).find("Ana's cut again"), std::string::npos);
+    EXPECT_FALSE(project->IsOutOfDate());
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "TemporaryFolder.h"
+#include "TestProjects.h"
 #include "ViewTestSupport.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
@@ -173,11 +174,9 @@ TEST_F(MediaBrowserTest, AListingGivesDatesSizesAndTheLocksOfAFolderThatIsShown)
     const fs::path promo = root / "Promo.mvproj";
     testsupport::WriteBytes(scene, "{}");
     testsupport::WriteBytes(promo, "{\"formatVersion\":1}");
-    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
+    testsupport::LockAsAnotherEditor(scene, "Ben Okafor");
     testsupport::WriteBytes(root / "Reels" / "Reel 1.mvproj", "{}");
-    ASSERT_NE(host::CreateProjectLockFile((root / "Reels" / "Reel 1.mvproj").string(), "Ben Okafor",
-                                          "elsewhere"),
-              nullptr);
+    testsupport::LockAsAnotherEditor(root / "Reels" / "Reel 1.mvproj", "Ben Okafor");
     host::UI_MultiColumnTreeHeaderRow keeperHeader; // a tree takes its header for its own
     keeperHeader.AppendColumn("Name", 1);
     auto keeper = std::make_shared<ListingKeeper>("Test.Keeper");

@@ -1,0 +1,284 @@
+#include "Marvane/fileservices/TemporaryFiles.h"
+
+#include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/FileCopy.h"
+#include "Marvane/fileservices/FileReading.h"
+#include "Marvane/fileservices/FileWriting.h"
+#include "host/DebugTrace.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// One record a process: a first line of JSON naming the process, then a line per note,
+// "+<path in hex>" when a hidden file is made and "-<path in hex>" when it is gone. Hex keeps
+// any byte of a name (a line break, bytes that are not UTF-8) on its line.
+struct Record {
+    std::mutex mutex;
+    fs::path folder;
+    fs::path file;
+    int descriptor = -1;
+    off_t headerSize = 0;
+    std::map<std::string, int> open; // path -> notes not closed yet
+};
+
+Record& TheRecord() {
+    static Record record;
+    return record;
+}
+
+std::string Hex(const std::string& bytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const unsigned char byte : bytes) {
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 15];
+    }
+    return text;
+}
+
+bool FromHex(const std::string& text, std::string& bytes) {
+    if (text.size() % 2 != 0) {
+        return false;
+    }
+    const auto value = [](char digit) {
+        return digit >= '0' && digit <= '9'   ? digit - '0'
+               : digit >= 'a' && digit <= 'f' ? digit - 'a' + 10
+                                              : -1;
+    };
+    bytes.clear();
+    for (std::size_t at = 0; at < text.size(); at += 2) {
+        const int high = value(text[at]);
+        const int low = value(text[at + 1]);
+        if (high < 0 || low < 0) {
+            return false;
+        }
+        bytes += static_cast<char>(high * 16 + low);
+    }
+    return true;
+}
+
+bool WriteLine(int descriptor, const std::string& line) {
+    std::size_t written = 0;
+    while (written < line.size()) {
+        const ssize_t result = ::write(descriptor, line.data() + written, line.size() - written);
+        if (result < 0 && errno == EINTR) {
+            continue;
+        }
+        if (result <= 0) {
+            return false;
+        }
+        written += static_cast<std::size_t>(result);
+    }
+    return true;
+}
+
+std::string Header() {
+    return nlohmann::json{{"hostName", ThisHostName()},
+                          {"bootId", ThisBootId()},
+                          {"processId", static_cast<long long>(::getpid())},
+                          {"processStartTicks", ThisProcessStartTicks()}}
+               .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) +
+           "\n";
+}
+
+// Opens this process's record on its first note; false when none is kept.
+bool EnsureOpen(Record& record) {
+    if (record.descriptor >= 0) {
+        return true;
+    }
+    if (record.folder.empty()) {
+        return false;
+    }
+    std::error_code ignored;
+    fs::create_directories(record.folder, ignored);
+    record.file = record.folder / (std::to_string(::getpid()) + "." +
+                                   std::to_string(ThisProcessStartTicks()) + ".notes");
+    record.descriptor =
+        ::open(record.file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+    if (record.descriptor < 0) {
+        Trace("Host", 2, "Hidden files cannot be noted in " + record.file.string());
+        return false;
+    }
+    const std::string header = Header();
+    WriteLine(record.descriptor, header);
+    record.headerSize = static_cast<off_t>(header.size());
+    return true;
+}
+
+// A name this host gives a file before it is put in place: ".mv-<purpose>..." or
+// ".<name>.adding.<pid>.<n>". Nothing else is ever removed by the tidy-up.
+bool IsHiddenWorkName(const fs::path& path) {
+    const std::string name = path.filename().string();
+    return name.starts_with(kPrivateNamePrefix) ||
+           (name.size() > 1 && name[0] == '.' && name.find(".adding.") != std::string::npos);
+}
+
+enum class Tidied { Removed, NothingThere, Unreachable };
+
+Tidied TidyUp(const fs::path& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        struct stat folder {};
+        // Gone already, in a folder that is there: done. A folder that cannot be reached (a
+        // share not mounted now) is looked at again at a later start.
+        return errno == ENOENT && ::stat(path.parent_path().c_str(), &folder) == 0
+                   ? Tidied::NothingThere
+                   : Tidied::Unreachable;
+    }
+    if (!IsHiddenWorkName(path)) {
+        return Tidied::NothingThere;
+    }
+    RemoveTree(path);
+    return ::lstat(path.c_str(), &status) == 0 ? Tidied::Unreachable : Tidied::Removed;
+}
+
+// The notes of a record still open: every path noted and not closed, in the order noted.
+std::vector<std::string> OpenNotes(std::istream& lines) {
+    std::vector<std::string> order;
+    std::map<std::string, int> open;
+    std::string line;
+    std::string path;
+    while (std::getline(lines, line)) {
+        if (line.size() < 2 || (line[0] != '+' && line[0] != '-') ||
+            !FromHex(line.substr(1), path)) {
+            continue; // a line cut short by the kill
+        }
+        if (line[0] == '+') {
+            if (open[path]++ == 0) {
+                order.push_back(path);
+            }
+        } else if (open[path] > 0) {
+            --open[path];
+        }
+    }
+    std::erase_if(order, [&open](const std::string& noted) { return open[noted] == 0; });
+    return order;
+}
+
+} // namespace
+
+void SetTemporaryFilesFolder(const fs::path& folder) {
+    Record& record = TheRecord();
+    const std::lock_guard guard(record.mutex);
+    if (record.descriptor >= 0 && folder != record.folder) {
+        ::close(record.descriptor);
+        ::unlink(record.file.c_str());
+        record.descriptor = -1;
+        record.open.clear();
+    }
+    record.folder = folder;
+}
+
+TemporaryFileNote::TemporaryFileNote(const fs::path& path) : mPath(path) {
+    Record& record = TheRecord();
+    const std::lock_guard guard(record.mutex);
+    if (!EnsureOpen(record)) {
+        return;
+    }
+    mNoted = WriteLine(record.descriptor, "+" + Hex(mPath.string()) + "\n");
+    if (mNoted) {
+        ++record.open[mPath.string()];
+    }
+}
+
+TemporaryFileNote::~TemporaryFileNote() {
+    if (!mNoted) {
+        return;
+    }
+    Record& record = TheRecord();
+    const std::lock_guard guard(record.mutex);
+    if (record.descriptor < 0) {
+        return;
+    }
+    const auto found = record.open.find(mPath.string());
+    if (found != record.open.end() && --found->second == 0) {
+        record.open.erase(found);
+    }
+    if (record.open.empty()) {
+        // Nothing of ours is left under a hidden name: the record starts afresh.
+        if (::ftruncate(record.descriptor, record.headerSize) == 0) {
+            return;
+        }
+    }
+    WriteLine(record.descriptor, "-" + Hex(mPath.string()) + "\n");
+}
+
+std::size_t RemoveTemporaryFilesOfGoneProcesses() {
+    fs::path folder;
+    {
+        Record& record = TheRecord();
+        const std::lock_guard guard(record.mutex);
+        folder = record.folder;
+    }
+    std::error_code error;
+    if (folder.empty() || !fs::is_directory(folder, error)) {
+        return 0;
+    }
+    std::size_t removed = 0;
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        std::string text;
+        if (it->path().extension() != ".notes" || !ReadRegularFile(it->path(), text)) {
+            continue;
+        }
+        std::istringstream lines(text);
+        std::string header;
+        std::getline(lines, header);
+        const nlohmann::json writer = nlohmann::json::parse(header, nullptr, false);
+        if (!writer.is_object() || !RecordedProcessIsGone(writer.value("hostName", std::string()),
+                                                          writer.value("bootId", std::string()),
+                                                          writer.value("processId", 0LL),
+                                                          writer.value("processStartTicks", 0LL))) {
+            continue;
+        }
+        std::string kept = header + "\n";
+        for (const std::string& path : OpenNotes(lines)) {
+            switch (TidyUp(path)) {
+            case Tidied::Removed:
+                ++removed;
+                Trace("Host", 2, "Removed a hidden file a stopped run left: " + path);
+                break;
+            case Tidied::NothingThere:
+                break;
+            case Tidied::Unreachable:
+                kept += "+" + Hex(path) + "\n";
+                break;
+            }
+        }
+        if (kept == header + "\n") {
+            ::unlink(it->path().c_str());
+        } else {
+            std::string why;
+            ReplaceFile(it->path(), kept, why);
+        }
+    }
+    return removed;
+}
+
+void CloseTemporaryFilesRecord() {
+    Record& record = TheRecord();
+    const std::lock_guard guard(record.mutex);
+    if (record.descriptor >= 0) {
+        ::close(record.descriptor);
+        record.descriptor = -1;
+        if (record.open.empty()) {
+            ::unlink(record.file.c_str());
+        }
+    }
+}
+
+} // namespace host
