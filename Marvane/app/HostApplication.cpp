@@ -71,9 +71,7 @@ void SetUpSession(const CommandLineOptions& options) {
     }
     // And the hidden files of saves, locks and added projects that such a run left behind.
     SetTemporaryFilesFolder(session.dataDirectory / "Temporary");
-    if (const std::size_t removed = RemoveTemporaryFilesOfGoneProcesses(); removed != 0) {
-        Trace("Host", 2, "Removed " + std::to_string(removed) + " hidden file(s) left by a run");
-    }
+    StartRemovingTemporaryFilesOfGoneProcesses();
 }
 
 void LoadModules(PluginLoader& loader, const CommandLineOptions& options, std::ostream& err) {
@@ -207,6 +205,7 @@ void ShutDown(PluginLoader& loader) {
     ProductionSession::Instance().Close();
     PanelFrameworkRegistry::Instance().ReleaseHandlers();
     loader.ReleaseModules();
+    StopRemovingTemporaryFilesOfGoneProcesses(std::chrono::seconds(3));
     CloseTemporaryFilesRecord();
 }
 

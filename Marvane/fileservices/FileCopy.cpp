@@ -475,6 +475,11 @@ bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const Projec
 void RemoveTree(const fs::path& path) {
     std::vector<fs::path> made;
     std::error_code error;
+    // A link is removed itself: what it leads to is not ours.
+    if (fs::is_symlink(fs::symlink_status(path, error))) {
+        fs::remove(path, error);
+        return;
+    }
     // A copied folder may have been given a read-only mode: RemoveMade opens it up.
     for (fs::recursive_directory_iterator it(path, error), end; !error && it != end;
          it.increment(error)) {

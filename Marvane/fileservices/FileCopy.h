@@ -81,7 +81,8 @@ bool CopyHoldsWhatWasRead(const std::filesystem::path& from, const std::filesyst
 bool SyncsWholeFileSystem(const std::filesystem::path& folder);
 // Removes what a copy made, deepest first.
 void RemoveMade(std::vector<std::filesystem::path>& made);
-// Removes a file, a link or a whole folder tree that a copy made, read-only folders too.
+// Removes a file, a link (never what it leads to) or a whole folder tree that a copy made,
+// read-only folders too.
 void RemoveTree(const std::filesystem::path& path);
 
 } // namespace host

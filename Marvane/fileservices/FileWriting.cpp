@@ -21,23 +21,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Writes everything, retrying short writes and interruptions; false with errno set.
+// Writes everything and syncs it; false with errno set.
 bool WriteAll(int descriptor, const std::string& text) {
-    std::size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t result = ::write(descriptor, text.data() + written, text.size() - written);
-        if (result < 0 && errno == EINTR) {
-            continue;
-        }
-        if (result <= 0) {
-            if (result == 0) {
-                errno = EIO;
-            }
-            return false;
-        }
-        written += static_cast<std::size_t>(result);
-    }
-    return ::fsync(descriptor) == 0;
+    return WriteWhole(descriptor, text) && ::fsync(descriptor) == 0;
 }
 
 void SyncFolder(const fs::path& folder) {
@@ -79,6 +65,24 @@ bool WriteSibling(const fs::path& sibling, const fs::path& target, const std::st
 }
 
 } // namespace
+
+bool WriteWhole(int descriptor, std::string_view text) {
+    std::size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t result = ::write(descriptor, text.data() + written, text.size() - written);
+        if (result < 0 && errno == EINTR) {
+            continue;
+        }
+        if (result <= 0) {
+            if (result == 0) {
+                errno = EIO;
+            }
+            return false;
+        }
+        written += static_cast<std::size_t>(result);
+    }
+    return true;
+}
 
 fs::path PrivateName(const fs::path& folder, const std::string& purpose) {
     static std::atomic<unsigned> counter{0};

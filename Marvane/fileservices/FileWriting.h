@@ -4,6 +4,7 @@
 // to disk), which is then put in place in one step.
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace host {
 
@@ -15,6 +16,10 @@ enum class PlaceResult { Placed, Exists, Failed };
 std::filesystem::path PrivateName(const std::filesystem::path& folder, const std::string& purpose);
 // The prefix every such name starts with.
 inline constexpr const char* kPrivateNamePrefix = ".mv-";
+
+// Writes all of text to the open file, going on after short writes and interruptions (no
+// sync); false with errno set.
+bool WriteWhole(int descriptor, std::string_view text);
 
 // Renames from to to when nothing is at to, never replacing what is there: 0, or an errno
 // value (EEXIST when to is taken). Where the file system cannot rename without replacing

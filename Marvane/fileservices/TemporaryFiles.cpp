@@ -6,14 +6,17 @@
 #include "Marvane/fileservices/FileWriting.h"
 #include "host/DebugTrace.h"
 
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -72,21 +75,6 @@ bool FromHex(const std::string& text, std::string& bytes) {
     return true;
 }
 
-bool WriteLine(int descriptor, const std::string& line) {
-    std::size_t written = 0;
-    while (written < line.size()) {
-        const ssize_t result = ::write(descriptor, line.data() + written, line.size() - written);
-        if (result < 0 && errno == EINTR) {
-            continue;
-        }
-        if (result <= 0) {
-            return false;
-        }
-        written += static_cast<std::size_t>(result);
-    }
-    return true;
-}
-
 std::string Header() {
     return nlohmann::json{{"hostName", ThisHostName()},
                           {"bootId", ThisBootId()},
@@ -108,14 +96,23 @@ bool EnsureOpen(Record& record) {
     fs::create_directories(record.folder, ignored);
     record.file = record.folder / (std::to_string(::getpid()) + "." +
                                    std::to_string(ThisProcessStartTicks()) + ".notes");
+    // Never through a link, and never waiting on a pipe someone left at the name.
     record.descriptor =
-        ::open(record.file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+        ::open(record.file.c_str(),
+               O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    struct stat status {};
+    if (record.descriptor >= 0 &&
+        (::fstat(record.descriptor, &status) != 0 || !S_ISREG(status.st_mode) ||
+         ::ftruncate(record.descriptor, 0) != 0)) {
+        ::close(record.descriptor);
+        record.descriptor = -1;
+    }
     if (record.descriptor < 0) {
         Trace("Host", 2, "Hidden files cannot be noted in " + record.file.string());
         return false;
     }
     const std::string header = Header();
-    WriteLine(record.descriptor, header);
+    WriteWhole(record.descriptor, header);
     record.headerSize = static_cast<off_t>(header.size());
     return true;
 }
@@ -190,7 +187,7 @@ TemporaryFileNote::TemporaryFileNote(const fs::path& path) : mPath(path) {
     if (!EnsureOpen(record)) {
         return;
     }
-    mNoted = WriteLine(record.descriptor, "+" + Hex(mPath.string()) + "\n");
+    mNoted = WriteWhole(record.descriptor, "+" + Hex(mPath.string()) + "\n");
     if (mNoted) {
         ++record.open[mPath.string()];
     }
@@ -215,7 +212,7 @@ TemporaryFileNote::~TemporaryFileNote() {
             return;
         }
     }
-    WriteLine(record.descriptor, "-" + Hex(mPath.string()) + "\n");
+    WriteWhole(record.descriptor, "-" + Hex(mPath.string()) + "\n");
 }
 
 std::size_t RemoveTemporaryFilesOfGoneProcesses() {
@@ -267,6 +264,52 @@ std::size_t RemoveTemporaryFilesOfGoneProcesses() {
         }
     }
     return removed;
+}
+
+namespace {
+
+struct Tidying {
+    std::thread thread;
+    std::shared_ptr<std::atomic<bool>> done;
+};
+
+Tidying& TheTidying() {
+    static Tidying tidying;
+    return tidying;
+}
+
+} // namespace
+
+void StartRemovingTemporaryFilesOfGoneProcesses() {
+    Tidying& tidying = TheTidying();
+    if (tidying.thread.joinable()) {
+        return;
+    }
+    tidying.done = std::make_shared<std::atomic<bool>>(false);
+    tidying.thread = std::thread([done = tidying.done] {
+        if (const std::size_t removed = RemoveTemporaryFilesOfGoneProcesses(); removed != 0) {
+            Trace("Host", 2,
+                  "Removed " + std::to_string(removed) + " hidden file(s) left by a stopped run");
+        }
+        *done = true;
+    });
+}
+
+void StopRemovingTemporaryFilesOfGoneProcesses(std::chrono::milliseconds deadline) {
+    Tidying& tidying = TheTidying();
+    if (!tidying.thread.joinable()) {
+        return;
+    }
+    const auto until = std::chrono::steady_clock::now() + deadline;
+    while (!*tidying.done && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    if (*tidying.done) {
+        tidying.thread.join();
+    } else {
+        Trace("Host", 1, "A folder with hidden files of a stopped run does not answer");
+        tidying.thread.detach();
+    }
 }
 
 void CloseTemporaryFilesRecord() {

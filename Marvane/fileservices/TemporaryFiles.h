@@ -4,6 +4,7 @@
 // of this process in the data folder while it exists under its hidden name, so that the next
 // start removes what a process killed half-way (kill -9, a crash, a power cut) left behind,
 // on local folders and on shares alike. Nothing that carries a real name is ever removed.
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 
@@ -31,6 +32,12 @@ private:
 // and their records. A file whose folder cannot be reached now (a share not mounted) stays
 // noted for a later start. Returns how many files it removed.
 std::size_t RemoveTemporaryFilesOfGoneProcesses();
+
+// The same on a thread of its own, so that a share that does not answer never holds up the
+// start; the stop waits for it at most the deadline, and a thread still held by such a share
+// is left to end with the process.
+void StartRemovingTemporaryFilesOfGoneProcesses();
+void StopRemovingTemporaryFilesOfGoneProcesses(std::chrono::milliseconds deadline);
 
 // Forgets this process's record (a clean stop: every note is closed by then).
 void CloseTemporaryFilesRecord();

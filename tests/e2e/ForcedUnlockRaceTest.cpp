@@ -33,12 +33,8 @@ class ForcedUnlockRaceTest : public ::testing::Test {
 protected:
     void SetUp() override { WriteProject(scene, "Assembly"); }
 
-    std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name) {
-        auto editor = std::make_unique<ScriptedMarvane>(
-            std::vector<std::string>{"--production", production.string(), "--profile",
-                                     (root / name).string(), "--user", name});
-        EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
-        return editor;
+    std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name) const {
+        return StartEditorOn(production, root, name);
     }
 
     // Switches the project to read-write until it is ours or the other editor has it; true

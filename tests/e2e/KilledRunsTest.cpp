@@ -55,6 +55,11 @@ TEST(KilledRunsTest, HiddenFilesOfSavesCutShortByAKillAreGoneAfterTheNextStart) 
 
     ScriptedMarvane next(arguments);
     ASSERT_EQ(next.ReadLine(), "ready") << next.ErrorOutput();
+    // The tidy-up runs beside the start, so that a share that does not answer cannot hold it.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (HiddenWorkFilesBelow(production) != 0 && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
     EXPECT_EQ(HiddenWorkFilesBelow(production), 0);
     // The project is whole, and the lock the kills left is taken over by the same editor.
     ASSERT_EQ(next.Send({"open", scene.string()}), "ok") << next.ErrorOutput();

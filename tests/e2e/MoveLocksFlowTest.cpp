@@ -40,12 +40,8 @@ protected:
         WriteProject(production / "Scene 4.mvproj");
         WriteProject(production / "Dailies" / "Shot 1.mvproj");
     }
-    std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name) {
-        auto editor = std::make_unique<ScriptedMarvane>(
-            std::vector<std::string>{"--production", production.string(), "--profile",
-                                     (root / name).string(), "--user", name});
-        EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
-        return editor;
+    std::unique_ptr<ScriptedMarvane> StartEditor(const std::string& name) const {
+        return StartEditorOn(production, root, name);
     }
 
     const testsupport::TemporaryFolder temporary{"e2e-move-locks"};

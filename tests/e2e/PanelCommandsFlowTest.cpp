@@ -22,12 +22,8 @@ protected:
         WriteProject(production / "Dailies" / "Shot 1.mvproj");
         fs::create_directories(production / "Trash");
     }
-    std::unique_ptr<ScriptedMarvane> Start(const std::string& user) {
-        auto marvane = std::make_unique<ScriptedMarvane>(
-            std::vector<std::string>{"--production", production.string(), "--profile",
-                                     (root / user).string(), "--user", user});
-        EXPECT_EQ(marvane->ReadLine(), "ready") << marvane->ErrorOutput();
-        return marvane;
+    std::unique_ptr<ScriptedMarvane> Start(const std::string& user) const {
+        return StartEditorOn(production, root, user);
     }
 
     const testsupport::TemporaryFolder temporary{"e2e-commands"};

@@ -1,5 +1,7 @@
 #include "ScriptedMarvane.h"
 
+#include <gtest/gtest.h>
+
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -159,4 +161,14 @@ std::string ScriptedMarvane::ErrorOutput() const {
     std::stringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+std::unique_ptr<ScriptedMarvane> StartEditorOn(const std::filesystem::path& production,
+                                               const std::filesystem::path& profiles,
+                                               const std::string& name) {
+    auto editor = std::make_unique<ScriptedMarvane>(
+        std::vector<std::string>{"--production", production.string(), "--profile",
+                                 (profiles / name).string(), "--user", name});
+    EXPECT_EQ(editor->ReadLine(), "ready") << editor->ErrorOutput();
+    return editor;
 }

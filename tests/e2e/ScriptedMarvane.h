@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -48,3 +49,9 @@ private:
     int mExitCode = -1;
     bool mExited = false;
 };
+
+// An editor's marvane on the production, with a profile folder of its own named after the
+// editor in `profiles`, once it said "ready".
+std::unique_ptr<ScriptedMarvane> StartEditorOn(const std::filesystem::path& production,
+                                               const std::filesystem::path& profiles,
+                                               const std::string& name);

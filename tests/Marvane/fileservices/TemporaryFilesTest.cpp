@@ -4,12 +4,14 @@
 #include "Marvane/fileservices/FileWriting.h"
 
 #include "FileBytes.h"
+#include "Marvane/core/ThisMachine.h"
 #include "TemporaryFolder.h"
 
 #include <csignal>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -188,6 +190,49 @@ TEST_F(TemporaryFilesTest, ASaveKilledBeforeItsRenameLeavesNothingAfterTheNextSt
         EXPECT_EQ(entry.path(), scene);
     }
     EXPECT_EQ(testsupport::ReadBytes(scene), "saved before");
+}
+
+TEST_F(TemporaryFilesTest, AHiddenNameThatIsNowALinkGoesWithoutWhatItLeadsTo) {
+    const fs::path hidden = host::PrivateName(production, "write");
+    const fs::path elsewhere = root / "Elsewhere";
+    testsupport::WriteBytes(elsewhere / "keep.txt", "keep");
+    KilledWhile([&] { new host::TemporaryFileNote(hidden); });
+    fs::create_directory_symlink(elsewhere, hidden);
+    EXPECT_EQ(NextStart(), 1u);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(hidden)));
+    EXPECT_EQ(testsupport::ReadBytes(elsewhere / "keep.txt"), "keep");
+}
+
+TEST_F(TemporaryFilesTest, ARecordsNameTakenByALinkOrAPipeIsNeverWrittenThroughNorWaitedOn) {
+    const fs::path outside = root / "outside.txt";
+    testsupport::WriteBytes(outside, "not yours");
+    fs::create_directories(records);
+    const fs::path ours = records / (std::to_string(::getpid()) + "." +
+                                     std::to_string(host::ThisProcessStartTicks()) + ".notes");
+    fs::create_symlink(outside, ours);
+    host::SetTemporaryFilesFolder(records);
+    { const host::TemporaryFileNote note(production / ".mv-write.x"); }
+    EXPECT_EQ(testsupport::ReadBytes(outside), "not yours");
+    host::SetTemporaryFilesFolder({});
+    fs::remove(ours);
+    ASSERT_EQ(::mkfifo(ours.c_str(), 0600), 0);
+    host::SetTemporaryFilesFolder(records);
+    {
+        const host::TemporaryFileNote note(production / ".mv-write.y"); // returns at once
+    }
+    EXPECT_TRUE(fs::is_fifo(ours));
+}
+
+TEST_F(TemporaryFilesTest, TheTidyUpBesideTheStartRemovesWhatAStoppedRunLeft) {
+    const fs::path hidden = host::PrivateName(production, "write");
+    KilledWhile([&] {
+        new host::TemporaryFileNote(hidden);
+        testsupport::WriteBytes(hidden, "x");
+    });
+    host::SetTemporaryFilesFolder(records);
+    host::StartRemovingTemporaryFilesOfGoneProcesses();
+    host::StopRemovingTemporaryFilesOfGoneProcesses(std::chrono::seconds(20));
+    EXPECT_FALSE(fs::exists(hidden));
 }
 
 } // namespace
