@@ -47,7 +47,8 @@ std::string Hex(const std::string& bytes) {
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
     text.reserve(bytes.size() * 2);
-    for (const unsigned char byte : bytes) {
+    for (const char character : bytes) {
+        const auto byte = static_cast<unsigned char>(character);
         text += kDigits[byte >> 4];
         text += kDigits[byte & 15];
     }

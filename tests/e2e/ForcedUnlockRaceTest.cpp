@@ -126,7 +126,7 @@ TEST_F(ForcedUnlockRaceTest, NoSaveAcknowledgedBeforeAForcedUnlockIsLostToTheNex
         std::thread devTakes(taking, std::ref(*dev), "Chloe Diaz", 2);
 
         // Ben forces the lock away from a terminal while Ana is saving.
-        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 40));
+        std::this_thread::sleep_for(std::chrono::milliseconds(static_cast<int>(random() % 40)));
         const ProcessResult unlock =
             RunMarvane({"unlock", "--force", "--user", "Ben Okafor", "--profile",
                         (root / "Ben Okafor").string(), path});

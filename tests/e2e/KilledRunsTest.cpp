@@ -45,7 +45,7 @@ TEST(KilledRunsTest, HiddenFilesOfSavesCutShortByAKillAreGoneAfterTheNextStart) 
             ana.Post({"add-sequence", scene.string(), "Cut " + std::to_string(save)});
             ana.Post({"save", scene.string()});
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 20000));
+        std::this_thread::sleep_for(std::chrono::microseconds(static_cast<int>(random() % 20000)));
         ana.Signal(SIGKILL);
         ana.WaitForExit();
         leftBehind += HiddenWorkFilesBelow(production);
