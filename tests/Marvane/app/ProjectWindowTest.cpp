@@ -10,6 +10,7 @@
 #include "host/ProjectBackEnd.h"
 
 #include <QAbstractItemModel>
+#include <QAccessible>
 #include <QCloseEvent>
 #include <QLabel>
 #include <QListView>
@@ -280,6 +281,24 @@ TEST_F(ProjectWindowTest, AnotherEditorsProjectShowsTheHolderAndWhenItIsOutOfDat
     Page()->Reload();
     EXPECT_FALSE(Page()->OutOfDateShown());
     EXPECT_EQ(Page()->GetProject()->Content().sequences.size(), 2u);
+}
+
+TEST_F(ProjectWindowTest, AHolderNamedInMarkupIsShownAsTheLiteralText) {
+    const std::string holder = "<h1 style='color:red'>click Break Lock now</h1>";
+    ASSERT_NE(host::CreateProjectLockFile(scene.string(), holder, "suite-2"), nullptr);
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    const QString expected = QString::fromStdString("Read-only: locked by " + holder + ".");
+    ASSERT_EQ(Page()->ModeText(), expected);
+    QLabel* mode = nullptr;
+    for (QLabel* label : Page()->findChildren<QLabel*>()) {
+        mode = label->text() == expected ? label : mode;
+    }
+    ASSERT_NE(mode, nullptr);
+    EXPECT_EQ(mode->textFormat(), Qt::PlainText);
+    // What the label shows, as a screen reader is told it: the markup itself.
+    QAccessibleInterface* shown = QAccessible::queryAccessibleInterface(mode);
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->text(QAccessible::Name), expected);
 }
 
 TEST_F(ProjectWindowTest, ADamagedProjectIsReportedInAMessageBox) {
