@@ -3,6 +3,7 @@
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
@@ -20,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include "FileBytes.h"
+#include "GoneProcess.h"
 #include <sstream>
 #include <unistd.h>
 
@@ -299,6 +301,25 @@ TEST_F(ProjectWindowTest, AHolderNamedInMarkupIsShownAsTheLiteralText) {
     QAccessibleInterface* shown = QAccessible::queryAccessibleInterface(mode);
     ASSERT_NE(shown, nullptr);
     EXPECT_EQ(shown->text(QAccessible::Name), expected);
+}
+
+TEST_F(ProjectWindowTest, ATakeOverThatCannotBeRecordedStillTakesTheProjectAndSaysSo) {
+    host::LockFileContent ben = host::MakeLockFileContent("Ben Okafor", "suite-2");
+    ben.processId = testsupport::PidOfAGoneProcess();
+    std::ofstream(scene.string() + ".lock") << host::SerialiseLockFile(ben);
+    // The production's hidden folder is a link: the record is never written through it.
+    const fs::path elsewhere = root / "elsewhere";
+    fs::create_directories(elsewhere);
+    fs::create_directory_symlink(elsewhere, root / ".marvane");
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(Page()->TakeOverOffered());
+    Page()->TakeOver();
+    EXPECT_FALSE(Page()->GetProject()->IsReadOnly());
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    EXPECT_EQ(responder->GetRequests()[0].title, "Lock Break Not Recorded");
+    EXPECT_NE(responder->GetRequests()[0].text.find("is a symbolic link"), std::string::npos)
+        << responder->GetRequests()[0].text;
+    EXPECT_TRUE(fs::is_empty(elsewhere));
 }
 
 TEST_F(ProjectWindowTest, ADamagedProjectIsReportedInAMessageBox) {
