@@ -1,5 +1,6 @@
 #include "Marvane/app/HostApplication.h"
 
+#include "Marvane/app/EmergencyStop.h"
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/app/ScriptConsole.h"
@@ -317,6 +318,9 @@ void StopKeepingChanges(MainWindow& window, PluginLoader& loader, std::ostream& 
 int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::ostream& err) {
     int exitCode = 0;
     MainWindow window;
+    // From here until the orderly stop is over, an uncaught exception keeps unsaved changes
+    // and removes our locks before the run aborts.
+    const EmergencyStop emergencyStop(err);
     AnswerDialogsWhenNobodyWatches(options);
     const std::unique_ptr<ScriptConsole> console = StartScriptConsole(options, window, err);
     StopOnTerminationSignals();

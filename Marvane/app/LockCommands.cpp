@@ -2,6 +2,7 @@
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/LockAudit.h"
+#include "Marvane/core/TextEscaping.h"
 #include "Marvane/projectbackend/LockStates.h"
 
 #include <algorithm>
@@ -24,27 +25,46 @@ struct LockCommandOptions {
     fs::path target;
 };
 
+// Takes the option at arguments[index] (and its value); false when it is none of ours.
+bool TakeOption(const std::vector<std::string>& arguments, std::size_t& index,
+                LockCommandOptions& options) {
+    const std::string& argument = arguments[index];
+    const bool hasValue = index + 1 < arguments.size();
+    if (argument == "--json" && options.verb == "locks") {
+        options.json = true;
+    } else if (argument == "--force" && options.verb == "unlock") {
+        options.force = true;
+    } else if (argument == "--user" && hasValue) {
+        options.user = arguments[++index];
+    } else if (argument == "--profile" && hasValue) {
+        options.profile = arguments[++index];
+    } else {
+        return false;
+    }
+    return true;
+}
+
 std::string Parse(const std::vector<std::string>& arguments, LockCommandOptions& options) {
     options.verb = arguments.front();
+    bool namesOnly = false; // after "--", a name may start with '-'
     for (std::size_t index = 1; index < arguments.size(); ++index) {
         const std::string& argument = arguments[index];
-        const bool hasValue = index + 1 < arguments.size();
-        if (argument == "--json" && options.verb == "locks") {
-            options.json = true;
-        } else if (argument == "--force" && options.verb == "unlock") {
-            options.force = true;
-        } else if (argument == "--user" && hasValue) {
-            options.user = arguments[++index];
-        } else if (argument == "--profile" && hasValue) {
-            options.profile = arguments[++index];
-        } else if (!argument.empty() && argument.front() == '-') {
-            return "unknown option " + argument;
-        } else if (options.target.empty()) {
-            options.target = argument;
-        } else {
+        if (!namesOnly && argument == "--") {
+            namesOnly = true;
+            continue;
+        }
+        if (!namesOnly && TakeOption(arguments, index, options)) {
+            continue;
+        }
+        if (!namesOnly && !argument.empty() && argument.front() == '-') {
+            return "unknown option " + TerminalText(argument) +
+                   " (put -- before a name that starts with '-')";
+        }
+        if (!options.target.empty()) {
             return "one " + std::string(options.verb == "locks" ? "production" : "project") +
                    " at a time";
         }
+        options.target = argument;
     }
     if (options.verb == "unlock" && options.target.empty()) {
         return "unlock needs the project whose lock to remove";
@@ -77,14 +97,16 @@ std::string UtcText(fs::file_time_type time) {
     return text;
 }
 
+// Every text from disk is shown escaped, so that no name can steer the terminal or forge a
+// row of its own.
 std::vector<std::string> Cells(const LockReport& report, const fs::path& production) {
     const bool readable = report.state != LockState::Unreadable;
-    return {report.projectPath.lexically_relative(production).string(),
-            readable ? report.content.lockingName : "?",
-            readable ? report.content.secondLockingString : "",
-            readable ? report.content.hostName : "",
+    return {TerminalText(report.projectPath.lexically_relative(production).string()),
+            readable ? TerminalText(report.content.lockingName) : "?",
+            readable ? TerminalText(report.content.secondLockingString) : "",
+            readable ? TerminalText(report.content.hostName) : "",
             readable ? std::to_string(report.content.processId) : "",
-            readable ? report.content.createdUtc : "",
+            readable ? TerminalText(report.content.createdUtc) : "",
             readable ? DescribeLastSeen(report.sinceLastSeen) : "",
             LockStateName(report.state)};
 }
@@ -99,7 +121,7 @@ void PrintTable(const std::vector<LockReport>& reports, const fs::path& producti
     std::vector<std::size_t> widths(rows.front().size(), 0);
     for (const auto& row : rows) {
         for (std::size_t column = 0; column < row.size(); ++column) {
-            widths[column] = std::max(widths[column], row[column].size());
+            widths[column] = std::max(widths[column], TerminalColumns(row[column]));
         }
     }
     for (const auto& row : rows) {
@@ -107,33 +129,47 @@ void PrintTable(const std::vector<LockReport>& reports, const fs::path& producti
         for (std::size_t column = 0; column < row.size(); ++column) {
             line += row[column];
             if (column + 1 < row.size()) {
-                line += std::string(widths[column] - row[column].size() + 2, ' ');
+                line += std::string(widths[column] - TerminalColumns(row[column]) + 2, ' ');
             }
         }
         out << line << "\n";
     }
 }
 
+// A text member; bytes that are not UTF-8 (a Latin-1 name) show as U+FFFD, and the member
+// of the same name with "Bytes" after it holds them escaped, so that a script can get the
+// exact name back.
+void SetText(nlohmann::json& object, const std::string& key, const std::string& bytes) {
+    if (IsWellFormedUtf8(bytes)) {
+        object[key] = bytes;
+        return;
+    }
+    object[key] = WellFormedUtf8(bytes);
+    object[key + "Bytes"] = EscapeIllFormedBytes(bytes);
+}
+
 void PrintJson(const std::vector<LockReport>& reports, const fs::path& production,
                std::ostream& out) {
     nlohmann::json locks = nlohmann::json::array();
     for (const LockReport& report : reports) {
-        nlohmann::json lock{
-            {"project", report.projectPath.lexically_relative(production).string()},
-            {"state", LockStateName(report.state)},
-        };
+        nlohmann::json lock = nlohmann::json::object();
+        SetText(lock, "project", report.projectPath.lexically_relative(production).string());
+        lock["state"] = LockStateName(report.state);
         if (report.state != LockState::Unreadable) {
-            lock["holder"] = report.content.lockingName;
-            lock["second"] = report.content.secondLockingString;
-            lock["machine"] = report.content.hostName;
+            SetText(lock, "holder", report.content.lockingName);
+            SetText(lock, "second", report.content.secondLockingString);
+            SetText(lock, "machine", report.content.hostName);
             lock["pid"] = report.content.processId;
-            lock["since"] = report.content.createdUtc;
+            SetText(lock, "since", report.content.createdUtc);
             lock["lastSeen"] = UtcText(report.lastSeen);
             lock["lastSeenSecondsAgo"] = report.sinceLastSeen.count();
         }
         locks.push_back(std::move(lock));
     }
-    out << nlohmann::json{{"production", production.string()}, {"locks", locks}}.dump(2) << "\n";
+    nlohmann::json listing = nlohmann::json::object();
+    SetText(listing, "production", production.string());
+    listing["locks"] = std::move(locks);
+    out << listing.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
 }
 
 int ListLocks(const LockCommandOptions& options, std::ostream& out, std::ostream& err) {
@@ -144,8 +180,9 @@ int ListLocks(const LockCommandOptions& options, std::ostream& out, std::ostream
     std::error_code error;
     if (production.empty() || !fs::is_directory(production, error)) {
         err << "marvane: "
-            << (production.empty() ? std::string("no production named, and none opened before")
-                                   : "\"" + production.string() + "\" is not a folder")
+            << (production.empty()
+                    ? std::string("no production named, and none opened before")
+                    : "\"" + TerminalText(production.string()) + "\" is not a folder")
             << "\n";
         return 2;
     }
@@ -166,18 +203,19 @@ int Unlock(const LockCommandOptions& options, std::ostream& out, std::ostream& e
     const fs::path project = fs::absolute(options.target).lexically_normal();
     LockReport report;
     if (!InspectLock(project, SilentAfter(), report)) {
-        err << "marvane: \"" << project.string() << "\" has no lock.\n";
+        err << "marvane: \"" << TerminalText(project.string()) << "\" has no lock.\n";
         return 1;
     }
     const bool breakable =
         report.state == LockState::Abandoned || report.state == LockState::Silent;
     if (!breakable && !options.force) {
-        err << "marvane: the lock of \"" << project.filename().string() << "\" ";
+        err << "marvane: the lock of \"" << TerminalText(project.filename().string()) << "\" ";
         if (report.state == LockState::Unreadable) {
             err << "cannot be read (it is not a complete lock)";
         } else {
-            err << "is " << LockStateName(report.state) << ": " << report.content.lockingName
-                << " on " << report.content.hostName << " holds it (last seen "
+            err << "is " << LockStateName(report.state) << ": "
+                << TerminalText(report.content.lockingName) << " on "
+                << TerminalText(report.content.hostName) << " holds it (last seen "
                 << DescribeLastSeen(report.sinceLastSeen) << ")";
         }
         err << ". Use --force to remove it anyway.\n";
@@ -191,13 +229,13 @@ int Unlock(const LockCommandOptions& options, std::ostream& out, std::ostream& e
     std::string removed;
     const TakeOverResult result = ReplaceLockFile(project, replacement, &removed);
     if (result == TakeOverResult::NotAbandoned && report.state == LockState::Unreadable) {
-        err << "marvane: \"" << report.lockPath.string()
+        err << "marvane: \"" << TerminalText(report.lockPath.string())
             << "\" is not a file (a folder, a link or a special file); marvane never removes "
                "such a thing. Look at it and remove it by hand.\n";
         return 1;
     }
     if (result != TakeOverResult::Taken) {
-        err << "marvane: the lock of \"" << project.filename().string()
+        err << "marvane: the lock of \"" << TerminalText(project.filename().string())
             << "\" changed while it was being removed (another editor locked or took over the "
                "project); nothing was removed.\n";
         return 1;
@@ -207,13 +245,14 @@ int Unlock(const LockCommandOptions& options, std::ostream& out, std::ostream& e
     std::string error;
     if (!RecordLockBreak(production, project, removed, options.force ? "unlock --force" : "unlock",
                          error)) {
-        err << "marvane: the lock was removed, but the record of it could not be written: " << error
-            << "\n";
+        err << "marvane: the lock was removed, but the record of it could not be written: "
+            << TerminalText(error) << "\n";
     }
     out << "Removed the " << LockStateName(report.state) << " lock of \""
-        << project.filename().string() << "\"";
+        << TerminalText(project.filename().string()) << "\"";
     if (report.state != LockState::Unreadable) {
-        out << " held by " << report.content.lockingName << " on " << report.content.hostName;
+        out << " held by " << TerminalText(report.content.lockingName) << " on "
+            << TerminalText(report.content.hostName);
     }
     out << ".\n";
     return 0;
@@ -231,7 +270,7 @@ int RunLockCommand(const std::vector<std::string>& arguments, std::ostream& out,
     if (const std::string error = Parse(arguments, options); !error.empty()) {
         err << "marvane: " << error << "\n"
             << "usage: marvane locks [--json] [--user NAME] [--profile DIR] [PRODUCTION]\n"
-            << "       marvane unlock [--force] [--user NAME] [--profile DIR] PROJECT\n";
+            << "       marvane unlock [--force] [--user NAME] [--profile DIR] [--] PROJECT\n";
         return 2;
     }
     SetUpIdentity(options);

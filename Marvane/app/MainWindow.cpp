@@ -11,6 +11,7 @@
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
+#include "Marvane/uitoolkit/PlainToolTip.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
@@ -71,6 +72,7 @@ MainWindow::MainWindow() {
     mCentre->setObjectName(QStringLiteral("CentreText"));
     mCentre->setAlignment(Qt::AlignCenter);
     mCentre->setWordWrap(true);
+    mCentre->setTextFormat(Qt::PlainText);
     mCentre->setMargin(24);
     mProjectTabs = new QTabWidget(mCentreStack);
     mProjectTabs->setObjectName(QStringLiteral("ProjectTabs"));
@@ -276,8 +278,8 @@ void MainWindow::SyncProjectTabs() {
             const int index =
                 mProjectTabs->addTab(page, QString::fromStdString(project->DisplayName()));
             mProjectTabs->setTabToolTip(
-                index,
-                QString::fromStdString(project->DisplayName() + "\n" + project->Path().string()));
+                index, PlainToolTip(QString::fromStdString(project->DisplayName() + "\n" +
+                                                           project->Path().string())));
         }
     }
     // The project the user works in is the one in view: a project just opened comes to the
@@ -330,6 +332,7 @@ void MainWindow::SetProductionBanner(const QString& text) {
         mProductionBanner = new QLabel(this);
         mProductionBanner->setObjectName(QStringLiteral("ProductionBanner"));
         mProductionBanner->setWordWrap(true);
+        mProductionBanner->setTextFormat(Qt::PlainText);
         mProductionBanner->setStyleSheet(
             QStringLiteral("#ProductionBanner { background: #fff3c4; color: #3a2c00; "
                            "padding: 4px 8px; }"));

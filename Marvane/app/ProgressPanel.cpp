@@ -31,8 +31,10 @@ ProgressPanel::ProgressPanel(QWidget* parent) : QDialog(parent) {
     auto* layout = new QVBoxLayout(this);
     mHeadline = new QLabel(this);
     mHeadline->setObjectName(QStringLiteral("ProgressHeadline"));
+    mHeadline->setTextFormat(Qt::PlainText);
     mDetail = new QLabel(this);
     mDetail->setObjectName(QStringLiteral("ProgressDetail"));
+    mDetail->setTextFormat(Qt::PlainText);
     mBar = new QProgressBar(this);
     mBar->setRange(0, 1000);
     auto* buttons = new QDialogButtonBox(this);

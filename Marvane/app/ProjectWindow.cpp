@@ -93,6 +93,8 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mPath = new ElidedLabel(this);
     mPath->setObjectName(QStringLiteral("ProjectPath"));
     mMode = new QLabel(this);
+    // The lines below name holders, machines and reasons read from disk: never markup.
+    mMode->setTextFormat(Qt::PlainText);
     mMode->setWordWrap(true);
     layout->addWidget(mName);
     layout->addWidget(mPath);
@@ -105,6 +107,7 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
     mOutOfDateText = new QLabel(mOutOfDate);
     mOutOfDateText->setObjectName(QStringLiteral("OutOfDateText"));
     mOutOfDateText->setWordWrap(true);
+    mOutOfDateText->setTextFormat(Qt::PlainText);
     banner->addWidget(mOutOfDateText, 1);
     auto* reload = new QPushButton(Text("$$$/Marvane/Host/Project/Reload=Reload"), mOutOfDate);
     banner->addWidget(reload);
@@ -298,10 +301,12 @@ void ProjectWindow::TakeOver() {
         ToggleReadOnly(); // nobody holds it: read-write takes the lock as usual
         return;
     }
-    const std::string error = TakeOverProject(mProject, false);
+    std::string recordError;
+    const std::string error = TakeOverProject(mProject, false, &recordError);
     if (!error.empty()) {
         Report(Localize("$$$/Marvane/Host/Project/TakeOverFailed=Cannot Take Over"), error);
     }
+    ReportUnrecorded(recordError);
     Refresh();
 }
 
@@ -318,11 +323,13 @@ void ProjectWindow::BreakLock() {
                         Localize("$$$/Marvane/Host/SavePrompt/Cancel=Cancel")},
                        kWarningIcon, 1);
     if (answer == 0) {
-        const std::string error = TakeOverProject(mProject, true);
+        std::string recordError;
+        const std::string error = TakeOverProject(mProject, true, &recordError);
         if (!error.empty()) {
             Report(Localize("$$$/Marvane/Host/Project/BreakLockFailed=Cannot Break the Lock"),
                    error);
         }
+        ReportUnrecorded(recordError);
     }
     Refresh();
 }
@@ -358,6 +365,13 @@ void ProjectWindow::RestoreIntoOriginal() {
 
 void ProjectWindow::Report(const std::string& title, const std::string& error) {
     ShowMessageBox(title, error, {}, kWarningIcon, 0);
+}
+
+void ProjectWindow::ReportUnrecorded(const std::string& recordError) {
+    if (!recordError.empty()) {
+        Report(Localize("$$$/Marvane/Host/Project/NotRecordedTitle=Lock Break Not Recorded"),
+               recordError);
+    }
 }
 
 } // namespace host

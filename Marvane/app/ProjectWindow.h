@@ -48,6 +48,8 @@ public:
 
 private:
     void Report(const std::string& title, const std::string& error);
+    // Tells the user that a take-over went ahead without its line in the lock record.
+    void ReportUnrecorded(const std::string& recordError);
 
     OpenProjectPtr mProject;
     ElidedLabel* mName = nullptr;

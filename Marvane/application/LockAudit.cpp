@@ -2,13 +2,14 @@
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/projectbackend/LockBreakLine.h"
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <nlohmann/json.hpp>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace host {
@@ -18,6 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kAuditFolder = ".marvane";
+constexpr const char* kAuditFileName = "lock-breaks.log";
 
 std::string UtcNow() {
     const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
@@ -33,10 +35,53 @@ bool IsWithin(const fs::path& path, const fs::path& folder) {
     return !folder.empty() && !relative.empty() && *relative.begin() != "..";
 }
 
+// Why a path of the record could not be opened; a link is named as such, whatever error
+// refusing it gave.
+std::string Reason(const fs::path& path, int errorNumber) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+        return path.string() + " is a symbolic link: the record is never written through one.";
+    }
+    return path.string() + ": " + std::strerror(errorNumber);
+}
+
+// The record file, opened for appending inside a ".marvane" that is a real folder: neither the
+// folder nor the file may be a symbolic link, and the file must be a regular one (a pipe in
+// its place would otherwise keep the break waiting). -1 with the reason in error.
+int OpenRecord(const fs::path& folder, std::string& error) {
+    if (::mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) {
+        error = Reason(folder, errno);
+        return -1;
+    }
+    const int folderHandle =
+        ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (folderHandle < 0) {
+        error = Reason(folder, errno);
+        return -1;
+    }
+    const fs::path file = folder / kAuditFileName;
+    const int handle =
+        ::openat(folderHandle, kAuditFileName,
+                 O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    const int openError = errno;
+    ::close(folderHandle);
+    if (handle < 0) {
+        error = Reason(file, openError);
+        return -1;
+    }
+    struct stat status {};
+    if (::fstat(handle, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(handle);
+        error = file.string() + " is not a regular file: the record is not written into it.";
+        return -1;
+    }
+    return handle;
+}
+
 } // namespace
 
 fs::path LockAuditFile(const fs::path& production) {
-    return production / kAuditFolder / "lock-breaks.log";
+    return production / kAuditFolder / kAuditFileName;
 }
 
 fs::path AuditProductionFor(const fs::path& project, const fs::path& openProduction) {
@@ -44,7 +89,9 @@ fs::path AuditProductionFor(const fs::path& project, const fs::path& openProduct
     std::error_code error;
     for (fs::path folder = absolute.parent_path(); folder.has_relative_path();
          folder = folder.parent_path()) {
-        if (fs::is_directory(folder / kAuditFolder, error)) {
+        // A link named ".marvane" does not make a production: its record would be written
+        // wherever the link points.
+        if (fs::is_directory(fs::symlink_status(folder / kAuditFolder, error))) {
             return folder;
         }
     }
@@ -57,29 +104,21 @@ fs::path AuditProductionFor(const fs::path& project, const fs::path& openProduct
 bool RecordLockBreak(const fs::path& production, const fs::path& project,
                      const std::string& brokenLockBytes, const std::string& how,
                      std::string& error) {
-    nlohmann::json lock = nlohmann::json::parse(brokenLockBytes, nullptr, false);
-    if (lock.is_discarded()) {
-        lock = brokenLockBytes; // an unreadable lock is recorded as the text it held
-    }
-    const LockingPreferences by = HostSession::Instance().GetLocking();
-    const nlohmann::json line{
-        {"when", UtcNow()},
-        {"by", by.name},
-        {"byMachine", ThisHostName()},
-        {"how", how},
-        {"project", project.lexically_normal().lexically_relative(production).string()},
-        {"lock", lock},
+    const LockBreak lockBreak{
+        .when = UtcNow(),
+        .by = HostSession::Instance().GetLocking().name,
+        .byMachine = ThisHostName(),
+        .how = how,
+        .project = project.lexically_normal().lexically_relative(production).string(),
+        .lock = brokenLockBytes,
     };
+    const std::string text = LockBreakLine(lockBreak);
     const fs::path file = LockAuditFile(production);
-    std::error_code made;
-    fs::create_directories(file.parent_path(), made);
-    const int handle = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    const int handle = OpenRecord(file.parent_path(), error);
     if (handle < 0) {
-        error = file.string() + ": " + std::strerror(errno);
         return false;
     }
     // One write of the whole line, so that lines of several editors never interleave.
-    const std::string text = line.dump() + "\n";
     const ssize_t written = ::write(handle, text.data(), text.size());
     const int writeError = errno;
     const bool synced = ::fsync(handle) == 0;

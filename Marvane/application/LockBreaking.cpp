@@ -30,7 +30,8 @@ std::string BreakLockQuestion(const OpenProject& project, const LockReport& repo
                      DescribeLastSeen(report.sinceLastSeen)});
 }
 
-std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent) {
+std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent,
+                            std::string* recordError) {
     if (!project || !project->IsReadOnly()) {
         return {};
     }
@@ -60,6 +61,12 @@ std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent) {
     if (!RecordLockBreak(production, project->Path(), replaced,
                          breakSilent ? "break lock" : "take over", error)) {
         Trace("Host", 1, "The lock record could not be written: " + error);
+        if (recordError != nullptr) {
+            *recordError = Localize("$$$/Marvane/Host/Lock/RecordNotWritten=The project is "
+                                    "yours now, but the production's record of broken locks "
+                                    "could not be written: @0",
+                                    {error});
+        }
     }
     // Our lock stands now: the project becomes writable on it.
     const ReadOnlyResult result = DocumentManager::Instance().SetReadOnly(project, false);

@@ -18,7 +18,9 @@ bool InspectProjectLock(const OpenProject& project, LockReport& report);
 // last seen.
 std::string BreakLockQuestion(const OpenProject& project, const LockReport& report);
 // Replaces an abandoned lock (and, with breakSilent, a silent one) by ours; empty on
-// success, otherwise what the user is told.
-std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent);
+// success, otherwise what the user is told. A replacement that went ahead but could not be
+// written to the lock record (recordError not null) sets recordError to what the user is told.
+std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent,
+                            std::string* recordError = nullptr);
 
 } // namespace host

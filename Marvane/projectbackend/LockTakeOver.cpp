@@ -23,7 +23,9 @@
 
 #include <cstdint>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace host {
 
@@ -94,9 +96,23 @@ void PutBack(const fs::path& aside, const fs::path& lockPath) {
     }
 }
 
-// The exact bytes at a lock's name: a regular file's whole content, or nothing.
+// The exact bytes at a lock's name: a regular file's whole content, or nothing. A symbolic
+// link is never a lock, whatever it points to, so it is never moved or removed as one: the
+// name itself must be the regular file that is read.
 bool LockBytes(const fs::path& path, std::string& bytes) {
-    return ReadRegularFile(path, bytes);
+    struct stat named {};
+    if (::lstat(path.c_str(), &named) != 0 || !S_ISREG(named.st_mode)) {
+        return false;
+    }
+    struct stat opened {};
+    int errorNumber = 0;
+    std::string content;
+    if (!ReadRegularFile(path, content, errorNumber, static_cast<std::size_t>(-1), opened) ||
+        opened.st_dev != named.st_dev || opened.st_ino != named.st_ino) {
+        return false;
+    }
+    bytes = std::move(content);
+    return true;
 }
 
 // Steps 2 and 3, with the claim held. Without ours (a lock broken, not taken over), the

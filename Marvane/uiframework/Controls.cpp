@@ -296,6 +296,7 @@ StaticTextControl::Create(TabView& parent, const ByteString& nodeID, TextAlignme
                                      : alignment == TextAlignment::Center ? Qt::AlignHCenter
                                                                           : Qt::AlignRight;
     label->setAlignment(horizontal | Qt::AlignVCenter);
+    label->setTextFormat(Qt::PlainText); // module texts name files and holders
     label->show();
     return std::unique_ptr<StaticTextControl>(
         new StaticTextControl(std::make_unique<UI_ControlImpl>(nodeID, label)));

@@ -137,6 +137,8 @@ int ShowMessageBox(const ByteString& title, const ByteString& text,
     QMessageBox box(IconFor(iconKind), QString::fromStdString(title), QString::fromStdString(text),
                     QMessageBox::NoButton, MainWindowWidget());
     box.setWindowModality(Qt::ApplicationModal);
+    // Messages name projects, holders and machines as read from disk: never markup.
+    box.setTextFormat(Qt::PlainText);
     std::vector<QAbstractButton*> added;
     for (const ByteString& label : request.buttons) {
         added.push_back(box.addButton(QString::fromStdString(label), QMessageBox::AcceptRole));

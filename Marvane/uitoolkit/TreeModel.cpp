@@ -2,6 +2,7 @@
 
 #include "Marvane/uitoolkit/FolderSorting.h"
 #include "Marvane/uitoolkit/HeaderRowImpl.h"
+#include "Marvane/uitoolkit/PlainToolTip.h"
 
 #include <algorithm>
 #include <numeric>
@@ -82,6 +83,12 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
     if (role == Qt::AccessibleTextRole) {
         return AccessibleText(index);
     }
+    const QVariant text = SourceText(index, role);
+    // A tooltip names holders and files: shown as it is, never as markup.
+    return role == Qt::ToolTipRole && text.isValid() ? PlainToolTip(text.toString()) : text;
+}
+
+QVariant TreeModel::SourceText(const QModelIndex& index, int role) const {
     const UI_MultiColumnTree::CellTextCallback& source = role == Qt::DisplayRole   ? cellText
                                                          : role == Qt::ToolTipRole ? toolTip
                                                                                    : nullptr;
@@ -102,8 +109,8 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const {
 // A cell as words: its text, and for the first cell (the row as a whole) or a cell that is only
 // a picture (the lock badge), what its tooltip says, such as who holds the lock.
 QString TreeModel::AccessibleText(const QModelIndex& index) const {
-    const QString text = data(index, Qt::DisplayRole).toString();
-    const QString tip = data(index, Qt::ToolTipRole).toString();
+    const QString text = SourceText(index, Qt::DisplayRole).toString();
+    const QString tip = SourceText(index, Qt::ToolTipRole).toString();
     if (tip.isEmpty() || tip == text || (index.column() > 0 && !text.isEmpty())) {
         return text;
     }

@@ -27,6 +27,9 @@ public:
     bool hasChildren(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QString AccessibleText(const QModelIndex& index) const;
+    // A cell's text or tooltip as the tree's callbacks give it (data() shows a tooltip as
+    // plain text); nothing for other roles.
+    QVariant SourceText(const QModelIndex& index, int role) const;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     Qt::DropActions supportedDragActions() const override;

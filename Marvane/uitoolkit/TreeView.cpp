@@ -223,6 +223,7 @@ void TreeWidget::SetOverlayText(const QString& text) {
         mOverlay = new QLabel(viewport());
         mOverlay->setObjectName(QStringLiteral("TreeOverlay"));
         mOverlay->setWordWrap(true);
+        mOverlay->setTextFormat(Qt::PlainText);
         mOverlay->setAlignment(Qt::AlignCenter);
         mOverlay->setAutoFillBackground(true);
         mOverlay->setStyleSheet(QStringLiteral(

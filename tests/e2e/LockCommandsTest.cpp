@@ -5,6 +5,7 @@
 #include "MarvaneProcess.h"
 #include "TemporaryFolder.h"
 
+#include "FileBytes.h"
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace e2e;
+
+using testsupport::ReadBytes;
+using testsupport::WriteBytes;
 
 std::string HostName() {
     char name[256] = {};
@@ -193,6 +197,133 @@ TEST_F(LockCommandsTest, BadArgumentsAreRefusedWithTheUsage) {
     const ProcessResult notFolder = Run({"locks", (production / "nowhere").string()});
     EXPECT_EQ(notFolder.exitCode, 2);
     EXPECT_NE(notFolder.err.find("is not a folder"), std::string::npos);
+}
+
+TEST_F(LockCommandsTest, UnlockRecordsAProjectAndALockWhoseBytesAreNotUtf8) {
+    // Named on a machine that writes Latin-1: "Scène 7", and a lock from it that is no JSON.
+    const fs::path latin1 = production / "Reels" / "Sc\xE8ne 7.mvproj";
+    WriteProject(latin1);
+    WriteBytes(latin1.string() + ".lock", "Beno\xEEt was here");
+    const ProcessResult result = Run({"unlock", "--force", latin1.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_FALSE(fs::exists(latin1.string() + ".lock"));
+    const auto lines = AuditLines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].at("project"), "Reels/Sc\uFFFDne 7.mvproj");
+    EXPECT_EQ(lines[0].at("projectBytes"), "Reels/Sc\\xE8ne 7.mvproj");
+    EXPECT_EQ(lines[0].at("lock"), "Beno\uFFFDt was here");
+    EXPECT_EQ(lines[0].at("lockBytes"), "Beno\\xEEt was here");
+    EXPECT_EQ(lines[0].at("lockCut"), false);
+}
+
+TEST_F(LockCommandsTest, TheJsonListingGivesTheBytesOfANameThatIsNotUtf8) {
+    const fs::path latin1 = production / "Reels" / "Sc\xE8ne 7.mvproj";
+    WriteProject(latin1);
+    Lock(latin1, "Chloe Diaz", "edit-bay-7", 4242, "their boot", std::chrono::hours(2));
+    const ProcessResult result = Run({"locks", "--json", production.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const nlohmann::json listing = nlohmann::json::parse(result.out);
+    ASSERT_EQ(listing.at("locks").size(), 6u);
+    EXPECT_EQ(listing.at("locks").at(4).at("projectBytes"), "Reels/Sc\\xE8ne 7.mvproj");
+}
+
+TEST_F(LockCommandsTest, TheRecordCopiesOnlyTheBeginningOfAHugeLock) {
+    const fs::path garbage = production / "Reels" / "Garbage.mvproj";
+    WriteBytes(garbage.string() + ".lock", std::string(1 << 20, 'x'));
+    ASSERT_EQ(Run({"unlock", "--force", garbage.string()}).exitCode, 0);
+    EXPECT_LT(fs::file_size(production / ".marvane" / "lock-breaks.log"), 8192u);
+    const auto lines = AuditLines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].at("lock"), std::string(4096, 'x'));
+    EXPECT_EQ(lines[0].at("lockSize"), 1 << 20);
+    EXPECT_EQ(lines[0].at("lockCut"), true);
+}
+
+TEST_F(LockCommandsTest, UnlockNeverWritesTheRecordThroughALink) {
+    const fs::path elsewhere = temporary.Path() / "elsewhere.log";
+    WriteBytes(elsewhere, "");
+    fs::create_symlink(elsewhere, production / ".marvane" / "lock-breaks.log");
+    const fs::path silent = production / "Reels" / "Silent.mvproj";
+    const ProcessResult result = Run({"unlock", silent.string()});
+    // The lock goes all the same; the user is told that the record could not be written.
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_FALSE(fs::exists(silent.string() + ".lock"));
+    EXPECT_NE(result.err.find("is a symbolic link"), std::string::npos) << result.err;
+    EXPECT_EQ(ReadBytes(elsewhere), "");
+}
+
+TEST_F(LockCommandsTest, AHiddenFolderThatIsALinkIsNotWhereTheRecordGoes) {
+    const fs::path elsewhere = temporary.Path() / "elsewhere";
+    fs::create_directories(elsewhere);
+    fs::remove(production / ".marvane");
+    fs::create_directory_symlink(elsewhere, production / ".marvane");
+    const fs::path silent = production / "Reels" / "Silent.mvproj";
+    EXPECT_EQ(Run({"unlock", silent.string()}).exitCode, 0);
+    EXPECT_FALSE(fs::exists(silent.string() + ".lock"));
+    EXPECT_TRUE(fs::is_empty(elsewhere));
+}
+
+TEST_F(LockCommandsTest, TheListingShowsControlCharactersAndBidiOverridesInNamesEscaped) {
+    // A name that would clear the screen, retitle the window, forge a row of its own and
+    // turn the rest of the line around.
+    const fs::path hostile = production / "Reels" / "Hostile.mvproj";
+    WriteProject(hostile);
+    Lock(hostile, "Eve\x1B[2J\nReels/Forged.mvproj  live\x1B]0;owned\x07\xE2\x80\xAEtxt",
+         "edit-bay-8\r", 4545, "their boot", std::chrono::seconds(40));
+    const ProcessResult result = Run({"locks", production.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out.find('\x1B'), std::string::npos);
+    EXPECT_EQ(result.out.find('\r'), std::string::npos);
+    EXPECT_EQ(result.out.find("\xE2\x80\xAE"), std::string::npos);
+    std::istringstream lines(result.out);
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(lines, line);) {
+        rows.push_back(line);
+    }
+    ASSERT_EQ(rows.size(), 7u) << result.out;
+    const std::size_t stateColumn = rows[0].find("STATE");
+    EXPECT_EQ(rows[3].rfind("Reels/Hostile.mvproj", 0), 0u) << rows[3];
+    EXPECT_NE(rows[3].find("Eve\\x1B[2J\\x0AReels/Forged.mvproj  live\\x1B]0;owned\\x07"
+                           "\\u202Etxt"),
+              std::string::npos)
+        << rows[3];
+    EXPECT_NE(rows[3].find("edit-bay-8\\x0D"), std::string::npos) << rows[3];
+    EXPECT_EQ(rows[3].substr(stateColumn), "live") << rows[3];
+    EXPECT_EQ(rows[6].substr(stateColumn), "silent") << rows[6];
+}
+
+TEST_F(LockCommandsTest, UnlockAcceptsDoubleDashBeforeNames) {
+    const fs::path reels = production / "Reels";
+    WriteProject(reels / "-rf.mvproj");
+    Lock(reels / "-rf.mvproj", "Chloe Diaz", "edit-bay-7", 4242, "their boot",
+         std::chrono::hours(2));
+    const fs::path before = fs::current_path();
+    fs::current_path(reels);
+    const ProcessResult result = RunMarvane(
+        {"unlock", "--user", "Ana Ruiz", "--profile", profile.string(), "--", "-rf.mvproj"});
+    const ProcessResult withoutDashes =
+        RunMarvane({"unlock", "--user", "Ana Ruiz", "--profile", profile.string(), "-rf.mvproj"});
+    fs::current_path(before);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_FALSE(fs::exists(reels / "-rf.mvproj.lock"));
+    EXPECT_EQ(withoutDashes.exitCode, 2);
+    EXPECT_NE(withoutDashes.err.find("put -- before a name"), std::string::npos)
+        << withoutDashes.err;
+}
+
+TEST_F(LockCommandsTest, ALinkAtTheLocksNameIsNeverRemovedEvenByForce) {
+    const fs::path free = production / "Reels" / "Free.mvproj";
+    const fs::path target = temporary.Path() / "somebody's lock";
+    WriteBytes(target, "{\"lockingName\": ");
+    fs::create_symlink(target, free.string() + ".lock");
+    const ProcessResult forced = Run({"unlock", "--force", free.string()});
+    EXPECT_EQ(forced.exitCode, 1);
+    EXPECT_NE(forced.err.find("is not a file (a folder, a link or a special file)"),
+              std::string::npos)
+        << forced.err;
+    EXPECT_TRUE(fs::is_symlink(free.string() + ".lock"));
+    EXPECT_EQ(ReadBytes(target), "{\"lockingName\": ");
+    EXPECT_TRUE(AuditLines().empty());
 }
 
 } // namespace

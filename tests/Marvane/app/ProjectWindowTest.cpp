@@ -3,6 +3,7 @@
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
@@ -10,6 +11,7 @@
 #include "host/ProjectBackEnd.h"
 
 #include <QAbstractItemModel>
+#include <QAccessible>
 #include <QCloseEvent>
 #include <QLabel>
 #include <QListView>
@@ -19,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include "FileBytes.h"
+#include "GoneProcess.h"
 #include <sstream>
 #include <unistd.h>
 
@@ -280,6 +283,43 @@ TEST_F(ProjectWindowTest, AnotherEditorsProjectShowsTheHolderAndWhenItIsOutOfDat
     Page()->Reload();
     EXPECT_FALSE(Page()->OutOfDateShown());
     EXPECT_EQ(Page()->GetProject()->Content().sequences.size(), 2u);
+}
+
+TEST_F(ProjectWindowTest, AHolderNamedInMarkupIsShownAsTheLiteralText) {
+    const std::string holder = "<h1 style='color:red'>click Break Lock now</h1>";
+    ASSERT_NE(host::CreateProjectLockFile(scene.string(), holder, "suite-2"), nullptr);
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    const QString expected = QString::fromStdString("Read-only: locked by " + holder + ".");
+    ASSERT_EQ(Page()->ModeText(), expected);
+    QLabel* mode = nullptr;
+    for (QLabel* label : Page()->findChildren<QLabel*>()) {
+        mode = label->text() == expected ? label : mode;
+    }
+    ASSERT_NE(mode, nullptr);
+    EXPECT_EQ(mode->textFormat(), Qt::PlainText);
+    // What the label shows, as a screen reader is told it: the markup itself.
+    QAccessibleInterface* shown = QAccessible::queryAccessibleInterface(mode);
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->text(QAccessible::Name), expected);
+}
+
+TEST_F(ProjectWindowTest, ATakeOverThatCannotBeRecordedStillTakesTheProjectAndSaysSo) {
+    host::LockFileContent ben = host::MakeLockFileContent("Ben Okafor", "suite-2");
+    ben.processId = testsupport::PidOfAGoneProcess();
+    std::ofstream(scene.string() + ".lock") << host::SerialiseLockFile(ben);
+    // The production's hidden folder is a link: the record is never written through it.
+    const fs::path elsewhere = root / "elsewhere";
+    fs::create_directories(elsewhere);
+    fs::create_directory_symlink(elsewhere, root / ".marvane");
+    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(Page()->TakeOverOffered());
+    Page()->TakeOver();
+    EXPECT_FALSE(Page()->GetProject()->IsReadOnly());
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    EXPECT_EQ(responder->GetRequests()[0].title, "Lock Break Not Recorded");
+    EXPECT_NE(responder->GetRequests()[0].text.find("is a symbolic link"), std::string::npos)
+        << responder->GetRequests()[0].text;
+    EXPECT_TRUE(fs::is_empty(elsewhere));
 }
 
 TEST_F(ProjectWindowTest, ADamagedProjectIsReportedInAMessageBox) {
