@@ -5,7 +5,6 @@
 #include "Marvane/documents/Recovery.h"
 #include "Marvane/projectbackend/LockFiles.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <ostream>
@@ -32,24 +31,12 @@ std::string DescribeCurrentException() {
     }
 }
 
-// What CloseProjectsKeepingChanges does at an orderly stop, less what needs a working event
-// loop: nobody is told that the projects closed.
+// What an orderly stop does, less what needs a working event loop: the projects are not
+// closed (nobody is told), only their locks are let go.
 void KeepChangesAndReleaseLocks(std::ostream& err) {
-    const RecoveryResult recovery = SaveRecoveryCopies(HostSession::Instance().dataDirectory);
-    for (const auto& copy : recovery.written) {
-        err << "marvane: unsaved changes were kept in " << copy << "\n";
-    }
+    KeepChangesBeforeStopping(HostSession::Instance().dataDirectory, err);
     for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
-        const bool failed =
-            std::any_of(recovery.failed.begin(), recovery.failed.end(),
-                        [&](const auto& failure) { return failure.first == project->Path(); });
-        if (failed) {
-            err << "marvane: the unsaved changes of " << project->Path()
-                << " could not be kept; its lock stays in place.\n";
-            project->AbandonLock();
-        } else {
-            project->ReleaseLock();
-        }
+        project->ReleaseLock(); // one that must keep its lock holds none any more
     }
     ReleaseCreatedLocks();
 }

@@ -178,20 +178,7 @@ void OfferRecoveredCopies(MainWindow& window) {
 // projects, and every lock this host holds is removed. A project whose copy could not be
 // written is not closed, so its lock stays and tells others it was in use.
 void CloseProjectsKeepingChanges(std::ostream& err) {
-    const RecoveryResult recovery = SaveRecoveryCopies(HostSession::Instance().dataDirectory);
-    for (const auto& copy : recovery.written) {
-        err << "marvane: unsaved changes were kept in " << copy << "\n";
-    }
-    for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
-        const bool failed =
-            std::any_of(recovery.failed.begin(), recovery.failed.end(),
-                        [&](const auto& failure) { return failure.first == project->Path(); });
-        if (failed) {
-            err << "marvane: the unsaved changes of " << project->Path()
-                << " could not be kept; its lock stays in place.\n";
-            project->AbandonLock();
-        }
-    }
+    KeepChangesBeforeStopping(HostSession::Instance().dataDirectory, err);
     DocumentManager::Instance().CloseAllWithoutAsking();
     ReleaseCreatedLocks();
 }

@@ -10,7 +10,9 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <ostream>
 
 namespace host {
 
@@ -130,6 +132,23 @@ std::vector<RecoveredCopy> FindRecoveredCopies(const fs::path& dataDirectory) {
 void MarkRecoveredCopyOffered(const RecoveredCopy& copy) {
     std::error_code error;
     fs::rename(copy.copy.string() + kOriginSuffix, copy.copy.string() + ".offered", error);
+}
+
+void KeepChangesBeforeStopping(const fs::path& dataDirectory, std::ostream& err) {
+    const RecoveryResult recovery = SaveRecoveryCopies(dataDirectory);
+    for (const auto& copy : recovery.written) {
+        err << "marvane: unsaved changes were kept in " << copy << "\n";
+    }
+    for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
+        const bool failed =
+            std::any_of(recovery.failed.begin(), recovery.failed.end(),
+                        [&](const auto& failure) { return failure.first == project->Path(); });
+        if (failed) {
+            err << "marvane: the unsaved changes of " << project->Path()
+                << " could not be kept; its lock stays in place.\n";
+            project->AbandonLock();
+        }
+    }
 }
 
 } // namespace host

@@ -3,6 +3,7 @@
 // each modified project's content is written as a copy into "<data folder>/Recovery", never
 // over the project, and offered at the next start.
 #include <filesystem>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ struct RecoveryResult {
 
 // Writes a copy of every open, modified project into "<data folder>/Recovery".
 RecoveryResult SaveRecoveryCopies(const std::filesystem::path& dataDirectory);
+// Before a stop that asks nobody: writes those copies, says on err where each went, and makes
+// every project whose copy could not be written keep its lock (it is not released when it
+// closes), so that its changes stay where its holder can still find them.
+void KeepChangesBeforeStopping(const std::filesystem::path& dataDirectory, std::ostream& err);
 class OpenProject;
 // Writes a copy of one project's content (modified or not); the copy, or empty with the
 // reason in error.
