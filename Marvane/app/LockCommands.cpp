@@ -2,6 +2,7 @@
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/LockAudit.h"
+#include "Marvane/core/JsonText.h"
 #include "Marvane/core/TextEscaping.h"
 #include "Marvane/projectbackend/LockStates.h"
 
@@ -136,38 +137,26 @@ void PrintTable(const std::vector<LockReport>& reports, const fs::path& producti
     }
 }
 
-// A text member; bytes that are not UTF-8 (a Latin-1 name) show as U+FFFD, and the member
-// of the same name with "Bytes" after it holds them escaped, so that a script can get the
-// exact name back.
-void SetText(nlohmann::json& object, const std::string& key, const std::string& bytes) {
-    if (IsWellFormedUtf8(bytes)) {
-        object[key] = bytes;
-        return;
-    }
-    object[key] = WellFormedUtf8(bytes);
-    object[key + "Bytes"] = EscapeIllFormedBytes(bytes);
-}
-
 void PrintJson(const std::vector<LockReport>& reports, const fs::path& production,
                std::ostream& out) {
     nlohmann::json locks = nlohmann::json::array();
     for (const LockReport& report : reports) {
         nlohmann::json lock = nlohmann::json::object();
-        SetText(lock, "project", report.projectPath.lexically_relative(production).string());
+        SetTextMember(lock, "project", report.projectPath.lexically_relative(production).string());
         lock["state"] = LockStateName(report.state);
         if (report.state != LockState::Unreadable) {
-            SetText(lock, "holder", report.content.lockingName);
-            SetText(lock, "second", report.content.secondLockingString);
-            SetText(lock, "machine", report.content.hostName);
+            SetTextMember(lock, "holder", report.content.lockingName);
+            SetTextMember(lock, "second", report.content.secondLockingString);
+            SetTextMember(lock, "machine", report.content.hostName);
             lock["pid"] = report.content.processId;
-            SetText(lock, "since", report.content.createdUtc);
+            SetTextMember(lock, "since", report.content.createdUtc);
             lock["lastSeen"] = UtcText(report.lastSeen);
             lock["lastSeenSecondsAgo"] = report.sinceLastSeen.count();
         }
         locks.push_back(std::move(lock));
     }
     nlohmann::json listing = nlohmann::json::object();
-    SetText(listing, "production", production.string());
+    SetTextMember(listing, "production", production.string());
     listing["locks"] = std::move(locks);
     out << listing.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
 }

@@ -1,5 +1,6 @@
 #include "Marvane/fileservices/TemporaryFiles.h"
 
+#include "Marvane/core/JsonText.h"
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileReading.h"
@@ -26,9 +27,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// One record a process: a first line of JSON naming the process, then a line per note,
-// "+<path in hex>" when a hidden file is made and "-<path in hex>" when it is gone. Hex keeps
-// any byte of a name (a line break, bytes that are not UTF-8) on its line.
+// One record a process: a first line of JSON naming the process, then a line per note, "+"
+// and the path when a hidden file is made, "-" and the path when it is gone.
 struct Record {
     std::mutex mutex;
     fs::path folder;
@@ -43,45 +43,17 @@ Record& TheRecord() {
     return record;
 }
 
-std::string Hex(const std::string& bytes) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (const char character : bytes) {
-        const auto byte = static_cast<unsigned char>(character);
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 15];
-    }
-    return text;
-}
-
-bool FromHex(const std::string& text, std::string& bytes) {
-    if (text.size() % 2 != 0) {
-        return false;
-    }
-    const auto value = [](char digit) {
-        return digit >= '0' && digit <= '9'   ? digit - '0'
-               : digit >= 'a' && digit <= 'f' ? digit - 'a' + 10
-                                              : -1;
-    };
-    bytes.clear();
-    for (std::size_t at = 0; at < text.size(); at += 2) {
-        const int high = value(text[at]);
-        const int low = value(text[at + 1]);
-        if (high < 0 || low < 0) {
-            return false;
-        }
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return true;
+// One note's line: the sign and the path as JSON, which keeps any byte of a name (a line
+// break, bytes that are not UTF-8) on its line.
+std::string NoteLine(char sign, const fs::path& path) {
+    return sign + JsonText(PathToJson(path)) + "\n";
 }
 
 std::string Header() {
-    return nlohmann::json{{"hostName", ThisHostName()},
-                          {"bootId", ThisBootId()},
-                          {"processId", static_cast<long long>(::getpid())},
-                          {"processStartTicks", ThisProcessStartTicks()}}
-               .dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) +
+    return JsonText({{"hostName", ThisHostName()},
+                     {"bootId", ThisBootId()},
+                     {"processId", static_cast<long long>(::getpid())},
+                     {"processStartTicks", ThisProcessStartTicks()}}) +
            "\n";
 }
 
@@ -152,8 +124,11 @@ std::vector<std::string> OpenNotes(std::istream& lines) {
     std::string line;
     std::string path;
     while (std::getline(lines, line)) {
-        if (line.size() < 2 || (line[0] != '+' && line[0] != '-') ||
-            !FromHex(line.substr(1), path)) {
+        if (line.size() < 2 || (line[0] != '+' && line[0] != '-')) {
+            continue;
+        }
+        path = PathFromJson(nlohmann::json::parse(line.substr(1), nullptr, false)).string();
+        if (path.empty()) {
             continue; // a line cut short by the kill
         }
         if (line[0] == '+') {
@@ -188,7 +163,7 @@ TemporaryFileNote::TemporaryFileNote(const fs::path& path) : mPath(path) {
     if (!EnsureOpen(record)) {
         return;
     }
-    mNoted = WriteWhole(record.descriptor, "+" + Hex(mPath.string()) + "\n");
+    mNoted = WriteWhole(record.descriptor, NoteLine('+', mPath));
     if (mNoted) {
         ++record.open[mPath.string()];
     }
@@ -213,7 +188,7 @@ TemporaryFileNote::~TemporaryFileNote() {
             return;
         }
     }
-    WriteWhole(record.descriptor, "-" + Hex(mPath.string()) + "\n");
+    WriteWhole(record.descriptor, NoteLine('-', mPath));
 }
 
 std::size_t RemoveTemporaryFilesOfGoneProcesses() {
@@ -253,7 +228,7 @@ std::size_t RemoveTemporaryFilesOfGoneProcesses() {
             case Tidied::NothingThere:
                 break;
             case Tidied::Unreachable:
-                kept += "+" + Hex(path) + "\n";
+                kept += NoteLine('+', path);
                 break;
             }
         }

@@ -1,6 +1,7 @@
 #include "Marvane/projectbackend/LockBreakLine.h"
 
 #include "Marvane/core/JsonNesting.h"
+#include "Marvane/core/JsonText.h"
 #include "Marvane/core/TextEscaping.h"
 
 #include <nlohmann/json.hpp>
@@ -9,15 +10,6 @@
 namespace host {
 
 namespace {
-
-void AddText(nlohmann::ordered_json& line, const std::string& key, std::string_view bytes) {
-    if (IsWellFormedUtf8(bytes)) {
-        line[key] = std::string(bytes);
-        return;
-    }
-    line[key] = WellFormedUtf8(bytes);
-    line[key + "Bytes"] = EscapeIllFormedBytes(bytes);
-}
 
 // The first `limit` bytes, less a character that the limit would cut in two.
 std::string_view Beginning(std::string_view bytes, std::size_t limit) {
@@ -44,11 +36,11 @@ std::string_view Beginning(std::string_view bytes, std::size_t limit) {
 
 std::string LockBreakLine(const LockBreak& lockBreak) {
     nlohmann::ordered_json line = nlohmann::ordered_json::object();
-    AddText(line, "when", lockBreak.when);
-    AddText(line, "by", lockBreak.by);
-    AddText(line, "byMachine", lockBreak.byMachine);
-    AddText(line, "how", lockBreak.how);
-    AddText(line, "project", lockBreak.project);
+    SetTextMember(line, "when", lockBreak.when);
+    SetTextMember(line, "by", lockBreak.by);
+    SetTextMember(line, "byMachine", lockBreak.byMachine);
+    SetTextMember(line, "how", lockBreak.how);
+    SetTextMember(line, "project", lockBreak.project);
     const bool cut = lockBreak.lock.size() > kLockBreakCopiedBytes;
     const std::string_view copied = Beginning(lockBreak.lock, kLockBreakCopiedBytes);
     nlohmann::ordered_json lock = nlohmann::ordered_json::value_t::discarded;
@@ -56,7 +48,7 @@ std::string LockBreakLine(const LockBreak& lockBreak) {
         lock = nlohmann::ordered_json::parse(copied, nullptr, false);
     }
     if (lock.is_discarded()) {
-        AddText(line, "lock", copied); // not a whole lock: the text it held
+        SetTextMember(line, "lock", copied); // not a whole lock: the text it held
     } else {
         line["lock"] = std::move(lock);
     }
