@@ -98,6 +98,11 @@ void TandrelDirectoryView::InstallNameEditText(const host::TreeRowPtr& row) {
         GetTree().GetCellView(row, Columns::kNameColumn) == nullptr) {
         return;
     }
+    // The production's trash keeps its name: renamed, it would become an ordinary folder
+    // holding what was deleted, and the next Delete would make a new trash.
+    if (host::IsTheMvProductionTrashDirectory(GetRowPath(row))) {
+        return;
+    }
     // One name at a time: F2 again while a name is being edited leaves that edit alone.
     if (!GetTree().GetEditFields().empty()) {
         return;
@@ -174,7 +179,7 @@ void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::Wi
 
 void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
                                         const host::WideString& newName) {
-    if (!host::IsTandrelManagerActive()) {
+    if (!host::IsTandrelManagerActive() || host::IsTheMvProductionTrashDirectory(oldPath)) {
         return;
     }
     // Another editor may have opened a project inside since the command was allowed: the

@@ -86,6 +86,8 @@ public:
         std::function<std::unique_ptr<UI_SubView>(const TreeRowPtr& row, ColumnID column)>;
     using RowCallback = std::function<void(const TreeRowPtr& row)>;
     using DisclosureCallback = std::function<void(const TreeRowPtr& row, bool open)>;
+    // value: 0 for a plain click on the row; a release that ends a drag, or a click on a
+    // row's disclosure triangle, carries a non-zero value.
     using ClickCallback = std::function<void(const TreeRowPtr& row, UI_Point point,
                                              std::uint32_t modifiers, std::uint32_t value)>;
     using SelectionCallback = std::function<void()>;

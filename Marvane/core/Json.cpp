@@ -200,6 +200,12 @@ std::optional<JsonValue> ParseJson(std::string_view text, std::string* error) {
         }
         return std::nullopt;
     }
+    if (HoldsNulByte(text)) {
+        if (error != nullptr) {
+            *error = "JSON text holds a NUL byte";
+        }
+        return std::nullopt;
+    }
     try {
         return FromNlohmann(Ordered::parse(text.begin(), text.end()));
     } catch (const std::exception& failure) {

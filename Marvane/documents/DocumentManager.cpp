@@ -158,6 +158,8 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     std::string error;
     if (!LoadProjectContent(path, content, error, &stamp)) {
         if (lock && lock->IsOwnedByCaller()) {
+            // A read that stopped moving for a moment need not mean the folder is gone.
+            files::LookAgainIfNotAnswering();
             RemoveOwnLockFile(path);
         }
         return {nullptr, error};
@@ -212,11 +214,19 @@ bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects, bool sa
 }
 
 bool DocumentManager::CloseAll() {
+    // A folder taken for not answering (a slow moment, a server back since) is asked once
+    // more, so that the locks of the projects closed now are given back when it answers.
+    if (!mProjects.empty()) {
+        files::LookAgainIfNotAnswering();
+    }
     const std::vector<OpenProjectPtr> all = mProjects;
     return Close(all);
 }
 
 void DocumentManager::CloseAllWithoutAsking() {
+    if (!mProjects.empty()) {
+        files::LookAgainIfNotAnswering();
+    }
     while (!mProjects.empty()) {
         Remove(mProjects.back());
     }

@@ -4,9 +4,12 @@
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <functional>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,6 +21,12 @@ namespace {
 
 constexpr std::size_t kMaximumProjectBytes = 256 * 1024 * 1024;
 
+struct Read {
+    std::string text;
+    struct stat status {};
+    int error = 0;
+};
+
 FileStamp StampOfStatus(const struct stat& status) {
     FileStamp stamp;
     stamp.inode = static_cast<unsigned long long>(status.st_ino);
@@ -27,23 +36,31 @@ FileStamp StampOfStatus(const struct stat& status) {
     return stamp;
 }
 
+std::function<void(std::size_t)>& ReadHook() {
+    static std::function<void(std::size_t)> hook;
+    return hook;
+}
+
 // The whole file and the identity of exactly the version read; false with errno set. A pipe or
-// anything else that is not a regular file is refused at once, never waited on.
+// anything else that is not a regular file is refused at once, never waited on. A big file
+// read slowly is waited for as long as its bytes keep coming: only a folder that stops
+// answering is taken for one.
 bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp) {
-    struct Read {
-        std::string text;
-        struct stat status {};
-        int error = 0;
-    };
-    const std::optional<Read> read = files::Bounded<Read>(file, [file] {
-        Read result;
-        if (!ReadRegularFile(file, result.text, result.error, kMaximumProjectBytes,
-                             result.status)) {
-            result.error = result.error != 0 ? result.error : EIO;
-        }
-        return result;
-    });
-    if (!read) {
+    auto read = std::make_shared<Read>();
+    const bool finished = files::RunBoundedWhileMoving(
+        file, [file, read, hook = ReadHook()](std::atomic<std::uint64_t>& progress) {
+            const auto moved = [&progress, &hook](std::size_t bytesSoFar) {
+                progress.store(bytesSoFar + 1);
+                if (hook) {
+                    hook(bytesSoFar);
+                }
+            };
+            if (!ReadRegularFile(file, read->text, read->error, kMaximumProjectBytes, read->status,
+                                 moved)) {
+                read->error = read->error != 0 ? read->error : EIO;
+            }
+        });
+    if (!finished) {
         errno = ETIMEDOUT;
         return false;
     }
@@ -51,12 +68,16 @@ bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp) {
         errno = read->error;
         return false;
     }
-    text = read->text;
+    text = std::move(read->text);
     stamp = StampOfStatus(read->status);
     return true;
 }
 
 } // namespace
+
+void SetProjectReadHookForTesting(std::function<void(std::size_t bytesSoFar)> hook) {
+    ReadHook() = std::move(hook);
+}
 
 bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, std::string& error,
                         FileStamp* stamp) {

@@ -4,6 +4,7 @@
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,9 @@ struct FileStamp;
 // message for the user; the file is never touched.
 bool LoadProjectContent(const std::filesystem::path& projectPath, ProjectContent& content,
                         std::string& error, FileStamp* stamp = nullptr);
+// Lets a test hear each piece of a project read (on the thread that reads it), to make the
+// read slow; empty to stop.
+void SetProjectReadHookForTesting(std::function<void(std::size_t bytesSoFar)> hook);
 // Reads a project's text (no file is involved: projectPath names the project in the message
 // and gives the name of a project whose text has none). On failure returns false with a
 // message for the user: text that is not JSON, nests too deeply, has members of the wrong

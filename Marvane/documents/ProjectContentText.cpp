@@ -48,7 +48,7 @@ bool ParseProjectContent(std::string_view text, const std::filesystem::path& pro
                 std::to_string(kMaximumJsonNesting) + " levels." + left;
         return false;
     }
-    const auto json = nlohmann::json::parse(text, nullptr, false);
+    const auto json = ParseUntrustedJson(text);
     if (!json.is_object()) {
         error = project + " is damaged: it is not a project file of this application." + left;
         return false;
@@ -84,9 +84,7 @@ bool ParseProjectContent(std::string_view text, const std::filesystem::path& pro
 }
 
 std::string SerialiseProjectContent(const ProjectContent& content) {
-    nlohmann::json json = NestsTooDeeply(content.otherMembers)
-                              ? nlohmann::json()
-                              : nlohmann::json::parse(content.otherMembers, nullptr, false);
+    nlohmann::json json = ParseUntrustedJson(content.otherMembers);
     if (!json.is_object()) {
         json = nlohmann::json::object();
     }

@@ -6,8 +6,10 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <fcntl.h>
 #include <mutex>
 #include <thread>
+#include <unistd.h>
 
 namespace host::files {
 
@@ -161,8 +163,12 @@ std::uint64_t BoundedAccessCount() {
     return TheGate().handedOver;
 }
 
-bool RunBounded(const fs::path& path, std::function<void()> access,
-                std::chrono::milliseconds deadline) {
+namespace {
+
+// Runs access as RunBounded does. With progress, the wait goes on while progress moves.
+bool RunBoundedWatching(const fs::path& path, std::function<void()> access,
+                        std::chrono::milliseconds deadline,
+                        const std::shared_ptr<std::atomic<std::uint64_t>>& progress) {
     Gate& gate = TheGate();
     std::unique_lock lock(gate.mutex);
     if (!CurrentThreadIsMainThread() || !IsUnder(path, gate.folder)) {
@@ -197,7 +203,15 @@ bool RunBounded(const fs::path& path, std::function<void()> access,
     }
     {
         std::unique_lock waiting(task->mutex);
-        if (task->finished.wait_for(waiting, deadline, [&] { return task->done; })) {
+        std::uint64_t seen = progress ? progress->load() : 0;
+        while (!task->finished.wait_for(waiting, deadline, [&] { return task->done; })) {
+            const std::uint64_t now = progress ? progress->load() : seen;
+            if (now == seen) {
+                break; // nothing moved for a whole deadline
+            }
+            seen = now;
+        }
+        if (task->done) {
             return true;
         }
     }
@@ -232,6 +246,64 @@ bool RunBounded(const fs::path& path, std::function<void()> access,
         });
     }
     return false;
+}
+
+} // namespace
+
+bool RunBounded(const fs::path& path, std::function<void()> access,
+                std::chrono::milliseconds deadline) {
+    return RunBoundedWatching(path, std::move(access), deadline, nullptr);
+}
+
+bool RunBoundedWhileMoving(const fs::path& path,
+                           std::function<void(std::atomic<std::uint64_t>& progress)> access,
+                           std::chrono::milliseconds deadline) {
+    auto progress = std::make_shared<std::atomic<std::uint64_t>>(0);
+    return RunBoundedWatching(
+        path, [progress, access = std::move(access)] { access(*progress); }, deadline, progress);
+}
+
+bool LookAgainIfNotAnswering() {
+    Gate& gate = TheGate();
+    std::unique_lock lock(gate.mutex);
+    if (!gate.hung || gate.folder.empty()) {
+        return true;
+    }
+    const fs::path folder = gate.folder;
+    const std::chrono::milliseconds deadline = gate.deadline;
+    const std::uint64_t generation = gate.generation;
+    lock.unlock();
+
+    // A look that hangs keeps its own thread, which ends when the folder answers.
+    struct Look {
+        std::mutex mutex;
+        std::condition_variable done;
+        bool finished = false;
+        bool answered = false;
+    };
+    auto look = std::make_shared<Look>();
+    std::thread([look, folder] {
+        const int descriptor =
+            ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
+        if (descriptor >= 0) {
+            ::close(descriptor);
+        }
+        std::lock_guard finished(look->mutex);
+        look->finished = true;
+        look->answered = descriptor >= 0;
+        look->done.notify_all();
+    }).detach();
+    std::unique_lock waiting(look->mutex);
+    if (!look->done.wait_for(waiting, deadline, [&] { return look->finished; }) ||
+        !look->answered) {
+        return false;
+    }
+    waiting.unlock();
+    lock.lock();
+    if (gate.generation == generation) {
+        gate.hung = false;
+    }
+    return true;
 }
 
 } // namespace host::files

@@ -7,7 +7,9 @@
 // first access that misses it marks the folder as not answering (the handler is told once);
 // from then on main-thread accesses under it fail at once, without touching the file system,
 // until FolderAnswersAgain. Other threads, and paths outside the folder, access directly.
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -38,6 +40,19 @@ std::uint64_t BoundedAccessCount();
 // through a folder tree, a save).
 bool RunBounded(const std::filesystem::path& path, std::function<void()> access,
                 std::chrono::milliseconds deadline = {});
+
+// An access that tells how far it got: it adds to `progress` as it moves (bytes read). The
+// main thread waits for it as long as it keeps moving, and takes the folder for not answering
+// only when `progress` stood still for a whole deadline: a big file read slowly is not a
+// share that stopped answering.
+bool RunBoundedWhileMoving(const std::filesystem::path& path,
+                           std::function<void(std::atomic<std::uint64_t>& progress)> access,
+                           std::chrono::milliseconds deadline = {});
+
+// Called before letting go of what the guarded folder holds (locks at quit): when the folder
+// is taken for not answering, looks at it once more, within its deadline, and lets accesses
+// through again when it answers. Whether it answers now.
+bool LookAgainIfNotAnswering();
 
 // The deadline of accesses that are long by nature.
 inline constexpr std::chrono::milliseconds kLongAccess{3000};

@@ -15,7 +15,8 @@ bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int&
 }
 
 bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int& errorNumber,
-                     std::size_t maximumBytes, struct stat& status) {
+                     std::size_t maximumBytes, struct stat& status,
+                     const std::function<void(std::size_t bytesSoFar)>& onRead) {
     // O_NONBLOCK: opening a pipe for reading would otherwise wait for a writer for ever.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0) {
@@ -47,6 +48,9 @@ bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int&
             break;
         }
         content.append(buffer, static_cast<std::size_t>(count));
+        if (onRead) {
+            onRead(content.size());
+        }
     }
     ::close(descriptor);
     if (ok) {
@@ -62,10 +66,10 @@ bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes) {
 
 nlohmann::json ReadJsonFile(const std::filesystem::path& path) {
     std::string bytes;
-    if (!ReadRegularFile(path, bytes) || NestsTooDeeply(bytes)) {
+    if (!ReadRegularFile(path, bytes)) {
         return nlohmann::json::value_t::discarded;
     }
-    return nlohmann::json::parse(bytes, nullptr, false);
+    return ParseUntrustedJson(bytes);
 }
 
 } // namespace host

@@ -4,6 +4,7 @@
 // folder in its place is refused at once instead of hanging the host.
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -15,9 +16,10 @@ namespace host {
 // that is not a regular file) when it cannot.
 bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int& errorNumber);
 // The same, refusing a file larger than maximumBytes (EFBIG), and giving the status of exactly
-// the file read.
+// the file read. onRead, when given, hears the number of bytes read so far after each piece.
 bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes, int& errorNumber,
-                     std::size_t maximumBytes, struct stat& opened);
+                     std::size_t maximumBytes, struct stat& opened,
+                     const std::function<void(std::size_t bytesSoFar)>& onRead = {});
 bool ReadRegularFile(const std::filesystem::path& path, std::string& bytes);
 
 // The JSON a file holds, read as above; a discarded value (is_discarded()) when the file is

@@ -1,5 +1,6 @@
 #include "Marvane/fileservices/TemporaryFiles.h"
 
+#include "Marvane/core/JsonNesting.h"
 #include "Marvane/core/JsonText.h"
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileCopy.h"
@@ -117,6 +118,14 @@ Tidied TidyUp(const fs::path& path) {
     return ::lstat(path.c_str(), &status) == 0 ? Tidied::Unreachable : Tidied::Removed;
 }
 
+// Whether the header line names its writer as this file's own writer does.
+bool IsWriterHeader(const nlohmann::json& writer) {
+    return writer.is_object() && writer.contains("hostName") && writer["hostName"].is_string() &&
+           writer.contains("bootId") && writer["bootId"].is_string() &&
+           writer.contains("processId") && writer["processId"].is_number_integer() &&
+           writer.contains("processStartTicks") && writer["processStartTicks"].is_number_integer();
+}
+
 // The notes of a record still open: every path noted and not closed, in the order noted.
 std::vector<std::string> OpenNotes(std::istream& lines) {
     std::vector<std::string> order;
@@ -127,7 +136,7 @@ std::vector<std::string> OpenNotes(std::istream& lines) {
         if (line.size() < 2 || (line[0] != '+' && line[0] != '-')) {
             continue;
         }
-        path = PathFromJson(nlohmann::json::parse(line.substr(1), nullptr, false)).string();
+        path = PathFromJson(ParseUntrustedJson(std::string_view(line).substr(1))).string();
         if (path.empty()) {
             continue; // a line cut short by the kill
         }
@@ -211,11 +220,12 @@ std::size_t RemoveTemporaryFilesOfGoneProcesses() {
         std::istringstream lines(text);
         std::string header;
         std::getline(lines, header);
-        const nlohmann::json writer = nlohmann::json::parse(header, nullptr, false);
-        if (!writer.is_object() || !RecordedProcessIsGone(writer.value("hostName", std::string()),
-                                                          writer.value("bootId", std::string()),
-                                                          writer.value("processId", 0LL),
-                                                          writer.value("processStartTicks", 0LL))) {
+        const nlohmann::json writer = ParseUntrustedJson(header);
+        if (!IsWriterHeader(writer) ||
+            !RecordedProcessIsGone(writer["hostName"].get<std::string>(),
+                                   writer["bootId"].get<std::string>(),
+                                   writer["processId"].get<long long>(),
+                                   writer["processStartTicks"].get<long long>())) {
             continue;
         }
         std::string kept = header + "\n";

@@ -44,8 +44,8 @@ std::string LockBreakLine(const LockBreak& lockBreak) {
     const bool cut = lockBreak.lock.size() > kLockBreakCopiedBytes;
     const std::string_view copied = Beginning(lockBreak.lock, kLockBreakCopiedBytes);
     nlohmann::ordered_json lock = nlohmann::ordered_json::value_t::discarded;
-    if (!cut && !NestsTooDeeply(copied)) {
-        lock = nlohmann::ordered_json::parse(copied, nullptr, false);
+    if (!cut) {
+        lock = ParseUntrustedJson<nlohmann::ordered_json>(copied);
     }
     if (lock.is_discarded()) {
         SetTextMember(line, "lock", copied); // not a whole lock: the text it held

@@ -23,10 +23,7 @@ long long IntegerMember(const nlohmann::json& json, const char* key) {
 bool DecodeLockFileText(std::string_view text, LockFileContent& content) {
     // Another machine wrote this file: however deep its text nests, reading it must not
     // exhaust the stack.
-    if (NestsTooDeeply(text)) {
-        return false;
-    }
-    const auto json = nlohmann::json::parse(text, nullptr, false);
+    const auto json = ParseUntrustedJson(text);
     if (!json.is_object()) {
         return false;
     }

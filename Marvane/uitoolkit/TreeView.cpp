@@ -120,8 +120,21 @@ TreeWidget::TreeWidget(MultiColumnTreeImpl& tree) : mTree(tree) {
     setEditTriggers(QAbstractItemView::NoEditTriggers);
 }
 
+bool TreeWidget::IsOnBranch(QPoint point) const {
+    const QModelIndex index = indexAt(point);
+    if (!index.isValid()) {
+        return false;
+    }
+    const QRect cell = visualRect(index);
+    const int sectionLeft = columnViewportPosition(index.column());
+    const int sectionRight = sectionLeft + columnWidth(index.column());
+    return isRightToLeft() ? point.x() >= cell.right() + 1 && point.x() < sectionRight
+                           : point.x() >= sectionLeft && point.x() < cell.left();
+}
+
 void TreeWidget::mousePressEvent(QMouseEvent* event) {
     mPressedAt = event->position().toPoint();
+    mPressedOnBranch = IsOnBranch(mPressedAt);
     // A click on the empty area below the rows: every row is deselected, or, when the tree
     // is set not to, nothing changes.
     if (!indexAt(mPressedAt).isValid()) {
@@ -144,19 +157,24 @@ void TreeWidget::mousePressEvent(QMouseEvent* event) {
 void TreeWidget::mouseReleaseEvent(QMouseEvent* event) {
     QTreeView::mouseReleaseEvent(event);
     const QPoint at = event->position().toPoint();
-    // A release after the pointer travelled (a drag) carries a non-zero value.
-    const std::uint32_t dragged =
-        (at - mPressedAt).manhattanLength() >= QApplication::startDragDistance() ? 1u : 0u;
+    // A release after the pointer travelled (a drag), or of a click on a disclosure
+    // triangle, carries a non-zero value: neither is a click on the row.
+    const bool dragged = (at - mPressedAt).manhattanLength() >= QApplication::startDragDistance();
+    const bool onBranch = mPressedOnBranch || IsOnBranch(at);
     if (const TreeRowPtr row = mTree.model.RowAt(indexAt(at)); row && mTree.clickUp) {
         mTree.clickUp(
             row,
             {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
-            CurrentModifiers(event->modifiers()), dragged);
+            CurrentModifiers(event->modifiers()), dragged || onBranch ? 1u : 0u);
     }
 }
 
 void TreeWidget::mouseDoubleClickEvent(QMouseEvent* event) {
     QTreeView::mouseDoubleClickEvent(event);
+    // Two quick clicks on a triangle open and close the folder; they do not open the row.
+    if (IsOnBranch(event->position().toPoint())) {
+        return;
+    }
     if (const TreeRowPtr row = mTree.model.RowAt(indexAt(event->position().toPoint()));
         row && mTree.doubleClick) {
         mTree.doubleClick(

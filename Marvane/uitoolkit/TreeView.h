@@ -57,10 +57,14 @@ private:
     // Asks the owner about a drag event at its position and answers the event.
     void AnswerDrag(QDropEvent& event, bool isDrop);
     UI_MultiColumnTree::DropPlace PlaceAt(QPoint point, QRect& feedback) const;
+    // Whether point lies on the disclosure triangle's strip of its row, left of the cell
+    // (right of it, right to left): that click opens or closes the folder, nothing else.
+    bool IsOnBranch(QPoint point) const;
 
     MultiColumnTreeImpl& mTree;
     QRect mDropFeedback; // where the feedback is drawn, in the viewport
     QPoint mPressedAt;
+    bool mPressedOnBranch = false;
     QPointer<QProgressBar> mBusy;
     QPointer<QLabel> mOverlay;
     void PlaceOverlay();

@@ -1,15 +1,20 @@
-// A row dragged onto a folder with a real pointer: the real marvane on a virtual X display,
-// the pointer moved by xdotool, the drag carried by the X11 drag protocol as for a person.
+// A row dragged onto a folder with a real pointer: the real marvane on a virtual X display
+// under a real window manager, the pointer and keys moved by xdotool, the drag carried by the
+// X11 drag protocol as for a person.
 #include "E2eProjects.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
+#include "WindowManager.h"
 #include "XvfbDisplay.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -51,59 +56,104 @@ protected:
         WriteProject(production / "Scene 1.mvproj");
         WriteProject(production / "Dailies" / "Shot 1.mvproj");
         ASSERT_FALSE(display.Name().empty()) << "Xvfb did not start";
+        ASSERT_EQ(windowManager.Name(), "Openbox") << "the window manager did not start";
+        ana = std::make_unique<ScriptedMarvane>(
+            std::vector<std::string>{"--production", production.string(), "--profile",
+                                     (root / "ana").string(), "--user", "Ana Ruiz"},
+            std::vector<std::string>{"DISPLAY=" + display.Name(), "QT_QPA_PLATFORM=xcb",
+                                     "LSAN_OPTIONS=suppressions=" SYSTEM_LEAK_SUPPRESSIONS});
+        ASSERT_EQ(ana->ReadLine(), "ready") << ana->ErrorOutput();
+        ASSERT_EQ(ana->SendUntil({"ui", "rows", kTree}, "ok count=2 Dailies|Scene 1"),
+                  "ok count=2 Dailies|Scene 1");
+    }
+    void TearDown() override {
+        if (ana) {
+            EXPECT_EQ(ana->Send({"quit"}), "ok");
+            EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+        }
+    }
+
+    // Presses on the row, moves a little (a drag starts), travels to the target row and lets
+    // go there, as a hand does; with the key held from before the press until after the drop.
+    void Drag(const std::string& row, const std::string& target, const std::string& key = {}) {
+        ASSERT_EQ(ana->Send({"ui", "select", kTree, row}), "ok");
+        Frame from;
+        Frame to;
+        ASSERT_TRUE(ParseFrame(ana->Send({"ui", "frame", kTree, row}), from));
+        ASSERT_TRUE(ParseFrame(ana->Send({"ui", "frame", kTree, target}), to));
+        const int fromX = from.x + from.width / 2;
+        const int fromY = from.y + from.height / 2;
+        const int toX = to.x + to.width / 2;
+        const int toY = to.y + to.height / 2;
+        ASSERT_TRUE(
+            display.Xdotool("mousemove " + std::to_string(fromX) + " " + std::to_string(fromY)));
+        Pause(200);
+        if (!key.empty()) {
+            ASSERT_TRUE(display.Xdotool("keydown " + key));
+            Pause(100);
+        }
+        ASSERT_TRUE(display.Xdotool("mousedown 1"));
+        Pause(200);
+        for (int step = 1; step <= 10; ++step) {
+            const int x = fromX + (toX - fromX) * step / 10;
+            const int y = fromY + (toY - fromY) * step / 10 + (step == 1 ? 12 : 0);
+            ASSERT_TRUE(
+                display.Xdotool("mousemove " + std::to_string(x) + " " + std::to_string(y)));
+            Pause(100);
+        }
+        ASSERT_TRUE(
+            display.Xdotool("mousemove " + std::to_string(toX) + " " + std::to_string(toY)));
+        Pause(300);
+        ASSERT_TRUE(display.Xdotool("mouseup 1"));
+        if (!key.empty()) {
+            Pause(100);
+            ASSERT_TRUE(display.Xdotool("keyup " + key));
+        }
     }
 
     const testsupport::TemporaryFolder temporary{"e2e-drag"};
     const fs::path root = temporary.Path();
     const fs::path production = root / "Pilot";
     const XvfbDisplay display;
+    const WindowManager windowManager{display.Name()};
+    std::unique_ptr<ScriptedMarvane> ana;
 };
 
 TEST_F(DragUnderXvfbTest, AProjectDraggedOntoAFolderMovesThereWithItsLock) {
-    ScriptedMarvane ana({"--production", production.string(), "--profile", (root / "ana").string(),
-                         "--user", "Ana Ruiz"},
-                        {"DISPLAY=" + display.Name(), "QT_QPA_PLATFORM=xcb",
-                         "LSAN_OPTIONS=suppressions=" SYSTEM_LEAK_SUPPRESSIONS});
-    ASSERT_EQ(ana.ReadLine(), "ready") << ana.ErrorOutput();
-    ASSERT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=2 Dailies|Scene 1"),
-              "ok count=2 Dailies|Scene 1");
     // Open, so that it carries Ana's lock.
-    ASSERT_EQ(ana.Send({"open", (production / "Scene 1.mvproj").string()}), "ok");
+    ASSERT_EQ(ana->Send({"open", (production / "Scene 1.mvproj").string()}), "ok");
     ASSERT_TRUE(fs::exists(production / "Scene 1.mvproj.lock"));
-    ASSERT_EQ(ana.Send({"ui", "select", kTree, "Scene 1"}), "ok");
 
-    Frame from;
-    Frame to;
-    ASSERT_TRUE(ParseFrame(ana.Send({"ui", "frame", kTree, "Scene 1"}), from));
-    ASSERT_TRUE(ParseFrame(ana.Send({"ui", "frame", kTree, "Dailies"}), to));
-    const int fromX = from.x + from.width / 2;
-    const int fromY = from.y + from.height / 2;
-    const int toX = to.x + to.width / 2;
-    const int toY = to.y + to.height / 2;
-
-    // Press on the selected row, move a little (a drag starts), travel to the folder, let go.
-    ASSERT_TRUE(
-        display.Xdotool("mousemove " + std::to_string(fromX) + " " + std::to_string(fromY)));
-    Pause(200);
-    ASSERT_TRUE(display.Xdotool("mousedown 1"));
-    Pause(200);
-    for (int step = 1; step <= 10; ++step) {
-        const int x = fromX + (toX - fromX) * step / 10;
-        const int y = fromY + (toY - fromY) * step / 10 + (step == 1 ? 12 : 0);
-        ASSERT_TRUE(display.Xdotool("mousemove " + std::to_string(x) + " " + std::to_string(y)));
-        Pause(100);
-    }
-    ASSERT_TRUE(display.Xdotool("mousemove " + std::to_string(toX) + " " + std::to_string(toY)));
-    Pause(300);
-    ASSERT_TRUE(display.Xdotool("mouseup 1"));
+    Drag("Scene 1", "Dailies");
 
     EXPECT_TRUE(WaitFor([&] { return fs::exists(production / "Dailies" / "Scene 1.mvproj"); }))
-        << ana.ErrorOutput();
+        << ana->ErrorOutput();
     EXPECT_TRUE(fs::exists(production / "Dailies" / "Scene 1.mvproj.lock"));
     EXPECT_FALSE(fs::exists(production / "Scene 1.mvproj"));
     EXPECT_FALSE(fs::exists(production / "Scene 1.mvproj.lock"));
-    EXPECT_EQ(ana.Send({"quit"}), "ok");
-    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+}
+
+TEST_F(DragUnderXvfbTest, AClosedProjectDraggedWithCtrlHeldMovesAndKeepsNoLock) {
+    // Rows of the panel always move; copies are made with Make a Copy.
+    Drag("Scene 1", "Dailies", "ctrl");
+
+    EXPECT_TRUE(WaitFor([&] { return fs::exists(production / "Dailies" / "Scene 1.mvproj"); }))
+        << ana->ErrorOutput();
+    EXPECT_FALSE(fs::exists(production / "Scene 1.mvproj"));
+    // The lock that carried the closed project across goes once the drop is done.
+    EXPECT_TRUE(
+        WaitFor([&] { return !fs::exists(production / "Dailies" / "Scene 1.mvproj.lock"); }));
+    EXPECT_FALSE(fs::exists(production / "Scene 1.mvproj.lock"));
+    // Nothing else came or went: no copy, no lock, no hidden file left behind.
+    std::vector<std::string> projects;
+    for (const auto& entry : fs::recursive_directory_iterator(production)) {
+        if (entry.is_regular_file()) {
+            projects.push_back(fs::relative(entry.path(), production).string());
+        }
+    }
+    std::sort(projects.begin(), projects.end());
+    EXPECT_EQ(projects,
+              (std::vector<std::string>{"Dailies/Scene 1.mvproj", "Dailies/Shot 1.mvproj"}));
 }
 
 } // namespace

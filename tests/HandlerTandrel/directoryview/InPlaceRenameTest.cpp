@@ -6,6 +6,7 @@
 #include "Marvane/uitoolkit/TreeView.h"
 #include "ProductionCommands.h"
 #include "TestProjects.h"
+#include "columns/ColumnIDs.h"
 #include "directoryview/RenamePaths.h"
 #include "host/UIFramework.h"
 
@@ -442,6 +443,67 @@ TEST_F(InPlaceRenameTest, AFolderWhoseNameIsNotValidUtf8LosesNothingWhenRenamed)
     const bool renamed = fs::exists(production / "Day 1" / "Shot.mvproj");
     const bool kept = fs::exists(odd / "Shot.mvproj");
     EXPECT_NE(renamed, kept);
+}
+
+// Presses and releases the left button at point of the tree's rows, as a hand does.
+void ClickTreeAt(host::UI_MultiColumnTree& tree, QPoint point) {
+    QWidget* viewport = tree.GetImpl()->view->viewport();
+    QTest::mousePress(viewport, Qt::LeftButton, Qt::NoModifier, point);
+    QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, point);
+}
+
+TEST_F(InPlaceRenameTest, TheTrashGetsNoNameEditHoweverTheRenameStarts) {
+    testsupport::WriteProject(Trash() / "Old.mvproj");
+    ASSERT_TRUE(WaitUntil([&] { return RowOf(Trash()) != nullptr; }));
+    EXPECT_EQ(StartRenaming(Trash()), nullptr);
+    EXPECT_TRUE(View().AreKeyboardEventsEnabled());
+    // A slow second click past its name, which renames any other folder.
+    const TreeRowPtr trash = RowOf(Trash());
+    const host::UI_Rect size = Tree().GetCellFrame(trash, HandlerTandrel::Columns::kSizeColumn);
+    const QPoint past(static_cast<int>(size.left) + 5,
+                      static_cast<int>(size.top + size.height / 2));
+    ClickTreeAt(Tree(), past);
+    SettleEvents(800);
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    EXPECT_TRUE(fs::is_directory(Trash()));
+}
+
+TEST_F(InPlaceRenameTest, ARenameCommittedOnTheTrashRowLeavesTheTrashAsItIs) {
+    testsupport::WriteProject(Trash() / "Old.mvproj");
+    ASSERT_TRUE(WaitUntil([&] { return RowOf(Trash()) != nullptr; }));
+    UI_TextEdit* edit = StartRenaming(production / "Edit");
+    ASSERT_NE(edit, nullptr);
+    Line(edit).setText("Bin");
+    View().OnRowRenameComplete(RowOf(Trash()), &Tree(), UI_TextEdit::kEndCommitted, edit);
+    SettleEvents(400);
+    EXPECT_TRUE(fs::exists(Trash() / "Old.mvproj"));
+    EXPECT_FALSE(fs::exists(production / "Bin"));
+    EXPECT_TRUE(fs::is_directory(production / "Edit"));
+}
+
+TEST_F(InPlaceRenameTest, AClickOnTheTriangleOfTheSelectedFolderOpensItAndRenamesNothing) {
+    const TreeRowPtr edit = RowOf(production / "Edit");
+    ASSERT_NE(edit, nullptr);
+    Tree().SelectRow(edit, true, false, true);
+    SettleEvents();
+    ASSERT_FALSE(Tree().IsRowOpen(edit));
+    // The triangle is drawn left of the name cell, in the strip of the row's indentation.
+    const host::UI_Rect name = Tree().GetCellFrame(edit, HandlerTandrel::Columns::kNameColumn);
+    const int indentation = Tree().GetImpl()->view->indentation();
+    ASSERT_GE(static_cast<int>(name.left), indentation);
+    const QPoint triangle(static_cast<int>(name.left) - indentation / 2,
+                          static_cast<int>(name.top + name.height / 2));
+    ClickTreeAt(Tree(), triangle);
+    EXPECT_TRUE(WaitUntil([&] { return Tree().IsRowOpen(edit); }));
+    EXPECT_FALSE(View().IsRenameTimerInstalled());
+    SettleEvents(800);
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    // Clicked again, it closes, and still renames nothing.
+    ClickTreeAt(Tree(), triangle);
+    SettleEvents(800);
+    EXPECT_FALSE(Tree().IsRowOpen(edit));
+    EXPECT_TRUE(Tree().GetEditFields().empty());
+    EXPECT_TRUE(fs::is_directory(production / "Edit"));
 }
 
 TEST_F(InPlaceRenameTest, NoEditStartsWithoutAProduction) {

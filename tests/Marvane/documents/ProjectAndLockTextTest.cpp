@@ -9,6 +9,7 @@
 #include "Marvane/projectbackend/LockFileText.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "host/Json.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -213,6 +214,35 @@ TEST_F(ProjectAndLockTextTest, ALockWithoutAHolderIsNoLock) {
     EXPECT_FALSE(host::DecodeLockFileText(R"(["Ana Ruiz","s"])", content));
     EXPECT_FALSE(host::DecodeLockFileText(R"({"lockingName":"Ana Ru)", content));
     EXPECT_TRUE(content.lockingName.empty());
+}
+
+TEST_F(ProjectAndLockTextTest, ALockWithANulByteAfterItsJsonIsNoLock) {
+    host::LockFileContent content;
+    const std::string whole = R"({"lockingName":"Ana Ruiz","secondLockingString":"s"})";
+    ASSERT_TRUE(host::DecodeLockFileText(whole, content));
+    EXPECT_FALSE(host::DecodeLockFileText(whole + '\0' + "anything", content));
+}
+
+TEST_F(ProjectAndLockTextTest, AProjectWithANulByteAfterItsJsonIsDamagedAndLeftAsItWas) {
+    const fs::path project = root / "Tail.mvproj";
+    std::string bytes = R"({"formatVersion":1,"name":"Tail","bins":[],"sequences":[]})";
+    bytes += '\0';
+    bytes += "half of another save";
+    WriteBytes(project, bytes);
+    const auto result = DocumentManager::Instance().Open(project);
+    EXPECT_EQ(result.project, nullptr);
+    EXPECT_NE(result.error.find("is damaged"), std::string::npos) << result.error;
+    EXPECT_EQ(ReadBytes(project), bytes);
+    EXPECT_FALSE(fs::exists(project.string() + ".lock"));
+}
+
+TEST_F(ProjectAndLockTextTest, TextWithANulByteIsNeverJson) {
+    EXPECT_TRUE(host::ParseUntrustedJson("{}").is_object());
+    EXPECT_TRUE(host::ParseUntrustedJson(std::string("{}") + '\0' + "x").is_discarded());
+    EXPECT_TRUE(host::ParseUntrustedJson(std::string("{}") + '\0').is_discarded());
+    std::string error;
+    EXPECT_FALSE(host::ParseJson(std::string("{}") + '\0' + "x", &error).has_value());
+    EXPECT_EQ(error, "JSON text holds a NUL byte");
 }
 
 } // namespace

@@ -128,4 +128,50 @@ TEST_F(AccessDeadlineTest, NoFolderGuardedMeansNoDeadline) {
     EXPECT_EQ(ran.load(), 1);
 }
 
+TEST_F(AccessDeadlineTest, AnAccessThatKeepsMovingIsWaitedForPastTheDeadline) {
+    // Ten steps of 60 ms: three times the deadline in all, never a deadline without a step.
+    std::atomic<int> steps{0};
+    EXPECT_TRUE(files::RunBoundedWhileMoving(
+        production / "Big.mvproj", [&steps](std::atomic<std::uint64_t>& progress) {
+            for (int step = 1; step <= 10; ++step) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(60));
+                progress.store(static_cast<unsigned>(step));
+                ++steps;
+            }
+        }));
+    EXPECT_EQ(steps.load(), 10);
+    EXPECT_FALSE(files::GuardedFolderIsHung());
+}
+
+TEST_F(AccessDeadlineTest, AnAccessThatStopsMovingIsTakenForAFolderThatDoesNotAnswer) {
+    EXPECT_FALSE(files::RunBoundedWhileMoving(
+        production / "Big.mvproj", [](std::atomic<std::uint64_t>& progress) {
+            progress.store(1);
+            std::this_thread::sleep_for(std::chrono::milliseconds(600));
+            progress.store(2);
+        }));
+    EXPECT_TRUE(files::GuardedFolderIsHung());
+}
+
+TEST_F(AccessDeadlineTest, LookingAgainLetsAccessesThroughWhenTheFolderAnswers) {
+    EXPECT_TRUE(files::LookAgainIfNotAnswering()); // nothing to do
+    ASSERT_FALSE(OpenThePipe());
+    ASSERT_TRUE(files::GuardedFolderIsHung());
+    // The folder itself answers: only one file in it hung.
+    EXPECT_TRUE(files::LookAgainIfNotAnswering());
+    EXPECT_FALSE(files::GuardedFolderIsHung());
+    std::atomic<int> ran{0};
+    EXPECT_TRUE(files::RunBounded(production / "Scene 2.mvproj", [&ran] { ++ran; }));
+    EXPECT_EQ(ran.load(), 1);
+}
+
+TEST_F(AccessDeadlineTest, LookingAgainAtAFolderThatCannotBeOpenedKeepsRefusing) {
+    // The pipe stands for the guarded folder: it is no folder that can be opened.
+    files::GuardFolder(hanging, std::chrono::milliseconds(200));
+    ASSERT_FALSE(OpenThePipe());
+    ASSERT_TRUE(files::GuardedFolderIsHung());
+    EXPECT_FALSE(files::LookAgainIfNotAnswering());
+    EXPECT_TRUE(files::GuardedFolderIsHung());
+}
+
 } // namespace

@@ -59,4 +59,15 @@ TEST(LockBreakLineTest, OnlyTheBeginningOfAHugeLockIsCopiedWithItsSize) {
     EXPECT_EQ(line.at("lockCut"), true);
 }
 
+TEST(LockBreakLineTest, ALockWithANulByteAfterItsJsonIsCopiedWholeAsText) {
+    // A reader of JSON would stop at the NUL byte and take the lock for the value before it.
+    const std::string lock = std::string(R"("x")") + '\0' + "more of the lock";
+    const nlohmann::json line = Parsed(LockBreakLine(
+        {"2026-11-26T09:00:00Z", "Ana Ruiz", "bay-9", "unlock", "Reels/A.mvproj", lock}));
+    ASSERT_TRUE(line.at("lock").is_string());
+    EXPECT_EQ(line.at("lock").get<std::string>(), lock);
+    EXPECT_EQ(line.at("lockSize"), lock.size());
+    EXPECT_EQ(line.at("lockCut"), false);
+}
+
 } // namespace
