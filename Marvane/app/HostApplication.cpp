@@ -181,6 +181,16 @@ void CloseProjectsKeepingChanges(std::ostream& err) {
     KeepChangesBeforeStopping(HostSession::Instance().dataDirectory, err);
     DocumentManager::Instance().CloseAllWithoutAsking();
     ReleaseCreatedLocks();
+    // A lock the share kept refusing to remove stays: the editor hears of it, and colleagues
+    // can take it over once this process is gone.
+    for (const std::string& project : LocksLeftBehind()) {
+        const std::string said =
+            Localize("$$$/Marvane/Host/Lock/LeftBehind=The lock of \"@0\" could not be removed: "
+                     "the share kept refusing. Colleagues can take it over now that you quit.",
+                     {project});
+        err << "marvane: " << said << "\n";
+        Trace("Host", 1, said);
+    }
 }
 
 void ShutDown(PluginLoader& loader) {

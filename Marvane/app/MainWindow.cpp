@@ -177,6 +177,9 @@ void MainWindow::UpdateProductionDisplay() {
         setWindowTitle(QStringLiteral("Marvane — %1").arg(QString::fromStdString(name)));
         text = Localize("$$$/Marvane/Host/ProductionOpen=The production \"@0\" is open (@1).",
                         {name, production.GetFolder().string()}) +
+               "\n" +
+               Localize("$$$/Marvane/Host/ProductionLiesOn=It lies on: @0.",
+                        {ShareKindDisplayName(production.GetShareKind())}) +
                "\n\n" +
                Localize("$$$/Marvane/Host/HowToBegin=Double-click a project in the Production "
                         "panel to open it here, or choose File > Open Production… to open "

@@ -1,4 +1,5 @@
 #include "Marvane/application/LockAudit.h"
+#include "Marvane/fileservices/MountKinds.h"
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/ThisMachine.h"
@@ -48,7 +49,11 @@ std::string Reason(const fs::path& path, int errorNumber) {
 // The record file, opened for appending inside a ".marvane" that is a real folder: neither the
 // folder nor the file may be a symbolic link, and the file must be a regular one (a pipe in
 // its place would otherwise keep the break waiting). -1 with the reason in error.
-int OpenRecord(const fs::path& folder, std::string& error) {
+//
+// An SMB server refuses O_APPEND (the client then drops its connection for seconds, and the
+// whole share stops answering): there the file is opened for writing and each line is written
+// at the end the file has when it is written (see RecordLockBreak).
+int OpenRecord(const fs::path& folder, bool append, std::string& error) {
     if (::mkdir(folder.c_str(), 0755) != 0 && errno != EEXIST) {
         error = Reason(folder, errno);
         return -1;
@@ -60,9 +65,9 @@ int OpenRecord(const fs::path& folder, std::string& error) {
         return -1;
     }
     const fs::path file = folder / kAuditFileName;
-    const int handle =
-        ::openat(folderHandle, kAuditFileName,
-                 O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    const int handle = ::openat(
+        folderHandle, kAuditFileName,
+        O_WRONLY | O_CREAT | (append ? O_APPEND : 0) | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
     const int openError = errno;
     ::close(folderHandle);
     if (handle < 0) {
@@ -114,12 +119,24 @@ bool RecordLockBreak(const fs::path& production, const fs::path& project,
     };
     const std::string text = LockBreakLine(lockBreak);
     const fs::path file = LockAuditFile(production);
-    const int handle = OpenRecord(file.parent_path(), error);
+    const bool append = ShareKindOf(production) != ShareKind::Smb;
+    const int handle = OpenRecord(file.parent_path(), append, error);
     if (handle < 0) {
         return false;
     }
-    // One write of the whole line, so that lines of several editors never interleave.
-    const ssize_t written = ::write(handle, text.data(), text.size());
+    // One write of the whole line, so that lines of several editors never interleave. Without
+    // O_APPEND the line goes at the end the file has now; two editors recording at the very
+    // same moment may then write one line over the other (the breaks themselves are not
+    // affected: only one editor takes over any one lock).
+    ssize_t written = -1;
+    if (append) {
+        written = ::write(handle, text.data(), text.size());
+    } else {
+        struct stat status {};
+        written = ::fstat(handle, &status) == 0
+                      ? ::pwrite(handle, text.data(), text.size(), status.st_size)
+                      : -1;
+    }
     const int writeError = errno;
     const bool synced = ::fsync(handle) == 0;
     ::close(handle);

@@ -3,6 +3,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/LockAudit.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "host/DebugTrace.h"
 #include "host/Localizer.h"
 
@@ -41,6 +42,9 @@ std::string TakeOverProject(const OpenProjectPtr& project, bool breakSilent,
     std::string replaced;
     switch (ReplaceLockFile(project->Path(), replacement, &replaced)) {
     case TakeOverResult::Taken:
+        // Ours stands from now on: should the switch to read-write below fail, it still goes
+        // at the next turn of the event loop or when the host stops.
+        KeepReleasing(project->Path());
         break;
     case TakeOverResult::NotAbandoned:
         return Localize("$$$/Marvane/Host/Lock/StillHeld=@0 holds the project's lock now: it "

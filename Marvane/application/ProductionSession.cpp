@@ -111,6 +111,7 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
         Close();
     }
     mFolder = absolute;
+    mShareKind = ShareKindOf(mFolder);
     // Names given in the production follow the rules of the file system it lives on.
     if (listed) {
         SetFileNameRuleFolder(mFolder, look->fileSystemType);

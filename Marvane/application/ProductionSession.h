@@ -1,6 +1,8 @@
 #pragma once
 // The open production: at most one folder at a time. Opening and closing tell every panel
 // through the panel framework's station. Main thread only.
+#include "Marvane/fileservices/MountKinds.h"
+
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -27,9 +29,12 @@ public:
 
     bool IsOpen() const { return !mFolder.empty(); }
     const std::filesystem::path& GetFolder() const { return mFolder; }
+    // What the folder lies on, by the mount table (an SMB share, a local folder).
+    ShareKind GetShareKind() const { return mShareKind; }
 
 private:
     std::filesystem::path mFolder;
+    ShareKind mShareKind = ShareKind::Local;
 };
 
 } // namespace host

@@ -133,8 +133,12 @@ void OpenProject::MarkSaved(FileStamp stamp) {
 
 void OpenProject::ReleaseLock() {
     if (mHoldsLock) {
-        // Removes only a lock this process wrote: one taken over is its new holder's.
-        RemoveOwnLockFile(mPath);
+        // Removes only a lock this process wrote: one taken over is its new holder's. One
+        // that could not go now (a share refusing while colleagues read it) is tried again,
+        // at the latest when the host stops.
+        if (ReleaseOwnLockFile(mPath) == LockRelease::Failed) {
+            KeepReleasing(mPath);
+        }
         mHoldsLock = false;
     }
 }

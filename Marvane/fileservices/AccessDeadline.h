@@ -69,4 +69,22 @@ std::optional<Result> Bounded(const std::filesystem::path& path, std::function<R
     return std::move(*result);
 }
 
+// The value `access` returns, waited for while it moves, or nothing when it stopped moving.
+template <typename Result>
+std::optional<Result>
+BoundedWhileMoving(const std::filesystem::path& path,
+                   std::function<Result(std::atomic<std::uint64_t>& progress)> access,
+                   std::chrono::milliseconds deadline = {}) {
+    auto result = std::make_shared<std::optional<Result>>();
+    if (!RunBoundedWhileMoving(
+            path,
+            [result, access = std::move(access)](std::atomic<std::uint64_t>& progress) {
+                *result = access(progress);
+            },
+            deadline)) {
+        return std::nullopt;
+    }
+    return std::move(*result);
+}
+
 } // namespace host::files

@@ -1,6 +1,7 @@
 // Name rules by file system. Linux reports the file system as a magic number; the names here
 // are the mount table's for the same file systems.
 #include "Marvane/fileservices/FileNameRules.h"
+#include "Marvane/fileservices/MountKinds.h"
 
 #include "host/FileServices.h"
 
@@ -55,10 +56,24 @@ bool IsReservedDeviceName(const WideString& name) {
 
 FileNameRule FileNameRuleForFileSystemType(std::string_view typeName) {
     const std::string type = Lowered(typeName);
-    const bool windowsShare =
-        type == "cifs" || type == "smb" || type == "smbfs" || type == "smb2" || type == "smb3";
+    const bool windowsShare = type == "smb" || ShareKindOfMountType(type) == ShareKind::Smb;
     return windowsShare ? FileNameRule::Windows : FileNameRule::Posix;
 }
+
+namespace {
+
+// The rule for a folder whose file system statfs named: a user-space client (FUSE) says
+// nothing of the server behind it, so the mount table tells.
+FileNameRule RuleForFolder(const std::filesystem::path& folder, const std::string& statfsType) {
+    if (statfsType == "fuse" || statfsType == "unknown") {
+        if (const std::optional<MountEntry> mount = MountHolding(folder)) {
+            return FileNameRuleForFileSystemType(mount->type);
+        }
+    }
+    return FileNameRuleForFileSystemType(statfsType);
+}
+
+} // namespace
 
 std::string FileSystemTypeName(const std::filesystem::path& path) {
     struct statfs info {};
@@ -126,13 +141,13 @@ WideString IllegalFilenameCharactersUnder(FileNameRule rule) {
 }
 
 void SetFileNameRuleFolder(const std::filesystem::path& folder) {
-    gRule = folder.empty() ? FileNameRule::Posix
-                           : FileNameRuleForFileSystemType(FileSystemTypeName(folder));
+    gRule =
+        folder.empty() ? FileNameRule::Posix : RuleForFolder(folder, FileSystemTypeName(folder));
 }
 
 void SetFileNameRuleFolder(const std::filesystem::path& folder, long fileSystemType) {
     gRule = folder.empty() ? FileNameRule::Posix
-                           : FileNameRuleForFileSystemType(FileSystemTypeNameOf(fileSystemType));
+                           : RuleForFolder(folder, FileSystemTypeNameOf(fileSystemType));
 }
 
 FileNameRule CurrentFileNameRule() {

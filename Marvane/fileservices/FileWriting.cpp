@@ -2,8 +2,10 @@
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/NameClaim.h"
 #include "Marvane/fileservices/TemporaryFiles.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -123,11 +125,33 @@ int RenameNoReplace(const fs::path& from, const fs::path& to) {
         }
         // No hard links on this file system either: the checked rename below.
     }
+    // The name is claimed first: every copy that puts something at a name here claims it, so
+    // nothing arrives at it between the check and the rename.
+    const NameClaim claim(to);
+    if (claim.Error() != 0) {
+        return claim.Error();
+    }
     struct stat existing {};
     if (::lstat(to.c_str(), &existing) == 0) {
         return EEXIST;
     }
     return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+int RetryWhileBusy(const std::function<int()>& attempt, const std::function<void()>& onAttempt) {
+    const auto until = std::chrono::steady_clock::now() + kBusyPatience;
+    auto pause = std::chrono::milliseconds(10);
+    while (true) {
+        const int answer = attempt();
+        if (onAttempt) {
+            onAttempt();
+        }
+        if (answer != EBUSY || std::chrono::steady_clock::now() + pause > until) {
+            return answer;
+        }
+        std::this_thread::sleep_for(pause);
+        pause = std::min(pause * 2, std::chrono::milliseconds(200));
+    }
 }
 
 int RemoveJustClosedFile(const fs::path& path) {
@@ -161,10 +185,14 @@ PlaceResult PlaceNewFile(const fs::path& target, const std::string& text, std::s
             result = PlaceResult::Exists;
         } else if (linkError == EPERM || linkError == ENOTSUP || linkError == EOPNOTSUPP ||
                    linkError == EMLINK || linkError == ENOSYS) {
-            // No hard links here: create exclusively and write in place. A reader may see the
-            // file incomplete for a moment; a failed write removes it again.
+            // No hard links here: create exclusively and write in place, under the name's
+            // claim (a checked rename by another copy must not replace it). A reader may see
+            // the file incomplete for a moment; a failed write removes it again.
+            const NameClaim claim(target);
             const int descriptor =
-                ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+                claim.Error() != 0
+                    ? (errno = claim.Error(), -1)
+                    : ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
             if (descriptor < 0) {
                 result = errno == EEXIST ? PlaceResult::Exists : PlaceResult::Failed;
                 error = Reason(target, errno);

@@ -2,7 +2,9 @@
 // Writing files so that nothing is ever half written or silently replaced. Every write goes
 // to a new hidden file beside its target first (created exclusively, written whole, flushed
 // to disk), which is then put in place in one step.
+#include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -24,9 +26,9 @@ bool WriteWhole(int descriptor, std::string_view text);
 // Renames from to to when nothing is at to, never replacing what is there: 0, or an errno
 // value (EEXIST when to is taken). Where the file system cannot rename without replacing
 // (network and user-space file systems), a file or link is hard-linked to its new name and
-// then unlinked from the old one, which never replaces either. A folder there is renamed
-// after checking that nothing is at to: the only thing a rename could then replace is an
-// empty folder made in between, since a rename never replaces a folder that holds anything.
+// then unlinked from the old one, which never replaces either. Where there are no hard links
+// either (SMB through a user-space client), and for folders, the name is claimed (NameClaim),
+// checked to be free and renamed to: no copy of marvane puts anything at a claimed name.
 int RenameNoReplace(const std::filesystem::path& from, const std::filesystem::path& to);
 
 // Removes a file that this process read or wrote a moment ago. On user-space file systems
@@ -34,6 +36,15 @@ int RenameNoReplace(const std::filesystem::path& from, const std::filesystem::pa
 // a file removed before that is kept as a hidden ".fuse_hidden..." file for good; there the
 // removal waits a few milliseconds first. 0, or an errno value.
 int RemoveJustClosedFile(const std::filesystem::path& path);
+
+// An SMB server refuses to rename or remove a file while another client has it open (a
+// sharing violation, EBUSY), and colleagues read locks all the time. Runs attempt until it
+// answers anything but EBUSY or kBusyPatience has passed, waiting a little longer before each
+// new try; onAttempt hears of each answer (the share answered). The last answer: 0 or an
+// errno value.
+int RetryWhileBusy(const std::function<int()>& attempt,
+                   const std::function<void()>& onAttempt = {});
+inline constexpr std::chrono::milliseconds kBusyPatience{5000};
 
 // Puts the text at target only if nothing is there: exactly one of several writers racing
 // for the same name succeeds, on local disks and on network shares.

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <fstream>
@@ -116,10 +117,33 @@ std::size_t ReleaseCreatedLocks() {
         created.swap(gCreatedLocks);
     }
     std::size_t removed = 0;
+    std::set<std::string> failed;
     for (const std::string& project : created) {
-        removed += RemoveOwnLockFile(project) ? 1u : 0u;
+        switch (ReleaseOwnLockFile(project)) {
+        case LockRelease::Released:
+            ++removed;
+            break;
+        case LockRelease::NotOurs:
+            break;
+        case LockRelease::Failed:
+            failed.insert(project); // kept for the next try, at the latest when the host stops
+            break;
+        }
+    }
+    if (!failed.empty()) {
+        const std::lock_guard guard(gCreatedMutex);
+        gCreatedLocks.merge(failed);
     }
     return removed;
+}
+
+void KeepReleasing(const fs::path& projectPath) {
+    RememberCreatedLock(projectPath.string());
+}
+
+std::vector<std::string> LocksLeftBehind() {
+    const std::lock_guard guard(gCreatedMutex);
+    return {gCreatedLocks.begin(), gCreatedLocks.end()};
 }
 
 std::string LockCreationError() {
@@ -286,12 +310,14 @@ bool IsWrittenByThisProcess(const LockFileContent& content) {
 
 namespace {
 
-bool RemoveOwnLockFileNow(const fs::path& projectPath, bool alsoAbandoned) {
+LockRelease ReleaseOwnLockFileNow(const fs::path& projectPath, bool alsoAbandoned,
+                                  std::atomic<std::uint64_t>& progress) {
     const fs::path lockPath = LockFilePathFor(projectPath);
     LockFileContent content;
     std::string judged;
-    if (ReadLockFile(lockPath, content, judged) != LockFileState::Valid) {
-        return false;
+    const LockFileState state = ReadLockFile(lockPath, content, judged);
+    if (state != LockFileState::Valid) {
+        return LockRelease::NotOurs; // gone, or not a lock this process could have written
     }
     const LockHolder holder = JudgeLockHolder(content);
     bool removable = holder == LockHolder::ThisProcess;
@@ -300,35 +326,50 @@ bool RemoveOwnLockFileNow(const fs::path& projectPath, bool alsoAbandoned) {
         removable = content.lockingName == ours.name && content.secondLockingString == ours.second;
     }
     if (!removable) {
-        return false;
+        return LockRelease::NotOurs;
     }
+    const auto answered = [&progress] { progress.fetch_add(1); };
     // Take the lock out of the way under a private name, check that it is still the very lock
     // judged, then delete it; a lock that turns out to be another goes back unless its place
-    // was taken meanwhile.
+    // was taken meanwhile. A colleague reading the lock makes an SMB server refuse both steps
+    // for a moment: they are tried again.
     const fs::path aside = PrivateName(lockPath.parent_path(), "releasing");
-    if (::rename(lockPath.c_str(), aside.c_str()) != 0) {
-        Trace("Host", 2, "Could not release the lock " + lockPath.string());
-        return false;
+    const int moved = RetryWhileBusy(
+        [&] { return ::rename(lockPath.c_str(), aside.c_str()) == 0 ? 0 : errno; }, answered);
+    if (moved != 0) {
+        Trace("Host", 1,
+              "Could not release the lock " + lockPath.string() + ": " + std::strerror(moved));
+        return moved == ENOENT ? LockRelease::NotOurs : LockRelease::Failed;
     }
-    LockFileContent moved;
+    LockFileContent asideContent;
     std::string bytes;
-    if (ReadLockFile(aside, moved, bytes) == LockFileState::Valid && bytes == judged) {
-        return RemoveJustClosedFile(aside) == 0;
+    if (ReadLockFile(aside, asideContent, bytes) == LockFileState::Valid && bytes == judged) {
+        const int removed = RetryWhileBusy([&] { return RemoveJustClosedFile(aside); }, answered);
+        if (removed != 0) {
+            Trace("Host", 1,
+                  "A released lock stays under " + aside.string() + ": " + std::strerror(removed));
+        }
+        return LockRelease::Released; // the project is not locked any more either way
     }
     if (RenameNoReplace(aside, lockPath) != 0) {
         Trace("Host", 1, "A lock taken aside could not go back: " + aside.string());
     }
-    return false;
+    return LockRelease::NotOurs;
 }
 
 } // namespace
 
+LockRelease ReleaseOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
+    return files::BoundedWhileMoving<LockRelease>(
+               projectPath,
+               [projectPath, alsoAbandoned](std::atomic<std::uint64_t>& progress) {
+                   return ReleaseOwnLockFileNow(projectPath, alsoAbandoned, progress);
+               })
+        .value_or(LockRelease::Failed);
+}
+
 bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
-    return files::Bounded<bool>(projectPath,
-                                [projectPath, alsoAbandoned] {
-                                    return RemoveOwnLockFileNow(projectPath, alsoAbandoned);
-                                })
-        .value_or(false);
+    return ReleaseOwnLockFile(projectPath, alsoAbandoned) == LockRelease::Released;
 }
 
 ProjectLockFilePtr ReadLockFor(const ByteString& projectPath, const ByteString& name,

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -91,6 +92,12 @@ std::filesystem::path TakeOverMarkerPath(const std::filesystem::path& lockPath,
 // also removes a lock of our identity whose writer is gone (a crash left it). The check and
 // the removal happen on a private name, so a lock someone else puts there meanwhile stays.
 bool RemoveOwnLockFile(const std::filesystem::path& projectPath, bool alsoAbandoned = false);
+// The same, telling a lock that is not ours (nothing to do) from one of ours that could not
+// go: a share that kept refusing (a colleague reading it, for longer than kBusyPatience) or
+// did not answer.
+enum class LockRelease { Released, NotOurs, Failed };
+LockRelease ReleaseOwnLockFile(const std::filesystem::path& projectPath,
+                               bool alsoAbandoned = false);
 
 // The project back end's lock operations (host/ProjectBackEnd.h hands them to modules as
 // ReadProjectLockFile, CreateProjectLockFile and DoesDirectoryContainLockedProjects).
@@ -110,5 +117,11 @@ std::string LockCreationError();
 // wrote and returns how many it removed.
 void ForgetCreatedLock(const std::filesystem::path& projectPath);
 std::size_t ReleaseCreatedLocks();
+// A lock of ours that could not be released now (LockRelease::Failed) is tried again with
+// those: at the next turn of the event loop, and when the host stops.
+void KeepReleasing(const std::filesystem::path& projectPath);
+// The projects whose locks of ours are still waiting to go: after the last
+// ReleaseCreatedLocks, those it could not remove.
+std::vector<std::string> LocksLeftBehind();
 
 } // namespace host

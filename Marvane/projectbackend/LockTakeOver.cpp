@@ -21,7 +21,9 @@
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/DebugTrace.h"
 
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -123,27 +125,35 @@ TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& ju
     if (!LockBytes(lockPath, now) || now != judged) {
         return TakeOverResult::Lost;
     }
+    // Colleagues reading the judged lock make an SMB server refuse the rename for a moment.
     const fs::path aside = PrivateName(lockPath.parent_path(), "stale");
-    if (::rename(lockPath.c_str(), aside.c_str()) != 0) {
-        return errno == ENOENT ? TakeOverResult::Lost : TakeOverResult::Failed;
+    if (const int moved = RetryWhileBusy(
+            [&] { return ::rename(lockPath.c_str(), aside.c_str()) == 0 ? 0 : errno; });
+        moved != 0) {
+        Trace("Host", 2,
+              "Could not take the lock " + lockPath.string() + " aside: " + std::strerror(moved));
+        return moved == ENOENT ? TakeOverResult::Lost : TakeOverResult::Failed;
     }
     std::string moved;
     if (!LockBytes(aside, moved) || moved != judged) {
         PutBack(aside, lockPath);
         return TakeOverResult::Lost;
     }
+    const auto removeAside = [&aside] {
+        RetryWhileBusy([&aside] { return RemoveJustClosedFile(aside); });
+    };
     if (ours.empty()) {
-        RemoveJustClosedFile(aside);
+        removeAside();
         return TakeOverResult::Taken;
     }
     std::string error;
     switch (PlaceNewFile(lockPath, ours, error)) {
     case PlaceResult::Placed:
-        RemoveJustClosedFile(aside);
+        removeAside();
         return TakeOverResult::Taken;
     case PlaceResult::Exists:
         // A new editor locked the project in the moment it was free: theirs stands.
-        RemoveJustClosedFile(aside);
+        removeAside();
         return TakeOverResult::Lost;
     case PlaceResult::Failed:
         break;

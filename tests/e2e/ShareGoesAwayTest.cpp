@@ -4,7 +4,7 @@
 #include "E2eProjects.h"
 #include "FileBytes.h"
 #include "ScriptedMarvane.h"
-#include "SshShare.h"
+#include "Shares.h"
 #include "TemporaryFolder.h"
 
 #include <chrono>
@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <thread>
 
 namespace {
@@ -21,22 +22,22 @@ namespace fs = std::filesystem;
 using namespace e2e;
 using testsupport::ReadBytes;
 
-class ShareGoesAwayTest : public ::testing::Test {
+class ShareGoesAwayTest : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
-        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
             GTEST_SKIP() << why;
         }
         WriteProject(exported / "Pilot" / "Scene 1.mvproj", "Assembly");
         WriteProject(exported / "Pilot" / "Edit" / "Reel 1.mvproj", "Reel");
-        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
+        ASSERT_EQ(share->Start(exported, root / "work"), "");
+        mount = share->Path();
         fs::create_directories(root / "ana");
         std::ofstream(root / "ana" / "preferences.json") << R"({"shareProbeSeconds": 1})";
     }
     void TearDown() override {
-        share.ThawServer();
-        share.Stop();
-        again.Stop();
+        share->ThawServer();
+        share->Stop();
     }
     ScriptedMarvane StartAna() const {
         return ScriptedMarvane({"--production", (mount / "Pilot").string(), "--profile",
@@ -63,19 +64,18 @@ protected:
     const testsupport::TemporaryFolder temporary{"e2e-share-away"};
     const fs::path root = temporary.Path();
     const fs::path exported = root / "Export";
-    const fs::path mount = root / "Share";
-    testsupport::SshShare share;
-    testsupport::SshShare again;
+    fs::path mount;
+    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
 };
 
-TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBack) {
+TEST_P(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBack) {
     const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
     ScriptedMarvane ana = StartAna();
     ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made during the outage"));
     const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
     ana.Send({"stall"}); // measured from here
 
-    share.KillServer();
+    share->KillServer();
     const std::string banner =
         ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
     EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
@@ -93,9 +93,10 @@ TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
     EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
 
-    // The share comes back (the server restarted, the folder mounted again).
-    share.Stop();
-    ASSERT_EQ(again.Start(exported, mount, root / "ssh-again"), "");
+    // The share comes back (the server restarted, the folder mounted again at the same place).
+    share->Stop();
+    ASSERT_EQ(share->Start(exported, root / "work"), "");
+    ASSERT_EQ(share->Path(), mount);
     EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
     EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
               "ok count=3 Edit|>Reel 1|Scene 1");
@@ -105,12 +106,12 @@ TEST_F(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
 }
 
-TEST_F(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSaysWhy) {
+TEST_P(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSaysWhy) {
     const fs::path pilot = mount / "Pilot";
     std::ofstream(root / "ana" / "preferences.json")
         << R"({"shareProbeSeconds": 1, "lastProduction": ")" << pilot.string()
         << R"(", "recentProductions": [")" << pilot.string() << R"("]})";
-    share.FreezeServer();
+    share->FreezeServer();
     // Started without a production: the last one is on the share, which does not answer.
     ScriptedMarvane ana({"--profile", (root / "ana").string(), "--user", "Ana Ruiz"});
     ASSERT_EQ(ana.ReadLine(std::chrono::seconds(20)), "ready") << ana.ErrorOutput();
@@ -122,7 +123,7 @@ TEST_F(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSays
     EXPECT_NE(centre.find(pilot.string()), std::string::npos) << centre;
     // No demo production was opened in its place, and it stays the last production.
     EXPECT_EQ(within({"ui", "rows", kTree}), "ok count=0 ");
-    share.ThawServer();
+    share->ThawServer();
     EXPECT_EQ(ana.Send({"quit"}), "ok");
     EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
     std::ifstream saved(root / "ana" / "preferences.json");
@@ -134,14 +135,14 @@ TEST_F(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSays
     EXPECT_NE(entry.find("\"" + pilot.string() + "\""), std::string::npos) << entry;
 }
 
-TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
+TEST_P(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
     const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
     ScriptedMarvane ana = StartAna();
     ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made while the server hangs"));
     const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
     ana.Send({"stall"}); // measured from here
 
-    share.FreezeServer();
+    share->FreezeServer();
     // Work a user does meanwhile: the tree, its tooltips, the commands' states, the project.
     // Each answer comes within five seconds, or the window hung and the test ends here.
     const auto within = [&ana](const std::vector<std::string>& fields) {
@@ -178,7 +179,7 @@ TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
     EXPECT_EQ(within({"ui", "rows", kTree}), "ok count=3 Edit|>Reel 1|Scene 1");
 
     // The server answers again: the panel comes back by itself, the project is still open.
-    share.ThawServer();
+    share->ThawServer();
     EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
     EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
               "ok count=3 Edit|>Reel 1|Scene 1");
@@ -191,5 +192,8 @@ TEST_F(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
     EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Shares, ShareGoesAwayTest, ::testing::ValuesIn(testsupport::ShareKinds()),
+                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
 
 } // namespace

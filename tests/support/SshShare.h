@@ -6,6 +6,9 @@
 //
 // Both programs run in the foreground as children of this process, so their process ids are
 // ours to stop, and they are told to end if this process dies first.
+#include "ChildProcesses.h"
+#include "NetworkShare.h"
+
 #include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
@@ -27,20 +30,27 @@
 
 namespace testsupport {
 
-class SshShare {
+class SshShare final : public NetworkShare {
 public:
-    // Why a share cannot be made on this machine at all, or empty when it can.
-    static std::string WhyUnavailable() {
-        if (::access("/dev/fuse", F_OK) != 0) {
-            return "FUSE is missing on this machine (no /dev/fuse)";
-        }
-        return "";
-    }
-
     SshShare() = default;
     SshShare(const SshShare&) = delete;
     SshShare& operator=(const SshShare&) = delete;
-    ~SshShare() { Stop(); }
+    ~SshShare() override { Stop(); }
+
+    std::string Start(const std::filesystem::path& exported,
+                      const std::filesystem::path& workFolder) override {
+        return Start(exported, workFolder / "mount", workFolder / "ssh");
+    }
+    std::filesystem::path Path() const override { return mMount; }
+    std::string Kind() const override { return kSshfs; }
+    void KillClient() override {
+        if (mMountPid > 0) {
+            ::kill(mMountPid, SIGKILL);
+            ::waitpid(mMountPid, nullptr, 0);
+            mMountPid = -1;
+            mClientKilled = true;
+        }
+    }
 
     // Serves `exported` and mounts it at `mountPoint`; an empty answer on success, otherwise
     // what went wrong (with everything started so far stopped again).
@@ -60,11 +70,11 @@ public:
 
     // The server stops answering at once: it and every connection it serves are killed, as
     // when the machine that exports the share goes down. The mount stays, failing.
-    void KillServer() {
+    void KillServer() override {
         if (mServerPid <= 0) {
             return;
         }
-        for (const pid_t child : ChildrenOf(mServerPid)) {
+        for (const pid_t child : children::ChildrenOf(mServerPid)) {
             ::kill(child, SIGKILL);
         }
         ::kill(mServerPid, SIGKILL);
@@ -75,18 +85,19 @@ public:
     // The server stops answering without going away, as a file server that hangs does: it and
     // every connection it serves are stopped with SIGSTOP. Every file access through the mount
     // then waits until ThawServer.
-    void FreezeServer() { SignalServerTree(SIGSTOP); }
-    void ThawServer() { SignalServerTree(SIGCONT); }
+    void FreezeServer() override { SignalServerTree(SIGSTOP); }
+    void ThawServer() override { SignalServerTree(SIGCONT); }
 
     // Unmounts and stops both programs. Safe to call twice.
-    void Stop() {
-        if (mMountPid > 0) {
-            if (!Run("fusermount3 -u '" + mMount.string() + "' 2>/dev/null")) {
-                Run("umount -l '" + mMount.string() + "' 2>/dev/null");
+    void Stop() override {
+        if (mMountPid > 0 || mClientKilled) {
+            if (!children::Run("fusermount3 -u '" + mMount.string() + "' 2>/dev/null")) {
+                children::Run("umount -l '" + mMount.string() + "' 2>/dev/null");
             }
-            End(mMountPid);
+            children::End(mMountPid);
+            mClientKilled = false;
         }
-        End(mServerPid);
+        children::End(mServerPid);
     }
 
 private:
@@ -108,8 +119,12 @@ private:
         }
         const std::string work = mWork.string();
         for (const char* key : {"host_key", "user_key"}) {
-            if (Wait(Spawn({"/usr/bin/ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f",
-                            work + "/" + key})) != 0) {
+            // Made afresh when the share starts again in the same place.
+            std::filesystem::remove(mWork / key);
+            std::filesystem::remove(mWork / (std::string(key) + ".pub"));
+            std::filesystem::remove(mWork / "authorized_keys");
+            if (children::Wait(children::Spawn({"/usr/bin/ssh-keygen", "-q", "-t", "ed25519", "-N",
+                                                "", "-f", work + "/" + key})) != 0) {
                 return "ssh-keygen could not make the keys";
             }
         }
@@ -133,126 +148,31 @@ private:
             << "PermitRootLogin prohibit-password\n"
             << "StrictModes no\n"
             << "Subsystem sftp internal-sftp\n";
-        mServerPid =
-            Spawn({"/usr/sbin/sshd", "-D", "-f", work + "/sshd_config", "-E", work + "/sshd.log"});
-        if (!WaitFor([&] { return Listening(port); }, mServerPid)) {
+        mServerPid = children::Spawn(
+            {"/usr/sbin/sshd", "-D", "-f", work + "/sshd_config", "-E", work + "/sshd.log"});
+        if (!children::WaitFor([&] { return Listening(port); }, mServerPid)) {
             return "sshd did not start (see " + work + "/sshd.log)";
         }
         // No directory cache, so that a listing through the mount is as fresh as the export;
         // sshfs otherwise serves listings from its cache for up to 20 seconds.
-        mMountPid =
-            Spawn({"/usr/bin/sshfs", "-f", "-p", std::to_string(port), "-o",
-                   "IdentityFile=" + work + "/user_key", "-o", "StrictHostKeyChecking=no", "-o",
-                   "UserKnownHostsFile=/dev/null", "-o", "BatchMode=yes", "-o", "dir_cache=no",
-                   user + "@127.0.0.1:" + exported.string(), mMount.string()});
-        if (!WaitFor([&] { return Mounted(); }, mMountPid)) {
+        mMountPid = children::Spawn(
+            {"/usr/bin/sshfs", "-f", "-p", std::to_string(port), "-o",
+             "IdentityFile=" + work + "/user_key", "-o", "StrictHostKeyChecking=no", "-o",
+             "UserKnownHostsFile=/dev/null", "-o", "BatchMode=yes", "-o", "dir_cache=no",
+             user + "@127.0.0.1:" + exported.string(), mMount.string()});
+        if (!children::WaitFor([&] { return Mounted(); }, mMountPid)) {
             return "sshfs could not mount the export";
         }
         return "";
     }
 
-    static bool Run(const std::string& command) { return std::system(command.c_str()) == 0; }
-
     void SignalServerTree(int signalNumber) {
         if (mServerPid <= 0) {
             return;
         }
-        std::vector<pid_t> tree{mServerPid};
-        for (std::size_t next = 0; next < tree.size(); ++next) {
-            for (const pid_t child : ChildrenOf(tree[next])) {
-                tree.push_back(child);
-            }
-        }
-        for (const pid_t process : tree) {
+        for (const pid_t process : children::TreeOf(mServerPid)) {
             ::kill(process, signalNumber);
         }
-    }
-
-    // The processes whose parent is `parent` (from /proc).
-    static std::vector<pid_t> ChildrenOf(pid_t parent) {
-        std::vector<pid_t> children;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-            const std::string name = entry.path().filename().string();
-            if (name.empty() || name.find_first_not_of("0123456789") != std::string::npos) {
-                continue;
-            }
-            std::ifstream stat(entry.path() / "stat");
-            std::string line;
-            std::getline(stat, line);
-            // "pid (comm) state ppid ...": the command may hold spaces, so read after ')'.
-            const std::size_t close = line.rfind(')');
-            if (close == std::string::npos) {
-                continue;
-            }
-            std::istringstream rest(line.substr(close + 1));
-            std::string state;
-            pid_t ppid = 0;
-            if (rest >> state >> ppid && ppid == parent) {
-                children.push_back(static_cast<pid_t>(std::stoi(name)));
-            }
-        }
-        return children;
-    }
-
-    // Starts a program as a child that ends when this process does. Everything the child
-    // needs is made before the fork: other threads may hold locks the child would wait for.
-    static pid_t Spawn(const std::vector<std::string>& arguments) {
-        std::vector<char*> argv;
-        for (const std::string& argument : arguments) {
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        }
-        argv.push_back(nullptr);
-        const pid_t parent = ::getpid();
-        const pid_t child = ::fork();
-        if (child != 0) {
-            return child;
-        }
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-        if (::getppid() != parent) {
-            ::_exit(127);
-        }
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-
-    static int Wait(pid_t child) {
-        int status = 0;
-        if (child <= 0 || ::waitpid(child, &status, 0) != child) {
-            return -1;
-        }
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-    // Stops a child and collects it.
-    static void End(pid_t& child) {
-        if (child <= 0) {
-            return;
-        }
-        ::kill(child, SIGTERM);
-        for (int wait = 0; wait < 100; ++wait) {
-            if (::waitpid(child, nullptr, WNOHANG) == child) {
-                child = -1;
-                return;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        child = -1;
-    }
-
-    // Waits up to ten seconds for `ready`, giving up early when the child has ended.
-    template <typename Ready> static bool WaitFor(Ready ready, pid_t child) {
-        for (int wait = 0; wait < 500; ++wait) {
-            if (ready()) {
-                return true;
-            }
-            if (::waitpid(child, nullptr, WNOHANG) == child) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return false;
     }
 
     bool Mounted() const {
@@ -306,6 +226,7 @@ private:
     std::filesystem::path mMount;
     pid_t mServerPid = -1;
     pid_t mMountPid = -1;
+    bool mClientKilled = false; // its mount is left to undo
 };
 
 } // namespace testsupport

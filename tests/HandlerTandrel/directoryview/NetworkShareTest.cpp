@@ -1,12 +1,13 @@
-// The production on a real network share: our own SSH server on 127.0.0.1 exports the
-// production folder, sshfs mounts it, the panel opens the mount, and the export is changed
-// directly, as another editor's machine would change it.
+// The production on real network shares: our own SSH server (mounted with sshfs) and our own
+// Samba server (mounted with smbnetfs) on 127.0.0.1 export the folder that holds the
+// production, the panel opens it through the mount, and the export is changed directly, as
+// another editor's machine would change it.
 #include "FileBytes.h"
 #include "Marvane/application/ProductionWatch.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/uitoolkit/TextEdit.h"
 #include "Marvane/uitoolkit/TreeView.h"
-#include "SshShare.h"
+#include "Shares.h"
 #include "TandrelDirectoryViewFixture.h"
 #include "TestSupport.h"
 #include "host/DirectoryMonitor.h"
@@ -18,6 +19,7 @@
 #include <array>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <poll.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -26,11 +28,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class NetworkShareTest : public testsupport::TandrelDirectoryViewTest {
+class NetworkShareTest : public testsupport::TandrelDirectoryViewTest,
+                         public ::testing::WithParamInterface<std::string> {
 protected:
     void SetUp() override {
         TandrelDirectoryViewTest::SetUp();
-        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
             GTEST_SKIP() << why;
         }
         // The share holds the production folder, as a server's share holds many: when sshfs
@@ -41,9 +44,8 @@ protected:
         fs::create_directories(shareRoot);
         exported = shareRoot / production.filename();
         fs::rename(production, exported);
-        const fs::path mount = root / "Share";
-        ASSERT_EQ(share.Start(shareRoot, mount, root / "ssh"), "");
-        production = mount / exported.filename();
+        ASSERT_EQ(share->Start(shareRoot, root / "work"), "");
+        production = share->Path() / exported.filename();
         ASSERT_EQ(host::ProductionSession::Instance().Open(production), "");
     }
     void TearDown() override {
@@ -51,7 +53,7 @@ protected:
         host::WaitForDefaultExecutor(10000);
         host::DirectoryMonitor::Instance().Reset();
         host::ProductionSession::Instance().Close();
-        share.Stop(); // before the fixture removes the folders
+        share->Stop(); // before the fixture removes the folders
         TandrelDirectoryViewTest::TearDown();
     }
     static void Run(const std::string& command) {
@@ -59,7 +61,7 @@ protected:
     }
     static std::string Quoted(const fs::path& path) { return "'" + path.string() + "'"; }
 
-    testsupport::SshShare share;
+    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
     fs::path exported;
 };
 
@@ -77,13 +79,13 @@ bool NotifiedOf(const fs::path& folder, const std::function<void()>& change) {
     return notified;
 }
 
-TEST_F(NetworkShareTest, TheKernelNotifiesChangesThroughTheMountButNotThoseMadeBesideIt) {
+TEST_P(NetworkShareTest, TheKernelNotifiesChangesThroughTheMountButNotThoseMadeBesideIt) {
     EXPECT_FALSE(
         NotifiedOf(production, [&] { Write(exported / "beside.mvproj", "another machine"); }));
     EXPECT_TRUE(NotifiedOf(production, [&] { Write(production / "through.mvproj", "this one"); }));
 }
 
-TEST_F(NetworkShareTest, AProductionOnTheShareIsPolledWithoutAnyPreference) {
+TEST_P(NetworkShareTest, AProductionOnTheShareIsPolledWithoutAnyPreference) {
     ASSERT_FALSE(host::HostSession::Instance().preferences.forcePolling);
     EXPECT_TRUE(host::DoesPathRequirePolling(W(production)));
     EXPECT_TRUE(host::DoesPathRequirePolling(W(production / "Edit")));
@@ -95,7 +97,7 @@ TEST_F(NetworkShareTest, AProductionOnTheShareIsPolledWithoutAnyPreference) {
     EXPECT_EQ(monitor.KindOf((production / "Edit").string()), host::WatchKind::Polled);
 }
 
-TEST_F(NetworkShareTest, ChangesMadeOnAnotherMachineAppearInTheTree) {
+TEST_P(NetworkShareTest, ChangesMadeOnAnotherMachineAppearInTheTree) {
     OpenPanel(5);
     ASSERT_NE(RowOf(production / "Promo.mvproj"), nullptr);
     const int wait = 20000; // a few polling rounds
@@ -111,7 +113,7 @@ TEST_F(NetworkShareTest, ChangesMadeOnAnotherMachineAppearInTheTree) {
     EXPECT_TRUE(WaitUntil([&] { return RowOf(production / "Scene 12.mvproj") == nullptr; }, wait));
 }
 
-TEST_F(NetworkShareTest, AProjectAddedOnAnotherMachineInAnOpenFolderAppears) {
+TEST_P(NetworkShareTest, AProjectAddedOnAnotherMachineInAnOpenFolderAppears) {
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
     testsupport::WriteProject(exported / "Edit" / "Reel 3.mvproj");
@@ -120,7 +122,7 @@ TEST_F(NetworkShareTest, AProjectAddedOnAnotherMachineInAnOpenFolderAppears) {
     EXPECT_EQ(RowOf(production / "Edit")->GetChildCount(), 3);
 }
 
-TEST_F(NetworkShareTest, AFolderThatCannotBeReadAgainKeepsItsRowsAndSaysWhy) {
+TEST_P(NetworkShareTest, AFolderThatCannotBeReadAgainKeepsItsRowsAndSaysWhy) {
     OpenPanel(5);
     const fs::path edit = production / "Edit";
     OpenFolder(edit, 2);
@@ -128,7 +130,7 @@ TEST_F(NetworkShareTest, AFolderThatCannotBeReadAgainKeepsItsRowsAndSaysWhy) {
     const std::uint64_t reads = View().GetDirectoryReadCount();
     // The server goes down and the folder is read again: the read fails, and its projects are
     // still shown, with the folder saying why they may be old.
-    share.KillServer();
+    share->KillServer();
     View().OnDirectoryChanged(edit.string());
     ASSERT_TRUE(WaitUntil([&] { return !View().GetReadFailure(W(edit)).empty(); }, 20000));
     EXPECT_GT(View().GetDirectoryReadCount(), reads);
@@ -144,7 +146,11 @@ TEST_F(NetworkShareTest, AFolderThatCannotBeReadAgainKeepsItsRowsAndSaysWhy) {
 
 // Editors often open the very folder the share is mounted on. When sshfs loses its server it
 // ends and takes its mount along: the empty folder beneath is not the production.
-TEST_F(NetworkShareTest, AProductionThatIsTheMountItselfIsNotTakenForTheFolderBeneath) {
+TEST_P(NetworkShareTest, AProductionThatIsTheMountItselfIsNotTakenForTheFolderBeneath) {
+    if (GetParam() != testsupport::kSshfs) {
+        GTEST_SKIP() << "only sshfs ends with its server: smbnetfs keeps its mount, which "
+                        "holds a folder per server, so no production is the mount itself";
+    }
     const fs::path mount = production.parent_path();
     host::ProductionSession::Instance().Close();
     ASSERT_EQ(host::ProductionSession::Instance().Open(mount), "");
@@ -157,7 +163,7 @@ TEST_F(NetworkShareTest, AProductionThatIsTheMountItselfIsNotTakenForTheFolderBe
                own.st_dev != parent.st_dev;
     };
     ASSERT_TRUE(mounted());
-    share.KillServer();
+    share->KillServer();
     ASSERT_TRUE(WaitUntil([&] { return !mounted(); }, 20000)) << "sshfs kept its mount";
     View().OnDirectoryChanged(mount.string());
     host::WaitForDefaultExecutor(10000);
@@ -172,7 +178,7 @@ TEST_F(NetworkShareTest, AProductionThatIsTheMountItselfIsNotTakenForTheFolderBe
     EXPECT_TRUE(fs::is_empty(mount));
 }
 
-TEST_F(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNameAndTheChange) {
+TEST_P(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNameAndTheChange) {
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
     host::UI_MultiColumnTree& tree = View().GetTree();
@@ -202,5 +208,8 @@ TEST_F(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNa
               std::string::npos);
     EXPECT_EQ(View().GetSelectedPaths(), std::vector<std::u16string>{W(production / "Cut")});
 }
+
+INSTANTIATE_TEST_SUITE_P(Shares, NetworkShareTest, ::testing::ValuesIn(testsupport::ShareKinds()),
+                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
 
 } // namespace

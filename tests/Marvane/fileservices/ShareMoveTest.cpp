@@ -1,6 +1,7 @@
-// Moves on a real network share (sshfs over our own SSH server on 127.0.0.1), whose file
-// system cannot rename without replacing: nothing at the destination is ever replaced, even
-// when two processes race to move different files to one name.
+// Moves on real network shares (sshfs over our own SSH server, SMB from our own Samba server,
+// both on 127.0.0.1), whose file systems cannot rename without replacing: nothing at the
+// destination is ever replaced, even when two processes race to move different files to one
+// name.
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/fileservices/FileWriting.h"
@@ -11,7 +12,7 @@
 #include "FileBytes.h"
 #include "Inventory.h"
 #include "SharedBoard.h"
-#include "SshShare.h"
+#include "Shares.h"
 #include "TemporaryFolder.h"
 
 #include <cstdio>
@@ -19,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,19 +34,19 @@ host::WideString W(const fs::path& path) {
     return host::ToUTF16(path.string());
 }
 
-class ShareMoveTest : public ::testing::Test {
+class ShareMoveTest : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
-        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
             GTEST_SKIP() << why;
         }
         exported = root / "Export";
-        mount = root / "Share";
         fs::create_directories(exported);
-        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
+        ASSERT_EQ(share->Start(exported, root / "work"), "");
+        mount = share->Path();
     }
     void TearDown() override {
-        share.Stop(); // before the folders go
+        share->Stop(); // before the folders go
     }
 
     // First, so that it goes last, after the share.
@@ -52,10 +54,10 @@ protected:
     const fs::path root = temporary.Path();
     fs::path exported;
     fs::path mount;
-    testsupport::SshShare share;
+    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
 };
 
-TEST_F(ShareMoveTest, TheShareCannotRenameWithoutReplacingSoMovesLinkThenUnlink) {
+TEST_P(ShareMoveTest, AShareThatCannotRenameWithoutReplacingStillNeverReplaces) {
     std::ofstream(mount / "Take 1.mov") << "take one";
     std::ofstream(mount / "Take 2.mov") << "take two";
     // What the kernel's no-replace rename answers on this file system.
@@ -69,7 +71,7 @@ TEST_F(ShareMoveTest, TheShareCannotRenameWithoutReplacingSoMovesLinkThenUnlink)
     EXPECT_EQ(testsupport::ReadBytes(exported / "Take 3.mov"), "take one");
 }
 
-TEST_F(ShareMoveTest, ACopyOnTheShareSyncsEachFileAndArrivesWhole) {
+TEST_P(ShareMoveTest, ACopyOnTheShareSyncsEachFileAndArrivesWhole) {
     fs::create_directories(mount / "Edit" / "Reels");
     std::ofstream(mount / "Edit" / "Scene 12.mvproj") << R"({"formatVersion":1})";
     std::ofstream(mount / "Edit" / "Reels" / "Reel 1.mvproj") << std::string(100'000, 'r');
@@ -83,7 +85,7 @@ TEST_F(ShareMoveTest, ACopyOnTheShareSyncsEachFileAndArrivesWhole) {
     EXPECT_EQ(testsupport::TakeInventory(exported / "Edit copy"), inventory);
 }
 
-TEST_F(ShareMoveTest, AFolderIsNeverMovedOverAFolderThatHoldsAnything) {
+TEST_P(ShareMoveTest, AFolderIsNeverMovedOverAFolderThatHoldsAnything) {
     fs::create_directories(mount / "Day1");
     std::ofstream(mount / "Day1" / "a.mov") << "a";
     fs::create_directories(mount / "Day2");
@@ -98,7 +100,7 @@ TEST_F(ShareMoveTest, AFolderIsNeverMovedOverAFolderThatHoldsAnything) {
     EXPECT_TRUE(fs::exists(exported / "Day1" / "a.mov"));
 }
 
-TEST_F(ShareMoveTest, LockingAndReleasingThroughTheShareLeavesNothingBehind) {
+TEST_P(ShareMoveTest, LockingAndReleasingThroughTheShareLeavesNothingBehind) {
     host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
     host::HostSession::Instance().userOverride.reset();
     const std::string project = (mount / "Scene 12.mvproj").string();
@@ -110,7 +112,7 @@ TEST_F(ShareMoveTest, LockingAndReleasingThroughTheShareLeavesNothingBehind) {
         ASSERT_NE(host::ReadProjectLockFile(project, "Ana Ruiz", "suite-1"), nullptr);
         ASSERT_TRUE(host::RemoveOwnLockFile(project)) << "round " << round;
     }
-    share.Stop(); // every pending close reaches the server
+    share->Stop(); // every pending close reaches the server
     std::vector<std::string> left;
     for (const auto& entry : fs::directory_iterator(exported)) {
         if (entry.path().filename() != "Scene 12.mvproj") {
@@ -124,7 +126,7 @@ struct RaceBoard {
     int results[kRounds][2];
 };
 
-TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) {
+TEST_P(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) {
     for (int round = 0; round < kRounds; ++round) {
         for (int editor = 0; editor < 2; ++editor) {
             std::ofstream(mount / ("Round " + std::to_string(round) + " from " +
@@ -174,7 +176,7 @@ TEST_F(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) 
 
 namespace {
 
-TEST_F(ShareMoveTest, ProjectsAddedOnTheShareArePutInPlaceBesideWhatIsThereNeverOverIt) {
+TEST_P(ShareMoveTest, ProjectsAddedOnTheShareArePutInPlaceBesideWhatIsThereNeverOverIt) {
     const fs::path outside = root / "Outside" / "Scene 4.mvproj";
     fs::create_directories(outside.parent_path());
     std::ofstream(outside) << R"({"formatVersion": 1, "name": "Scene 4"})";
@@ -192,5 +194,8 @@ TEST_F(ShareMoveTest, ProjectsAddedOnTheShareArePutInPlaceBesideWhatIsThereNever
               testsupport::ReadBytes(outside));
     host::ProjectImport::Instance().ClearFinished();
 }
+
+INSTANTIATE_TEST_SUITE_P(Shares, ShareMoveTest, ::testing::ValuesIn(testsupport::ShareKinds()),
+                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
 
 } // namespace

@@ -1,17 +1,19 @@
-// Several editors taking over one abandoned lock at once through a real network share (sshfs
-// over our own SSH server on 127.0.0.1): exactly one wins every round, and a live lock that
-// another editor makes meanwhile always survives.
+// Several editors taking over one abandoned lock at once through real network shares (sshfs
+// over our own SSH server, SMB from our own Samba server, both on 127.0.0.1): exactly one wins
+// every round, and a live lock that another editor makes meanwhile always survives. On SMB the
+// takers reading the lock make the server refuse to rename it for a moment.
 #include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "SharedBoard.h"
-#include "SshShare.h"
+#include "Shares.h"
 #include "TemporaryFolder.h"
 
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,16 +35,16 @@ fs::path ProjectOfRound(const fs::path& folder, int round) {
     return folder / ("Round " + std::to_string(round) + ".mvproj");
 }
 
-class LockTakeOverShareTest : public ::testing::Test {
+class LockTakeOverShareTest : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
-        if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
             GTEST_SKIP() << why;
         }
         exported = root / "Export";
-        mount = root / "Share";
         fs::create_directories(exported);
-        ASSERT_EQ(share.Start(exported, mount, root / "ssh"), "");
+        ASSERT_EQ(share->Start(exported, root / "work"), "");
+        mount = share->Path();
         host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
         host::HostSession::Instance().userOverride.reset();
         // What Chloe's marvane, killed with -9 on this machine, left on the share.
@@ -54,7 +56,7 @@ protected:
                 << host::SerialiseLockFile(abandoned);
         }
     }
-    void TearDown() override { share.Stop(); }
+    void TearDown() override { share->Stop(); }
 
     void Race(bool withAnotherEditor) {
         board = std::make_unique<SharedShareBoard>(kTakers + (withAnotherEditor ? 1u : 0u));
@@ -121,11 +123,11 @@ protected:
     const fs::path root = temporary.Path();
     fs::path exported;
     fs::path mount;
-    testsupport::SshShare share;
+    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
     std::unique_ptr<SharedShareBoard> board;
 };
 
-TEST_F(LockTakeOverShareTest, EightEditorsTakingOverThroughTheShareGiveOneOwnerEveryRound) {
+TEST_P(LockTakeOverShareTest, EightEditorsTakingOverThroughTheShareGiveOneOwnerEveryRound) {
     Race(false);
     int roundsWithOneOwner = 0;
     for (int round = 0; round < kRounds; ++round) {
@@ -138,7 +140,7 @@ TEST_F(LockTakeOverShareTest, EightEditorsTakingOverThroughTheShareGiveOneOwnerE
               << " rounds through the share had exactly one owner\n";
 }
 
-TEST_F(LockTakeOverShareTest, ALiveLockMadeThroughTheShareDuringATakeOverSurvives) {
+TEST_P(LockTakeOverShareTest, ALiveLockMadeThroughTheShareDuringATakeOverSurvives) {
     Race(true);
     int live = 0;
     int takenOver = 0;
@@ -155,5 +157,9 @@ TEST_F(LockTakeOverShareTest, ALiveLockMadeThroughTheShareDuringATakeOverSurvive
               << kRounds << " rounds and survived in every one; " << takenOver
               << " rounds were taken over first\n";
 }
+
+INSTANTIATE_TEST_SUITE_P(Shares, LockTakeOverShareTest,
+                         ::testing::ValuesIn(testsupport::ShareKinds()),
+                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
 
 } // namespace
