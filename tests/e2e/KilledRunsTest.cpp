@@ -1,7 +1,9 @@
 // marvane killed with SIGKILL in the middle of its work: the next start leaves no hidden
-// half-written file in the production.
+// half-written file in the production, on a local disk and on an SMB share (Samba on
+// 127.0.0.1, mounted with smbnetfs).
 #include "E2eProjects.h"
 #include "ScriptedMarvane.h"
+#include "Shares.h"
 #include "TemporaryFolder.h"
 
 #include <chrono>
@@ -26,9 +28,20 @@ int HiddenWorkFilesBelow(const fs::path& folder) {
     return count;
 }
 
-TEST(KilledRunsTest, HiddenFilesOfSavesCutShortByAKillAreGoneAfterTheNextStart) {
+class KilledRunsTest : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(KilledRunsTest, HiddenFilesOfSavesCutShortByAKillAreGoneAfterTheNextStart) {
     const testsupport::TemporaryFolder temporary{"e2e-killed-runs"};
-    const fs::path production = temporary.Path() / "Pilot";
+    testsupport::SmbShare share;
+    fs::path production = temporary.Path() / "Pilot";
+    if (GetParam() == testsupport::kSmb) {
+        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
+            GTEST_SKIP() << why;
+        }
+        fs::create_directories(temporary.Path() / "Export" / "Pilot");
+        ASSERT_EQ(share.Start(temporary.Path() / "Export", temporary.Path() / "smb"), "");
+        production = share.Path() / "Pilot";
+    }
     const fs::path profile = temporary.Path() / "ana";
     const fs::path scene = production / "Scene 12.mvproj";
     WriteProject(scene);
@@ -51,7 +64,8 @@ TEST(KilledRunsTest, HiddenFilesOfSavesCutShortByAKillAreGoneAfterTheNextStart) 
         leftBehind += HiddenWorkFilesBelow(production);
     }
     // How often a kill caught a save between its hidden file and its rename.
-    std::cout << leftBehind << " hidden file(s) were left by 20 kills\n";
+    std::cout << "[ counts   ] " << GetParam() << ": " << leftBehind
+              << " hidden file(s) were left by 20 kills\n";
 
     ScriptedMarvane next(arguments);
     ASSERT_EQ(next.ReadLine(), "ready") << next.ErrorOutput();
@@ -69,5 +83,9 @@ TEST(KilledRunsTest, HiddenFilesOfSavesCutShortByAKillAreGoneAfterTheNextStart) 
     EXPECT_FALSE(fs::exists(profile / "data" / "Temporary") &&
                  !fs::is_empty(profile / "data" / "Temporary"));
 }
+
+INSTANTIATE_TEST_SUITE_P(Places, KilledRunsTest,
+                         ::testing::Values(std::string("local"), std::string(testsupport::kSmb)),
+                         testsupport::ShareParamName());
 
 } // namespace

@@ -1,10 +1,12 @@
 // Locks left by a crash and locks of a machine that stopped answering, with real marvane
 // processes: one on this machine, one on "another machine" (its own host name and boot id,
-// given by Linux namespaces), both on one production folder.
+// given by Linux namespaces), both on one production folder, on a local disk and on an SMB
+// share (Samba on 127.0.0.1, mounted with smbnetfs).
 #include "E2eProjects.h"
 #include "FileBytes.h"
 #include "LockRecord.h"
 #include "ScriptedMarvane.h"
+#include "Shares.h"
 #include "TemporaryFolder.h"
 
 #include <chrono>
@@ -35,9 +37,19 @@ std::string WhyNoSecondMachine() {
                          "--uts --mount as root)";
 }
 
-class LockTakeOverFlowTest : public ::testing::Test {
+constexpr const char* kLocal = "local";
+
+class LockTakeOverFlowTest : public ::testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
+        if (GetParam() == testsupport::kSmb) {
+            if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
+                GTEST_SKIP() << why;
+            }
+            fs::create_directories(root / "Export" / "Pilot");
+            ASSERT_EQ(share.Start(root / "Export", root / "smb"), "");
+            production = share.Path() / "Pilot";
+        }
         scene = production / "Scene 1.mvproj";
         WriteProject(scene, "Assembly");
         std::ofstream(root / "other-boot-id") << "0b0b0b0b-1111-2222-3333-444455556666\n";
@@ -82,13 +94,16 @@ protected:
         return copies;
     }
 
+    void TearDown() override { share.Stop(); }
+
     const testsupport::TemporaryFolder temporary{"e2e-takeover"};
     const fs::path root = temporary.Path();
-    const fs::path production = root / "Pilot";
+    fs::path production = root / "Pilot";
     fs::path scene;
+    testsupport::SmbShare share;
 };
 
-TEST_F(LockTakeOverFlowTest, AfterAKillTheOtherEditorTakesOverAndTheHolderFindsItTakenOver) {
+TEST_P(LockTakeOverFlowTest, AfterAKillTheOtherEditorTakesOverAndTheHolderFindsItTakenOver) {
     auto ana = Start("Ana Ruiz");
     ASSERT_EQ(ana->Send({"open", scene.string()}), "ok");
     ASSERT_TRUE(fs::exists(scene.string() + ".lock"));
@@ -124,7 +139,7 @@ TEST_F(LockTakeOverFlowTest, AfterAKillTheOtherEditorTakesOverAndTheHolderFindsI
     EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
 }
 
-TEST_F(LockTakeOverFlowTest, ASilentHolderOnAnotherMachineIsBrokenAndNeverWritesAgain) {
+TEST_P(LockTakeOverFlowTest, ASilentHolderOnAnotherMachineIsBrokenAndNeverWritesAgain) {
     if (const std::string why = WhyNoSecondMachine(); !why.empty()) {
         GTEST_SKIP() << why;
     }
@@ -175,5 +190,9 @@ TEST_F(LockTakeOverFlowTest, ASilentHolderOnAnotherMachineIsBrokenAndNeverWrites
     EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
     EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
 }
+
+INSTANTIATE_TEST_SUITE_P(Places, LockTakeOverFlowTest,
+                         ::testing::Values(std::string(kLocal), std::string(testsupport::kSmb)),
+                         testsupport::ShareParamName());
 
 } // namespace

@@ -106,6 +106,42 @@ TEST_P(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBac
     EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
 }
 
+TEST_P(ShareGoesAwayTest, WhenTheClientOfTheShareIsKilledThePanelSaysSoAndComesBack) {
+    const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
+    ScriptedMarvane ana = StartAna();
+    ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made while the client was gone"));
+    const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
+    ana.Send({"stall"}); // measured from here
+
+    // The program that mounts the share on this machine ends: every access through the
+    // mount fails at once.
+    share->KillClient();
+    const std::string banner =
+        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
+    EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
+        << banner;
+    EXPECT_EQ(ana.Send({"recovered"}), "ok count=1");
+    EXPECT_EQ(ana.Send({"save", scene.string()}).rfind("error", 0), 0u);
+    const std::string stall = ana.Send({"stall"});
+    const long long longest = std::stoll(stall.substr(stall.find('=') + 1));
+    std::cout << "[ figures  ] " << GetParam()
+              << ": longest stall of the event loop when the share's client was killed: " << longest
+              << " ms\n";
+    EXPECT_LT(longest, 1000) << stall;
+    EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
+    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+
+    // Mounted again at the same place: the panel comes back by itself.
+    share->Stop();
+    ASSERT_EQ(share->Start(exported, root / "work"), "");
+    EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
+    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
+              "ok count=3 Edit|>Reel 1|Scene 1");
+    EXPECT_EQ(ana.Send({"quit"}), "ok");
+    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+}
+
 TEST_P(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSaysWhy) {
     const fs::path pilot = mount / "Pilot";
     std::ofstream(root / "ana" / "preferences.json")
@@ -194,6 +230,6 @@ TEST_P(ShareGoesAwayTest, AShareThatHangsNeverFreezesTheWindow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shares, ShareGoesAwayTest, ::testing::ValuesIn(testsupport::ShareKinds()),
-                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
+                         testsupport::ShareParamName());
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "SmbShare.h"
 #include "SshShare.h"
 
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,9 +24,16 @@ inline std::vector<std::string> ShareKinds() {
     return {kSshfs, kSmb};
 }
 
-// A test name's part for the kind ("Sshfs", "Smb").
+// A test name's part for the kind ("Sshfs", "Smb"), or for a local folder ("Local").
 inline std::string ShareKindName(const std::string& kind) {
-    return kind == kSmb ? "Smb" : "Sshfs";
+    return kind == kSmb ? "Smb" : kind == kSshfs ? "Sshfs" : "Local";
 }
+
+// Names the tests of a suite instantiated over kinds (a name generator of GoogleTest).
+struct ShareParamName {
+    std::string operator()(const ::testing::TestParamInfo<std::string>& param) const {
+        return ShareKindName(param.param);
+    }
+};
 
 } // namespace testsupport

@@ -210,6 +210,6 @@ TEST_P(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNa
 }
 
 INSTANTIATE_TEST_SUITE_P(Shares, NetworkShareTest, ::testing::ValuesIn(testsupport::ShareKinds()),
-                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
+                         testsupport::ShareParamName());
 
 } // namespace

@@ -196,6 +196,6 @@ TEST_P(ShareMoveTest, ProjectsAddedOnTheShareArePutInPlaceBesideWhatIsThereNever
 }
 
 INSTANTIATE_TEST_SUITE_P(Shares, ShareMoveTest, ::testing::ValuesIn(testsupport::ShareKinds()),
-                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
+                         testsupport::ShareParamName());
 
 } // namespace

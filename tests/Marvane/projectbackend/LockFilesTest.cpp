@@ -5,6 +5,7 @@
 #include "Marvane/core/ThisMachine.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "TmpfsMount.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 
@@ -12,9 +13,12 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -485,6 +489,44 @@ TEST_F(LockFilesTest, LockingPreferencesComeFromTheSessionAndTheUserOption) {
     EXPECT_FALSE(host::GetProjectLockingPrefs(name, second));
     EXPECT_EQ(name, "Ben Okafor");
     host::HostSession::Instance().userOverride.reset();
+}
+
+TEST_F(LockFilesTest, AnOwnLockThatCannotGoNowIsTriedAgainAndNamedUntilItGoes) {
+    // A disk of its own that can be made read-only, as a share that refuses every change.
+    const fs::path disk = root / "Disk";
+    fs::create_directories(disk);
+    testsupport::TmpfsMount mount(disk);
+    if (const std::string why = mount.Mount(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const fs::path scene = testsupport::WriteProject(disk / "Scene 1.mvproj");
+    const auto lock = host::CreateProjectLockFile(scene.string(), "Ana Ruiz", "suite-1");
+    ASSERT_TRUE(lock && lock->IsOwnedByCaller());
+    host::ForgetCreatedLock(scene);
+    const auto remount = [&disk](unsigned long readOnly) {
+        return ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | readOnly, nullptr) == 0;
+    };
+    ASSERT_TRUE(remount(MS_RDONLY));
+    EXPECT_EQ(host::ReleaseOwnLockFile(scene), host::LockRelease::Failed);
+    host::KeepReleasing(scene);
+    EXPECT_EQ(host::ReleaseCreatedLocks(), 0u);
+    EXPECT_EQ(host::LocksLeftBehind(), std::vector<std::string>{scene.string()});
+    EXPECT_TRUE(fs::exists(host::LockFilePathFor(scene)));
+    // The disk takes changes again: the next try removes it, and nothing is left to name.
+    ASSERT_TRUE(remount(0));
+    EXPECT_EQ(host::ReleaseCreatedLocks(), 1u);
+    EXPECT_TRUE(host::LocksLeftBehind().empty());
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(scene)));
+}
+
+TEST_F(LockFilesTest, ALockThatIsNotOursIsNotKeptForLater) {
+    WriteAbandonedLock(); // Ana's, from a process that is gone: not this process's
+    EXPECT_EQ(host::ReleaseOwnLockFile(project), host::LockRelease::NotOurs);
+    EXPECT_EQ(host::ReleaseOwnLockFile(root / "Missing.mvproj"), host::LockRelease::NotOurs);
+    host::KeepReleasing(project);
+    host::ReleaseCreatedLocks();
+    EXPECT_TRUE(host::LocksLeftBehind().empty());
+    EXPECT_TRUE(fs::exists(LockPath()));
 }
 
 } // namespace

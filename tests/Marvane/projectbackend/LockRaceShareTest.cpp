@@ -126,6 +126,6 @@ TEST_P(LockRaceShareTest, OneOwnerEveryRoundAndNoLockLeftAfterItCloses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shares, LockRaceShareTest, ::testing::ValuesIn(testsupport::ShareKinds()),
-                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
+                         testsupport::ShareParamName());
 
 } // namespace

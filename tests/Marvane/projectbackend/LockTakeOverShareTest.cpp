@@ -160,6 +160,6 @@ TEST_P(LockTakeOverShareTest, ALiveLockMadeThroughTheShareDuringATakeOverSurvive
 
 INSTANTIATE_TEST_SUITE_P(Shares, LockTakeOverShareTest,
                          ::testing::ValuesIn(testsupport::ShareKinds()),
-                         [](const auto& info) { return testsupport::ShareKindName(info.param); });
+                         testsupport::ShareParamName());
 
 } // namespace
