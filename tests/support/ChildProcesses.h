@@ -124,6 +124,17 @@ template <typename Ready> bool WaitFor(Ready ready, pid_t child) {
     return false;
 }
 
+// Waits for every child; whether each ended by itself with status 0.
+inline bool AllEndedCleanly(const std::vector<pid_t>& pids) {
+    bool clean = true;
+    for (const pid_t child : pids) {
+        int status = 0;
+        clean = ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+                WEXITSTATUS(status) == 0 && clean;
+    }
+    return clean;
+}
+
 inline bool Run(const std::string& command) {
     return std::system(command.c_str()) == 0;
 }

@@ -34,28 +34,7 @@ host::WideString W(const fs::path& path) {
     return host::ToUTF16(path.string());
 }
 
-class ShareMoveTest : public ::testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override {
-        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
-            GTEST_SKIP() << why;
-        }
-        exported = root / "Export";
-        fs::create_directories(exported);
-        ASSERT_EQ(share->Start(exported, root / "work"), "");
-        mount = share->Path();
-    }
-    void TearDown() override {
-        share->Stop(); // before the folders go
-    }
-
-    // First, so that it goes last, after the share.
-    const testsupport::TemporaryFolder temporary{"share-move"};
-    const fs::path root = temporary.Path();
-    fs::path exported;
-    fs::path mount;
-    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
-};
+using ShareMoveTest = testsupport::ShareTest;
 
 TEST_P(ShareMoveTest, AShareThatCannotRenameWithoutReplacingStillNeverReplaces) {
     std::ofstream(mount / "Take 1.mov") << "take one";
@@ -152,11 +131,7 @@ TEST_P(ShareMoveTest, TwoProcessesMovingDifferentFilesToOneNameNeverLoseEither) 
         }
         children.push_back(child);
     }
-    for (const pid_t child : children) {
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
+    EXPECT_TRUE(testsupport::children::AllEndedCleanly(children));
     int roundsWithOneMove = 0;
     for (int round = 0; round < kRounds; ++round) {
         const int moved =

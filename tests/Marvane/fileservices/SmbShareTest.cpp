@@ -223,11 +223,7 @@ TEST_F(SmbShareTest, TwoProcessesPlacingFilesAtOneNameNeverReplaceEachOther) {
         }
         editors.push_back(child);
     }
-    for (const pid_t editor : editors) {
-        int status = 0;
-        ASSERT_EQ(::waitpid(editor, &status, 0), editor);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
+    EXPECT_TRUE(testsupport::children::AllEndedCleanly(editors));
     int oneWinner = 0;
     for (int round = 0; round < kRounds; ++round) {
         const int placed =

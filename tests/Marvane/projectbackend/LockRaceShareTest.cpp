@@ -31,28 +31,20 @@ struct RaceBoard {
     std::array<std::array<unsigned char, kEditors>, kRounds> released;
 };
 
-class LockRaceShareTest : public ::testing::TestWithParam<std::string> {
+class LockRaceShareTest : public testsupport::ShareTest {
 protected:
     void SetUp() override {
-        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
-            GTEST_SKIP() << why;
+        testsupport::ShareTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        exported = root / "Export";
-        fs::create_directories(exported);
-        ASSERT_EQ(share->Start(exported, root / "work"), "");
         for (int round = 0; round < kRounds; ++round) {
             std::ofstream(exported / ProjectName(round)) << R"({"formatVersion":1})";
         }
     }
-    void TearDown() override { share->Stop(); }
     static std::string ProjectName(int round) {
         return "Round " + std::to_string(round) + ".mvproj";
     }
-
-    const testsupport::TemporaryFolder temporary{"lock-race-share"};
-    const fs::path root = temporary.Path();
-    fs::path exported;
-    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
 };
 
 [[noreturn]] void RaceAsEditor(testsupport::SharedBoard<RaceBoard>& shared, const fs::path& folder,
@@ -94,11 +86,7 @@ TEST_P(LockRaceShareTest, OneOwnerEveryRoundAndNoLockLeftAfterItCloses) {
         }
         editors.push_back(child);
     }
-    for (const pid_t editor : editors) {
-        int status = 0;
-        ASSERT_EQ(::waitpid(editor, &status, 0), editor);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
+    EXPECT_TRUE(testsupport::children::AllEndedCleanly(editors));
     int oneOwner = 0;
     int released = 0;
     for (int round = 0; round < kRounds; ++round) {

@@ -35,16 +35,13 @@ fs::path ProjectOfRound(const fs::path& folder, int round) {
     return folder / ("Round " + std::to_string(round) + ".mvproj");
 }
 
-class LockTakeOverShareTest : public ::testing::TestWithParam<std::string> {
+class LockTakeOverShareTest : public testsupport::ShareTest {
 protected:
     void SetUp() override {
-        if (const std::string why = testsupport::NetworkShare::WhyUnavailable(); !why.empty()) {
-            GTEST_SKIP() << why;
+        testsupport::ShareTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        exported = root / "Export";
-        fs::create_directories(exported);
-        ASSERT_EQ(share->Start(exported, root / "work"), "");
-        mount = share->Path();
         host::HostSession::Instance().preferences.locking = {"Ana Ruiz", "suite-1", true};
         host::HostSession::Instance().userOverride.reset();
         // What Chloe's marvane, killed with -9 on this machine, left on the share.
@@ -56,8 +53,6 @@ protected:
                 << host::SerialiseLockFile(abandoned);
         }
     }
-    void TearDown() override { share->Stop(); }
-
     void Race(bool withAnotherEditor) {
         board = std::make_unique<SharedShareBoard>(kTakers + (withAnotherEditor ? 1u : 0u));
         std::vector<pid_t> children;
@@ -97,11 +92,7 @@ protected:
             }
             children.push_back(child);
         }
-        for (const pid_t child : children) {
-            int status = 0;
-            ASSERT_EQ(::waitpid(child, &status, 0), child);
-            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-        }
+        EXPECT_TRUE(testsupport::children::AllEndedCleanly(children));
     }
     int Owners(int round) {
         int owners = 0;
@@ -119,11 +110,6 @@ protected:
         return content;
     }
 
-    const testsupport::TemporaryFolder temporary{"takeover-share"};
-    const fs::path root = temporary.Path();
-    fs::path exported;
-    fs::path mount;
-    const std::unique_ptr<testsupport::NetworkShare> share = testsupport::MakeShare(GetParam());
     std::unique_ptr<SharedShareBoard> board;
 };
 
