@@ -102,6 +102,27 @@ std::size_t DecodeUtf8At(std::string_view bytes, std::size_t at, char32_t& codeP
     return static_cast<std::size_t>(following) + 1;
 }
 
+namespace {
+
+// Walks the bytes a character at a time: each well-formed character (its bytes and code
+// point) goes to onCharacter, each byte that begins none to onStray.
+template <typename OnCharacter, typename OnStray>
+void ForEachCharacter(std::string_view bytes, OnCharacter onCharacter, OnStray onStray) {
+    char32_t codePoint = 0;
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t length = DecodeUtf8At(bytes, at, codePoint);
+        if (length == 0) {
+            onStray(static_cast<unsigned char>(bytes[at]));
+            ++at;
+        } else {
+            onCharacter(bytes.substr(at, length), codePoint);
+            at += length;
+        }
+    }
+}
+
+} // namespace
+
 bool IsWellFormedUtf8(std::string_view bytes) {
     char32_t codePoint = 0;
     for (std::size_t at = 0; at < bytes.size();) {
@@ -117,37 +138,24 @@ bool IsWellFormedUtf8(std::string_view bytes) {
 std::string WellFormedUtf8(std::string_view bytes) {
     std::string out;
     out.reserve(bytes.size());
-    char32_t codePoint = 0;
-    for (std::size_t at = 0; at < bytes.size();) {
-        const std::size_t length = DecodeUtf8At(bytes, at, codePoint);
-        if (length == 0) {
-            out += "\xEF\xBF\xBD";
-            ++at;
-        } else {
-            out.append(bytes.substr(at, length));
-            at += length;
-        }
-    }
+    ForEachCharacter(
+        bytes, [&out](std::string_view character, char32_t) { out.append(character); },
+        [&out](unsigned char) { out += "\xEF\xBF\xBD"; });
     return out;
 }
 
 std::string EscapeIllFormedBytes(std::string_view bytes) {
     std::string out;
     out.reserve(bytes.size());
-    char32_t codePoint = 0;
-    for (std::size_t at = 0; at < bytes.size();) {
-        const std::size_t length = DecodeUtf8At(bytes, at, codePoint);
-        if (length == 0) {
-            AppendByteEscape(out, static_cast<unsigned char>(bytes[at]));
-            ++at;
-            continue;
-        }
-        if (codePoint == '\\') {
-            out += '\\';
-        }
-        out.append(bytes.substr(at, length));
-        at += length;
-    }
+    ForEachCharacter(
+        bytes,
+        [&out](std::string_view character, char32_t codePoint) {
+            if (codePoint == '\\') {
+                out += '\\';
+            }
+            out.append(character);
+        },
+        [&out](unsigned char stray) { AppendByteEscape(out, stray); });
     return out;
 }
 
@@ -198,20 +206,15 @@ std::string TerminalText(std::string_view bytes) {
 
 std::size_t TerminalColumns(std::string_view text) {
     std::size_t columns = 0;
-    char32_t codePoint = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = DecodeUtf8At(text, at, codePoint);
-        if (length == 0) {
-            ++columns; // shown as one replacement character
-            ++at;
-            continue;
-        }
-        const QChar::Category category = QChar::category(codePoint);
-        if (category != QChar::Mark_NonSpacing && category != QChar::Mark_Enclosing) {
-            columns += IsWide(codePoint) ? 2u : 1u;
-        }
-        at += length;
-    }
+    ForEachCharacter(
+        text,
+        [&columns](std::string_view, char32_t codePoint) {
+            const QChar::Category category = QChar::category(codePoint);
+            if (category != QChar::Mark_NonSpacing && category != QChar::Mark_Enclosing) {
+                columns += IsWide(codePoint) ? 2u : 1u;
+            }
+        },
+        [&columns](unsigned char) { ++columns; }); // shown as one replacement character
     return columns;
 }
 

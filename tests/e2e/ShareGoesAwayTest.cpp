@@ -10,6 +10,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <iterator>
@@ -61,6 +62,49 @@ protected:
         return found;
     }
 
+    // Ana edits a scene and the share goes (lose): the window keeps turning, the banner and
+    // the tree say why, her changes are kept on this machine and a save is refused, nothing
+    // reaches the share; mounted again at the same place, the panel comes back by itself.
+    void LoseTheShareAndGetItBack(const std::function<void()>& lose, const std::string& how) {
+        const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
+        ScriptedMarvane ana = StartAna();
+        ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made during the outage"));
+        const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
+        ana.Send({"stall"}); // measured from here
+
+        lose();
+        const std::string banner =
+            ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
+        EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
+            << banner;
+        EXPECT_NE(banner.find("Unsaved changes of 1 project(s) are kept"), std::string::npos)
+            << banner;
+        EXPECT_NE(ana.Send({"ui", "text", "TreeOverlay"}).find("cannot be reached"),
+                  std::string::npos);
+        // The rows stay as they were last seen.
+        EXPECT_EQ(ana.Send({"ui", "rows", kTree}), "ok count=3 Edit|>Reel 1|Scene 1");
+        EXPECT_EQ(ana.Send({"recovered"}), "ok count=1");
+        EXPECT_EQ(ana.Send({"save", scene.string()}).rfind("error", 0), 0u);
+        const std::string stall = ana.Send({"stall"});
+        const long long longest = std::stoll(stall.substr(stall.find('=') + 1));
+        std::cout << "[ figures  ] " << GetParam() << ": longest stall of the event loop when "
+                  << how << ": " << longest << " ms\n";
+        EXPECT_LT(longest, 1000) << stall;
+        EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
+        EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+
+        share->Stop();
+        ASSERT_EQ(share->Start(exported, root / "work"), "");
+        ASSERT_EQ(share->Path(), mount);
+        EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
+        EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
+                  "ok count=3 Edit|>Reel 1|Scene 1");
+        EXPECT_EQ(ana.Send({"ui", "text", "TreeOverlay"}), "ok ");
+        EXPECT_EQ(ana.Send({"quit"}), "ok");
+        EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
+        EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+    }
+
     const testsupport::TemporaryFolder temporary{"e2e-share-away"};
     const fs::path root = temporary.Path();
     const fs::path exported = root / "Export";
@@ -69,77 +113,13 @@ protected:
 };
 
 TEST_P(ShareGoesAwayTest, TheWindowKeepsTurningChangesAreKeptAndThePanelComesBack) {
-    const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
-    ScriptedMarvane ana = StartAna();
-    ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made during the outage"));
-    const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
-    ana.Send({"stall"}); // measured from here
-
-    share->KillServer();
-    const std::string banner =
-        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
-    EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
-        << banner;
-    EXPECT_NE(banner.find("Unsaved changes of 1 project(s) are kept"), std::string::npos) << banner;
-    EXPECT_NE(ana.Send({"ui", "text", "TreeOverlay"}).find("cannot be reached"), std::string::npos);
-    // The rows stay as they were last seen.
-    EXPECT_EQ(ana.Send({"ui", "rows", kTree}), "ok count=3 Edit|>Reel 1|Scene 1");
-    EXPECT_EQ(ana.Send({"recovered"}), "ok count=1");
-    const std::string stall = ana.Send({"stall"});
-    const long long longest = std::stoll(stall.substr(stall.find('=') + 1));
-    std::cout << "[ figures  ] longest stall of the event loop while the share went away: "
-              << longest << " ms\n";
-    EXPECT_LT(longest, 1000) << stall;
-    EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
-    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
-
-    // The share comes back (the server restarted, the folder mounted again at the same place).
-    share->Stop();
-    ASSERT_EQ(share->Start(exported, root / "work"), "");
-    ASSERT_EQ(share->Path(), mount);
-    EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
-    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
-              "ok count=3 Edit|>Reel 1|Scene 1");
-    EXPECT_EQ(ana.Send({"ui", "text", "TreeOverlay"}), "ok ");
-    EXPECT_EQ(ana.Send({"quit"}), "ok");
-    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
-    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+    LoseTheShareAndGetItBack([this] { share->KillServer(); }, "the share's server went away");
 }
 
 TEST_P(ShareGoesAwayTest, WhenTheClientOfTheShareIsKilledThePanelSaysSoAndComesBack) {
-    const fs::path scene = mount / "Pilot" / "Scene 1.mvproj";
-    ScriptedMarvane ana = StartAna();
-    ASSERT_NO_FATAL_FAILURE(EditScene(ana, scene, "Cut made while the client was gone"));
-    const std::string onShare = ReadBytes(exported / "Pilot" / "Scene 1.mvproj");
-    ana.Send({"stall"}); // measured from here
-
     // The program that mounts the share on this machine ends: every access through the
     // mount fails at once.
-    share->KillClient();
-    const std::string banner =
-        ana.SendUntilHolding({"ui", "text", "ProductionBanner"}, "cannot be reached");
-    EXPECT_NE(banner.find("The production \"Pilot\" cannot be reached"), std::string::npos)
-        << banner;
-    EXPECT_EQ(ana.Send({"recovered"}), "ok count=1");
-    EXPECT_EQ(ana.Send({"save", scene.string()}).rfind("error", 0), 0u);
-    const std::string stall = ana.Send({"stall"});
-    const long long longest = std::stoll(stall.substr(stall.find('=') + 1));
-    std::cout << "[ figures  ] " << GetParam()
-              << ": longest stall of the event loop when the share's client was killed: " << longest
-              << " ms\n";
-    EXPECT_LT(longest, 1000) << stall;
-    EXPECT_EQ(ReadBytes(exported / "Pilot" / "Scene 1.mvproj"), onShare);
-    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
-
-    // Mounted again at the same place: the panel comes back by itself.
-    share->Stop();
-    ASSERT_EQ(share->Start(exported, root / "work"), "");
-    EXPECT_EQ(ana.SendUntil({"ui", "text", "ProductionBanner"}, "ok "), "ok ");
-    EXPECT_EQ(ana.SendUntil({"ui", "rows", kTree}, "ok count=3 Edit|>Reel 1|Scene 1"),
-              "ok count=3 Edit|>Reel 1|Scene 1");
-    EXPECT_EQ(ana.Send({"quit"}), "ok");
-    EXPECT_EQ(ana.Finish(), 0) << ana.ErrorOutput();
-    EXPECT_EQ(HalfWrittenFilesIn(exported), 0);
+    LoseTheShareAndGetItBack([this] { share->KillClient(); }, "the share's client was killed");
 }
 
 TEST_P(ShareGoesAwayTest, AStartWhileTheLastProductionHangsShowsTheWindowAndSaysWhy) {

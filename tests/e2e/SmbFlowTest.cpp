@@ -102,6 +102,9 @@ TEST_F(SmbFlowTest, AKilledHoldersLockIsTakenOverRecordedAndGivenBackAtQuit) {
     ana->WaitForExit();
 
     auto ben = Start("Ben Okafor");
+    // The window says what the production lies on, from the mount table, not from FUSE.
+    const std::string centre = ben->Send({"ui", "text", "CentreText"});
+    EXPECT_NE(centre.find("It lies on: SMB share."), std::string::npos) << centre;
     ASSERT_EQ(ben->Send({"open", scene.string()}), "ok");
     const std::string offered = ben->Send({"lock", scene.string()});
     EXPECT_EQ(offered.rfind("ok offer=take-over", 0), 0u) << offered;
