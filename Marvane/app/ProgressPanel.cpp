@@ -62,10 +62,16 @@ ProgressPanel::ProgressPanel(QWidget* parent) : QDialog(parent) {
 }
 
 void ProgressPanel::Present() {
-    Refresh();
-    show();
-    raise();
+    mPresentedAt.start();
     mTimer.start();
+    Refresh();
+}
+
+void ProgressPanel::ShowAtFront() {
+    if (!isVisible()) {
+        show();
+    }
+    raise();
 }
 
 void ProgressPanel::Refresh() {
@@ -106,9 +112,22 @@ void ProgressPanel::Refresh() {
             : (progress.state == ImportProgress::State::Idle ? 0.0 : 1.0);
     mBar->setValue(static_cast<int>(fraction * 1000.0));
     mCancel->setEnabled(running);
-    if (!running) {
-        mTimer.stop();
+    if (running) {
+        // Work that ends within a moment never opens the panel.
+        if (!isVisible() && mPresentedAt.isValid() && mPresentedAt.elapsed() >= kAppearAfterMs) {
+            ShowAtFront();
+        }
+        return;
     }
+    mTimer.stop();
+    if (progress.state == ImportProgress::State::Finished && progress.failures.empty()) {
+        // Everything arrived: nothing is left to read or to answer.
+        ProjectImport::Instance().ClearFinished();
+        hide();
+        return;
+    }
+    // What failed and why, or a cancelled copy, stays until the user closes it.
+    ShowAtFront();
 }
 
 } // namespace host
