@@ -113,6 +113,8 @@ void TandrelDirectoryView::InstallNameEditText(const host::TreeRowPtr& row) {
     edit->SetIsQuiet(true);
     edit->SetDesiredSizeVariation(host::UI_TextEdit::kSizeFollowsText);
     edit->SetValue(DisplayNameOf(GetRowPath(row)));
+    // A longer name could not be given on disk: the field stops taking text there.
+    edit->SetMaximumBytes(host::GetLongestTypedNameBytes(GetRowPath(row)));
     const std::weak_ptr<host::UI_TreeRow> weakRow = row;
     const std::weak_ptr<host::MediaBrowserDirectoryView> weakSelf = weak_from_this();
     host::UI_MultiColumnTree* container = &tree;

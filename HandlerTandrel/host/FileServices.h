@@ -83,6 +83,10 @@ WideString GetIllegalFilenameCharacters();
 // or "..", no illegal or control character, at most 255 bytes in UTF-8; on a Windows share
 // also no trailing dot or space and no device name Windows reserves ("CON", "lpt1.txt").
 bool IsValidFileName(const WideString& name);
+// The most bytes (UTF-8) the name typed for the item at path may take: a folder's whole name;
+// a project's name without its extension, leaving room for the extension and for the lock
+// file beside it, whose name is longer still.
+std::size_t GetLongestTypedNameBytes(const WideString& path);
 
 // A folder on disk, by its full path.
 class Directory {

@@ -42,6 +42,9 @@ public:
     bool IsQuiet() const;
     void SetValueChangedCallback(ValueChangedCallback callback);
     void SetDesiredSizeVariation(int variation);
+    // The field takes no more text than this many bytes in UTF-8: typing or pasting beyond
+    // it is refused as it happens (0: no limit). A value set by SetValue is kept whole.
+    void SetMaximumBytes(std::size_t bytes);
     // Told once, when the edit ends. The callback may remove the field.
     void NotifyWhenEditEnds(EditEndCallback callback);
     bool HasEnded() const;

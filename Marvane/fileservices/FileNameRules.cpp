@@ -2,6 +2,7 @@
 // are the mount table's for the same file systems.
 #include "Marvane/fileservices/FileNameRules.h"
 #include "Marvane/fileservices/MountKinds.h"
+#include "Marvane/fileservices/ProjectItemRules.h"
 
 #include "host/FileServices.h"
 
@@ -160,6 +161,16 @@ WideString GetIllegalFilenameCharacters() {
 
 bool IsValidFileName(const WideString& name) {
     return IsValidFileNameUnder(name, CurrentFileNameRule());
+}
+
+std::size_t GetLongestTypedNameBytes(const WideString& path) {
+    if (!IsProjectItem(ToUTF8(path))) {
+        return kLongestNameBytes;
+    }
+    const std::size_t extension =
+        std::filesystem::path(ToUTF8(path)).filename().extension().native().size();
+    const std::size_t room = extension + CurrentProjectItemRules().besideNameBytes;
+    return room < kLongestNameBytes ? kLongestNameBytes - room : 0;
 }
 
 } // namespace host

@@ -2,6 +2,7 @@
 
 #include <QFocusEvent>
 #include <QKeyEvent>
+#include <QValidator>
 #include <algorithm>
 
 namespace host {
@@ -120,6 +121,28 @@ void UI_TextEdit::SetValue(const WideString& value) {
 
 WideString UI_TextEdit::GetValue() const {
     return mImpl->line ? FromQ(mImpl->line->text()) : WideString();
+}
+
+namespace {
+
+// Refuses any change that would make the text longer than its maximum in UTF-8.
+class ByteLimit final : public QValidator {
+public:
+    ByteLimit(std::size_t bytes, QObject* parent) : QValidator(parent), mBytes(bytes) {}
+    State validate(QString& input, int&) const override {
+        return static_cast<std::size_t>(input.toUtf8().size()) <= mBytes ? Acceptable : Invalid;
+    }
+
+private:
+    std::size_t mBytes;
+};
+
+} // namespace
+
+void UI_TextEdit::SetMaximumBytes(std::size_t bytes) {
+    if (mImpl->line) {
+        mImpl->line->setValidator(bytes == 0 ? nullptr : new ByteLimit(bytes, mImpl->line));
+    }
 }
 
 void UI_TextEdit::SetIsQuiet(bool quiet) {

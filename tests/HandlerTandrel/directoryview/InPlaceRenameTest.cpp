@@ -406,7 +406,11 @@ TEST_F(InPlaceRenameTest, StartingAgainWhileANameIsEditedKeepsThatEdit) {
 
 TEST_F(InPlaceRenameTest, ANameTooLongWithItsExtensionIsRefusedAndNothingMoves) {
     const std::string onDisk = testsupport::ReadBytes(production / "Promo.mvproj");
-    Rename(production / "Promo.mvproj", QString(250, 'p')); // 257 bytes with ".mvproj"
+    // Set whole, past what typing allows: 257 bytes with ".mvproj".
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Line(edit).setText(QString(250, 'p'));
+    Press(edit, Qt::Key_Return);
     EXPECT_EQ(testsupport::ReadBytes(production / "Promo.mvproj"), onDisk);
     EXPECT_EQ(Messages().size(), 1u); // the move says it could not be done
     EXPECT_TRUE(Tree().GetEditFields().empty());
@@ -418,6 +422,44 @@ TEST_F(InPlaceRenameTest, ANameTooLongWithItsExtensionIsRefusedAndNothingMoves) 
     }
     host::ReleaseCreatedLocks();
     EXPECT_FALSE(fs::exists(host::LockFilePathFor(production / "Promo.mvproj")));
+}
+
+TEST_F(InPlaceRenameTest, TypingPastTheLongestNameStopsAndTheProjectKeepsRoomForItsLock) {
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, QString(300, 'p'));
+    // 255 bytes for the lock's name: the name, ".mvproj" and ".lock".
+    const std::string typed = host::ToUTF8(edit->GetValue());
+    EXPECT_EQ(typed.size(), 255u - 7u - 5u);
+    // Characters of two bytes count as two.
+    Line(edit).selectAll();
+    Line(edit).del();
+    for (int typed = 0; typed < 200; ++typed) {
+        Line(edit).insert(QString(QChar(0xE9))); // as typing does, one at a time
+    }
+    EXPECT_EQ(host::ToUTF8(edit->GetValue()).size(), 242u);
+    Type(edit, QString(300, 'p'));
+    Press(edit, Qt::Key_Return);
+    const fs::path renamed = production / (typed + ".mvproj");
+    ASSERT_TRUE(WaitUntil([&] { return fs::exists(renamed); })) << Messages().size();
+    EXPECT_TRUE(Messages().empty());
+    EXPECT_FALSE(fs::exists(production / "Promo.mvproj"));
+    // Its lock fits beside it: once the rename let go of the lock it moved the project
+    // under, another editor's marvane can lock it.
+    host::ReleaseCreatedLocks();
+    ASSERT_FALSE(fs::exists(host::LockFilePathFor(renamed)));
+    const auto lock = host::CreateProjectLockFile(renamed.string(), "Ben Okafor", "suite-2");
+    ASSERT_TRUE(lock && lock->IsOwnedByCaller());
+    EXPECT_TRUE(fs::exists(host::LockFilePathFor(renamed)));
+    host::ReleaseCreatedLocks();
+}
+
+TEST_F(InPlaceRenameTest, AFolderNameStopsAtTheLongestNameTheDiskTakes) {
+    UI_TextEdit* edit = StartRenaming(production / "Edit");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, QString(300, 'f'));
+    EXPECT_EQ(host::ToUTF8(edit->GetValue()).size(), 255u);
+    Press(edit, Qt::Key_Escape);
 }
 
 TEST_F(InPlaceRenameTest, AFolderWhoseNameIsNotValidUtf8LosesNothingWhenRenamed) {
