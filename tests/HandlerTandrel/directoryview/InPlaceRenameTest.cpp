@@ -434,7 +434,7 @@ TEST_F(InPlaceRenameTest, TypingPastTheLongestNameStopsAndTheProjectKeepsRoomFor
     // Characters of two bytes count as two.
     Line(edit).selectAll();
     Line(edit).del();
-    for (int typed = 0; typed < 200; ++typed) {
+    for (int character = 0; character < 200; ++character) {
         Line(edit).insert(QString(QChar(0xE9))); // as typing does, one at a time
     }
     EXPECT_EQ(host::ToUTF8(edit->GetValue()).size(), 242u);
