@@ -1,5 +1,6 @@
 #include "Marvane/fileservices/NameClaim.h"
 
+#include "Marvane/core/Fingerprint.h"
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
@@ -55,26 +56,13 @@ bool IsStale(const fs::path& claim) {
            RecordedProcessIsGone(host, boot, pid, ticks);
 }
 
-std::string Hex(std::uint64_t value) {
-    static const char* const digits = "0123456789abcdef";
-    std::string text;
-    for (int shift = 60; shift >= 0; shift -= 4) {
-        text += digits[(value >> shift) & 0xf];
-    }
-    return text;
-}
-
 } // namespace
 
 fs::path NameClaim::ClaimPathFor(const fs::path& target) {
-    // Named after a hash of the name, so that the claim's own name is short whatever the
-    // target's (a name of 255 bytes has no room for a prefix).
-    std::uint64_t hash = 14695981039346656037ull;
-    for (const char c : target.filename().string()) {
-        hash ^= static_cast<unsigned char>(c);
-        hash *= 1099511628211ull;
-    }
-    return target.parent_path() / (std::string(kPrivateNamePrefix) + "claim." + Hex(hash));
+    // Named after a fingerprint of the name, so that the claim's own name is short whatever
+    // the target's (a name of 255 bytes has no room for a prefix).
+    return target.parent_path() /
+           (std::string(kPrivateNamePrefix) + "claim." + Fingerprint(target.filename().string()));
 }
 
 NameClaim::NameClaim(const fs::path& target) : mClaim(ClaimPathFor(target)) {

@@ -14,6 +14,7 @@
 //  4. Remove the judged lock (its holder is gone) and the markers.
 // Only the maker of the marker ever moves the judged lock, and it moves only those bytes, so a
 // lock that is live is never taken, and exactly one process succeeds.
+#include "Marvane/core/Fingerprint.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -36,20 +37,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMarkerGenerations = 32;
-
-std::string Fingerprint(const std::string& bytes) {
-    std::uint64_t hash = 14695981039346656037ull;
-    for (const char c : bytes) {
-        hash ^= static_cast<unsigned char>(c);
-        hash *= 1099511628211ull;
-    }
-    static const char* const digits = "0123456789abcdef";
-    std::string text;
-    for (int shift = 60; shift >= 0; shift -= 4) {
-        text += digits[(hash >> shift) & 0xf];
-    }
-    return text + "-" + std::to_string(bytes.size());
-}
 
 enum class Claim { Claimed, Lost, Failed };
 
@@ -167,8 +154,9 @@ TakeOverResult ReplaceJudgedLock(const fs::path& lockPath, const std::string& ju
 
 fs::path TakeOverMarkerPath(const fs::path& lockPath, const std::string& judgedBytes,
                             int generation) {
-    return lockPath.parent_path() / (std::string(kPrivateNamePrefix) + "takeover." +
-                                     Fingerprint(judgedBytes) + "." + std::to_string(generation));
+    return lockPath.parent_path() /
+           (std::string(kPrivateNamePrefix) + "takeover." + Fingerprint(judgedBytes) + "-" +
+            std::to_string(judgedBytes.size()) + "." + std::to_string(generation));
 }
 
 TakeOverResult ReplaceLockFile(const fs::path& projectPath, const LockReplacement& replacement,
