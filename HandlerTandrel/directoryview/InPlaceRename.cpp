@@ -60,6 +60,9 @@ constexpr std::string_view kFolderInUseMessageKey =
     "$$$/Marvane/Handlers/MvProduction/Rename/FolderInUse/Message=\"@0\" was not renamed: "
     "another editor has opened a project in it since you started typing the name. Try again "
     "once they have closed it.";
+constexpr std::string_view kProjectInUseMessageKey =
+    "$$$/Marvane/Handlers/MvProduction/Rename/ProjectInUse/Message=\"@0\" was not renamed: "
+    "@1 has it open. Try again once they have closed it.";
 
 void ShowInvalidName() {
     host::ShowMessageBox(host::Localize(kInvalidNameTitleKey),
@@ -223,6 +226,21 @@ void TandrelDirectoryView::RenameProject(const host::WideString& oldPath,
     const host::WideString newPath = ProjectRenameTarget(oldPath, newName);
     if (newPath == oldPath) {
         return; // the name typed was the name it has, extension and all
+    }
+    // A project another editor has open keeps its name (the move would leave it be without a
+    // word): the person who typed the name is told who has it.
+    host::ByteString lockName;
+    host::ByteString lockSecond;
+    host::GetProjectLockingPrefs(lockName, lockSecond);
+    if (const host::ProjectLockFilePtr lock =
+            host::ReadProjectLockFile(host::ToUTF8(oldPath), lockName, lockSecond);
+        lock && lock->GetOwnerName() != lockName) {
+        host::ShowMessageBox(
+            host::Localize(kFolderInUseTitleKey),
+            host::Localize(kProjectInUseMessageKey,
+                           {host::ToUTF8(DisplayNameOf(oldPath)), lock->GetOwnerName()}),
+            {}, host::kWarningIcon, 0);
+        return;
     }
     DirectoryViewStateData state = GetStateData();
     Utils::MoveProjectFile(oldPath, newPath);

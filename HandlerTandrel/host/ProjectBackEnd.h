@@ -50,6 +50,10 @@ ProjectLockFilePtr ReadProjectLockFile(const ByteString& projectPath, const Byte
 // (not owned). Empty when nothing could be written. Safe on any thread.
 ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const ByteString& name,
                                          const ByteString& second);
+// Why the last CreateProjectLockFile on this thread wrote nothing, for the person: the lock
+// file's path and the system's reason ("...: Read-only file system"). Empty when it made a
+// lock, found another editor's, or was given no name.
+ByteString GetLastProjectLockError();
 // Whether the folder holds a locked project. recursive: look into sub-folders too (symbolic
 // links are never followed). othersOnly: count only locks not owned by the current locking
 // identity; false counts every lock.

@@ -229,5 +229,10 @@ enum MessageBoxIcon : int {
 // iconKind is a MessageBoxIcon.
 int ShowMessageBox(const ByteString& title, const ByteString& text,
                    const std::vector<ByteString>& buttons, int iconKind, int defaultButton);
+// The same with details the person can unfold below the text: the cause behind a message
+// whose text stays short.
+int ShowMessageBox(const ByteString& title, const ByteString& text,
+                   const std::vector<ByteString>& buttons, int iconKind, int defaultButton,
+                   const ByteString& details);
 
 } // namespace host

@@ -41,13 +41,21 @@ bool IsOpenReadOnlyAndOutOfDate(const host::WideString& projectPath) {
 
 void ShowLockError(const host::WideString& projectPath) {
     const host::ByteString path = host::ToUTF8(projectPath);
+    // The message stays as editors know it; why the lock could not be made (a read-only
+    // share, a full disk) goes below it and into the trace, since trying again rarely helps.
+    host::ByteString cause = host::GetLastProjectLockError();
+    if (cause.rfind(path, 0) != 0) {
+        cause.clear(); // about another project's lock: not why this one failed
+    }
     if (host::Workspace::Instance().GetCurrentWorkspace() != nullptr) {
         host::ShowMessageBox(host::Localize(kLockErrorTitleKey),
                              host::Localize(kLockErrorMessageKey, {path}),
-                             {host::Localize(kLockErrorOKKey)}, host::kWarningIcon, 0);
+                             {host::Localize(kLockErrorOKKey)}, host::kWarningIcon, 0, cause);
     }
     if (gLockTrace.IsOn()) {
-        host::Trace("Tandrel", 5, "Unable to lock project " + path + "\n");
+        host::Trace("Tandrel", 5,
+                    "Unable to lock project " + path + (cause.empty() ? "" : " (" + cause + ")") +
+                        "\n");
     }
 }
 

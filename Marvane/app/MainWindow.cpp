@@ -11,6 +11,7 @@
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
+#include "Marvane/uiframework/FailureMessages.h"
 #include "Marvane/uitoolkit/PlainToolTip.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
@@ -66,6 +67,7 @@ MainWindow::MainWindow() {
     resize(size);
     mWorkspace = new DockWorkspace(this);
     SetCurrentWorkspace(mWorkspace);
+    ShowFileFailuresInTheWindow(true);
 
     mCentreStack = new QStackedWidget(this);
     mCentre = new QLabel(mCentreStack);
@@ -130,6 +132,7 @@ MainWindow::MainWindow() {
 }
 
 MainWindow::~MainWindow() {
+    ShowFileFailuresInTheWindow(false);
     MessageStation::Get(kPanelFrameworkStation)->Unsubscribe(mListener.get());
     MessageStation::Get(kProjectActivationStation)->Unsubscribe(mListener.get());
     MessageStation::Get(kProgressStation)->Unsubscribe(mListener.get());

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -226,9 +227,16 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
         return false;
     } catch (const FileException& error) {
         RemoveMade(made);
-        const std::lock_guard guard(mMutex);
-        mProgress.failures.push_back(error.what());
         Trace("Host", 2, std::string("Adding a project failed: ") + error.what());
+        // The exception names the private name the copy was made under; the person gets the
+        // project, the folder and the reason.
+        const std::string reason = error.ErrorNumber() != 0 && error.ErrorNumber() != ENOTCONN
+                                       ? std::string(std::strerror(error.ErrorNumber()))
+                                       : std::string(error.what());
+        const std::lock_guard guard(mMutex);
+        mProgress.failures.push_back("\"" + source.filename().string() +
+                                     "\" could not be copied into \"" + folder.string() +
+                                     "\": " + reason + ".");
         return false;
     }
     // Into place under the project's own name, or a fresh one when that is taken; never over
@@ -258,8 +266,9 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
     const int error = lastError;
     RemoveMade(made);
     const std::lock_guard guard(mMutex);
-    mProgress.failures.push_back(source.string() + ": could not be put in place (" +
-                                 std::to_string(error) + ")");
+    mProgress.failures.push_back("\"" + source.filename().string() +
+                                 "\" could not be put in place in \"" + folder.string() +
+                                 "\": " + std::strerror(error) + ".");
     return false;
 }
 

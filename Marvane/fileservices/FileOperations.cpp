@@ -2,6 +2,7 @@
 // losing a file when something fails part-way.
 #include "Marvane/core/InstalledSource.h"
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/FolderMount.h"
@@ -268,13 +269,50 @@ WideString MakeUniqueFilename(const WideString& path, int firstIndex, const Wide
     }
 }
 
+namespace {
+
+// "<name>" <what happened> "<folder>": <reason>. The item by its name, the place in full: a
+// production holds many folders of one name.
+std::string FailureSentence(const fs::path& item, const std::string& happened,
+                            const fs::path& folder, const std::string& reason) {
+    return "\"" + item.filename().string() + "\" " + happened + " \"" + folder.string() +
+           "\": " + reason + ".";
+}
+
+int MoveOrNote(const fs::path& from, const fs::path& to) {
+    // A rename that never replaces what is at the destination.
+    const int error = RenameNoReplace(from, to);
+    if (error == 0) {
+        return Moved(from);
+    }
+    const int result = error == EXDEV ? MoveAcrossFileSystems(from, to) : -error;
+    if (result < 0) {
+        files::NoteFailure(FailureSentence(from, "could not be moved into", to.parent_path(),
+                                           result == -EEXIST
+                                               ? "something there has its name already"
+                                               : std::string(std::strerror(-result))));
+    }
+    return result;
+}
+
+} // namespace
+
 bool EnsureDirectoryExists(const WideString& path) {
-    if (!MountGoneUnder(Native(path)).empty()) {
-        return false; // it would be made beneath the production's lost mount
+    const fs::path folder = Native(StripTrailingSlash(path));
+    if (const std::string gone = MountGoneUnder(folder); !gone.empty()) {
+        // It would be made beneath the production's lost mount.
+        files::NoteFailure(
+            FailureSentence(folder, "could not be made in", folder.parent_path(), gone));
+        return false;
     }
     std::error_code error;
-    fs::create_directories(Native(path), error);
-    return DirectoryExists(path);
+    fs::create_directories(folder, error);
+    if (DirectoryExists(path)) {
+        return true;
+    }
+    files::NoteFailure(FailureSentence(folder, "could not be made in", folder.parent_path(),
+                                       error ? error.message() : "something else has its name"));
+    return false;
 }
 
 void Copy(const WideString& from, const WideString& to) {
@@ -287,21 +325,21 @@ void Copy(const WideString& from, const WideString& to) {
         // A folder copied into itself would copy its own copy without end.
         throw FileException("Cannot copy " + source.string() + " into itself");
     }
-    CopyIntoPlace(source, target, {}, false);
+    try {
+        CopyIntoPlace(source, target, {}, false);
+    } catch (const FileException& failure) {
+        // The copy's own message names the private name it was made under; the person
+        // gets the item, the place and the reason.
+        files::NoteFailure(FailureSentence(source, "could not be copied into", target.parent_path(),
+                                           failure.ErrorNumber() != 0
+                                               ? std::string(std::strerror(failure.ErrorNumber()))
+                                               : std::string(failure.what())));
+        throw;
+    }
 }
 
 int Move(const WideString& source, const WideString& destination) {
-    const fs::path from = Native(StripTrailingSlash(source));
-    const fs::path to = Native(StripTrailingSlash(destination));
-    // A rename that never replaces what is at the destination.
-    const int error = RenameNoReplace(from, to);
-    if (error == 0) {
-        return Moved(from);
-    }
-    if (error != EXDEV) {
-        return -error;
-    }
-    return MoveAcrossFileSystems(from, to);
+    return MoveOrNote(Native(StripTrailingSlash(source)), Native(StripTrailingSlash(destination)));
 }
 
 Directory::Directory(WideString path) : mPath(StripTrailingSlash(path)) {}
@@ -319,6 +357,11 @@ void Directory::Rename(const WideString& newName) {
     }
     const fs::path to = from.parent_path() / Native(newName);
     if (const int failure = RenameNoReplace(from, to); failure != 0) {
+        files::NoteFailure("\"" + from.filename().string() + "\" could not be renamed \"" +
+                           to.filename().string() + "\": " +
+                           (failure == EEXIST ? std::string("something there has that name")
+                                              : std::string(std::strerror(failure))) +
+                           ".");
         throw FileException("Cannot rename " + from.string() + " to " + to.filename().string() +
                                 ": " + std::strerror(failure),
                             failure);

@@ -4,6 +4,7 @@
 #include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/fileservices/NameClaim.h"
 #include "Marvane/fileservices/TemporaryFiles.h"
+#include "host/DebugTrace.h"
 
 #include <algorithm>
 #include <atomic>
@@ -52,7 +53,12 @@ bool WriteSibling(const fs::path& sibling, const fs::path& target, const std::st
     }
     const int descriptor = ::open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (descriptor < 0) {
-        error = Reason(sibling, errno);
+        // The person is told about the file they asked for; the private name it is written
+        // under first is for the trace.
+        const int openError = errno;
+        Trace("Host", 2, "Cannot create " + Reason(sibling, openError));
+        error = Reason(target, openError);
+        errno = openError;
         return false;
     }
     const bool written = WriteAll(descriptor, text) && ::fchmod(descriptor, mode) == 0;

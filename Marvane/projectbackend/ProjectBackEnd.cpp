@@ -87,6 +87,10 @@ ProjectLockFilePtr CreateProjectLockFile(const ByteString& projectPath, const By
     return CreateLockFor(projectPath, name, second);
 }
 
+ByteString GetLastProjectLockError() {
+    return LockCreationError();
+}
+
 bool DoesDirectoryContainLockedProjects(const ByteString& folderPath, bool recursive,
                                         bool othersOnly) {
     return FolderHoldsLockedProjects(folderPath, recursive, othersOnly);

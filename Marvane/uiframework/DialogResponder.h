@@ -15,6 +15,8 @@ struct MessageBoxRequest {
     std::vector<ByteString> buttons;
     int iconKind = 0;
     int defaultButton = 0;
+    // What the person can unfold below the text: the cause, or what could not be done.
+    ByteString details;
 };
 
 struct TextInputRequest {

@@ -1,8 +1,12 @@
+#include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/uiframework/DialogResponder.h"
+#include "Marvane/uiframework/FailureMessages.h"
 #include "Marvane/uiframework/Window.h"
+#include "host/Localizer.h"
 #include "host/UIFramework.h"
 
 #include <QAbstractButton>
+#include <QCoreApplication>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -13,6 +17,8 @@
 namespace host {
 
 namespace {
+
+constexpr std::size_t kMostFailuresListed = 10;
 
 std::shared_ptr<DialogResponder>& InstalledResponder() {
     static std::shared_ptr<DialogResponder> responder;
@@ -127,9 +133,22 @@ bool ShowSimpleInputBox(const ByteString& title, const ByteString& label, ByteSt
 
 int ShowMessageBox(const ByteString& title, const ByteString& text,
                    const std::vector<ByteString>& buttons, int iconKind, int defaultButton) {
-    MessageBoxRequest request{title, text, buttons, iconKind, defaultButton};
+    return ShowMessageBox(title, text, buttons, iconKind, defaultButton, {});
+}
+
+int ShowMessageBox(const ByteString& title, const ByteString& text,
+                   const std::vector<ByteString>& buttons, int iconKind, int defaultButton,
+                   const ByteString& details) {
+    MessageBoxRequest request{title, text, buttons, iconKind, defaultButton, details};
     if (request.buttons.empty()) {
         request.buttons.push_back("OK");
+    }
+    // A warning tells what went wrong: what the file services could not do just before is
+    // its cause, given below it rather than in a message of its own.
+    if (iconKind == kWarningIcon || iconKind == kCriticalIcon) {
+        for (const std::string& failure : files::TakeFailures()) {
+            request.details += (request.details.empty() ? "" : "\n") + failure;
+        }
     }
     if (const auto responder = InstalledResponder()) {
         return responder->AnswerMessageBox(request);
@@ -139,6 +158,9 @@ int ShowMessageBox(const ByteString& title, const ByteString& text,
     box.setWindowModality(Qt::ApplicationModal);
     // Messages name projects, holders and machines as read from disk: never markup.
     box.setTextFormat(Qt::PlainText);
+    if (!request.details.empty()) {
+        box.setDetailedText(QString::fromStdString(request.details));
+    }
     std::vector<QAbstractButton*> added;
     for (const ByteString& label : request.buttons) {
         added.push_back(box.addButton(QString::fromStdString(label), QMessageBox::AcceptRole));
@@ -154,6 +176,37 @@ int ShowMessageBox(const ByteString& title, const ByteString& text,
         }
     }
     return -1;
+}
+
+void ShowFileFailures() {
+    const std::vector<std::string> failures = files::TakeFailures();
+    if (failures.empty()) {
+        return;
+    }
+    std::string text;
+    for (std::size_t index = 0; index < failures.size() && index < kMostFailuresListed; ++index) {
+        text += (text.empty() ? "" : "\n") + failures[index];
+    }
+    if (failures.size() > kMostFailuresListed) {
+        text += "\n" + Localize("$$$/Marvane/Host/NotDone/More=... and @0 more.",
+                                {std::to_string(failures.size() - kMostFailuresListed)});
+    }
+    ShowMessageBox(Localize("$$$/Marvane/Host/NotDone/Title=Not Everything Was Done"), text, {},
+                   kWarningIcon, 0);
+}
+
+void ShowFileFailuresInTheWindow(bool show) {
+    if (!show) {
+        files::SetFailureListener({});
+        return;
+    }
+    // Noted on any thread, shown on the main one once the work that noted them is over.
+    files::SetFailureListener([] {
+        if (QCoreApplication* application = QCoreApplication::instance()) {
+            QMetaObject::invokeMethod(
+                application, [] { ShowFileFailures(); }, Qt::QueuedConnection);
+        }
+    });
 }
 
 } // namespace host

@@ -5,6 +5,7 @@
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
@@ -28,6 +29,7 @@ public:
     PanelWindow(const std::filesystem::path& production, const std::filesystem::path& profile,
                 int topRows) {
         host::HostSession::Instance().profileDirectory = profile;
+        host::files::TakeFailures(); // what tests before noted without a window is not told
         HandlerTandrel::DeclareProductionCommands(host::ShortcutManager::Instance());
         host::PanelFrameworkRegistry::Instance().CreateRegisteredHandlers();
         window = std::make_unique<host::MainWindow>();

@@ -2,9 +2,11 @@
 
 #include "FileBytes.h"
 #include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/uiframework/FailureMessages.h"
 #include "Marvane/uitoolkit/TextEdit.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "ProductionCommands.h"
+#include "ReadOnlyMount.h"
 #include "TestProjects.h"
 #include "columns/ColumnIDs.h"
 #include "directoryview/RenamePaths.h"
@@ -310,6 +312,44 @@ TEST_F(InPlaceRenameTest, AFolderInWhichAnotherEditorOpenedAProjectMeanwhileIsNo
     EXPECT_TRUE(fs::exists(reel));
     EXPECT_EQ(testsupport::ReadBytes(host::LockFilePathFor(reel)), hisLock);
     EXPECT_FALSE(fs::exists(production / "Edit 2"));
+}
+
+TEST_F(InPlaceRenameTest, AProjectAnotherEditorHasOpenKeepsItsNameAndTheMessageSaysWho) {
+    const fs::path promo = production / "Promo.mvproj";
+    UI_TextEdit* edit = StartRenaming(promo);
+    ASSERT_NE(edit, nullptr);
+    BenOpens(promo); // after the rename was allowed, before the name is done
+    const std::string hisLock = testsupport::ReadBytes(host::LockFilePathFor(promo));
+    Type(edit, "Teaser");
+    Press(edit, Qt::Key_Return);
+    ASSERT_TRUE(WaitUntil([&] { return !Messages().empty(); })) << "nothing was said";
+    EXPECT_EQ(Messages().back().title, "Cannot Rename");
+    EXPECT_EQ(Messages().back().text,
+              "\"Promo\" was not renamed: Ben Okafor has it open. Try again once they have "
+              "closed it.");
+    EXPECT_TRUE(fs::exists(promo));
+    EXPECT_FALSE(fs::exists(production / "Teaser.mvproj"));
+    EXPECT_EQ(testsupport::ReadBytes(host::LockFilePathFor(promo)), hisLock);
+}
+
+TEST_F(InPlaceRenameTest, AFolderThatCannotBeRenamedSaysWhy) {
+    host::ShowFileFailuresInTheWindow(true);
+    struct Quiet {
+        ~Quiet() { host::ShowFileFailuresInTheWindow(false); }
+    } quiet;
+    UI_TextEdit* edit = StartRenaming(production / "Edit");
+    ASSERT_NE(edit, nullptr);
+    const testsupport::ReadOnlyMount readOnly(production);
+    if (!readOnly.Mounted()) {
+        GTEST_SKIP() << "a read-only bind mount needs root and the mount command";
+    }
+    Type(edit, "Edit 2");
+    Press(edit, Qt::Key_Return);
+    ASSERT_TRUE(WaitUntil([&] { return !Messages().empty(); })) << "nothing was said";
+    EXPECT_EQ(Messages().back().title, "Not Everything Was Done");
+    EXPECT_EQ(Messages().back().text,
+              "\"Edit\" could not be renamed \"Edit 2\": Read-only file system.");
+    EXPECT_TRUE(fs::exists(production / "Edit" / "Reel 1.mvproj"));
 }
 
 TEST_F(InPlaceRenameTest, AClosedProjectRenamedKeepsNoLockOnceTheRenameIsDone) {

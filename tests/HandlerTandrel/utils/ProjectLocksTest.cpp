@@ -3,6 +3,7 @@
 #include "Marvane/core/TraceConfiguration.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
+#include "ReadOnlyMount.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "WindowlessWorkspace.h"
@@ -116,6 +117,27 @@ TEST_F(ProjectLocksTest, TheLockErrorNamesTheFullPathWhenTheWorkspaceExists) {
     EXPECT_EQ(box.text, "Unable to create a lock file for the project " + scene.string() +
                             ". Please try again.");
     EXPECT_EQ(box.buttons, std::vector<std::string>{"OK"});
+}
+
+TEST_F(ProjectLocksTest, ALockThatCannotBeWrittenKeepsItsMessageAndGivesTheCauseBelowAndTraced) {
+    testsupport::WindowlessWorkspace workspace;
+    host::SetCurrentWorkspace(&workspace);
+    host::ConfigureTrace("Tandrel=5");
+    const testsupport::ReadOnlyMount readOnly(scene.parent_path());
+    if (!readOnly.Mounted()) {
+        GTEST_SKIP() << "a read-only bind mount needs root and the mount command";
+    }
+    const ProjectMoveLocks locks = LockProjectForMove(W(scene), W(root / "Pilot" / "Reel.mvproj"));
+    EXPECT_FALSE(locks.proceed);
+    ASSERT_EQ(responder->GetRequests().size(), 1u);
+    const auto& box = responder->GetRequests()[0];
+    EXPECT_EQ(box.title, "Unable to Lock Project");
+    EXPECT_EQ(box.text, "Unable to create a lock file for the project " + scene.string() +
+                            ". Please try again.");
+    const std::string cause = host::LockFilePathFor(scene).string() + ": Read-only file system";
+    EXPECT_EQ(box.details, cause);
+    EXPECT_EQ(traced, std::vector<std::string>{"Tandrel:5:Unable to lock project " +
+                                               scene.string() + " (" + cause + ")\n"});
 }
 
 TEST_F(ProjectLocksTest, TheLockErrorIsNotShownWithoutAWorkspaceButStillTraced) {

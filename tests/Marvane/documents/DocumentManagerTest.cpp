@@ -5,6 +5,7 @@
 #include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/DialogResponder.h"
+#include "ReadOnlyMount.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "TmpfsMount.h"
@@ -394,33 +395,7 @@ TEST_F(DocumentManagerTest, AFolderProjectOpensFromItsFolder) {
 
 namespace {
 
-// The folder made read-only for the test with a read-only bind mount over itself (root only),
-// undone when the object goes.
-class ReadOnlyMount {
-public:
-    explicit ReadOnlyMount(const fs::path& folder) : mFolder(folder) {
-        const std::string quoted = "'" + folder.string() + "'";
-        mMounted =
-            std::system(("mount --bind " + quoted + " " + quoted + " 2>/dev/null").c_str()) == 0;
-        if (mMounted &&
-            std::system(("mount -o remount,bind,ro " + quoted + " 2>/dev/null").c_str()) != 0) {
-            Unmount();
-        }
-    }
-    ~ReadOnlyMount() { Unmount(); }
-    ReadOnlyMount(const ReadOnlyMount&) = delete;
-    ReadOnlyMount& operator=(const ReadOnlyMount&) = delete;
-    bool Mounted() const { return mMounted; }
-
-private:
-    void Unmount() {
-        if (mMounted) {
-            mMounted = std::system(("umount '" + mFolder.string() + "'").c_str()) != 0;
-        }
-    }
-    fs::path mFolder;
-    bool mMounted = false;
-};
+using testsupport::ReadOnlyMount;
 
 TEST_F(DocumentManagerTest, AProjectWhoseFolderCannotBeWrittenSaysWhyItStaysReadOnly) {
     const fs::path edit = root / "Edit";
