@@ -172,6 +172,24 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
              return "ok count=" + std::to_string(requests.size()) +
                     " last=" + (requests.empty() ? std::string() : requests.back().title);
          }},
+        {"last-dialog", kAnyCount, kNoProject,
+         [](ScriptConsole& console, const Fields&, const Project&) {
+             const auto& requests = console.mResponder->GetRequests();
+             if (requests.empty()) {
+                 return std::string("error none");
+             }
+             // One line: the box's line ends are written as \n.
+             const auto oneLine = [](std::string text) {
+                 for (std::size_t at = text.find('\n'); at != std::string::npos;
+                      at = text.find('\n', at + 2)) {
+                     text.replace(at, 1, "\\n");
+                 }
+                 return text;
+             };
+             const host::MessageBoxRequest& last = requests.back();
+             return "ok " + oneLine(last.title) + "\t" + oneLine(last.text) + "\t" +
+                    oneLine(last.details);
+         }},
         {"panels", kAnyCount, kNoProject,
          [](ScriptConsole& console, const Fields&, const Project&) {
              return "ok " + Join(console.mWindow.GetWorkspace().ShownPanelTitles(), '|');

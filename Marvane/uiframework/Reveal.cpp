@@ -1,15 +1,19 @@
 // Showing folders and items in the system's file browser (host/UIFramework.h): the freedesktop
-// file manager interface on the session bus, else the desktop's handler for folders.
+// file manager interface on the session bus, else the desktop's handler for folders; when
+// neither shows them, the window says so.
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
+#include "host/Localizer.h"
 #include "host/UIFramework.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDesktopServices>
+#include <QProcess>
 #include <QStringList>
 #include <QUrl>
+#include <memory>
 #include <set>
 
 namespace host {
@@ -17,6 +21,9 @@ namespace host {
 namespace {
 
 constexpr int kAnswerTimeoutMs = 3000;
+constexpr std::string_view kNoOpenerKey =
+    "$$$/Marvane/Host/RevealFailed/NoOpener=xdg-open, which opens folders on this desktop, is "
+    "not installed.";
 
 QString ToQString(const WideString& text) {
     return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
@@ -46,11 +53,46 @@ bool CallFileManager(const QString& method, const QStringList& uris) {
     return true;
 }
 
+// Nothing showed the folder: the person is told where it is, and why when known.
+void SayNothingShowed(const WideString& folder, const std::string& why) {
+    Trace("Host", 2, "No program opened the folder " + ToUTF8(folder) + ": " + why);
+    ShowMessageBox(
+        Localize("$$$/Marvane/Host/RevealFailed/Title=Cannot Show in File Browser"),
+        Localize("$$$/Marvane/Host/RevealFailed/Message=No file browser answered to show the "
+                 "folder @0.",
+                 {ToUTF8(folder)}),
+        {}, kWarningIcon, 0, why);
+}
+
+// The desktop's handler for folders (xdg-open), watched to its end: when it fails, or is not
+// there, the window says so instead of its complaint going to a terminal nobody reads.
 void OpenFolders(const std::set<WideString>& folders) {
     for (const WideString& folder : folders) {
-        if (!QDesktopServices::openUrl(QUrl::fromLocalFile(ToQString(folder)))) {
-            Trace("Host", 2, "No program opened the folder " + ToUTF8(folder));
-        }
+        auto* opener = new QProcess(QCoreApplication::instance());
+        opener->setProgram(QStringLiteral("xdg-open"));
+        opener->setArguments({ToQString(folder)});
+        opener->setProcessChannelMode(QProcess::ForwardedOutputChannel);
+        const auto told = std::make_shared<bool>(false);
+        QObject::connect(opener, &QProcess::errorOccurred, opener,
+                         [opener, folder, told](QProcess::ProcessError error) {
+                             if (error != QProcess::FailedToStart || *told) {
+                                 return;
+                             }
+                             *told = true;
+                             opener->deleteLater();
+                             SayNothingShowed(folder, Localize(kNoOpenerKey));
+                         });
+        QObject::connect(opener, &QProcess::finished, opener,
+                         [opener, folder, told](int exitCode, QProcess::ExitStatus status) {
+                             opener->deleteLater();
+                             if (*told || (status == QProcess::NormalExit && exitCode == 0)) {
+                                 return;
+                             }
+                             *told = true;
+                             SayNothingShowed(
+                                 folder, opener->readAllStandardError().trimmed().toStdString());
+                         });
+        opener->start();
     }
 }
 

@@ -575,7 +575,12 @@ void UI_MultiColumnTree::RemoveEditField(UI_TextEdit* field) {
     if (found == fields.end()) {
         return;
     }
-    const bool hadFocus = field->Impl().line && field->Impl().line->hasFocus();
+    // The field may have lost the focus to a message it led to (a modal box has it while
+    // shown): its window still remembers it as where the keyboard goes, and would have the
+    // keyboard nowhere once the field is gone.
+    const QLineEdit* line = field->Impl().line;
+    const bool hadFocus =
+        line != nullptr && (line->hasFocus() || line->window()->focusWidget() == line);
     // Out of the list first: removing runs the field's destructor, which may end an edit.
     std::unique_ptr<UI_TextEdit> removed = std::move(*found);
     fields.erase(found);

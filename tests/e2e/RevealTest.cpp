@@ -160,6 +160,22 @@ TEST_F(RevealTest, RevealingSelectedItemsShowsThemAllSelectedWithTheirNamesEncod
     EXPECT_EQ(marvane->Finish(), 0) << marvane->ErrorOutput();
 }
 
+TEST_F(RevealTest, WhenNoFileBrowserAnswersTheWindowSaysSoAndWhere) {
+    fileManager.reset(); // nobody on the bus shows folders, and no xdg-open on the path
+    auto marvane = std::make_unique<ScriptedMarvane>(
+        std::vector<std::string>{"--production", production.string(), "--profile",
+                                 (root / "profile").string(), "--user", "Ana Ruiz"},
+        std::vector<std::string>{address, "PATH=" + (root / "no-programs").string()});
+    ASSERT_EQ(marvane->ReadLine(), "ready") << marvane->ErrorOutput();
+    EXPECT_EQ(marvane->Send({"command", "cmd.mvproductionfolder.revealrootinsystem"}), "ok");
+    const std::string said = marvane->SendUntilHolding({"last-dialog"}, "Cannot Show");
+    EXPECT_EQ(said, "ok Cannot Show in File Browser\tNo file browser answered to show the folder " +
+                        production.string() +
+                        ".\txdg-open, which opens folders on this desktop, is not installed.")
+        << marvane->ErrorOutput();
+    EXPECT_EQ(marvane->Finish(), 0) << marvane->ErrorOutput();
+}
+
 TEST_F(RevealTest, WithNothingSelectedRevealingItemsIsOff) {
     auto marvane = Start();
     EXPECT_EQ(marvane->Send({"command", "cmd.mvproductionfolder.revealiteminsystem"}),

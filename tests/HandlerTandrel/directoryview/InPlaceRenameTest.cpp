@@ -12,10 +12,13 @@
 #include "directoryview/RenamePaths.h"
 #include "host/UIFramework.h"
 
+#include <QApplication>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QTest>
+#include <QTimer>
 #include <fstream>
 #include <iterator>
 
@@ -184,6 +187,40 @@ TEST_F(InPlaceRenameTest, AForbiddenCharacterShowsTheMessageListingTheForbiddenC
                                   "following characters:\n/");
     EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
     EXPECT_TRUE(Tree().GetEditFields().empty());
+}
+
+TEST_F(InPlaceRenameTest, AfterTheInvalidNameMessageTheKeyboardWorksInTheTreeAgain) {
+    // The real message box this time, closed as a person would once it shows.
+    const auto scripted = host::SetDialogResponder(nullptr);
+    struct Restore {
+        std::shared_ptr<host::DialogResponder> responder;
+        ~Restore() { host::SetDialogResponder(responder); }
+    } restore{scripted};
+    QWidget& tree = *View().GetTree().GetImpl()->view;
+    tree.window()->activateWindow();
+    tree.setFocus(Qt::OtherFocusReason);
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Line(edit).setFocus(Qt::OtherFocusReason);
+    ASSERT_TRUE(WaitUntil([&] { return Line(edit).hasFocus(); }));
+    QString shown;
+    QTimer closer;
+    QObject::connect(&closer, &QTimer::timeout, [&] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            shown = box->windowTitle();
+            box->accept();
+        }
+    });
+    closer.start(50);
+    Type(edit, "Pro/mo");
+    Press(edit, Qt::Key_Return);
+    closer.stop();
+    EXPECT_EQ(shown.toStdString(), "Invalid Name");
+    EXPECT_TRUE(Tree().GetEditFields().empty()); // the edit is not opened again
+    // Where the window sends the keys once it is active again.
+    const QWidget* focus = tree.window()->focusWidget();
+    EXPECT_EQ(focus, &tree) << "keys go to "
+                            << (focus != nullptr ? focus->metaObject()->className() : "nothing");
 }
 
 TEST_F(InPlaceRenameTest, AControlCharacterIsRefusedWithTheSameMessage) {
