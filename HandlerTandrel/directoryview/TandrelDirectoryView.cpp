@@ -283,6 +283,19 @@ void TandrelDirectoryView::ShowNewItem(const host::WideString& path) {
     }
 }
 
+void TandrelDirectoryView::SelectWhenListed(std::vector<host::WideString> paths,
+                                            const host::WideString& awaited) {
+    if (paths.empty() || awaited.empty()) {
+        return;
+    }
+    DirectoryViewStateData state = GetStateData();
+    state.mSelectedRowPaths = std::move(paths);
+    state.mTopVisibleRowPath.clear(); // the first of them comes into view instead
+    mStateAfterListing = std::move(state);
+    mRenamedPath = awaited;
+    ShowNewItem(awaited);
+}
+
 std::string_view TandrelDirectoryView::ContextClick(const host::TreeRowPtr& row) {
     std::string_view menu = kNoSelectionContextMenuID;
     if (!row) {

@@ -106,6 +106,9 @@ public:
     // An item was just made at the path: its folder is read again now, so that it shows
     // without waiting for the directory monitor.
     void ShowNewItem(const host::WideString& path);
+    // Items on their way (copies made in the background): once the row for awaited is listed,
+    // those at the paths are selected and the first is scrolled into view.
+    void SelectWhenListed(std::vector<host::WideString> paths, const host::WideString& awaited);
     // Opens the saved folders, then selects the saved rows and scrolls to the saved top row.
     void UpdateFromStateData(const DirectoryViewStateData& state, bool restoreSelection);
     // What the view would put back later: open folders (parents first), selection, columns

@@ -127,12 +127,14 @@ void TandrelTabView::OnAddProjectCommand() {
 void TandrelTabView::OnMakeACopyCommand() {
     try {
         std::vector<host::WideString> chosen; // two copies made at once never share a name
+        host::WideString lastProjectCopy;
         bool copying = false;
         for (const host::WideString& path : GetSelectedPaths()) {
             const host::WideString copy = host::GetMvProductionItemCopyPath(path, chosen);
             chosen.push_back(copy);
             if (!IsFolderItem(path)) {
                 host::AddProjectToMvProduction(path, copy);
+                lastProjectCopy = copy;
                 copying = true;
                 continue;
             }
@@ -155,6 +157,12 @@ void TandrelTabView::OnMakeACopyCommand() {
         }
         if (copying) {
             Utils::NotifyProgressPanel();
+        }
+        // The copies are what the person works on next: selected, in view, once there (the
+        // projects arrive last, in the order they were chosen).
+        if (mDirectoryView && !chosen.empty()) {
+            mDirectoryView->SelectWhenListed(chosen, lastProjectCopy.empty() ? chosen.back()
+                                                                             : lastProjectCopy);
         }
     } catch (const std::exception& error) {
         host::LogException("HandlerTandrel::TandrelTabView::OnMakeACopyCommand", error);

@@ -3,11 +3,13 @@
 #include "FileBytes.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/uitoolkit/TreeView.h"
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
 #include "host/ApplicationLayer.h"
 #include "host/ProjectBackEnd.h"
 
+#include <QTreeView>
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -180,6 +182,36 @@ TEST_F(FolderAndProjectCommandsTest, MakeACopyOfTwoProjectsCopiesEachBesideItsel
     EXPECT_TRUE(fs::exists(pilot / "Scene 12_1.mvproj"));
     EXPECT_EQ(testsupport::ReadBytes(pilot / "Scene 4_1.mvproj"),
               testsupport::ReadBytes(pilot / "Scene 4.mvproj"));
+    testsupport::StopProjectImport();
+}
+
+TEST_F(FolderAndProjectCommandsTest, TheCopyMadeIsSelectedAndScrolledIntoView) {
+    // Enough rows that the top of the list is out of view once scrolled to the end.
+    for (int take = 1; take <= 80; ++take) {
+        testsupport::WriteProject(pilot / ("Take " + std::to_string(100 + take) + ".mvproj"));
+    }
+    const fs::path first = pilot / "Scene 12.mvproj";
+    ASSERT_TRUE(WaitUntil([&] { return panel.Tree().GetTopLevelRowCount() == 84; }));
+    panel.Select({first});
+    const auto& tree = panel.Tree();
+    QTreeView& view = *tree.GetImpl()->view;
+    const auto& model = tree.GetImpl()->model;
+    const auto inView = [&](const fs::path& path) {
+        const host::TreeRowPtr row = panel.Row(path);
+        return row != nullptr &&
+               view.viewport()->rect().intersects(view.visualRect(model.IndexOf(row)));
+    };
+    view.scrollToBottom();
+    ASSERT_TRUE(WaitUntil([&] { return !inView(first); })) << "the list is too short to scroll";
+    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    const fs::path copy = pilot / "Scene 12_1.mvproj";
+    ASSERT_TRUE(fs::exists(copy));
+    EXPECT_TRUE(WaitUntil([&] {
+        const std::vector<host::WideString> selected = panel.View().GetSelectedPaths();
+        return selected.size() == 1 && host::ToUTF8(selected[0]) == copy.string();
+    })) << "the copy was not selected";
+    EXPECT_TRUE(WaitUntil([&] { return inView(copy); })) << "the copy is out of view";
     testsupport::StopProjectImport();
 }
 
