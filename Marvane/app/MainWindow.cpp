@@ -2,6 +2,7 @@
 
 #include "Marvane/app/CommandLine.h"
 #include "Marvane/app/HostCommands.h"
+#include "Marvane/app/LongWorkDialog.h"
 #include "Marvane/app/ProductionOutage.h"
 #include "Marvane/app/ProjectWindow.h"
 #include "Marvane/application/HostSession.h"
@@ -68,6 +69,8 @@ MainWindow::MainWindow() {
     mWorkspace = new DockWorkspace(this);
     SetCurrentWorkspace(mWorkspace);
     ShowFileFailuresInTheWindow(true);
+    mLongWork = std::make_unique<LongWorkDialog>(this);
+    files::SetLongWorkView(mLongWork.get());
 
     mCentreStack = new QStackedWidget(this);
     mCentre = new QLabel(mCentreStack);
@@ -133,6 +136,7 @@ MainWindow::MainWindow() {
 
 MainWindow::~MainWindow() {
     ShowFileFailuresInTheWindow(false);
+    files::SetLongWorkView(nullptr);
     MessageStation::Get(kPanelFrameworkStation)->Unsubscribe(mListener.get());
     MessageStation::Get(kProjectActivationStation)->Unsubscribe(mListener.get());
     MessageStation::Get(kProgressStation)->Unsubscribe(mListener.get());

@@ -16,6 +16,7 @@ namespace host {
 
 class DockWorkspace;
 class HostCommandHandler;
+class LongWorkDialog;
 class ProgressPanel;
 
 class MainWindow final : public QMainWindow {
@@ -39,6 +40,8 @@ public:
     // Brings up the progress panel (made on first use).
     void ShowProgressPanel();
     ProgressPanel* GetProgressPanel() const { return mProgressPanel; }
+    // Shows copies and moves to another disk while the window waits for them.
+    LongWorkDialog& GetLongWorkDialog() const { return *mLongWork; }
     // Why the production asked for could not be opened; the window says so while none is open.
     void SetProductionError(const std::string& error);
     QString CentreText() const;
@@ -60,6 +63,7 @@ private:
 
     DockWorkspace* mWorkspace = nullptr;
     std::unique_ptr<HostCommandHandler> mCommandHandler;
+    std::unique_ptr<LongWorkDialog> mLongWork;
     std::shared_ptr<ProductionListener> mListener;
     QLabel* mCentre = nullptr;
     QStackedWidget* mCentreStack = nullptr;

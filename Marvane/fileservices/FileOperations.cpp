@@ -6,16 +6,20 @@
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/LongWork.h"
 #include "Marvane/fileservices/MoveJournal.h"
 #include "Marvane/fileservices/ProjectItemRules.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,6 +28,10 @@
 namespace host {
 
 namespace fs = std::filesystem;
+using files::LongWork;
+using files::LongWorkEnd;
+using files::RunLongWork;
+using files::RunLongWorkStepHook;
 
 namespace {
 
@@ -77,7 +85,8 @@ namespace {
 // Copies from into a new private name beside to, then renames the complete copy into place, so
 // that nothing partial ever carries a real name, even when the process is killed half-way.
 // Throws FileException; -EEXIST-like refusal is a FileException too.
-void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& aside, bool verify) {
+void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& aside, bool verify,
+                   const CopyProgress& progress) {
     if (const std::string gone = MountGoneUnder(to); !gone.empty()) {
         throw FileException("Cannot copy to " + to.string() + ": " + gone, ENOTCONN);
     }
@@ -86,7 +95,7 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
     std::vector<fs::path> made;
     CopyDigests digests;
     try {
-        CopyTree(from, copy, made, {}, verify ? &digests : nullptr);
+        CopyTree(from, copy, made, progress, verify ? &digests : nullptr);
     } catch (...) {
         RemoveMade(made);
         throw;
@@ -109,19 +118,45 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
     }
 }
 
+// Counts what a copy is about to go through, each entry a step, so that even the walk shows
+// that the work moves.
+void Measure(const fs::path& path, LongWork& work) {
+    struct stat status {};
+    if (work.StopRequested() || ::lstat(path.c_str(), &status) != 0) {
+        return;
+    }
+    ++work.steps;
+    if (S_ISDIR(status.st_mode)) {
+        std::error_code error;
+        for (fs::directory_iterator it(path, error), end; !error && it != end;
+             it.increment(error)) {
+            Measure(it->path(), work);
+        }
+    } else if (S_ISREG(status.st_mode)) {
+        work.total += static_cast<std::uint64_t>(status.st_size);
+    }
+}
+
+// The copy's steps reported to the work, which stops the copy when asked to.
+CopyProgress StepsOf(LongWork& work) {
+    return [&work](std::uint64_t bytes, bool) {
+        work.done += bytes;
+        ++work.steps;
+        RunLongWorkStepHook();
+        return !work.StopRequested();
+    };
+}
+
 // Across file systems: a verified copy is put in place, then the original is taken aside
 // under a private name in its own folder and removed, so that an interrupted removal never
-// leaves half a folder under the real name.
-int MoveAcrossFileSystems(const fs::path& from, const fs::path& to) {
+// leaves half a folder under the real name. 0 when it moved.
+int MoveAcrossNow(const fs::path& from, const fs::path& to, LongWork& work) {
     const fs::path aside = PrivateName(from.parent_path(), "moving");
-    {
-        struct stat status {};
-        if (::lstat(to.c_str(), &status) == 0) {
-            return -EEXIST;
-        }
-    }
+    Measure(from, work);
     try {
-        CopyIntoPlace(from, to, aside, true);
+        CopyIntoPlace(from, to, aside, true, StepsOf(work));
+    } catch (const CopyCancelled&) {
+        return -ECANCELED;
     } catch (const FileException& failure) {
         Trace("Host", 2, std::string("Move failed: ") + failure.what());
         return failure.ErrorNumber() != 0 ? -failure.ErrorNumber() : -EIO;
@@ -132,7 +167,7 @@ int MoveAcrossFileSystems(const fs::path& from, const fs::path& to) {
         Trace("Host", 2,
               "Moved " + from.string() + " to " + to.string() +
                   " but could not remove the original: " + std::strerror(errno));
-        return Moved(from);
+        return 0;
     }
     std::error_code error;
     fs::remove_all(aside, error);
@@ -142,7 +177,56 @@ int MoveAcrossFileSystems(const fs::path& from, const fs::path& to) {
                   " but could not remove all of the original, kept as " + aside.string() + ": " +
                   error.message());
     }
-    return Moved(from);
+    return 0;
+}
+
+// What long work on the item is shown as: "Dailies" → "Trash".
+std::string WorkTitle(const fs::path& from, const fs::path& to) {
+    return "\"" + from.filename().string() + "\" \u2192 \"" + to.parent_path().filename().string() +
+           "\"";
+}
+
+// The move to another disk runs as long work: the window stays drawn and offers Cancel, and
+// a disk that stops answering ends it (-ETIMEDOUT) rather than the window.
+int MoveAcrossFileSystems(const fs::path& from, const fs::path& to) {
+    {
+        struct stat status {};
+        if (::lstat(to.c_str(), &status) == 0) {
+            return -EEXIST;
+        }
+    }
+    auto work = std::make_shared<LongWork>();
+    work->title = WorkTitle(from, to);
+    auto result = std::make_shared<std::atomic<int>>(-EIO);
+    const LongWorkEnd end = RunLongWork(work, [from, to, result](LongWork& running) {
+        *result = MoveAcrossNow(from, to, running);
+    });
+    if (end == LongWorkEnd::Stalled) {
+        return -ETIMEDOUT;
+    }
+    return result->load() == 0 ? Moved(from) : result->load();
+}
+
+// A copy runs as long work too; its failure is thrown here.
+void CopyAsLongWork(const fs::path& source, const fs::path& target) {
+    auto work = std::make_shared<LongWork>();
+    work->title = WorkTitle(source, target);
+    auto failure = std::make_shared<std::exception_ptr>();
+    const LongWorkEnd end = RunLongWork(work, [source, target, failure](LongWork& running) {
+        try {
+            Measure(source, running);
+            CopyIntoPlace(source, target, {}, false, StepsOf(running));
+        } catch (...) {
+            *failure = std::current_exception();
+        }
+    });
+    if (end == LongWorkEnd::Stalled) {
+        throw FileException("Cannot copy " + source.string() + ": nothing moved for a while",
+                            ETIMEDOUT);
+    }
+    if (*failure) {
+        std::rethrow_exception(*failure);
+    }
 }
 
 } // namespace
@@ -279,6 +363,18 @@ std::string FailureSentence(const fs::path& item, const std::string& happened,
            "\": " + reason + ".";
 }
 
+// The system's reason, in the person's words where the system's would mislead.
+std::string ReasonOf(int errorNumber) {
+    switch (errorNumber) {
+    case EEXIST:
+        return "something there has its name already";
+    case ETIMEDOUT:
+        return "the disk stopped answering, so it was given up (the item is still where it was)";
+    default:
+        return std::strerror(errorNumber);
+    }
+}
+
 int MoveOrNote(const fs::path& from, const fs::path& to) {
     // A rename that never replaces what is at the destination.
     const int error = RenameNoReplace(from, to);
@@ -286,11 +382,9 @@ int MoveOrNote(const fs::path& from, const fs::path& to) {
         return Moved(from);
     }
     const int result = error == EXDEV ? MoveAcrossFileSystems(from, to) : -error;
-    if (result < 0) {
-        files::NoteFailure(FailureSentence(from, "could not be moved into", to.parent_path(),
-                                           result == -EEXIST
-                                               ? "something there has its name already"
-                                               : std::string(std::strerror(-result))));
+    if (result < 0 && result != -ECANCELED) { // a move the person stopped needs no word
+        files::NoteFailure(
+            FailureSentence(from, "could not be moved into", to.parent_path(), ReasonOf(-result)));
     }
     return result;
 }
@@ -326,13 +420,15 @@ void Copy(const WideString& from, const WideString& to) {
         throw FileException("Cannot copy " + source.string() + " into itself");
     }
     try {
-        CopyIntoPlace(source, target, {}, false);
+        CopyAsLongWork(source, target);
+    } catch (const CopyCancelled&) {
+        throw; // the person stopped it: nothing to tell them
     } catch (const FileException& failure) {
         // The copy's own message names the private name it was made under; the person
         // gets the item, the place and the reason.
         files::NoteFailure(FailureSentence(source, "could not be copied into", target.parent_path(),
                                            failure.ErrorNumber() != 0
-                                               ? std::string(std::strerror(failure.ErrorNumber()))
+                                               ? ReasonOf(failure.ErrorNumber())
                                                : std::string(failure.what())));
         throw;
     }

@@ -16,8 +16,10 @@ namespace testsupport {
 
 class TmpfsMount {
 public:
-    explicit TmpfsMount(std::filesystem::path folder, std::filesystem::path store = {})
-        : mFolder(std::move(folder)), mStore(std::move(store)) {}
+    explicit TmpfsMount(std::filesystem::path folder, std::filesystem::path store = {},
+                        std::string size = "16m")
+        : mFolder(std::move(folder)), mStore(std::move(store)),
+          mOptions("size=" + std::move(size) + ",mode=0755") {}
     ~TmpfsMount() {
         while (mMounts > 0) {
             Unmount();
@@ -33,13 +35,13 @@ public:
     std::string Mount() {
         if (!mStore.empty() && !mStoreMounted) {
             std::filesystem::create_directories(mStore);
-            if (::mount("tmpfs", mStore.c_str(), "tmpfs", 0, "size=16m,mode=0755") != 0) {
+            if (::mount("tmpfs", mStore.c_str(), "tmpfs", 0, mOptions.c_str()) != 0) {
                 return std::string("tmpfs cannot be mounted here: ") + std::strerror(errno);
             }
             mStoreMounted = true;
         }
         const int result =
-            mStore.empty() ? ::mount("tmpfs", mFolder.c_str(), "tmpfs", 0, "size=16m,mode=0755")
+            mStore.empty() ? ::mount("tmpfs", mFolder.c_str(), "tmpfs", 0, mOptions.c_str())
                            : ::mount(mStore.c_str(), mFolder.c_str(), nullptr, MS_BIND, nullptr);
         if (result != 0) {
             return std::string("tmpfs cannot be mounted here: ") + std::strerror(errno);
@@ -59,6 +61,7 @@ public:
 private:
     std::filesystem::path mFolder;
     std::filesystem::path mStore;
+    std::string mOptions;
     int mMounts = 0;
     bool mStoreMounted = false;
 };

@@ -1,0 +1,42 @@
+#pragma once
+// The window's side of long work (fileservices/LongWork.h): while a copy or a move to another
+// disk runs, the window keeps being drawn; once the work has run for a moment a modal dialog
+// shows what is done, how far it got, and a Cancel button. Until the dialog shows, the
+// person's input waits; directory watches wait for the work too.
+#include "Marvane/fileservices/LongWork.h"
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QProgressDialog>
+#include <QWidget>
+#include <memory>
+
+namespace host {
+
+class LongWorkDialog final : public files::LongWorkView {
+public:
+    explicit LongWorkDialog(QWidget* parent);
+    ~LongWorkDialog() override;
+    LongWorkDialog(const LongWorkDialog&) = delete;
+    LongWorkDialog& operator=(const LongWorkDialog&) = delete;
+
+    void Begin(files::LongWork& work) override;
+    void Turn(files::LongWork& work, std::chrono::milliseconds slice) override;
+    void End(files::LongWork& work) override;
+
+    // The dialog while shown (tests click its Cancel), else null.
+    QProgressDialog* Dialog() const { return mDialog; }
+
+    static constexpr int kAppearAfterMs = 400;
+
+private:
+    void Show(files::LongWork& work);
+    void Update(const files::LongWork& work);
+
+    QPointer<QWidget> mParent;
+    QPointer<QProgressDialog> mDialog;
+    QElapsedTimer mSince;
+    int mDepth = 0;
+};
+
+} // namespace host
