@@ -112,7 +112,8 @@ public:
     // Fills an empty parent with rows that are already in the header's order, each with its
     // key in the sort column (keys[i] for rows[i]): the tree asks for no key and checks the
     // order once; rows found out of order are sorted as InsertRows would. Into a parent that
-    // has rows, this is InsertRows.
+    // has rows, rows in order that all follow its last row are added at its end in one step
+    // (results shown in parts); other rows are inserted as InsertRows does.
     void InsertRowsInOrder(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& rows,
                            std::vector<WideString> keys);
     void RemoveRow(const TreeRowPtr& row);

@@ -26,7 +26,15 @@ constexpr std::string_view kSelectedPluralKey =
     "selected#{comment}Shows how many items are selected, out of the total number of items in "
     "the Production panel tree view.";
 
+constexpr std::string_view kSearchingKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/Searching=Searching... @0 found#{comment}Shown "
+    "while a search of the production runs, with how many projects it found so far.";
+
 } // namespace
+
+host::WideString SearchingStatusTextFor(std::size_t found) {
+    return host::ToUTF16(host::Localize(kSearchingKey, {std::to_string(found)}));
+}
 
 host::WideString StatusTextFor(int total, int selected) {
     if (selected == 0) {

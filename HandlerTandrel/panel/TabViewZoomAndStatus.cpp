@@ -17,6 +17,12 @@ void TandrelTabView::UpdateStatusText() {
     if (!mTreeView || !mStatusText) {
         return;
     }
+    // A search still running says so, with how many it found so far: "0 items" would read
+    // as nothing found.
+    if (IsShowingSearchResults() && mSearchResultsView->IsSearching()) {
+        mStatusText->SetValue(SearchingStatusTextFor(mSearchResultsView->GetFoundCount()));
+        return;
+    }
     const int total = IsShowingSearchResults() ? mSearchResultsView->GetRowCount()
                                                : mDirectoryView->GetItemCount();
     const auto selected = static_cast<int>(GetSelectedPaths().size());

@@ -97,13 +97,19 @@ void TandrelTabView::BuildChildren() {
     // 1: the tree, with the search results in the same place.
     mDirectoryView =
         TandrelDirectoryView::Create(host::ToUTF8(host::GetTandrelManagerFolderPath()), self);
-    mSearchResultsView = TandrelSearchResultsView::Create([weakSelf] {
-        if (const auto panel = weakSelf.lock()) {
-            panel->ForgetMoveTest();
-            panel->UpdateButtons();
-            panel->UpdateStatusText();
-        }
-    });
+    mSearchResultsView = TandrelSearchResultsView::Create(
+        [weakSelf] {
+            if (const auto panel = weakSelf.lock()) {
+                panel->ForgetMoveTest();
+                panel->UpdateButtons();
+                panel->UpdateStatusText();
+            }
+        },
+        [weakSelf] {
+            if (const auto panel = weakSelf.lock()) {
+                panel->UpdateStatusText();
+            }
+        });
     mTreeView = std::make_unique<TandrelTreeView>(*this, mDirectoryView, mSearchResultsView);
     host::MessageStation::Get(kDirectoryViewStation)->Subscribe(listener);
     // Ctrl + wheel zooms a step per notch; a touchpad's small turns add up to notches.

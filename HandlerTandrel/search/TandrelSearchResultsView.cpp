@@ -5,23 +5,29 @@
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
 #include "host/ApplicationLayer.h"
+#include "host/AsyncCalls.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
 #include "utils/ProjectMessages.h"
 
 #include <algorithm>
+#include <chrono>
+#include <iterator>
 
 namespace HandlerTandrel {
 
 std::shared_ptr<TandrelSearchResultsView>
-TandrelSearchResultsView::Create(std::function<void()> resultsShown) {
-    auto view = std::make_shared<TandrelSearchResultsView>(std::move(resultsShown));
+TandrelSearchResultsView::Create(std::function<void()> resultsShown,
+                                 std::function<void()> searchMoved) {
+    auto view =
+        std::make_shared<TandrelSearchResultsView>(std::move(resultsShown), std::move(searchMoved));
     host::MessageStation::Get(host::kProjectActivationStation)->Subscribe(view);
     return view;
 }
 
-TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> resultsShown)
-    : mResultsShown(std::move(resultsShown)),
+TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> resultsShown,
+                                                   std::function<void()> searchMoved)
+    : mResultsShown(std::move(resultsShown)), mSearchMoved(std::move(searchMoved)),
       mHeaderRow(std::make_unique<host::UI_MultiColumnTreeHeaderRow>()),
       mTree(host::ByteString(kSearchResultsNodeID)) {
     Columns::SetupColumns(mHeaderRow.get(), Columns::SortStringIsLess, nullptr);
@@ -78,6 +84,9 @@ void TandrelSearchResultsView::Find(const host::WideString& searchText) {
         mSearch->Cancel(); // a newer text: the older results are never shown
         mSearch.reset();
     }
+    ++mGeneration;
+    mPending.reset();
+    mFoundSoFar = 0;
     if (searchText.empty() || !host::IsTandrelManagerActive()) {
         mTree.SetBusy(false);
         RemoveAllRows();
@@ -105,7 +114,19 @@ void TandrelSearchResultsView::Find(const host::WideString& searchText) {
                 view->ShowResults(std::move(paths), std::move(*order));
             }
         },
-        std::move(arrange));
+        std::move(arrange),
+        [self](std::size_t found) {
+            if (auto view = self.lock()) {
+                view->mFoundSoFar = found;
+                if (view->mSearchMoved) {
+                    view->mSearchMoved();
+                }
+            }
+        });
+}
+
+std::size_t TandrelSearchResultsView::GetFoundCount() const {
+    return std::max(mFoundSoFar, static_cast<std::size_t>(GetRowCount()));
 }
 
 void TandrelSearchResultsView::OrderByName(std::vector<host::WideString>& paths,
@@ -143,24 +164,74 @@ void TandrelSearchResultsView::RemoveAllRows() {
     mPathOfRow.clear();
 }
 
-void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths, ResultOrder order) {
-    mTree.SetBusy(false);
-    RemoveAllRows();
+std::vector<host::TreeRowPtr>
+TandrelSearchResultsView::MakeRows(std::vector<host::WideString>::iterator first,
+                                   std::vector<host::WideString>::iterator last) {
     std::vector<host::TreeRowPtr> rows;
-    rows.reserve(paths.size());
-    for (host::WideString& path : paths) {
+    rows.reserve(static_cast<std::size_t>(last - first));
+    for (auto path = first; path != last; ++path) {
         auto row = std::make_shared<host::UI_TreeRow>(false);
-        mPathOfRow.emplace(row.get(), path);
-        mRowForPath.emplace(std::move(path), row);
+        mPathOfRow.emplace(row.get(), *path);
+        mRowForPath.emplace(std::move(*path), row);
         rows.push_back(std::move(row));
     }
-    // Inserted in one step, sorted by the current column and direction: as the worker ordered
-    // them when it could and the sort is still the one it ordered them by.
-    if (order.keys.size() == rows.size() && order.column == mHeaderRow->GetSortColumn() &&
-        order.ascending == mHeaderRow->IsSortDirectionAscending()) {
-        mTree.InsertRowsInOrder(nullptr, rows, std::move(order.keys));
+    return rows;
+}
+
+void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths, ResultOrder order) {
+    RemoveAllRows();
+    mFoundSoFar = paths.size();
+    mPending = std::make_unique<PendingRows>();
+    mPending->paths = std::move(paths);
+    mPending->order = std::move(order);
+    ShowNextPart();
+}
+
+void TandrelSearchResultsView::ShowNextPart() {
+    if (!mPending) {
+        return;
+    }
+    PendingRows& pending = *mPending;
+    const auto began = std::chrono::steady_clock::now();
+    // Parts of rows until this turn's time is used up; the rows already in are drawn, and
+    // input answered, before the next turn.
+    do {
+        const bool inOrder = pending.order.keys.size() == pending.paths.size() &&
+                             pending.order.column == mHeaderRow->GetSortColumn() &&
+                             pending.order.ascending == mHeaderRow->IsSortDirectionAscending();
+        // Results the worker could not put in order (another sort column, or the sort
+        // changed since) go in at once, sorted by the tree.
+        const std::size_t end = inOrder
+                                    ? std::min(pending.paths.size(), pending.next + kRowsPerPart)
+                                    : pending.paths.size();
+        const auto first = pending.paths.begin() + static_cast<std::ptrdiff_t>(pending.next);
+        const auto last = pending.paths.begin() + static_cast<std::ptrdiff_t>(end);
+        const std::vector<host::TreeRowPtr> rows = MakeRows(first, last);
+        if (inOrder) {
+            // Each part follows the one before: the tree adds it at its end, asking no key.
+            const auto keys = pending.order.keys.begin();
+            mTree.InsertRowsInOrder(
+                nullptr, rows,
+                std::vector<host::WideString>(
+                    std::make_move_iterator(keys + static_cast<std::ptrdiff_t>(pending.next)),
+                    std::make_move_iterator(keys + static_cast<std::ptrdiff_t>(end))));
+        } else {
+            mTree.InsertRows(nullptr, rows);
+        }
+        pending.next = end;
+    } while (pending.next < pending.paths.size() &&
+             std::chrono::steady_clock::now() - began < kTimePerTurn);
+    if (pending.next >= pending.paths.size()) {
+        mPending.reset();
+        mTree.SetBusy(false);
     } else {
-        mTree.InsertRows(nullptr, rows);
+        const std::weak_ptr<TandrelSearchResultsView> self = weak_from_this();
+        const std::uint64_t generation = mGeneration;
+        host::CallAsyncOnMainThread([self, generation] {
+            if (const auto view = self.lock(); view && view->mGeneration == generation) {
+                view->ShowNextPart();
+            }
+        });
     }
     if (mResultsShown) {
         mResultsShown();

@@ -13,6 +13,7 @@
 #include "host/Messaging.h"
 #include "host/MultiColumnTree.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -27,14 +28,25 @@ inline constexpr std::string_view kSearchResultsNodeID =
 class TandrelSearchResultsView : public host::Listener,
                                  public std::enable_shared_from_this<TandrelSearchResultsView> {
 public:
-    // resultsShown: told each time the rows were replaced by a search's results.
-    static std::shared_ptr<TandrelSearchResultsView> Create(std::function<void()> resultsShown);
-    explicit TandrelSearchResultsView(std::function<void()> resultsShown);
+    // resultsShown: told each time rows of a search's results were shown (many results come
+    // in parts, one per turn of the event loop). searchMoved: told while the search runs,
+    // as it finds more.
+    static std::shared_ptr<TandrelSearchResultsView> Create(std::function<void()> resultsShown,
+                                                            std::function<void()> searchMoved = {});
+    TandrelSearchResultsView(std::function<void()> resultsShown, std::function<void()> searchMoved);
     ~TandrelSearchResultsView() override;
 
     // Recomputes the results for the text (searching the open production's folder).
     void Find(const host::WideString& searchText);
-    bool IsSearching() const { return mSearch && mSearch->IsRunning(); }
+    // True from the text until its last result row is shown.
+    bool IsSearching() const { return (mSearch && mSearch->IsRunning()) || mPending != nullptr; }
+    // How many projects the running search found so far (rows shown or not yet).
+    std::size_t GetFoundCount() const;
+
+    // Results are shown in parts of rows, as many parts in one turn of the event loop as fit
+    // in its time; more come at the next turns.
+    static constexpr std::size_t kRowsPerPart = 2000;
+    static constexpr std::chrono::milliseconds kTimePerTurn{20};
 
     host::UI_MultiColumnTree& GetTree() { return mTree; }
     host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
@@ -65,10 +77,24 @@ private:
     // Runs on the worker: orders the paths by name as the tree would, keeping the names.
     static void OrderByName(std::vector<host::WideString>& paths, ResultOrder& order);
     void ShowResults(std::vector<host::WideString> paths, ResultOrder order);
+    // Shows the next part of the results waiting, and asks for the next turn while any wait.
+    void ShowNextPart();
+    std::vector<host::TreeRowPtr> MakeRows(std::vector<host::WideString>::iterator first,
+                                           std::vector<host::WideString>::iterator last);
     void RemoveAllRows();
     void ProjectStateChanged(const host::ByteString& projectPath);
 
     std::function<void()> mResultsShown;
+    std::function<void()> mSearchMoved;
+    // Results in order still to be shown, from `next` on.
+    struct PendingRows {
+        std::vector<host::WideString> paths;
+        ResultOrder order;
+        std::size_t next = 0;
+    };
+    std::unique_ptr<PendingRows> mPending;
+    std::uint64_t mGeneration = 0; // a new text: parts of older results are not shown
+    std::size_t mFoundSoFar = 0;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
     host::UI_MultiColumnTree mTree;
     Columns::ColumnWidthRecorder mWidths{*mHeaderRow};

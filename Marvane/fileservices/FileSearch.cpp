@@ -10,9 +10,11 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -30,6 +32,7 @@ namespace {
 constexpr std::size_t kEntryLengthAt = 16;
 constexpr std::size_t kEntryTypeAt = 18;
 constexpr std::size_t kEntryNameAt = 19;
+constexpr std::chrono::milliseconds kProgressEvery{100};
 
 char FoldAscii(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -84,6 +87,9 @@ struct Search {
     std::string filter;                  // folded UTF-8
     const std::atomic<bool>* cancelled = nullptr;
     std::vector<WideString> found;
+    // Told how many were found so far, at most every kProgressEvery.
+    std::function<void(std::size_t)> progress;
+    std::chrono::steady_clock::time_point lastProgress = std::chrono::steady_clock::now();
 
     // The extension the name ends with, or null.
     const std::string* ExtensionOf(std::string_view name) const {
@@ -166,6 +172,13 @@ struct Search {
         full.reserve(path.size() + 1 + name.size());
         full.append(path).append(path == "/" ? "" : "/").append(name);
         found.push_back(ToUTF16(full));
+        if (progress) {
+            const auto now = std::chrono::steady_clock::now();
+            if (now - lastProgress >= kProgressEvery) {
+                lastProgress = now;
+                progress(found.size());
+            }
+        }
     }
 
     void Descend(int folder, std::string& path, const char* name) {
@@ -185,9 +198,10 @@ struct Search {
 
 std::vector<WideString> RunSearch(const WideString& folder,
                                   const std::vector<WideString>& extensions,
-                                  const WideString& nameFilter,
-                                  const std::atomic<bool>* cancelled) {
+                                  const WideString& nameFilter, const std::atomic<bool>* cancelled,
+                                  std::function<void(std::size_t)> progress = {}) {
     Search search;
+    search.progress = std::move(progress);
     for (const WideString& extension : extensions) {
         if (!extension.empty()) {
             search.extensions.push_back(Folded(extension));
@@ -214,16 +228,27 @@ public:
 
     void Start(WideString folder, std::vector<WideString> extensions, WideString nameFilter,
                std::function<void(std::vector<WideString>)> done,
-               std::function<void(std::vector<WideString>&)> arrange) {
+               std::function<void(std::vector<WideString>&)> arrange,
+               std::function<void(std::size_t)> progress) {
         // The worker holds the flags, never the handle: releasing the handle cancels.
         auto cancelled = mCancelled;
         auto delivered = mDelivered;
         RunOnDefaultExecutor([cancelled, delivered, folder = std::move(folder),
                               extensions = std::move(extensions),
                               nameFilter = std::move(nameFilter), done = std::move(done),
-                              arrange = std::move(arrange)] {
+                              arrange = std::move(arrange), progress = std::move(progress)] {
+            std::function<void(std::size_t)> tell;
+            if (progress) {
+                tell = [cancelled, delivered, progress](std::size_t found) {
+                    CallAsyncOnMainThread([cancelled, delivered, progress, found] {
+                        if (!cancelled->load() && !delivered->load()) {
+                            progress(found);
+                        }
+                    });
+                };
+            }
             auto paths = std::make_shared<std::vector<WideString>>(
-                RunSearch(folder, extensions, nameFilter, cancelled.get()));
+                RunSearch(folder, extensions, nameFilter, cancelled.get(), std::move(tell)));
             if (arrange && !cancelled->load()) {
                 arrange(*paths);
             }
@@ -253,9 +278,11 @@ std::vector<WideString> FindFilesOrDirectories(const WideString& folder,
 FileSearchPtr StartFileSearch(const WideString& folder, const std::vector<WideString>& extensions,
                               const WideString& nameFilter,
                               std::function<void(std::vector<WideString> paths)> done,
-                              std::function<void(std::vector<WideString>& paths)> arrange) {
+                              std::function<void(std::vector<WideString>& paths)> arrange,
+                              std::function<void(std::size_t found)> progress) {
     auto search = std::make_shared<BackgroundSearch>();
-    search->Start(folder, extensions, nameFilter, std::move(done), std::move(arrange));
+    search->Start(folder, extensions, nameFilter, std::move(done), std::move(arrange),
+                  std::move(progress));
     return search;
 }
 

@@ -266,13 +266,10 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
     for (const TreeRowPtr& row : rows) {
         distinct.insert(row.get());
     }
-    if ((parent && parent->Node().tree != this) || !ChildrenOf(parent.get()).empty() || !fresh ||
-        keys.size() != rows.size() || distinct.size() != rows.size() || rows.empty()) {
+    if ((parent && parent->Node().tree != this) || !fresh || keys.size() != rows.size() ||
+        distinct.size() != rows.size() || rows.empty()) {
         Insert(parent, rows);
         return;
-    }
-    if (parent) {
-        parent->Node().childrenLoaded = true;
     }
     std::vector<TreeRowPtr> ordered = rows;
     for (std::size_t index = 0; index < ordered.size(); ++index) {
@@ -287,13 +284,36 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
     }
     // One look at the order; rows the owner did not order as the header says are sorted.
     const auto before = [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); };
-    if (std::is_sorted(ordered.begin(), ordered.end(), before)) {
+    const bool inOrder = std::is_sorted(ordered.begin(), ordered.end(), before);
+    std::vector<TreeRowPtr>& siblings = MutableChildrenOf(parent.get());
+    if (!siblings.empty()) {
+        // More rows for a parent that has some: in one step at its end when they follow its
+        // last row in order (the next part of results delivered in parts), else each to its
+        // place.
+        if (!inOrder || before(ordered.front(), siblings.back())) {
+            for (const TreeRowPtr& row : ordered) {
+                Detach(row);
+            }
+            Insert(parent, rows);
+            return;
+        }
+        const int first = static_cast<int>(siblings.size());
+        beginInsertRows(IndexOf(parent), first, first + static_cast<int>(ordered.size()) - 1);
+        siblings.insert(siblings.end(), ordered.begin(), ordered.end());
+        Reindex(siblings, static_cast<std::size_t>(first));
+        endInsertRows();
+        return;
+    }
+    if (parent) {
+        parent->Node().childrenLoaded = true;
+    }
+    if (inOrder) {
         Reindex(ordered);
     } else {
         SortChildren(ordered, false);
     }
     beginInsertRows(IndexOf(parent), 0, static_cast<int>(ordered.size()) - 1);
-    MutableChildrenOf(parent.get()) = std::move(ordered);
+    siblings = std::move(ordered);
     endInsertRows();
 }
 

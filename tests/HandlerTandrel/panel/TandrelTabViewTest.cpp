@@ -211,6 +211,51 @@ TEST_F(TandrelTabViewTest,
     EXPECT_EQ(StatusLine(), "4 items");
 }
 
+TEST_F(TandrelTabViewTest, WhileASearchRunsTheStatusSaysSoInsteadOfACountOfNothing) {
+    SearchField().setText("scene");
+    // The search runs on a worker: until its results are shown, the status says it runs.
+    ASSERT_TRUE(Results().IsSearching());
+    Panel()->UpdateStatusText();
+    EXPECT_EQ(host::ToUTF8(Panel()->GetStatusText()->GetValue()).rfind("Searching... ", 0), 0u)
+        << host::ToUTF8(Panel()->GetStatusText()->GetValue());
+    ASSERT_TRUE(WaitUntil([&] { return !Results().IsSearching(); }));
+    EXPECT_EQ(Results().GetFoundCount(), 4u);
+    EXPECT_EQ(StatusLine(), "4 items");
+}
+
+TEST_F(TandrelTabViewTest, ManyResultsArriveInPartsAllInOrderAndANewTextDropsTheRest) {
+    const std::size_t many = 3 * HandlerTandrel::TandrelSearchResultsView::kRowsPerPart + 7;
+    for (std::size_t take = 0; take < many; ++take) {
+        std::ofstream(pilot / "Dailies" / ("Take " + std::to_string(take) + ".mvproj"))
+            << R"({"formatVersion":1,"name":"Take","bins":[],"sequences":[]})";
+    }
+    std::vector<int> shownCounts;
+    SearchField().setText("take");
+    ASSERT_TRUE(WaitUntil([&] {
+        const int rows = Results().GetRowCount();
+        if (shownCounts.empty() || shownCounts.back() != rows) {
+            shownCounts.push_back(rows);
+        }
+        return !Results().IsSearching();
+    }));
+    ASSERT_EQ(static_cast<std::size_t>(Results().GetRowCount()), many);
+    // In the order of their names as people count: Take 0, Take 1, Take 2, ... Take 10.
+    const auto names = TopLevelFileNames(Results());
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        ASSERT_EQ(names[index], "Take " + std::to_string(index) + ".mvproj");
+    }
+    EXPECT_EQ(StatusLine(), std::to_string(many) + " items");
+    // A new text while parts of the results are still to come: only its results show.
+    SearchField().setText("tak");
+    ASSERT_TRUE(WaitUntil([&] { return Results().GetRowCount() > 0; }));
+    SearchField().setText("scene");
+    ASSERT_TRUE(WaitUntil([&] { return !Results().IsSearching(); }));
+    SettleEvents(50);
+    EXPECT_EQ(TopLevelFileNames(Results()),
+              (std::vector<std::string>{"Old Scene.mvproj", "Scene 4.mvproj",
+                                        "Scene 9 pickup.mvproj", "Scene 12.mvproj"}));
+}
+
 TEST_F(TandrelTabViewTest, TheSameTextAgainStartsNoNewSearch) {
     Search("scene");
     const auto rows = TopLevelFileNames(Results());

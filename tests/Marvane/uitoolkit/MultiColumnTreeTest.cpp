@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
+#include <QSignalSpy>
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
@@ -135,6 +136,22 @@ TEST_F(MultiColumnTreeTest, RowsInOrderIntoAFolderThatHasRowsGoToTheirPlacesOneB
     EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c"}));
     tree.InsertRowsInOrder(nullptr, {Row(u"d")}, {}); // no keys: asked as usual
     EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c", u"d"}));
+}
+
+TEST_F(MultiColumnTreeTest, RowsInOrderThatFollowTheLastRowAreAddedAtTheEndInOneStep) {
+    tree.InsertRowsInOrder(nullptr, {Row(u"a"), Row(u"b")}, {u"a", u"b"});
+    QAbstractItemModel& model = *tree.GetImpl()->view->model();
+    QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+    tree.InsertRowsInOrder(nullptr, {Row(u"c"), Row(u"d"), Row(u"e")}, {u"c", u"d", u"e"});
+    EXPECT_EQ(Names(TopLevel()), (std::vector<std::u16string>{u"a", u"b", u"c", u"d", u"e"}));
+    ASSERT_EQ(inserted.count(), 1); // one step for the part, not one per row
+    EXPECT_EQ(inserted.at(0).at(1).toInt(), 2);
+    EXPECT_EQ(inserted.at(0).at(2).toInt(), 4);
+    EXPECT_EQ(tree.GetSortDataRequestCount(), 0u);
+    // Rows that do not follow the last one still go to their places.
+    tree.InsertRowsInOrder(nullptr, {Row(u"bb"), Row(u"f")}, {u"bb", u"f"});
+    EXPECT_EQ(Names(TopLevel()),
+              (std::vector<std::u16string>{u"a", u"b", u"bb", u"c", u"d", u"e", u"f"}));
 }
 
 TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
