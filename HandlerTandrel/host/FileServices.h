@@ -87,6 +87,9 @@ bool IsValidFileName(const WideString& name);
 // a project's name without its extension, leaving room for the extension and for the lock
 // file beside it, whose name is longer still.
 std::size_t GetLongestTypedNameBytes(const WideString& path);
+// The most bytes (UTF-8) a full path may take on this system: what lies deeper can only be
+// reached folder by folder.
+std::size_t GetLongestPathBytes();
 
 // A folder on disk, by its full path.
 class Directory {

@@ -15,6 +15,8 @@
 #include "utils/AddProjects.h"
 #include "utils/CopyFiles.h"
 
+#include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace HandlerTandrel {
@@ -40,6 +42,27 @@ constexpr std::string_view kFolderExistsMessageKey =
 
 constexpr std::string_view kAddProjectTitleKey =
     "$$$/Marvane/Handlers/MvProductionFolder/AddProject=Add Project";
+constexpr std::string_view kCopyTooDeepTitleKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/CopyTooDeep/Title=Cannot Make a Copy";
+constexpr std::string_view kCopyTooDeepMessageKey =
+    "$$$/Marvane/Handlers/MvProductionFolder/CopyTooDeep/Message=\"@0\" was not copied: it "
+    "holds items nested so deep that a copy of them would have a path of @1 bytes, longer than "
+    "the @2 this system takes. Nothing was copied.";
+
+// The longest path (UTF-8 bytes) an item of the folder would have in its copy.
+std::size_t DeepestCopiedPathBytes(const host::WideString& folder, const host::WideString& copy) {
+    const std::size_t folderBytes = host::ToUTF8(host::StripTrailingSlash(folder)).size();
+    const std::size_t copyBytes = host::ToUTF8(host::StripTrailingSlash(copy)).size();
+    std::size_t deepest = copyBytes;
+    for (const host::WideString& found :
+         host::FindFilesOrDirectories(folder, true, host::FindFilter::FilesAndDirectories)) {
+        const std::size_t bytes = host::ToUTF8(found).size();
+        if (bytes > folderBytes) {
+            deepest = std::max(deepest, copyBytes + (bytes - folderBytes));
+        }
+    }
+    return deepest;
+}
 
 host::WideString WithTrailingSlash(host::WideString path) {
     if (path.empty() || path.back() != u'/') {
@@ -138,7 +161,19 @@ void TandrelTabView::OnMakeACopyCommand() {
                 copying = true;
                 continue;
             }
-            // A folder: its folders are made at once, its projects copied in the background.
+            // A folder: its folders are made at once, its projects copied in the background;
+            // not begun when the copy could not be whole (items nested deeper than a path the
+            // system takes would be left out of it).
+            if (const std::size_t deepest = DeepestCopiedPathBytes(path, copy);
+                deepest > host::GetLongestPathBytes()) {
+                host::ShowMessageBox(host::Localize(kCopyTooDeepTitleKey),
+                                     host::Localize(kCopyTooDeepMessageKey,
+                                                    {host::ToUTF8(host::GetPathFileName(path)),
+                                                     std::to_string(deepest),
+                                                     std::to_string(host::GetLongestPathBytes())}),
+                                     {}, host::kWarningIcon, 0);
+                continue;
+            }
             if (!host::EnsureDirectoryExists(copy)) {
                 continue;
             }

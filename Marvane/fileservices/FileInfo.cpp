@@ -11,6 +11,9 @@
 #include <filesystem>
 #include <limits>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,6 +43,34 @@ FileInfo::FileInfo(const WideString& path) {
     mSize = status.stx_size;
 }
 
+namespace {
+
+// The path of something that exists, with every link resolved, as the kernel knows it: one
+// walk of the path (opened without being read) where resolving it part by part would walk
+// it again for every part, which a folder nested a thousand deep makes a million lookups.
+std::optional<fs::path> CanonicalOfExisting(const fs::path& absolute) {
+    const int descriptor = ::open(absolute.c_str(), O_PATH | O_CLOEXEC);
+    if (descriptor < 0) {
+        return std::nullopt;
+    }
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    std::string target(4096, '\0');
+    const ssize_t length = ::readlink(link.c_str(), target.data(), target.size());
+    ::close(descriptor);
+    if (length <= 0 || static_cast<std::size_t>(length) >= target.size() || target[0] != '/') {
+        return std::nullopt;
+    }
+    target.resize(static_cast<std::size_t>(length));
+    constexpr std::string_view kDeleted = " (deleted)";
+    if (target.size() > kDeleted.size() &&
+        target.compare(target.size() - kDeleted.size(), kDeleted.size(), kDeleted) == 0) {
+        return std::nullopt; // gone meanwhile: resolved the slow way, as before
+    }
+    return fs::path(std::move(target));
+}
+
+} // namespace
+
 WideString ToNormalizedPath(const WideString& path) {
     if (path.empty()) {
         return {};
@@ -52,6 +83,9 @@ WideString ToNormalizedPath(const WideString& path) {
     // Resolves links for the part that exists and "." and ".." everywhere; on a share that
     // does not answer in time, "." and ".." only.
     fs::path normal = files::Bounded<fs::path>(absolute, [absolute] {
+                          if (std::optional<fs::path> known = CanonicalOfExisting(absolute)) {
+                              return std::move(*known);
+                          }
                           std::error_code failed;
                           fs::path resolved = fs::weakly_canonical(absolute, failed);
                           return failed ? absolute.lexically_normal() : resolved;

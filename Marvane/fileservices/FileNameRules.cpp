@@ -173,4 +173,8 @@ std::size_t GetLongestTypedNameBytes(const WideString& path) {
     return room < kLongestNameBytes ? kLongestNameBytes - room : 0;
 }
 
+std::size_t GetLongestPathBytes() {
+    return PATH_MAX - 1; // the limit counts the terminating zero
+}
+
 } // namespace host

@@ -62,6 +62,13 @@ private:
             return;
         }
         RemoveTree(folder, status.st_dev);
+        if (::lstat(folder.c_str(), &status) == 0) {
+            // Left over: folders nested deeper than a full path may reach, which rm takes away
+            // folder by folder (never crossing into another disk mounted below).
+            const std::string command =
+                "rm -rf --one-file-system -- '" + folder.string() + "' 2>/dev/null";
+            [[maybe_unused]] const int ignored = std::system(command.c_str());
+        }
     }
 
     static void RemoveTree(const std::filesystem::path& folder, dev_t device) {

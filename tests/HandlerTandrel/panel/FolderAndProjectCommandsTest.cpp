@@ -11,9 +11,12 @@
 
 #include <QTreeView>
 #include <algorithm>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -229,6 +232,38 @@ TEST_F(FolderAndProjectCommandsTest, MakeACopyOfAFolderCopiesItsFoldersAndItsPro
     EXPECT_FALSE(fs::exists(copy / "camera-report.csv")); // only projects are copied
     EXPECT_TRUE(fs::exists(pilot / "Dailies" / "Shot 1.mvproj"));
     testsupport::StopProjectImport();
+}
+
+TEST_F(FolderAndProjectCommandsTest, AFolderNestedTooDeepToCopyWholeIsRefusedBeforeAnythingIsMade) {
+    // A chain of folders deeper than a full path may reach, made folder by folder.
+    const fs::path chain = pilot / "Chain";
+    fs::create_directories(chain);
+    int folder = ::open(chain.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(folder, 0);
+    constexpr int kDepth = 900; // 900 x "/Level" is past 4,095 bytes
+    for (int level = 0; level < kDepth; ++level) {
+        ASSERT_EQ(::mkdirat(folder, "Level", 0755), 0);
+        const int next = ::openat(folder, "Level", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ::close(folder);
+        ASSERT_GE(next, 0);
+        folder = next;
+    }
+    const int project = ::openat(folder, "Deep.mvproj", O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+    ASSERT_GE(project, 0);
+    ::close(project);
+    ::close(folder);
+    ASSERT_TRUE(WaitUntil([&] { return panel.Row(chain) != nullptr; }));
+    panel.Select({chain});
+    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+    ASSERT_EQ(Responder().GetRequests().size(), 1u);
+    EXPECT_EQ(Responder().GetRequests()[0].title, "Cannot Make a Copy");
+    const std::string& text = Responder().GetRequests()[0].text;
+    EXPECT_EQ(text.rfind("\"Chain\" was not copied: it holds items nested so deep", 0), 0u) << text;
+    EXPECT_NE(text.find("longer than the 4095 this system takes. Nothing was copied."),
+              std::string::npos)
+        << text;
+    EXPECT_FALSE(fs::exists(pilot / "Chain_1"));
+    EXPECT_EQ(host::ProjectImport::Instance().Progress().projectsTotal, 0u);
 }
 
 TEST_F(FolderAndProjectCommandsTest, CopiesChosenInOneCommandNeverShareAPath) {
