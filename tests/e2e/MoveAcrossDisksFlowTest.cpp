@@ -1,17 +1,21 @@
 // A folder moved to a Trash on another disk in the real marvane: the window keeps turning
-// while the bytes are copied. Prints the longest stall of the event loop during the move
-// against the move's own length, measured in the same run. The Trash is a disk of its own
-// (a tmpfs, root only).
+// while the bytes are copied, and a Trash whose server stops answering ends the move with the
+// reason rather than the window. Prints the longest stall of the event loop during the move,
+// against the move's own length measured in the same run. The Trash is a disk of its own (a
+// tmpfs), or a share bound onto the Trash folder (root only).
 #include "E2eProjects.h"
 #include "ScriptedMarvane.h"
+#include "Shares.h"
 #include "TemporaryFolder.h"
 #include "TmpfsMount.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <thread>
 
 namespace {
 
@@ -60,5 +64,85 @@ TEST(MoveAcrossDisksFlowTest, TheWindowKeepsTurningWhileAFolderMovesToATrashOnAn
     EXPECT_LT(longest * 4, moveMs) << "the window waited for the move";
     EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
 }
+
+} // namespace
+
+namespace {
+
+// The Trash on a share, bound onto the production's Trash folder (root only).
+class MoveToAShareThatHangsTest : public testsupport::ShareTest {
+protected:
+    void TearDown() override {
+        share->ThawServer();
+        if (bound) {
+            const std::string command = "umount -l '" + (production / "Trash").string() + "'";
+            [[maybe_unused]] const int ignored = std::system(command.c_str());
+        }
+        ShareTest::TearDown();
+    }
+    const fs::path production = root / "Pilot";
+    bool bound = false;
+};
+
+TEST_P(MoveToAShareThatHangsTest, AMoveToATrashWhoseServerStopsAnsweringEndsWithTheReason) {
+    WriteProject(production / "Scene 4.mvproj");
+    WriteProject(production / "Dailies" / "Shot 1.mvproj");
+    const std::string clip(kClipBytes, 'c');
+    for (int number = 0; number < kClips; ++number) {
+        std::ofstream(production / "Dailies" / ("clip " + std::to_string(number) + ".mov"),
+                      std::ios::binary)
+            << clip;
+    }
+    fs::create_directories(production / "Trash");
+    const std::string bind =
+        "mount --bind '" + mount.string() + "' '" + (production / "Trash").string() + "'";
+    bound = std::system((bind + " 2>/dev/null").c_str()) == 0;
+    if (!bound) {
+        GTEST_SKIP() << "the share cannot be bound onto the Trash here (root only)";
+    }
+    auto ana = StartEditorOn(production, root / "profiles", "Ana Ruiz");
+    ASSERT_EQ(ana->SendUntil({"ui", "rows", kTree}, "ok count=3 Dailies|Scene 4|Trash"),
+              "ok count=3 Dailies|Scene 4|Trash");
+    ana->Send({"stall"}); // measured from here
+    ASSERT_TRUE(ana->Post({"move-to-trash", (production / "Dailies").string()}));
+    // The server stops answering while the bytes go.
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    share->FreezeServer();
+    EXPECT_EQ(ana->ReadLine(std::chrono::seconds(60)), "ok allowed");
+    const long long longest = Longest(ana->Send({"stall"}));
+    std::cout << "[ figures  ] " << GetParam()
+              << ": longest stall of the event loop while a move to a Trash whose server "
+                 "stopped answering was given up: "
+              << longest << " ms\n";
+    EXPECT_LT(longest, 1000);
+    const std::string said = ana->SendUntilHolding({"last-dialog"}, "Not Everything Was Done");
+    EXPECT_NE(said.find("\"Dailies\" could not be moved into"), std::string::npos) << said;
+    EXPECT_NE(said.find("the disk stopped answering"), std::string::npos) << said;
+    // Nothing of the folder was lost.
+    for (int number = 0; number < kClips; ++number) {
+        EXPECT_EQ(
+            fs::file_size(production / "Dailies" / ("clip " + std::to_string(number) + ".mov")),
+            kClipBytes);
+    }
+    // The server answers again: the copy begun stops and takes away what it made.
+    share->ThawServer();
+    const auto halfMade = [&] {
+        int found = 0;
+        for (const auto& entry : fs::recursive_directory_iterator(exported)) {
+            found += entry.path().filename().string().rfind(".mv-", 0) == 0 ? 1 : 0;
+        }
+        return found;
+    };
+    for (int attempt = 0; attempt < 200 && halfMade() > 0; ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    EXPECT_EQ(halfMade(), 0);
+    EXPECT_FALSE(fs::exists(exported / "Dailies"));
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+}
+
+INSTANTIATE_TEST_SUITE_P(Shares, MoveToAShareThatHangsTest,
+                         ::testing::ValuesIn(testsupport::ShareKinds()),
+                         testsupport::ShareParamName());
 
 } // namespace
