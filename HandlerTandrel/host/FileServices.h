@@ -157,13 +157,15 @@ using FileSearchPtr = std::shared_ptr<FileSearch>;
 // Starts the search above on a worker; done gets the paths on the main thread, unless the
 // search was cancelled or its handle released first. arrange, when given, runs on the worker
 // with the paths found, before they travel (to put them in order there, say); it must touch
-// nothing that the main thread uses. progress, when given, is told on the main thread how
-// many were found so far, every tenth of a second or so while the search runs.
-FileSearchPtr StartFileSearch(const WideString& folder, const std::vector<WideString>& extensions,
-                              const WideString& nameFilter,
-                              std::function<void(std::vector<WideString> paths)> done,
-                              std::function<void(std::vector<WideString>& paths)> arrange = {},
-                              std::function<void(std::size_t found)> progress = {});
+// nothing that the main thread uses. progress, when given, is told on the main thread what
+// was found since it was last told (in the order found), every tenth of a second or so while
+// the search runs; done still gets every path.
+FileSearchPtr
+StartFileSearch(const WideString& folder, const std::vector<WideString>& extensions,
+                const WideString& nameFilter,
+                std::function<void(std::vector<WideString> paths)> done,
+                std::function<void(std::vector<WideString>& paths)> arrange = {},
+                std::function<void(std::vector<WideString> foundSince)> progress = {});
 
 // Reads a whole file; false when it cannot be opened or read completely.
 bool ReadWholeFile(const WideString& path, std::string& bytes);

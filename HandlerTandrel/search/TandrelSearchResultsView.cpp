@@ -115,14 +115,26 @@ void TandrelSearchResultsView::Find(const host::WideString& searchText) {
             }
         },
         std::move(arrange),
-        [self](std::size_t found) {
+        [self](std::vector<host::WideString> foundSince) {
             if (auto view = self.lock()) {
-                view->mFoundSoFar = found;
-                if (view->mSearchMoved) {
-                    view->mSearchMoved();
-                }
+                view->ShowEarlyResults(std::move(foundSince));
             }
         });
+}
+
+void TandrelSearchResultsView::ShowEarlyResults(std::vector<host::WideString> foundSince) {
+    mFoundSoFar += foundSince.size();
+    // The first screenfuls show while the search runs, each row put in its place; all the
+    // results, in order, replace them when the search is done.
+    const auto shown = static_cast<std::size_t>(GetRowCount());
+    if (shown < kEarlyRows && !foundSince.empty()) {
+        const std::size_t take = std::min(kEarlyRows - shown, foundSince.size());
+        mTree.InsertRows(nullptr, MakeRows(foundSince.begin(),
+                                           foundSince.begin() + static_cast<std::ptrdiff_t>(take)));
+    }
+    if (mSearchMoved) {
+        mSearchMoved();
+    }
 }
 
 std::size_t TandrelSearchResultsView::GetFoundCount() const {

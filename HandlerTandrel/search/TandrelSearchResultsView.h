@@ -30,7 +30,7 @@ class TandrelSearchResultsView : public host::Listener,
 public:
     // resultsShown: told each time rows of a search's results were shown (many results come
     // in parts, one per turn of the event loop). searchMoved: told while the search runs,
-    // as it finds more.
+    // as it finds more (the first of them are shown at once).
     static std::shared_ptr<TandrelSearchResultsView> Create(std::function<void()> resultsShown,
                                                             std::function<void()> searchMoved = {});
     TandrelSearchResultsView(std::function<void()> resultsShown, std::function<void()> searchMoved);
@@ -47,6 +47,8 @@ public:
     // in its time; more come at the next turns.
     static constexpr std::size_t kRowsPerPart = 2000;
     static constexpr std::chrono::milliseconds kTimePerTurn{20};
+    // Rows shown while the search still runs, before its results in order replace them.
+    static constexpr std::size_t kEarlyRows = 500;
 
     host::UI_MultiColumnTree& GetTree() { return mTree; }
     host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
@@ -77,6 +79,8 @@ private:
     // Runs on the worker: orders the paths by name as the tree would, keeping the names.
     static void OrderByName(std::vector<host::WideString>& paths, ResultOrder& order);
     void ShowResults(std::vector<host::WideString> paths, ResultOrder order);
+    // What the running search found since it last told.
+    void ShowEarlyResults(std::vector<host::WideString> foundSince);
     // Shows the next part of the results waiting, and asks for the next turn while any wait.
     void ShowNextPart();
     std::vector<host::TreeRowPtr> MakeRows(std::vector<host::WideString>::iterator first,

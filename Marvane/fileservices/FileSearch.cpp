@@ -4,6 +4,7 @@
 // where the file system does not say); names are matched in place, without making a string
 // for each entry.
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/SearchHooks.h"
 #include "host/AsyncCalls.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
@@ -16,6 +17,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -33,6 +35,20 @@ constexpr std::size_t kEntryLengthAt = 16;
 constexpr std::size_t kEntryTypeAt = 18;
 constexpr std::size_t kEntryNameAt = 19;
 constexpr std::chrono::milliseconds kProgressEvery{100};
+
+std::mutex gHookMutex;
+std::function<void()> gFolderHook;
+
+void RunFolderHook() {
+    std::function<void()> hook;
+    {
+        const std::lock_guard guard(gHookMutex);
+        hook = gFolderHook;
+    }
+    if (hook) {
+        hook();
+    }
+}
 
 char FoldAscii(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -87,8 +103,9 @@ struct Search {
     std::string filter;                  // folded UTF-8
     const std::atomic<bool>* cancelled = nullptr;
     std::vector<WideString> found;
-    // Told how many were found so far, at most every kProgressEvery.
-    std::function<void(std::size_t)> progress;
+    // Told what was found since it was last told, at most every kProgressEvery.
+    std::function<void(std::vector<WideString>)> progress;
+    std::size_t told = 0;
     std::chrono::steady_clock::time_point lastProgress = std::chrono::steady_clock::now();
 
     // The extension the name ends with, or null.
@@ -176,12 +193,15 @@ struct Search {
             const auto now = std::chrono::steady_clock::now();
             if (now - lastProgress >= kProgressEvery) {
                 lastProgress = now;
-                progress(found.size());
+                progress(std::vector<WideString>(found.begin() + static_cast<std::ptrdiff_t>(told),
+                                                 found.end()));
+                told = found.size();
             }
         }
     }
 
     void Descend(int folder, std::string& path, const char* name) {
+        RunFolderHook();
         const int child =
             ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         const std::size_t length = path.size();
@@ -199,7 +219,7 @@ struct Search {
 std::vector<WideString> RunSearch(const WideString& folder,
                                   const std::vector<WideString>& extensions,
                                   const WideString& nameFilter, const std::atomic<bool>* cancelled,
-                                  std::function<void(std::size_t)> progress = {}) {
+                                  std::function<void(std::vector<WideString>)> progress = {}) {
     Search search;
     search.progress = std::move(progress);
     for (const WideString& extension : extensions) {
@@ -229,7 +249,7 @@ public:
     void Start(WideString folder, std::vector<WideString> extensions, WideString nameFilter,
                std::function<void(std::vector<WideString>)> done,
                std::function<void(std::vector<WideString>&)> arrange,
-               std::function<void(std::size_t)> progress) {
+               std::function<void(std::vector<WideString>)> progress) {
         // The worker holds the flags, never the handle: releasing the handle cancels.
         auto cancelled = mCancelled;
         auto delivered = mDelivered;
@@ -237,12 +257,13 @@ public:
                               extensions = std::move(extensions),
                               nameFilter = std::move(nameFilter), done = std::move(done),
                               arrange = std::move(arrange), progress = std::move(progress)] {
-            std::function<void(std::size_t)> tell;
+            std::function<void(std::vector<WideString>)> tell;
             if (progress) {
-                tell = [cancelled, delivered, progress](std::size_t found) {
-                    CallAsyncOnMainThread([cancelled, delivered, progress, found] {
+                tell = [cancelled, delivered, progress](std::vector<WideString> found) {
+                    auto batch = std::make_shared<std::vector<WideString>>(std::move(found));
+                    CallAsyncOnMainThread([cancelled, delivered, progress, batch] {
                         if (!cancelled->load() && !delivered->load()) {
-                            progress(found);
+                            progress(std::move(*batch));
                         }
                     });
                 };
@@ -269,6 +290,15 @@ private:
 
 } // namespace
 
+namespace files {
+
+void SetSearchFolderHookForTesting(std::function<void()> hook) {
+    const std::lock_guard guard(gHookMutex);
+    gFolderHook = std::move(hook);
+}
+
+} // namespace files
+
 std::vector<WideString> FindFilesOrDirectories(const WideString& folder,
                                                const std::vector<WideString>& extensions,
                                                const WideString& nameFilter) {
@@ -279,7 +309,7 @@ FileSearchPtr StartFileSearch(const WideString& folder, const std::vector<WideSt
                               const WideString& nameFilter,
                               std::function<void(std::vector<WideString> paths)> done,
                               std::function<void(std::vector<WideString>& paths)> arrange,
-                              std::function<void(std::size_t found)> progress) {
+                              std::function<void(std::vector<WideString> foundSince)> progress) {
     auto search = std::make_shared<BackgroundSearch>();
     search->Start(folder, extensions, nameFilter, std::move(done), std::move(arrange),
                   std::move(progress));

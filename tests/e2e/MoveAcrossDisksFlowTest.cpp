@@ -29,9 +29,9 @@ long long Longest(const std::string& stall) {
     return std::stoll(stall.substr(stall.find('=') + 1));
 }
 
-TEST(MoveAcrossDisksFlowTest, TheWindowKeepsTurningWhileAFolderMovesToATrashOnAnotherDisk) {
-    const testsupport::TemporaryFolder temporary{"e2e-across-disks"};
-    const fs::path production = temporary.Path() / "Pilot";
+// A production whose folder Dailies holds a project and kClips clips of kClipBytes, with an
+// empty Trash folder.
+void MakeProductionWithDailies(const fs::path& production) {
     WriteProject(production / "Scene 4.mvproj");
     WriteProject(production / "Dailies" / "Shot 1.mvproj");
     const std::string clip(kClipBytes, 'c');
@@ -41,6 +41,12 @@ TEST(MoveAcrossDisksFlowTest, TheWindowKeepsTurningWhileAFolderMovesToATrashOnAn
             << clip;
     }
     fs::create_directories(production / "Trash");
+}
+
+TEST(MoveAcrossDisksFlowTest, TheWindowKeepsTurningWhileAFolderMovesToATrashOnAnotherDisk) {
+    const testsupport::TemporaryFolder temporary{"e2e-across-disks"};
+    const fs::path production = temporary.Path() / "Pilot";
+    MakeProductionWithDailies(production);
     testsupport::TmpfsMount trash(production / "Trash", {}, "700m");
     if (const std::string why = trash.Mount(); !why.empty()) {
         GTEST_SKIP() << why;
@@ -85,15 +91,7 @@ protected:
 };
 
 TEST_P(MoveToAShareThatHangsTest, AMoveToATrashWhoseServerStopsAnsweringEndsWithTheReason) {
-    WriteProject(production / "Scene 4.mvproj");
-    WriteProject(production / "Dailies" / "Shot 1.mvproj");
-    const std::string clip(kClipBytes, 'c');
-    for (int number = 0; number < kClips; ++number) {
-        std::ofstream(production / "Dailies" / ("clip " + std::to_string(number) + ".mov"),
-                      std::ios::binary)
-            << clip;
-    }
-    fs::create_directories(production / "Trash");
+    MakeProductionWithDailies(production);
     const std::string bind =
         "mount --bind '" + mount.string() + "' '" + (production / "Trash").string() + "'";
     bound = std::system((bind + " 2>/dev/null").c_str()) == 0;

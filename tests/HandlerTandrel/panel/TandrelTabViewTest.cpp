@@ -27,11 +27,14 @@
 #include <QLineEdit>
 #include <QTreeView>
 #include <QWheelEvent>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <thread>
 
+#include "Marvane/fileservices/SearchHooks.h"
 #include "TemporaryFolder.h"
 #include "ViewTestSupport.h"
 
@@ -220,6 +223,30 @@ TEST_F(TandrelTabViewTest, WhileASearchRunsTheStatusSaysSoInsteadOfACountOfNothi
         << host::ToUTF8(Panel()->GetStatusText()->GetValue());
     ASSERT_TRUE(WaitUntil([&] { return !Results().IsSearching(); }));
     EXPECT_EQ(Results().GetFoundCount(), 4u);
+    EXPECT_EQ(StatusLine(), "4 items");
+}
+
+TEST_F(TandrelTabViewTest, ResultsFoundShowWhileTheSearchStillRuns) {
+    // A slow disk: each folder takes a while to reach.
+    host::files::SetSearchFolderHookForTesting(
+        [] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); });
+    struct Restore {
+        ~Restore() { host::files::SetSearchFolderHookForTesting({}); }
+    } restore;
+    SearchField().setText("scene");
+    bool seenWhileSearching = false;
+    ASSERT_TRUE(WaitUntil([&] {
+        if (Results().IsSearching() && Results().GetRowCount() > 0) {
+            Panel()->UpdateStatusText();
+            seenWhileSearching =
+                host::ToUTF8(Panel()->GetStatusText()->GetValue()).rfind("Searching... ", 0) == 0;
+        }
+        return !Results().IsSearching();
+    }));
+    EXPECT_TRUE(seenWhileSearching) << "no result showed before the search ended";
+    EXPECT_EQ(TopLevelFileNames(Results()),
+              (std::vector<std::string>{"Old Scene.mvproj", "Scene 4.mvproj",
+                                        "Scene 9 pickup.mvproj", "Scene 12.mvproj"}));
     EXPECT_EQ(StatusLine(), "4 items");
 }
 
