@@ -53,6 +53,8 @@ void LongWorkDialog::End(files::LongWork&) {
         return;
     }
     if (mDialog != nullptr) {
+        // The work it tells may be gone before the dialog is: it tells nothing more.
+        QObject::disconnect(mDialog, &QProgressDialog::canceled, nullptr, nullptr);
         mDialog->hide();
         mDialog->deleteLater();
         mDialog = nullptr;

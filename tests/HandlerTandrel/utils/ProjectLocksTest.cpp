@@ -1,6 +1,7 @@
 #include "utils/ProjectLocks.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/TraceConfiguration.h"
+#include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "ReadOnlyMount.h"
@@ -23,6 +24,7 @@ protected:
     void SetUp() override {
         scene = testsupport::WriteProject(root / "Pilot" / "Scene 12.mvproj");
         SetIdentity("Ana Ruiz", "suite-1");
+        host::files::TakeFailures(); // noted by tests before, which had no window to tell
         responder = std::make_shared<host::ScriptedDialogResponder>(std::vector<int>{0, 0, 0});
         previousResponder = host::SetDialogResponder(responder);
         host::SetTraceSink([this](std::string_view category, int level, std::string_view text) {
