@@ -1,4 +1,5 @@
 #include "Marvane/application/ProjectImport.h"
+#include "Marvane/core/MainThread.h"
 #include "Marvane/fileservices/FileWriting.h"
 
 #include "Marvane/fileservices/FileCopy.h"
@@ -7,6 +8,7 @@
 #include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
+#include "host/Messaging.h"
 
 #include <cerrno>
 #include <chrono>
@@ -75,10 +77,17 @@ void ProjectImport::Queue(Batch batch) {
         return;
     }
     std::unique_lock lock(mMutex);
-    if (!mWorking) {
+    if (!mWorking && !mRoundOpen) {
         // A new round of work: the panel shows it from the start.
         mProgress = ImportProgress();
         mAnyCancelled = false;
+    }
+    if (!mRoundOpen && MainThreadHasEventLoop() && CurrentThreadIsMainThread()) {
+        mRoundOpen = true;
+        QueueOnMainThread([this] {
+            const std::lock_guard guard(mMutex);
+            mRoundOpen = false;
+        });
     }
     mProgress.state = ImportProgress::State::Running;
     mProgress.projectsTotal += batch.projects.size();

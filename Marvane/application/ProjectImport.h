@@ -72,6 +72,9 @@ private:
     std::uint64_t mCancelledBelow = 0; // batches with a smaller id were cancelled
     bool mAnyCancelled = false;
     bool mWorking = false;
+    // Work given in one turn of the main thread's event loop (one command copying several
+    // projects) is one round, even when a piece ends before the next is given.
+    bool mRoundOpen = false;
     std::function<void()> mCopyHook;
     std::thread mWorker;
 };

@@ -218,6 +218,18 @@ TEST_F(FolderAndProjectCommandsTest, TheCopyMadeIsSelectedAndScrolledIntoView) {
     testsupport::StopProjectImport();
 }
 
+TEST_F(FolderAndProjectCommandsTest, CopiesMadeByOneCommandAreOneRoundOfProgress) {
+    // Small projects copy fast: one may be done before the next is given to the worker.
+    panel.Select({pilot / "Scene 4.mvproj", pilot / "Scene 12.mvproj", pilot / "Dailies"});
+    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    const host::ImportProgress progress = host::ProjectImport::Instance().Progress();
+    EXPECT_EQ(progress.projectsTotal, 3u);
+    EXPECT_EQ(progress.projectsDone, 3u);
+    EXPECT_EQ(progress.added.size(), 3u);
+    testsupport::StopProjectImport();
+}
+
 TEST_F(FolderAndProjectCommandsTest, MakeACopyOfAFolderCopiesItsFoldersAndItsProjects) {
     fs::create_directories(pilot / "Dailies" / "Day 2" / "Morning");
     testsupport::WriteProject(pilot / "Dailies" / "Day 2" / "Shot 7.mvproj");

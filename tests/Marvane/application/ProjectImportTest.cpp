@@ -1,6 +1,7 @@
 #include "Marvane/application/ProjectImport.h"
 #include "host/ApplicationLayer.h"
 
+#include <QCoreApplication>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -131,6 +132,7 @@ TEST_F(ProjectImportTest, WorkAddedAfterACancelIsNotCancelled) {
     ProjectImport::Instance().Add({root / "Outside" / "Titles.mvprojd"}, Incoming());
     ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
     ProjectImport::Instance().SetCopyHookForTesting({});
+    QCoreApplication::processEvents(); // the next command comes at a later turn
     ProjectImport::Instance().Add({root / "Outside" / "Promo.mvproj"}, Incoming());
     ASSERT_TRUE(ProjectImport::Instance().Wait(30000));
     EXPECT_TRUE(fs::exists(Incoming() / "Promo.mvproj"));
