@@ -218,6 +218,7 @@ void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
     Utils::RelocateOpenProjects(host::StripTrailingSlash(oldPath), newPath);
     MoveFolderInState(state, oldPath, newPath);
     mStateAfterListing = std::move(state);
+    mSelectionWhileAwaiting.reset();
     mRenamedPath = newPath;
 }
 
@@ -247,15 +248,22 @@ void TandrelDirectoryView::RenameProject(const host::WideString& oldPath,
     if (host::FileOrDirExists(newPath) && !host::FileOrDirExists(oldPath)) {
         MoveProjectInState(state, oldPath, newPath);
         mStateAfterListing = std::move(state);
+        mSelectionWhileAwaiting.reset();
         mRenamedPath = newPath;
     }
 }
 
 void TandrelDirectoryView::ApplyStateAfterListing() {
     // Listings of other folders may come first; the state waits for the renamed item's row.
+    if (mSelectionWhileAwaiting && mStateAfterListing &&
+        GetSelectedPaths() != *mSelectionWhileAwaiting) {
+        mStateAfterListing.reset(); // the person chose something else meanwhile
+        mSelectionWhileAwaiting.reset();
+    }
     if (!mStateAfterListing || !GetRowForPath(mRenamedPath)) {
         return;
     }
+    mSelectionWhileAwaiting.reset();
     const DirectoryViewStateData state = std::move(*mStateAfterListing);
     mStateAfterListing.reset();
     UpdateFromStateData(state, true);

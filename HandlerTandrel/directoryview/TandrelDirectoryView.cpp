@@ -293,6 +293,8 @@ void TandrelDirectoryView::SelectWhenListed(std::vector<host::WideString> paths,
     state.mTopVisibleRowPath.clear(); // the first of them comes into view instead
     mStateAfterListing = std::move(state);
     mRenamedPath = awaited;
+    // A selection the person makes before the copies arrive is theirs: it stays.
+    mSelectionWhileAwaiting = GetSelectedPaths();
     ShowNewItem(awaited);
 }
 

@@ -250,6 +250,8 @@ private:
     std::optional<DirectoryViewStateData> mStateAfterListing;
     DraggedRows mDragged;
     host::WideString mRenamedPath; // the row the state waits for
+    // While the state waits for copies: the selection then (none while a rename waits).
+    std::optional<std::vector<host::WideString>> mSelectionWhileAwaiting;
     int mMode = 0;
 };
 

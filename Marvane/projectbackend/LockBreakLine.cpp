@@ -47,7 +47,9 @@ std::string LockBreakLine(const LockBreak& lockBreak) {
     if (!cut) {
         lock = ParseUntrustedJson<nlohmann::ordered_json>(copied);
     }
-    if (lock.is_discarded()) {
+    // Only an object is a lock; any other JSON (a bare string, say) is kept as its text, so
+    // that a text member always stands for the lock's bytes.
+    if (lock.is_discarded() || !lock.is_object()) {
         SetTextMember(line, "lock", copied); // not a whole lock: the text it held
     } else {
         line["lock"] = std::move(lock);

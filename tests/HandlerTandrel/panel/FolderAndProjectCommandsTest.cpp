@@ -218,6 +218,19 @@ TEST_F(FolderAndProjectCommandsTest, TheCopyMadeIsSelectedAndScrolledIntoView) {
     testsupport::StopProjectImport();
 }
 
+TEST_F(FolderAndProjectCommandsTest, ASelectionMadeBeforeTheCopyArrivesStays) {
+    panel.Select({pilot / "Scene 4.mvproj"});
+    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+    panel.Select({pilot / "Dailies"}); // the person goes on before the copy is there
+    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
+    ASSERT_TRUE(WaitUntil([&] { return panel.Row(pilot / "Scene 4_1.mvproj") != nullptr; }));
+    SettleEvents(100);
+    const std::vector<host::WideString> selected = panel.View().GetSelectedPaths();
+    ASSERT_EQ(selected.size(), 1u);
+    EXPECT_EQ(host::ToUTF8(selected[0]), (pilot / "Dailies").string());
+    testsupport::StopProjectImport();
+}
+
 TEST_F(FolderAndProjectCommandsTest, CopiesMadeByOneCommandAreOneRoundOfProgress) {
     // Small projects copy fast: one may be done before the next is given to the worker.
     panel.Select({pilot / "Scene 4.mvproj", pilot / "Scene 12.mvproj", pilot / "Dailies"});

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace {
 
@@ -54,13 +55,14 @@ protected:
         panel = std::make_unique<testsupport::PanelWindow>(pilot, temporary.Path() / "profile",
                                                            topRows);
     }
-    // The first box shown with this title, once the event loop had a chance to show it.
-    const host::MessageBoxRequest* Box(std::string_view title) const {
-        const host::MessageBoxRequest* found = nullptr;
+    // The first box shown with this title, once the event loop had a chance to show it (a
+    // copy: the responder's list grows as boxes come).
+    std::optional<host::MessageBoxRequest> Box(std::string_view title) const {
+        std::optional<host::MessageBoxRequest> found;
         WaitUntil([&] {
             for (const host::MessageBoxRequest& request : Responder().GetRequests()) {
                 if (request.title == title) {
-                    found = &request;
+                    found = request;
                     return true;
                 }
             }
@@ -87,8 +89,8 @@ TEST_F(RefusalMessagesTest, NewFolderInAFolderThatCannotBeWrittenSaysWhy) {
     }
     Responder().AddText("Music");
     ASSERT_TRUE(panel->Obey(kCmdNewFolder));
-    const host::MessageBoxRequest* box = Box(kNotDoneTitle);
-    ASSERT_NE(box, nullptr) << "nothing was said";
+    const std::optional<host::MessageBoxRequest> box = Box(kNotDoneTitle);
+    ASSERT_TRUE(box.has_value()) << "nothing was said";
     EXPECT_EQ(box->text,
               "\"Music\" could not be made in \"" + pilot.string() + "\": Read-only file system.");
     EXPECT_FALSE(fs::exists(pilot / "Music"));
@@ -104,8 +106,8 @@ TEST_F(RefusalMessagesTest, MoveToTrashOnAReadOnlyProductionSaysWhyAndMovesNothi
     ASSERT_TRUE(panel->Obey(kCmdMoveToTrash));
     // The project's lock cannot be made: the message stays as editors know it, the cause is
     // below it, with the folder that could not move either.
-    const host::MessageBoxRequest* box = Box("Unable to Lock Project");
-    ASSERT_NE(box, nullptr);
+    const std::optional<host::MessageBoxRequest> box = Box("Unable to Lock Project");
+    ASSERT_TRUE(box.has_value());
     EXPECT_EQ(box->text, "Unable to create a lock file for the project " +
                              (pilot / "Scene 4.mvproj").string() + ". Please try again.");
     EXPECT_TRUE(Holds(box->details, "Scene 4")) << box->details;
@@ -131,8 +133,8 @@ TEST_F(RefusalMessagesTest, MakeACopyOnAReadOnlyProductionSaysTheCopyFailedAndWh
     EXPECT_EQ(progress.failures[0], "\"Scene 4.mvproj\" could not be copied into \"" +
                                         pilot.string() + "\": Read-only file system.");
     // The folder's copy could not even be made.
-    const host::MessageBoxRequest* box = Box(kNotDoneTitle);
-    ASSERT_NE(box, nullptr);
+    const std::optional<host::MessageBoxRequest> box = Box(kNotDoneTitle);
+    ASSERT_TRUE(box.has_value());
     EXPECT_EQ(box->text, "\"Dailies_1\" could not be made in \"" + pilot.string() +
                              "\": Read-only file system.");
     for (const host::MessageBoxRequest& request : Responder().GetRequests()) {
@@ -147,8 +149,8 @@ TEST_F(RefusalMessagesTest, NewProjectThatCannotBeWrittenNamesTheProjectNotAPriv
         GTEST_SKIP() << "a read-only bind mount needs root and the mount command";
     }
     ASSERT_TRUE(panel->Obey(kCmdNewProject));
-    const host::MessageBoxRequest* box = Box("Cannot Make a New Project");
-    ASSERT_NE(box, nullptr);
+    const std::optional<host::MessageBoxRequest> box = Box("Cannot Make a New Project");
+    ASSERT_TRUE(box.has_value());
     EXPECT_EQ(box->text, "A new project could not be made in \"" + pilot.string() + "\" (" +
                              (pilot / "Untitled Project.mvproj").string() +
                              ": Read-only file system).");
@@ -197,8 +199,8 @@ TEST_F(RefusalMessagesTest, MoveToAFullTrashOnAnotherDiskSaysWhyAndKeepsTheFolde
     OpenPanel();
     panel->Select({pilot / "Dailies"});
     ASSERT_TRUE(panel->Obey(kCmdMoveToTrash));
-    const host::MessageBoxRequest* box = Box(kNotDoneTitle);
-    ASSERT_NE(box, nullptr) << "nothing was said";
+    const std::optional<host::MessageBoxRequest> box = Box(kNotDoneTitle);
+    ASSERT_TRUE(box.has_value()) << "nothing was said";
     EXPECT_EQ(box->text, "\"Dailies\" could not be moved into \"" + (pilot / "Trash").string() +
                              "\": No space left on device.");
     EXPECT_EQ(fs::file_size(pilot / "Dailies" / "Camera A" / "clip.mov"), 2u * 1024 * 1024);

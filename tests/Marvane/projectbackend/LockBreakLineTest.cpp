@@ -70,4 +70,13 @@ TEST(LockBreakLineTest, ALockWithANulByteAfterItsJsonIsCopiedWholeAsText) {
     EXPECT_EQ(line.at("lockCut"), false);
 }
 
+TEST(LockBreakLineTest, ALockThatIsJsonButNoObjectIsCopiedAsItsText) {
+    // A bare JSON string would read back as the text it stands for, not as the lock's bytes.
+    const std::string lock = R"("]n")";
+    const nlohmann::json line = Parsed(LockBreakLine(
+        {"2026-11-26T09:00:00Z", "Ana Ruiz", "bay-9", "unlock", "Reels/A.mvproj", lock}));
+    ASSERT_TRUE(line.at("lock").is_string());
+    EXPECT_EQ(line.at("lock").get<std::string>(), lock);
+}
+
 } // namespace
