@@ -6,6 +6,8 @@
 #include <QEvent>
 #include <QTimer>
 #include <QWidget>
+#include <algorithm>
+#include <chrono>
 #include <functional>
 
 namespace benchsupport {
@@ -41,6 +43,30 @@ public:
 
 private:
     QWidget* mWidget;
+};
+
+// The longest gap between two ticks of a 1 ms timer on the main thread while it runs.
+class StallWatch {
+public:
+    StallWatch() {
+        mTimer.setInterval(1);
+        QObject::connect(&mTimer, &QTimer::timeout, [this] {
+            const auto now = std::chrono::steady_clock::now();
+            mLongest = std::max(mLongest, now - mLast);
+            mLast = now;
+        });
+        mLast = std::chrono::steady_clock::now();
+        mTimer.start();
+    }
+    double LongestMs() {
+        mLongest = std::max(mLongest, std::chrono::steady_clock::now() - mLast);
+        return std::chrono::duration<double, std::milli>(mLongest).count();
+    }
+
+private:
+    QTimer mTimer;
+    std::chrono::steady_clock::time_point mLast;
+    std::chrono::steady_clock::duration mLongest{};
 };
 
 } // namespace benchsupport

@@ -3,13 +3,25 @@
 // the panel makes first, the folder watch being stopped and its 100 ms settle; on one file
 // system it must stay a rename (the counter same_inode is 1 when it did). Batch names are
 // unique in the process, so the benchmark can be repeated (--benchmark_repetitions).
+// MoveManyProjectsToTrash moves 1,000 projects selected one by one, as the panel's command
+// does: stall_ms is the longest the main thread did not answer a 1 ms timer meanwhile, with the
+// window's long-work view installed (/1) and without it (/0: the command as it ran before it
+// turned the window between items), against renaming the same files plainly (rename_ms, the
+// floor).
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "utils/MoveItems.h"
 
-#include <QCoreApplication>
+#include "Marvane/app/LongWorkDialog.h"
+#include "Marvane/fileservices/LongWork.h"
+#include "host/FileServices.h"
+
+#include "EventLoopWait.h"
+
+#include <QApplication>
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -91,13 +103,83 @@ void BM_MvBaseline(benchmark::State& state) {
     }
 }
 
+// The projects of a batch, one by one.
+std::vector<host::WideString> ProjectsOf(const fs::path& batch) {
+    std::vector<host::WideString> projects;
+    for (const auto& entry : fs::recursive_directory_iterator(batch)) {
+        if (entry.path().extension() == ".mvproj") {
+            projects.push_back(host::ToUTF16(entry.path().string()));
+        }
+    }
+    return projects;
+}
+
+void BM_MoveManyProjectsToTrash(benchmark::State& state) {
+    const bool turning = state.range(0) == 1;
+    host::files::LongWorkView* const installed = host::files::CurrentLongWorkView();
+    if (!turning) {
+        host::files::SetLongWorkView(nullptr);
+    }
+    const fs::path production = Root() / "Production";
+    double longestStall = 0;
+    double renameSeconds = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        const fs::path batch = production / NextBatchName();
+        MakeBatch(batch);
+        const std::vector<host::WideString> items = ProjectsOf(batch);
+        state.ResumeTiming();
+        {
+            benchsupport::StallWatch stalls;
+            host::ItemByItemWork work("Moving to the Trash", items.size() * 3);
+            if (HandlerTandrel::Utils::CanMoveItems(items, &work)) {
+                HandlerTandrel::Utils::MoveToTrash(items, false, true, &work);
+            }
+            longestStall = std::max(longestStall, stalls.LongestMs());
+        }
+        state.PauseTiming();
+        if (!ProjectsOf(batch).empty()) {
+            state.SkipWithError("not every project moved");
+            break;
+        }
+        // The floor: the same files renamed plainly, project and lock.
+        const fs::path plain = Root() / "Plain" / NextBatchName();
+        MakeBatch(plain);
+        const std::vector<host::WideString> again = ProjectsOf(plain);
+        const fs::path to = Root() / "Moved" / plain.filename();
+        fs::create_directories(to);
+        const auto start = std::chrono::steady_clock::now();
+        int index = 0;
+        for (const host::WideString& project : again) {
+            const fs::path from = host::ToUTF8(project);
+            const fs::path into = to / (std::to_string(index++) + ".mvproj");
+            std::rename(from.c_str(), into.c_str());
+            std::rename(host::LockFilePathFor(from).c_str(), host::LockFilePathFor(into).c_str());
+        }
+        renameSeconds +=
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        state.ResumeTiming();
+    }
+    host::files::SetLongWorkView(installed);
+    state.counters["projects"] = kProjects;
+    state.counters["stall_ms"] = longestStall;
+    state.counters["rename_ms"] =
+        benchmark::Counter(renameSeconds * 1000.0, benchmark::Counter::kAvgIterations);
+}
+
+BENCHMARK(BM_MoveManyProjectsToTrash)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_MoveFolderToTrash)->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_MvBaseline)->Unit(benchmark::kMillisecond)->Iterations(10);
 
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    QApplication application(argc, argv);
+    // The window's view of long work: what the main thread does item by item turns the
+    // event loop now and then, as it does under the window.
+    host::LongWorkDialog view(nullptr);
+    host::files::SetLongWorkView(&view);
     fs::remove_all(Root());
     fs::create_directories(Root() / "Production");
     host::HostSession::Instance().preferences.locking = {"Bench", "bench", true};
@@ -108,6 +190,7 @@ int main(int argc, char** argv) {
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     host::ProductionSession::Instance().Close();
+    host::files::SetLongWorkView(nullptr);
     fs::remove_all(Root());
     return 0;
 }

@@ -25,9 +25,13 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -74,6 +78,7 @@ const fs::path& ProjectOf(int items) {
     return made.emplace(items, path).first->second;
 }
 
+using benchsupport::StallWatch;
 using benchsupport::WaitUntil;
 
 // Sees the first paint of each of a set of widgets.
@@ -123,6 +128,18 @@ bool TimeLoading(const fs::path& project, benchmark::State& state, double& loadS
     return true;
 }
 
+// Opens the project in the window and waits until its own page is in view (it takes the place
+// of the page shown while the project is read); nothing when it did not open.
+host::ProjectWindow* OpenAndWait(host::MainWindow& window, const fs::path& project) {
+    const auto current = [&window] {
+        return dynamic_cast<host::ProjectWindow*>(window.GetProjectTabs()->currentWidget());
+    };
+    if (!window.OpenProjectFile(project) || !WaitUntil([&] { return current() != nullptr; })) {
+        return nullptr;
+    }
+    return current();
+}
+
 void BM_OpenAndClose(benchmark::State& state) {
     const int items = static_cast<int>(state.range(0));
     const fs::path& project = ProjectOf(items);
@@ -132,18 +149,16 @@ void BM_OpenAndClose(benchmark::State& state) {
     double loadSeconds = 0;
     double openSeconds = 0;
     double closeSeconds = 0;
+    double longestStall = 0;
     for (auto _ : state) {
         if (!TimeLoading(project, state, loadSeconds)) {
             return;
         }
+        StallWatch stalls;
         auto start = Clock::now();
-        if (!window.OpenProjectFile(project)) {
-            state.SkipWithError("the project did not open");
-            return;
-        }
-        QPointer<QWidget> page = window.GetProjectTabs()->currentWidget();
+        QPointer<QWidget> page = OpenAndWait(window, project);
         if (page.isNull()) {
-            state.SkipWithError("the project has no tab");
+            state.SkipWithError("the project did not open");
             return;
         }
         std::vector<QWidget*> lists;
@@ -157,6 +172,7 @@ void BM_OpenAndClose(benchmark::State& state) {
         }
         const double opened = Seconds(start);
         openSeconds += opened;
+        longestStall = std::max(longestStall, stalls.LongestMs());
 
         start = Clock::now();
         const std::vector<host::OpenProjectPtr> open = host::DocumentManager::Instance().GetAll();
@@ -182,6 +198,7 @@ void BM_OpenAndClose(benchmark::State& state) {
     state.counters["close_ms"] = closeSeconds * 1000.0 / iterations;
     state.counters["open_per_load"] = openSeconds / loadSeconds;
     state.counters["close_per_load"] = closeSeconds / loadSeconds;
+    state.counters["stall_ms"] = longestStall;
 }
 
 void BM_Poll(benchmark::State& state) {
@@ -189,12 +206,7 @@ void BM_Poll(benchmark::State& state) {
     const fs::path& project = ProjectOf(items);
     host::MainWindow window;
     window.show();
-    if (!window.OpenProjectFile(project)) {
-        state.SkipWithError("the project did not open");
-        return;
-    }
-    QApplication::processEvents();
-    auto* page = dynamic_cast<host::ProjectWindow*>(window.GetProjectTabs()->currentWidget());
+    host::ProjectWindow* page = OpenAndWait(window, project);
     if (page == nullptr) {
         state.SkipWithError("the project has no tab");
         return;
@@ -219,6 +231,76 @@ void BM_Poll(benchmark::State& state) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+// The resident size of this process, or its peak so far ("VmRSS:", "VmHWM:"), in bytes.
+long long StatusBytes(const char* field) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind(field, 0) == 0) {
+            return std::atoll(line.c_str() + std::strlen(field)) * 1024LL;
+        }
+    }
+    return 0;
+}
+
+// Run as "project_window_benchmark --peak-of reading|tree FILE": reads the project in this
+// fresh process, the host's way or into one JSON tree, and prints the most memory that took
+// at once (the peak resident size above the size before).
+int PrintPeakOf(const std::string& how, const fs::path& project) {
+    const long long before = StatusBytes("VmRSS:");
+    if (how == "reading") {
+        host::ProjectContent content;
+        std::string error;
+        benchmark::DoNotOptimize(host::LoadProjectContent(project, content, error));
+    } else {
+        std::ifstream file(project, std::ios::binary);
+        const std::string text((std::istreambuf_iterator<char>(file)),
+                               std::istreambuf_iterator<char>());
+        const nlohmann::json json = nlohmann::json::parse(text);
+        benchmark::DoNotOptimize(json.size());
+    }
+    std::printf("%lld\n", StatusBytes("VmHWM:") - before);
+    return 0;
+}
+
+// The peak that reading the project takes in a process of its own; zero when unknown.
+long long PeakBytesOf(const std::string& how, const fs::path& project) {
+    const std::string command = "'/proc/" + std::to_string(::getpid()) + "/exe' --peak-of " + how +
+                                " '" + project.string() + "'";
+    FILE* output = ::popen(command.c_str(), "r");
+    if (output == nullptr) {
+        return 0;
+    }
+    long long peak = 0;
+    if (std::fscanf(output, "%lld", &peak) != 1) {
+        peak = 0;
+    }
+    ::pclose(output);
+    return peak;
+}
+
+// The memory reading a project takes at its peak, per byte of its file, against reading the
+// same file and parsing it into one JSON tree (the plain way).
+void BM_PeakMemoryOfReading(benchmark::State& state) {
+    const fs::path& project = ProjectOf(static_cast<int>(state.range(0)));
+    const double fileBytes = static_cast<double>(fs::file_size(project));
+    long long reading = 0;
+    long long tree = 0;
+    for (auto _ : state) {
+        reading = PeakBytesOf("reading", project);
+        tree = PeakBytesOf("tree", project);
+    }
+    if (reading <= 0 || tree <= 0) {
+        state.SkipWithError("the peak memory could not be measured");
+        return;
+    }
+    state.counters["file_mb"] = fileBytes / 1e6;
+    state.counters["peak_per_file_byte"] = static_cast<double>(reading) / fileBytes;
+    state.counters["tree_peak_per_file_byte"] = static_cast<double>(tree) / fileBytes;
+}
+
+BENCHMARK(BM_PeakMemoryOfReading)->Arg(1'000'000)->Arg(4'000'000)->Iterations(1);
+
 BENCHMARK(BM_OpenAndClose)
     ->Arg(10'000)
     ->Iterations(20)
@@ -231,6 +313,7 @@ BENCHMARK(BM_OpenAndClose)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_OpenAndClose)
     ->Arg(1'000'000)
+    ->Arg(4'000'000)
     ->Iterations(3)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
@@ -241,6 +324,9 @@ BENCHMARK(BM_Poll)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Iterations(5)->Us
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 4 && std::string(argv[1]) == "--peak-of") {
+        return PrintPeakOf(argv[2], argv[3]);
+    }
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     setenv("MARVANE_LANGUAGE", "en", 0);
     QApplication application(argc, argv);

@@ -33,6 +33,7 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using benchsupport::PaintWatch;
+using benchsupport::StallWatch;
 using benchsupport::WaitUntil;
 
 constexpr int kProjects = 100'000;
@@ -48,30 +49,6 @@ const bench::GeneratedProduction& Production() {
     }();
     return production;
 }
-
-// The longest gap between two ticks of a 1 ms timer on the main thread while it runs.
-class StallWatch {
-public:
-    StallWatch() {
-        mTimer.setInterval(1);
-        QObject::connect(&mTimer, &QTimer::timeout, [this] {
-            const auto now = Clock::now();
-            mLongest = std::max(mLongest, now - mLast);
-            mLast = now;
-        });
-        mLast = Clock::now();
-        mTimer.start();
-    }
-    double LongestMs() {
-        mLongest = std::max(mLongest, Clock::now() - mLast);
-        return std::chrono::duration<double, std::milli>(mLongest).count();
-    }
-
-private:
-    QTimer mTimer;
-    Clock::time_point mLast;
-    Clock::duration mLongest{};
-};
 
 // The Production panel, shown on the offscreen platform, over the generated production.
 class Panel {

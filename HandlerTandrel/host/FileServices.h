@@ -91,6 +91,24 @@ std::size_t GetLongestTypedNameBytes(const WideString& path);
 // reached folder by folder.
 std::size_t GetLongestPathBytes();
 
+// A command that works through many items on the main thread (testing and moving a big
+// selection) keeps the window drawn while it runs: between two items the window turns now and
+// then, shows how far the command got once it has run for a moment, and offers Cancel.
+class ItemByItemWork {
+public:
+    ItemByItemWork(const ByteString& title, std::size_t items);
+    ~ItemByItemWork();
+    ItemByItemWork(const ItemByItemWork&) = delete;
+    ItemByItemWork& operator=(const ItemByItemWork&) = delete;
+    // One more item done. False once the person asked to stop: the command stops before its
+    // next item.
+    bool ItemDone();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> mImpl;
+};
+
 // A folder on disk, by its full path.
 class Directory {
 public:

@@ -9,6 +9,7 @@
 #include "handler/TandrelHandler.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
+#include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
 #include "host/UsageEvents.h"
@@ -24,6 +25,9 @@
 namespace HandlerTandrel {
 
 namespace {
+
+constexpr std::string_view kMovingToTrashKey =
+    "$$$/Marvane/TR/MvProduction/MovingToTrash=Moving to the Trash";
 
 // The commands the panel carries out so far; the others stay with the host's default, so
 // that nothing is offered that would do nothing.
@@ -138,8 +142,13 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         if (!created) {
             return false;
         }
-        if (Utils::CanMoveItems(selected)) {
-            Utils::MoveToTrash(selected, false, true);
+        {
+            // Each item is tested, planned and moved, and the window keeps turning meanwhile:
+            // a selection of thousands takes a while.
+            host::ItemByItemWork work(host::Localize(kMovingToTrashKey), selected.size() * 3);
+            if (Utils::CanMoveItems(selected, &work)) {
+                Utils::MoveToTrash(selected, false, true, &work);
+            }
         }
         return true;
     case kHostCmdSelectAll:

@@ -50,8 +50,11 @@ char16_t FoldAscii(char16_t c) {
 // The work plan: normalised source to destination, carried out in the map's order.
 using Plan = std::map<host::WideString, host::WideString>;
 
-void Execute(const Plan& plan, bool move) {
+void Execute(const Plan& plan, bool move, host::ItemByItemWork* work) {
     for (const auto& [source, destination] : plan) {
+        if (work != nullptr && !work->ItemDone()) {
+            return; // stopped by the person: what was done stays done
+        }
         if (!move) {
             host::Copy(source, destination); // a folder is copied with all it holds
         } else if (host::ProductionSupportsMarvaneProjectFile(source)) {
@@ -79,13 +82,17 @@ bool EqualsIgnoringAsciiCase(const host::WideString& a, const host::WideString& 
 }
 
 bool CopyFiles(const std::vector<host::WideString>& sources,
-               const host::WideString& destinationFolder, bool move, bool makeUnique) {
+               const host::WideString& destinationFolder, bool move, bool makeUnique,
+               host::ItemByItemWork* work) {
     Plan plan;
     // Items are normalised folder by folder; a link given as an item stays the link (it is
     // moved or copied as a link, never its target).
     host::ItemPathNormalizer normalizer;
     const host::WideString destination = host::ToNormalizedPath(destinationFolder);
     for (const host::WideString& given : sources) {
+        if (work != nullptr && !work->ItemDone()) {
+            return true; // stopped by the person before anything was done
+        }
         const host::WideString source = normalizer.Normalize(given);
         const host::WideString candidate = Join(destination, host::GetPathFileName(source));
         if (!host::FileOrDirExists(candidate)) {
@@ -108,7 +115,7 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
         }
     }
     try {
-        Execute(plan, move);
+        Execute(plan, move, work);
     } catch (const host::FileException& error) {
         host::LogException("HandlerTandrel::Utils::CopyFiles", error);
         return false;

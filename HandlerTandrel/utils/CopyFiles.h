@@ -2,6 +2,7 @@
 // Copying or moving a batch of production items into one folder: the whole batch is checked
 // first and refused with one message, or carried out item by item.
 #include "host/CoreTypes.h"
+#include "host/FileServices.h"
 
 #include <vector>
 
@@ -13,9 +14,12 @@ namespace HandlerTandrel::Utils {
 // itself or its own sub-folder ("Copying to Sub-Directory"). Items are carried out in the
 // order of their paths, not the order given, and a source named twice is done once.
 // Returns false only when a file error stopped the batch part-way (what was done stays done);
-// a refusal also returns true, after the user saw why.
+// a refusal also returns true, after the user saw why. work, when given, counts each item
+// planned and each item carried out; once the person stops it, nothing more is done (what was
+// done stays done).
 bool CopyFiles(const std::vector<host::WideString>& sources,
-               const host::WideString& destinationFolder, bool move, bool makeUnique);
+               const host::WideString& destinationFolder, bool move, bool makeUnique,
+               host::ItemByItemWork* work = nullptr);
 
 // Makes, under destinationFolder, every folder found below sourceFolder (folders only, no
 // files). A folder that cannot be made is logged and the rest are still made.

@@ -127,8 +127,12 @@ int ClassifyItems(const std::vector<host::WideString>& paths) {
     return bits;
 }
 
-bool CanMoveItems(const std::vector<host::WideString>& paths) {
-    return CanMoveItemsIn(CurrentMoveTestContext(), paths).value_or(false);
+bool CanMoveItems(const std::vector<host::WideString>& paths, host::ItemByItemWork* work) {
+    if (work == nullptr) {
+        return CanMoveItemsIn(CurrentMoveTestContext(), paths).value_or(false);
+    }
+    return CanMoveItemsIn(CurrentMoveTestContext(), paths, [work] { return work->ItemDone(); })
+        .value_or(false);
 }
 
 MoveTestContext CurrentMoveTestContext() {
@@ -166,7 +170,7 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
 }
 
 void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
-                 bool offerApplyToAll) {
+                 bool offerApplyToAll, host::ItemByItemWork* work) {
     const host::WideString trash = host::GetMvProductionTrashDirectoryPath();
     // What goes to the trash stays in the production: a trash that leads elsewhere (another
     // folder, another disk) is refused before anything is closed or moved.
@@ -183,7 +187,7 @@ void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsk
     if (trash.empty() || !host::EnsureDirectoryExists(trash)) {
         return;
     }
-    CopyFiles(paths, trash, true, true);
+    CopyFiles(paths, trash, true, true, work);
 }
 
 bool MoveFileOrFolder(const host::WideString& source, const host::WideString& destination) {

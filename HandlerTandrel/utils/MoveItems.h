@@ -2,6 +2,7 @@
 // Moving production items: single moves on disk, project moves that take their locks and side
 // data along, the production trash, and open projects that follow their folder.
 #include "host/CoreTypes.h"
+#include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
 
 #include <functional>
@@ -20,8 +21,9 @@ enum ItemClass : int {
 int ClassifyItems(const std::vector<host::WideString>& paths);
 
 // Whether every item may go to the trash: none is in the trash already, none is a project
-// locked by another user, and no folder holds a locked project. An empty list may not.
-bool CanMoveItems(const std::vector<host::WideString>& paths);
+// locked by another user, and no folder holds a locked project. An empty list may not. work,
+// when given, counts each item tested; stopped by the person, the answer is no.
+bool CanMoveItems(const std::vector<host::WideString>& paths, host::ItemByItemWork* work = nullptr);
 
 // What that test needs of the session, read on the main thread: the trash folder and who we
 // lock as.
@@ -41,9 +43,10 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
 
 // Closes the open projects among the items (asking to save; a cancel stops everything), then
 // moves the items into the production trash, numbering names that are taken there.
-// saveWithoutAsking and offerApplyToAll are passed on to closing the projects.
+// saveWithoutAsking and offerApplyToAll are passed on to closing the projects; work, when
+// given, counts the items as they are moved (see CopyFiles).
 void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
-                 bool offerApplyToAll);
+                 bool offerApplyToAll, host::ItemByItemWork* work = nullptr);
 
 // One move on disk. The folder watch on a moving local folder is stopped first and given
 // 100 ms to settle; a failure is traced and the watch restarted. True when it moved.

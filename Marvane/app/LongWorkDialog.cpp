@@ -7,6 +7,7 @@
 #include <QEventLoop>
 #include <QProgressDialog>
 #include <QTimer>
+#include <algorithm>
 
 namespace host {
 
@@ -22,11 +23,12 @@ LongWorkDialog::~LongWorkDialog() {
     delete mDialog;
 }
 
-void LongWorkDialog::Begin(files::LongWork&) {
+void LongWorkDialog::Begin(files::LongWork& work) {
     // Work begun inside other work (a folder's items one by one) keeps the first's clock.
-    if (mDepth++ == 0) {
+    if (mWorks.empty()) {
         mSince.start();
     }
+    mWorks.push_back(&work);
 }
 
 void LongWorkDialog::Turn(files::LongWork& work, std::chrono::milliseconds slice) {
@@ -48,8 +50,9 @@ void LongWorkDialog::Turn(files::LongWork& work, std::chrono::milliseconds slice
     loop.exec(flags);
 }
 
-void LongWorkDialog::End(files::LongWork&) {
-    if (--mDepth > 0) {
+void LongWorkDialog::End(files::LongWork& work) {
+    mWorks.erase(std::remove(mWorks.begin(), mWorks.end(), &work), mWorks.end());
+    if (!mWorks.empty()) {
         return;
     }
     if (mDialog != nullptr) {
@@ -61,7 +64,7 @@ void LongWorkDialog::End(files::LongWork&) {
     }
 }
 
-void LongWorkDialog::Show(files::LongWork& work) {
+void LongWorkDialog::Show(const files::LongWork& work) {
     mDialog = new QProgressDialog(mParent);
     mDialog->setObjectName(QStringLiteral("LongWorkDialog"));
     mDialog->setWindowTitle(
@@ -73,9 +76,13 @@ void LongWorkDialog::Show(files::LongWork& work) {
     mDialog->setAutoReset(false);
     mDialog->setMinimumDuration(0);
     mDialog->setWindowModality(Qt::ApplicationModal);
-    // The work hears of it at once: its next step stops it. The dialog goes before the work.
-    QObject::connect(mDialog, &QProgressDialog::canceled, mDialog,
-                     [&work] { work.cancelled = true; });
+    // The work hears of it at once: its next step stops it, and so does the work it is part of
+    // (the command that moves item after item). The dialog goes before the last work.
+    QObject::connect(mDialog, &QProgressDialog::canceled, mDialog, [this] {
+        for (files::LongWork* begun : mWorks) {
+            begun->cancelled = true;
+        }
+    });
     Update(work);
     mDialog->show();
 }
@@ -84,10 +91,13 @@ void LongWorkDialog::Update(const files::LongWork& work) {
     const std::uint64_t total = work.total.load();
     const std::uint64_t done = std::min(work.done.load(), total);
     mDialog->setValue(total == 0 ? 0 : static_cast<int>(done * kBarSteps / total));
-    mDialog->setLabelText(QString::fromStdString(
-        work.title + "\n" +
-        Localize("$$$/Marvane/Host/LongWork/Bytes=@0 of @1",
-                 {NumberToMemoryString(done, 3, false), NumberToMemoryString(total, 3, false)})));
+    const std::string howFar = work.countsItems
+                                   ? Localize("$$$/Marvane/Host/LongWork/Items=@0 of @1 items",
+                                              {std::to_string(done), std::to_string(total)})
+                                   : Localize("$$$/Marvane/Host/LongWork/Bytes=@0 of @1",
+                                              {NumberToMemoryString(done, 3, false),
+                                               NumberToMemoryString(total, 3, false)});
+    mDialog->setLabelText(QString::fromStdString(work.title + "\n" + howFar));
 }
 
 } // namespace host

@@ -10,6 +10,7 @@
 #include <QProgressDialog>
 #include <QWidget>
 #include <memory>
+#include <vector>
 
 namespace host {
 
@@ -30,13 +31,13 @@ public:
     static constexpr int kAppearAfterMs = 400;
 
 private:
-    void Show(files::LongWork& work);
+    void Show(const files::LongWork& work);
     void Update(const files::LongWork& work);
 
     QPointer<QWidget> mParent;
     QPointer<QProgressDialog> mDialog;
     QElapsedTimer mSince;
-    int mDepth = 0;
+    std::vector<files::LongWork*> mWorks; // begun and not ended, the outermost first
 };
 
 } // namespace host

@@ -3,11 +3,13 @@
 #include "Marvane/app/CommandLine.h"
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/LongWorkDialog.h"
+#include "Marvane/app/OpeningPage.h"
 #include "Marvane/app/ProductionOutage.h"
 #include "Marvane/app/ProjectWindow.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/application/ProductionWatch.h"
+#include "Marvane/documents/BackgroundOpening.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uiframework/CommandDispatch.h"
@@ -45,6 +47,12 @@ public:
             ProductionReachabilityChanged(*mWindow, reachability.reachable, reachability.reason);
         } else if (type == ShowProgressPanelMessage::kTypeID) {
             mWindow->ShowProgressPanel();
+        } else if (type == ProjectOpeningMessage::kTypeID) {
+            const auto& opening = static_cast<const ProjectOpeningMessage&>(message);
+            mWindow->SyncProjectTabs();
+            if (!opening.hasEnded) {
+                mWindow->BringOpeningToFront(opening.projectPath);
+            }
         } else if (type == ProjectOpenedMessage::kTypeID || type == ProjectClosedMessage::kTypeID ||
                    type == ProjectReadOnlyChangedMessage::kTypeID ||
                    type == ProjectActivatedMessage::kTypeID) {
@@ -89,6 +97,8 @@ MainWindow::MainWindow() {
     connect(mProjectTabs, &QTabWidget::tabCloseRequested, this, [this](int index) {
         if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(index))) {
             DocumentManager::Instance().Close({page->GetProject()});
+        } else if (auto* opening = dynamic_cast<OpeningPage*>(mProjectTabs->widget(index))) {
+            opening->Cancel();
         }
     });
     connect(mProjectTabs, &QTabWidget::currentChanged, this, [this](int index) {
@@ -222,20 +232,11 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 bool MainWindow::OpenProjectFile(const std::filesystem::path& project) {
-    const OpenResult result = DocumentManager::Instance().Open(project);
-    if (!result.project) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/OpenProjectFailed=Cannot Open Project"),
-                       result.error, {}, kWarningIcon, 0);
-        return false;
-    }
+    const bool started = OpenInBackgroundOrReport(
+        project, OpenMode::Normal,
+        Localize("$$$/Marvane/Host/OpenProjectFailed=Cannot Open Project"), kWarningIcon);
     SyncProjectTabs();
-    for (int i = 0; i < mProjectTabs->count(); ++i) {
-        auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
-        if (page != nullptr && page->GetProject() == result.project) {
-            mProjectTabs->setCurrentIndex(i);
-        }
-    }
-    return true;
+    return started;
 }
 
 void MainWindow::OpenProjectFromUser() {
@@ -262,16 +263,14 @@ void MainWindow::OpenProjectFromUser() {
 
 void MainWindow::SyncProjectTabs() {
     mSyncingTabs = true;
-    const auto& open = DocumentManager::Instance().GetAll();
+    DocumentManager& documents = DocumentManager::Instance();
+    const auto& open = documents.GetAll();
     for (int i = mProjectTabs->count() - 1; i >= 0; --i) {
         auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
-        if (page == nullptr ||
-            std::find(open.begin(), open.end(), page->GetProject()) == open.end()) {
-            QWidget* widget = mProjectTabs->widget(i);
-            mProjectTabs->removeTab(i);
-            // A page may be inside one of its own calls (a dialog it opened): delete it later.
-            widget->hide();
-            widget->deleteLater();
+        const bool opening = dynamic_cast<OpeningPage*>(mProjectTabs->widget(i)) != nullptr;
+        if (!opening && (page == nullptr ||
+                         std::find(open.begin(), open.end(), page->GetProject()) == open.end())) {
+            RemoveProjectTab(i);
         }
     }
     for (const OpenProjectPtr& project : open) {
@@ -284,17 +283,28 @@ void MainWindow::SyncProjectTabs() {
             }
         }
         if (!shown) {
-            auto* page = new ProjectWindow(project, mProjectTabs);
-            const int index =
-                mProjectTabs->addTab(page, QString::fromStdString(project->DisplayName()));
-            mProjectTabs->setTabToolTip(
-                index, PlainToolTip(QString::fromStdString(project->DisplayName() + "\n" +
-                                                           project->Path().string())));
+            // A project that was being opened takes the place of its opening page.
+            AddProjectTab(new ProjectWindow(project, mProjectTabs),
+                          FindOpeningPage(project->Path()), project->DisplayName(),
+                          project->Path());
+        }
+    }
+    for (int i = mProjectTabs->count() - 1; i >= 0; --i) {
+        auto* page = dynamic_cast<OpeningPage*>(mProjectTabs->widget(i));
+        if (page != nullptr && !documents.IsOpening(page->GetProjectPath())) {
+            RemoveProjectTab(i);
+        }
+    }
+    for (const auto& opening : documents.GetOpenings()) {
+        if (FindOpeningPage(opening->Path()) < 0) {
+            AddProjectTab(new OpeningPage(opening->Path(), mProjectTabs), -1,
+                          opening->Path().stem().string(), opening->Path());
         }
     }
     // The project the user works in is the one in view: a project just opened comes to the
-    // front.
-    if (const OpenProjectPtr active = DocumentManager::Instance().GetActive()) {
+    // front. A project being opened that is in view stays there until it is read.
+    const bool openingInView = dynamic_cast<OpeningPage*>(mProjectTabs->currentWidget()) != nullptr;
+    if (const OpenProjectPtr active = documents.GetActive(); active && !openingInView) {
         for (int i = 0; i < mProjectTabs->count(); ++i) {
             auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->widget(i));
             if (page != nullptr && page->GetProject() == active) {
@@ -304,12 +314,46 @@ void MainWindow::SyncProjectTabs() {
     }
     mSyncingTabs = false;
     // The active project was closed: the one left in view is the one worked in now.
-    if (!DocumentManager::Instance().GetActive()) {
+    if (!documents.GetActive()) {
         if (auto* page = dynamic_cast<ProjectWindow*>(mProjectTabs->currentWidget())) {
-            DocumentManager::Instance().SetActive(page->GetProject());
+            documents.SetActive(page->GetProject());
         }
     }
-    mCentreStack->setCurrentWidget(open.empty() ? static_cast<QWidget*>(mCentre) : mProjectTabs);
+    mCentreStack->setCurrentWidget(mProjectTabs->count() == 0 ? static_cast<QWidget*>(mCentre)
+                                                              : mProjectTabs);
+}
+
+int MainWindow::FindOpeningPage(const std::filesystem::path& project) const {
+    for (int i = 0; i < mProjectTabs->count(); ++i) {
+        auto* page = dynamic_cast<OpeningPage*>(mProjectTabs->widget(i));
+        if (page != nullptr && page->GetProjectPath() == project) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+void MainWindow::BringOpeningToFront(const std::filesystem::path& project) {
+    if (const int index = FindOpeningPage(project); index >= 0) {
+        mProjectTabs->setCurrentIndex(index);
+    }
+}
+
+void MainWindow::AddProjectTab(QWidget* page, int before, const std::string& name,
+                               const std::filesystem::path& project) {
+    const QString text = QString::fromStdString(name);
+    const int index =
+        before < 0 ? mProjectTabs->addTab(page, text) : mProjectTabs->insertTab(before, page, text);
+    mProjectTabs->setTabToolTip(
+        index, PlainToolTip(QString::fromStdString(name + "\n" + project.string())));
+}
+
+void MainWindow::RemoveProjectTab(int index) {
+    QWidget* widget = mProjectTabs->widget(index);
+    mProjectTabs->removeTab(index);
+    // A page may be inside one of its own calls (a dialog it opened): delete it later.
+    widget->hide();
+    widget->deleteLater();
 }
 
 void MainWindow::RefreshCommandStatus() {

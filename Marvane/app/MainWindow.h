@@ -10,6 +10,7 @@
 #include <QTimer>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace host {
@@ -31,11 +32,16 @@ public:
     bool OpenProductionFolder(const std::filesystem::path& folder);
     // Refreshes the window title and centre text from the open production.
     void UpdateProductionDisplay();
-    // Opens a project and shows it; a refusal is reported in a message box.
+    // Opens a project and shows it: its page is there at once, with how far the reading got,
+    // and the project's own page takes its place when it is read. False when it cannot be
+    // opened at all; a refusal, at once or once the reading failed, is reported in a message
+    // box.
     bool OpenProjectFile(const std::filesystem::path& project);
     void OpenProjectFromUser();
-    // One tab per open project, in the order they were opened.
+    // One tab per open project, in the order they were opened, and one per project being
+    // opened.
     void SyncProjectTabs();
+    void BringOpeningToFront(const std::filesystem::path& project);
     QTabWidget* GetProjectTabs() const { return mProjectTabs; }
     // Brings up the progress panel (made on first use).
     void ShowProgressPanel();
@@ -59,6 +65,12 @@ private:
     void FillRecentMenu(QMenu& menu);
     void BuildWindowMenu(QMenu* menu);
     void RefreshCommandStatus();
+    // The index of the opening page of the project; -1 when there is none.
+    int FindOpeningPage(const std::filesystem::path& project) const;
+    // Adds a project's page before the index (at the end for -1).
+    void AddProjectTab(QWidget* page, int before, const std::string& name,
+                       const std::filesystem::path& project);
+    void RemoveProjectTab(int index);
     void ShowAbout();
 
     DockWorkspace* mWorkspace = nullptr;

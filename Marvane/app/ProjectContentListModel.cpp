@@ -7,27 +7,42 @@
 
 namespace host {
 
-bool ProjectContentListModel::SetNames(const std::vector<std::string>& names) {
-    if (names == mNames) {
+bool ProjectContentListModel::SetContent(std::shared_ptr<const ProjectContent> content,
+                                         bool sequences) {
+    if (content == mContent && sequences == mShowsSequences) {
+        return false;
+    }
+    const auto& names = sequences ? content->sequences : content->bins;
+    if (mContent && sequences == mShowsSequences && names == Names()) {
+        mContent = std::move(content); // the same rows
         return false;
     }
     beginResetModel();
-    mNames = names;
+    mContent = std::move(content);
+    mShowsSequences = sequences;
     endResetModel();
     return true;
 }
 
+const std::vector<std::string>& ProjectContentListModel::Names() const {
+    static const std::vector<std::string> kNone;
+    if (!mContent) {
+        return kNone;
+    }
+    return mShowsSequences ? mContent->sequences : mContent->bins;
+}
+
 int ProjectContentListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(mNames.size());
+    return parent.isValid() ? 0 : static_cast<int>(Names().size());
 }
 
 QVariant ProjectContentListModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() < 0 ||
-        static_cast<std::size_t>(index.row()) >= mNames.size() ||
+        static_cast<std::size_t>(index.row()) >= Names().size() ||
         (role != Qt::DisplayRole && role != Qt::EditRole)) {
         return {};
     }
-    return QString::fromStdString(mNames[static_cast<std::size_t>(index.row())]);
+    return QString::fromStdString(Names()[static_cast<std::size_t>(index.row())]);
 }
 
 void ProjectContentListModel::SetDragSource(std::function<std::string()> projectPath,
@@ -54,7 +69,7 @@ QMimeData* ProjectContentListModel::mimeData(const QModelIndexList& indexes) con
     }
     std::vector<int> rows;
     for (const QModelIndex& index : indexes) {
-        if (index.isValid() && static_cast<std::size_t>(index.row()) < mNames.size()) {
+        if (index.isValid() && static_cast<std::size_t>(index.row()) < Names().size()) {
             rows.push_back(index.row());
         }
     }
@@ -65,7 +80,7 @@ QMimeData* ProjectContentListModel::mimeData(const QModelIndexList& indexes) con
     items.projectPath = mProjectPath();
     auto& names = mSequences ? items.sequences : items.bins;
     for (const int row : rows) {
-        names.push_back(mNames[static_cast<std::size_t>(row)]);
+        names.push_back(Names()[static_cast<std::size_t>(row)]);
     }
     auto* data = new QMimeData;
     data->setData(QString::fromLatin1(kDataTypeName_ProjectItem), EncodeProjectItems(items));

@@ -28,11 +28,17 @@ QString Text(std::string_view key, std::initializer_list<ByteString> arguments =
 // Another editor's save is noticed this often; network shares send no notifications.
 constexpr int kStatePollMs = 1000;
 
+// Rows laid out in one turn of the event loop: a project of millions of sequences is laid out
+// over several turns, so that the window keeps answering while its lists fill.
+constexpr int kRowsLaidOutPerTurn = 200000;
+
 // A list of one line per name. Every row has the height of the first, so that a project of a
 // million sequences is laid out without measuring each of them.
 QListView* NewList(ProjectContentListModel* rows, QWidget* parent) {
     auto* list = new QListView(parent);
     list->setUniformItemSizes(true);
+    list->setLayoutMode(QListView::Batched);
+    list->setBatchSize(kRowsLaidOutPerTurn);
     list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     list->setModel(rows);
     // Bins and sequences can be dragged onto another project of the production.
@@ -43,12 +49,12 @@ QListView* NewList(ProjectContentListModel* rows, QWidget* parent) {
     return list;
 }
 
-// Shows `names` in `list`. When they changed, the row that was current stays current, or the
-// last row when the list got shorter.
+// Shows the content's sequences, or its bins, in `list`. When they changed, the row that was
+// current stays current, or the last row when the list got shorter.
 void ShowNames(QListView* list, ProjectContentListModel* rows,
-               const std::vector<std::string>& names) {
+               const std::shared_ptr<const ProjectContent>& content, bool sequences) {
     const int current = list->currentIndex().row();
-    if (!rows->SetNames(names)) {
+    if (!rows->SetContent(content, sequences)) {
         return;
     }
     const int row = std::min(current, rows->rowCount() - 1);
@@ -176,7 +182,6 @@ ProjectWindow::ProjectWindow(OpenProjectPtr project, QWidget* parent)
 }
 
 void ProjectWindow::Refresh() {
-    const ProjectContent& content = mProject->Content();
     mName->SetFullText(QString::fromStdString(mProject->DisplayName()) +
                        (mProject->IsModified() ? QStringLiteral(" •") : QString()));
     mPath->SetFullText(QString::fromStdString(mProject->Path().string()));
@@ -219,8 +224,8 @@ void ProjectWindow::Refresh() {
         mOutOfDateText->setText(OutOfDateText(*mProject, holder));
     }
     mOutOfDate->setVisible(outOfDate);
-    ShowNames(mBins, mBinRows, content.bins);
-    ShowNames(mSequences, mSequenceRows, content.sequences);
+    ShowNames(mBins, mBinRows, mProject->ContentSnapshot(), false);
+    ShowNames(mSequences, mSequenceRows, mProject->ContentSnapshot(), true);
     const bool writable = !mProject->IsReadOnly();
     mAdd->setEnabled(writable);
     mRename->setEnabled(writable && mSequences->currentIndex().isValid());

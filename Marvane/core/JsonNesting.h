@@ -2,7 +2,8 @@
 // What JSON text from files that users or other machines write must be before it is read:
 // shallow enough that reading it cannot exhaust the stack, and free of NUL bytes, which
 // nlohmann-json takes for the end of its input ("{}" followed by a NUL and anything else would
-// read as {}). Every such reader goes through ParseUntrustedJson or ParseJson.
+// read as {}). Every such reader goes through ParseUntrustedJson or ParseJson, or makes both
+// checks below before reading the text event by event.
 #include <nlohmann/json.hpp>
 #include <string_view>
 

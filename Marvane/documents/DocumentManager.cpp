@@ -1,4 +1,5 @@
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/BackgroundOpening.h"
 #include "Marvane/documents/ProjectItemsTransfer.h"
 #include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/documents/Recovery.h"
@@ -130,52 +131,80 @@ DocumentManager& DocumentManager::Instance() {
 }
 
 OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
-    const fs::path path = NormalProjectPath(projectPath);
-    if (OpenProjectPtr existing = Find(path)) {
-        SetActive(existing);
-        Announce(ProjectActivatedMessage());
-        return {existing, {}};
-    }
-    if (!IsMarvaneProjectFile(path.string())) {
-        return {nullptr, "\"" + path.string() + "\" is not a project of this application."};
-    }
-    // The lock comes first and the content after it, so that nobody can save a newer version
-    // between our read and our lock.
-    const LockingIdentity ours = CurrentLockingIdentity();
-    const bool locking = ours.enabled;
-    const ByteString& name = ours.name;
-    const ByteString& second = ours.second;
-    ProjectLockFilePtr lock;
-    std::string lockFailure;
-    if (mode == OpenMode::Normal && locking && !HeldByAnotherCopyHere(path)) {
-        lock = CreateProjectLockFile(path.string(), name, second);
-        if (!lock) {
-            lockFailure = WhyNotLocked(path);
-        }
+    OpenStart start = BeginOpen(projectPath, mode);
+    if (start.existing || !start.error.empty()) {
+        return {start.existing, start.error};
     }
     ProjectContent content;
     FileStamp stamp;
     std::string error;
-    if (!LoadProjectContent(path, content, error, &stamp)) {
-        if (lock && lock->IsOwnedByCaller()) {
-            // A read that stopped moving for a moment need not mean the folder is gone.
-            files::LookAgainIfNotAnswering();
-            RemoveOwnLockFile(path);
+    const bool loaded = LoadProjectContent(start.path, content, error, &stamp);
+    return FinishOpen(std::move(start), loaded, std::move(content), stamp, error);
+}
+
+OpenStart DocumentManager::BeginOpen(const fs::path& projectPath, OpenMode mode) {
+    OpenStart start;
+    start.path = NormalProjectPath(projectPath);
+    start.mode = mode;
+    const fs::path& path = start.path;
+    if (OpenProjectPtr existing = Find(path)) {
+        SetActive(existing);
+        Announce(ProjectActivatedMessage());
+        start.existing = existing;
+        return start;
+    }
+    if (!IsMarvaneProjectFile(path.string())) {
+        start.error = "\"" + path.string() + "\" is not a project of this application.";
+        return start;
+    }
+    if (IsOpening(path)) {
+        start.error = "\"" + path.string() + "\" is being opened already.";
+        return start;
+    }
+    // The lock comes first and the content after it, so that nobody can save a newer version
+    // between our read and our lock.
+    const LockingIdentity ours = CurrentLockingIdentity();
+    start.locking = ours.enabled;
+    if (mode == OpenMode::Normal && start.locking && !HeldByAnotherCopyHere(path)) {
+        start.lock = CreateProjectLockFile(path.string(), ours.name, ours.second);
+        if (!start.lock) {
+            start.lockFailure = WhyNotLocked(path);
+        } else if (start.lock->IsOwnedByCaller()) {
+            // The opening holds it from now on, across turns of the event loop, and gives it
+            // back if it does not end with the project open.
+            ForgetCreatedLock(path);
         }
+    }
+    return start;
+}
+
+void DocumentManager::AbandonOpen(const OpenStart& start) {
+    if (start.lock && start.lock->IsOwnedByCaller()) {
+        // A read that stopped moving for a moment need not mean the folder is gone.
+        files::LookAgainIfNotAnswering();
+        RemoveOwnLockFile(start.path);
+    }
+}
+
+OpenResult DocumentManager::FinishOpen(OpenStart start, bool loaded, ProjectContent content,
+                                       FileStamp stamp, const std::string& error) {
+    if (!loaded) {
+        AbandonOpen(start);
         return {nullptr, error};
     }
+    const fs::path& path = start.path;
     auto project = std::make_shared<OpenProject>(path, std::move(content), stamp);
-    if (mode == OpenMode::Normal) {
-        if (!locking) {
+    if (start.mode == OpenMode::Normal) {
+        if (!start.locking) {
             project->SetReadOnly(false);
-        } else if (lock && lock->IsOwnedByCaller()) {
-            project->AttachLockFile(lock);
+        } else if (start.lock && start.lock->IsOwnedByCaller()) {
+            project->AttachLockFile(start.lock);
             project->SetReadOnly(!project->HoldsLock());
         }
     }
-    if (project->IsReadOnly() && !lockFailure.empty()) {
-        project->SetReadOnlyReason(lockFailure);
-        Trace("Host", 2, "Opened read-only: " + lockFailure);
+    if (project->IsReadOnly() && !start.lockFailure.empty()) {
+        project->SetReadOnlyReason(start.lockFailure);
+        Trace("Host", 2, "Opened read-only: " + start.lockFailure);
     }
     mProjects.push_back(project);
     SetActive(project);
@@ -214,6 +243,7 @@ bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects, bool sa
 }
 
 bool DocumentManager::CloseAll() {
+    CancelOpenings();
     // A folder taken for not answering (a slow moment, a server back since) is asked once
     // more, so that the locks of the projects closed now are given back when it answers.
     if (!mProjects.empty()) {
@@ -224,6 +254,7 @@ bool DocumentManager::CloseAll() {
 }
 
 void DocumentManager::CloseAllWithoutAsking() {
+    CancelOpenings();
     if (!mProjects.empty()) {
         files::LookAgainIfNotAnswering();
     }
@@ -512,14 +543,9 @@ bool InstallOpenProjectsAccess() {
             return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
         },
         [](const ByteString& projectPath, int mode) {
-            const OpenResult result = DocumentManager::Instance().Open(
-                projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal);
-            if (!result.project) {
-                ShowMessageBox(Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"),
-                               result.error, {}, kCriticalIcon, 0);
-                return false;
-            }
-            return true;
+            return OpenInBackgroundOrReport(
+                projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal,
+                Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), kCriticalIcon);
         },
         [](const ProjectPtr& project, bool reportFailure) {
             const auto open = std::dynamic_pointer_cast<OpenProject>(project);

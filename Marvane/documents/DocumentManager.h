@@ -31,6 +31,19 @@ struct OpenResult {
     std::string error; // for the user, when project is empty
 };
 
+// An opening under way: the project's lock taken (when it is to be), its content not read yet.
+struct OpenStart {
+    std::filesystem::path path;
+    OpenMode mode = OpenMode::Normal;
+    OpenProjectPtr existing; // the project was open already: it is now the active one
+    std::string error;       // the project cannot be opened at all
+    bool locking = true;
+    ProjectLockFilePtr lock;
+    std::string lockFailure; // why it will be read-only although nobody holds it
+};
+
+struct BackgroundOpening;
+
 // A project whose lock another editor took over or broke while we held it.
 struct LockLoss {
     OpenProjectPtr project;
@@ -49,7 +62,33 @@ class DocumentManager {
 public:
     static DocumentManager& Instance();
 
+    // Opens the project, reading it on this thread.
     OpenResult Open(const std::filesystem::path& projectPath, OpenMode mode = OpenMode::Normal);
+    // The steps of an opening whose content is read elsewhere: the start takes the lock (or
+    // finds the project open already, or says why it cannot be opened); the finish makes the
+    // project from what was read, or gives the lock back when the reading failed. A start not
+    // finished is abandoned (its lock given back).
+    OpenStart BeginOpen(const std::filesystem::path& projectPath, OpenMode mode);
+    OpenResult FinishOpen(OpenStart start, bool loaded, ProjectContent content, FileStamp stamp,
+                          const std::string& error);
+    void AbandonOpen(const OpenStart& start);
+
+    // Opens the project without making the window wait: its content is read and parsed on a
+    // worker thread while the window shows how far the reading got (ProjectOpeningMessage).
+    // `finished` hears the outcome on the main thread: the project, or the error for the user,
+    // or neither when the opening was cancelled. A project open already only becomes the
+    // active one, and `finished` hears it at once, as it does an opening refused at once.
+    void OpenInBackground(const std::filesystem::path& projectPath, OpenMode mode,
+                          std::function<void(const OpenResult&)> finished);
+    // The openings under way, oldest first.
+    const std::vector<std::shared_ptr<BackgroundOpening>>& GetOpenings() const { return mOpenings; }
+    bool IsOpening(const std::filesystem::path& projectPath) const;
+    // Stops an opening: its lock is given back, and `finished` hears neither project nor error.
+    void CancelOpening(const std::filesystem::path& projectPath);
+    // Stops every opening and waits for its worker (a share that stopped answering is given up
+    // on at its deadline); the locks they took are given back.
+    void CancelOpenings();
+    ~DocumentManager();
     // Closes projects, asking to save each modified one; with more than one modified project
     // the question offers to apply the answer to all. False when the user cancelled: the
     // projects not closed yet stay open.
@@ -84,13 +123,19 @@ public:
     void SetActive(const OpenProjectPtr& project) { mActive = project; }
 
 private:
+    DocumentManager() = default;
     void Remove(const OpenProjectPtr& project);
+    // The worker of an opening is done: the project joins the open ones, or the error is told.
+    void FinishInBackground(const std::shared_ptr<BackgroundOpening>& opening);
+    // Takes an opening from those under way, its worker ended.
+    void EndOpening(const std::shared_ptr<BackgroundOpening>& opening);
     LockLoss LoseLock(const OpenProjectPtr& project);
     // Keeps the changes of a project whose file changed since it was read as a recovery copy;
     // what the user is told.
     std::string KeepChangesOfAnOutOfDateProject(const OpenProject& project) const;
 
     std::vector<OpenProjectPtr> mProjects;
+    std::vector<std::shared_ptr<BackgroundOpening>> mOpenings;
     std::weak_ptr<OpenProject> mActive;
     std::filesystem::path mDataDirectory;
     std::function<void()> mBeforeWriteHook;

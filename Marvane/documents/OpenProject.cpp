@@ -9,7 +9,8 @@
 namespace host {
 
 OpenProject::OpenProject(std::filesystem::path path, ProjectContent content, FileStamp stamp)
-    : mPath(std::move(path)), mContent(std::move(content)), mLoadedStamp(stamp) {}
+    : mPath(std::move(path)), mContent(std::make_shared<const ProjectContent>(std::move(content))),
+      mLoadedStamp(stamp) {}
 
 OpenProject::~OpenProject() {
     ReleaseLock();
@@ -107,10 +108,10 @@ bool OpenProject::RefreshLock() const {
 }
 
 void OpenProject::EditContent(const ProjectContent& content) {
-    if (mReadOnly || content == mContent) {
+    if (mReadOnly || content == *mContent) {
         return;
     }
-    mContent = content;
+    mContent = std::make_shared<const ProjectContent>(content);
     mModified = true;
 }
 
@@ -121,7 +122,7 @@ std::string OpenProject::CurrentLockHolder() const {
 }
 
 void OpenProject::ReplaceContent(ProjectContent content, FileStamp stamp) {
-    mContent = std::move(content);
+    mContent = std::make_shared<const ProjectContent>(std::move(content));
     mLoadedStamp = stamp;
     mModified = false;
 }

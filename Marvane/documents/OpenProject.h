@@ -4,6 +4,7 @@
 #include "host/ProjectBackEnd.h"
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace host {
@@ -26,7 +27,10 @@ public:
     // The name everything the user sees calls the project by: its file's name without the
     // project extension ("Trailer B final"), whatever name the content keeps inside.
     std::string DisplayName() const;
-    const ProjectContent& Content() const { return mContent; }
+    const ProjectContent& Content() const { return *mContent; }
+    // The content as it is now, never changed afterwards: a change gives the project a new
+    // one, so a view can keep showing this one without copying it.
+    std::shared_ptr<const ProjectContent> ContentSnapshot() const { return mContent; }
     // Changes the content (read-write projects only); the project is then modified.
     void EditContent(const ProjectContent& content);
     bool IsModified() const { return mModified; }
@@ -67,7 +71,7 @@ public:
 
 private:
     std::filesystem::path mPath;
-    ProjectContent mContent;
+    std::shared_ptr<const ProjectContent> mContent;
     FileStamp mLoadedStamp;
     bool mReadOnly = true;
     bool mModified = false;

@@ -45,12 +45,20 @@ std::function<void(std::size_t)>& ReadHook() {
 // anything else that is not a regular file is refused at once, never waited on. A big file
 // read slowly is waited for as long as its bytes keep coming: only a folder that stops
 // answering is taken for one.
-bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp) {
+bool ReadWholeFile(const fs::path& file, std::string& text, FileStamp& stamp,
+                   ProjectReadWatch* watch) {
     auto read = std::make_shared<Read>();
     const bool finished = files::RunBoundedWhileMoving(
-        file, [file, read, hook = ReadHook()](std::atomic<std::uint64_t>& progress) {
-            const auto moved = [&progress, &hook](std::size_t bytesSoFar) {
+        file, [file, read, watch, hook = ReadHook()](std::atomic<std::uint64_t>& progress) {
+            struct stat before {};
+            if (watch != nullptr && ::stat(file.c_str(), &before) == 0) {
+                watch->totalBytes.store(static_cast<std::uint64_t>(before.st_size));
+            }
+            const auto moved = [&progress, &hook, watch](std::size_t bytesSoFar) {
                 progress.store(bytesSoFar + 1);
+                if (watch != nullptr) {
+                    watch->readBytes.store(bytesSoFar);
+                }
                 if (hook) {
                     hook(bytesSoFar);
                 }
@@ -80,16 +88,16 @@ void SetProjectReadHookForTesting(std::function<void(std::size_t bytesSoFar)> ho
 }
 
 bool LoadProjectContent(const fs::path& projectPath, ProjectContent& content, std::string& error,
-                        FileStamp* stamp) {
+                        FileStamp* stamp, ProjectReadWatch* watch) {
     const fs::path file = ProjectContentFile(projectPath);
     std::string text;
     FileStamp readStamp;
-    if (!ReadWholeFile(file, text, readStamp)) {
+    if (!ReadWholeFile(file, text, readStamp, watch)) {
         error = "The project \"" + projectPath.string() +
                 "\" cannot be read: " + std::strerror(errno) + ".";
         return false;
     }
-    if (!ParseProjectContent(text, projectPath, content, error)) {
+    if (!ParseProjectContent(text, projectPath, content, error, watch)) {
         return false;
     }
     if (stamp != nullptr) {

@@ -3,6 +3,8 @@
 // A ".mvproj" file is UTF-8 JSON; a ".mvprojd" folder holds the same JSON in "project.json".
 #include "Marvane/projectbackend/ProjectFormats.h"
 
+#include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -24,10 +26,20 @@ struct ProjectContent {
 
 struct FileStamp;
 
+// A read of a big project followed from another thread: the file's size, the bytes read from
+// it and the bytes of its text parsed so far, and a way to stop the read (it then fails).
+struct ProjectReadWatch {
+    std::atomic<std::uint64_t> totalBytes{0};
+    std::atomic<std::uint64_t> readBytes{0};
+    std::atomic<std::uint64_t> parsedBytes{0};
+    std::atomic<bool> stop{false};
+};
+
 // Reads a project, and the identity of the version read. On failure returns false with a
-// message for the user; the file is never touched.
+// message for the user; the file is never touched. The watch, when given, follows the read.
 bool LoadProjectContent(const std::filesystem::path& projectPath, ProjectContent& content,
-                        std::string& error, FileStamp* stamp = nullptr);
+                        std::string& error, FileStamp* stamp = nullptr,
+                        ProjectReadWatch* watch = nullptr);
 // Lets a test hear each piece of a project read (on the thread that reads it), to make the
 // read slow; empty to stop.
 void SetProjectReadHookForTesting(std::function<void(std::size_t bytesSoFar)> hook);
@@ -36,7 +48,8 @@ void SetProjectReadHookForTesting(std::function<void(std::size_t bytesSoFar)> ho
 // message for the user: text that is not JSON, nests too deeply, has members of the wrong
 // kind or is of a newer format.
 bool ParseProjectContent(std::string_view text, const std::filesystem::path& projectPath,
-                         ProjectContent& content, std::string& error);
+                         ProjectContent& content, std::string& error,
+                         ProjectReadWatch* watch = nullptr);
 // The project file's text for its content: compact UTF-8 JSON and a line break, the members
 // this host does not know kept as they were read.
 std::string SerialiseProjectContent(const ProjectContent& content);

@@ -2,6 +2,7 @@
 // file system involved (the fuzz target reads arbitrary text through these).
 #include "Marvane/core/JsonNesting.h"
 #include "Marvane/documents/ProjectContent.h"
+#include "Marvane/documents/ProjectTextReader.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <cstdint>
@@ -10,26 +11,6 @@
 namespace host {
 
 namespace {
-
-std::vector<std::string> Names(const nlohmann::json& json, const char* key, bool& ok) {
-    std::vector<std::string> names;
-    const auto found = json.find(key);
-    if (found == json.end()) {
-        return names;
-    }
-    if (!found->is_array()) {
-        ok = false;
-        return names;
-    }
-    for (const auto& item : *found) {
-        if (!item.is_string()) {
-            ok = false;
-            return names;
-        }
-        names.push_back(item.get<std::string>());
-    }
-    return names;
-}
 
 // Compact text: its size follows the content, never its depth. Text that is not UTF-8 (a
 // name taken from a file name) is written with replacement characters rather than refused.
@@ -40,7 +21,7 @@ std::string Compact(const nlohmann::json& json) {
 } // namespace
 
 bool ParseProjectContent(std::string_view text, const std::filesystem::path& projectPath,
-                         ProjectContent& content, std::string& error) {
+                         ProjectContent& content, std::string& error, ProjectReadWatch* watch) {
     const std::string project = "The project \"" + projectPath.string() + "\"";
     const std::string left = " It was left as it is.";
     if (NestsTooDeeply(text)) {
@@ -48,38 +29,29 @@ bool ParseProjectContent(std::string_view text, const std::filesystem::path& pro
                 std::to_string(kMaximumJsonNesting) + " levels." + left;
         return false;
     }
-    const auto json = ParseUntrustedJson(text);
-    if (!json.is_object()) {
+    ProjectTextReader reader(watch);
+    // A NUL byte is never in JSON text; the reader is not even started on one.
+    if (HoldsNulByte(text) || !nlohmann::json::sax_parse(text.begin(), text.end(), &reader)) {
+        if (watch != nullptr && watch->stop.load()) {
+            error = project + " was not opened: the reading was stopped.";
+            return false;
+        }
         error = project + " is damaged: it is not a project file of this application." + left;
         return false;
     }
-    const auto version = json.find("formatVersion");
-    const auto name = json.find("name");
-    bool ok = version != json.end() && version->is_number_integer() &&
-              (name == json.end() || name->is_string());
-    if (ok && version->is_number_unsigned() &&
-        version->get<std::uint64_t>() > static_cast<std::uint64_t>(kProjectFormatVersion)) {
-        error = project + " was saved by a newer version (format " +
-                std::to_string(version->get<std::uint64_t>()) + ")." + left;
+    if (std::uint64_t version = 0; reader.IsNewerFormat(version)) {
+        error = project + " was saved by a newer version (format " + std::to_string(version) +
+                ")." + left;
         return false;
     }
-    // Formats are numbered from 1.
-    ok = ok && version->get<std::int64_t>() >= 1;
-    ProjectContent loaded;
-    loaded.bins = Names(json, "bins", ok);
-    loaded.sequences = Names(json, "sequences", ok);
-    if (!ok) {
+    if (!reader.WellFormed()) {
         error = project + " is damaged: its content is not in the expected form." + left;
         return false;
     }
-    loaded.formatVersion = version->get<int>();
-    loaded.name = name != json.end() ? name->get<std::string>() : projectPath.stem().string();
-    nlohmann::json others = json;
-    for (const char* known : {"formatVersion", "name", "bins", "sequences"}) {
-        others.erase(known);
+    reader.TakeContent(content, projectPath.stem().string());
+    if (watch != nullptr) {
+        watch->parsedBytes.store(text.size());
     }
-    loaded.otherMembers = Compact(others);
-    content = std::move(loaded);
     return true;
 }
 

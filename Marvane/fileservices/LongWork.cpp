@@ -16,7 +16,20 @@ std::atomic<LongWorkView*> gView{nullptr};
 std::atomic<std::int64_t> gStallLimitMs{0};
 std::mutex gHookMutex;
 std::function<void()> gStepHook;
+std::function<void()> gItemDoneHook;
+
+void RunHook(const std::function<void()>& kept) {
+    std::function<void()> hook;
+    {
+        const std::lock_guard guard(gHookMutex);
+        hook = kept;
+    }
+    if (hook) {
+        hook();
+    }
+}
 std::atomic<std::size_t> gThreadsRunning{0};
+std::atomic<int> gUnderWay{0};
 
 std::chrono::milliseconds StallLimit() {
     const std::int64_t limit = gStallLimitMs.load();
@@ -29,6 +42,22 @@ LongWorkView* SetLongWorkView(LongWorkView* view) {
     return gView.exchange(view);
 }
 
+LongWorkView* CurrentLongWorkView() {
+    return gView.load();
+}
+
+bool LongWorkUnderWay() {
+    return gUnderWay.load() > 0;
+}
+
+void NoteLongWorkBegun() {
+    ++gUnderWay;
+}
+
+void NoteLongWorkEnded() {
+    --gUnderWay;
+}
+
 void SetStallLimitForTesting(std::chrono::milliseconds limit) {
     gStallLimitMs = limit.count();
 }
@@ -39,14 +68,16 @@ void SetLongWorkStepHookForTesting(std::function<void()> hook) {
 }
 
 void RunLongWorkStepHook() {
-    std::function<void()> hook;
-    {
-        const std::lock_guard guard(gHookMutex);
-        hook = gStepHook;
-    }
-    if (hook) {
-        hook();
-    }
+    RunHook(gStepHook);
+}
+
+void SetItemDoneHookForTesting(std::function<void()> hook) {
+    const std::lock_guard guard(gHookMutex);
+    gItemDoneHook = std::move(hook);
+}
+
+void RunItemDoneHook() {
+    RunHook(gItemDoneHook);
 }
 
 std::size_t LongWorkThreadsRunning() {
@@ -68,6 +99,7 @@ LongWorkEnd RunLongWork(const std::shared_ptr<LongWork>& work,
         work->finished = true;
         --gThreadsRunning;
     });
+    NoteLongWorkBegun();
     view->Begin(*work);
     std::uint64_t lastSteps = work->steps.load();
     auto lastMove = std::chrono::steady_clock::now();
@@ -85,6 +117,7 @@ LongWorkEnd RunLongWork(const std::shared_ptr<LongWork>& work,
         }
     }
     view->End(*work);
+    NoteLongWorkEnded();
     if (!work->finished.load()) {
         worker.detach();
         return LongWorkEnd::Stalled;

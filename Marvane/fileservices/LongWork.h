@@ -24,6 +24,7 @@ struct LongWork {
     std::atomic<bool> cancelled{false};  // the person asked it to stop
     std::atomic<bool> givenUp{false};    // it stood still too long
     std::atomic<bool> finished{false};
+    bool countsItems = false; // done and total count items, not bytes
     bool StopRequested() const { return cancelled.load() || givenUp.load(); }
 };
 
@@ -44,9 +45,21 @@ LongWorkView* SetLongWorkView(LongWorkView* view);
 inline constexpr std::chrono::milliseconds kStallLimit{5000};
 // A shorter limit for tests (zero: kStallLimit again).
 void SetStallLimitForTesting(std::chrono::milliseconds limit);
+// The view installed now; none without a window.
+LongWorkView* CurrentLongWorkView();
+// Whether the main thread is in the middle of long work, turning the window while it waits
+// or between items: what is to be shown once the work is over waits until then.
+bool LongWorkUnderWay();
+// Counts long work begun and ended under the view (ItemByItemWork and RunLongWork).
+void NoteLongWorkBegun();
+void NoteLongWorkEnded();
+
 // Called by the work at every step it reports, on the thread it runs on (tests only).
 void SetLongWorkStepHookForTesting(std::function<void()> hook);
 void RunLongWorkStepHook();
+// Called on the main thread for each item of work done item by item (tests only).
+void SetItemDoneHookForTesting(std::function<void()> hook);
+void RunItemDoneHook();
 // How many threads of long work are still running (given-up work runs on until its disk
 // answers); tests see them all end.
 std::size_t LongWorkThreadsRunning();

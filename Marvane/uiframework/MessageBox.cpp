@@ -1,4 +1,5 @@
 #include "Marvane/fileservices/FailureNotices.h"
+#include "Marvane/fileservices/LongWork.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/FailureMessages.h"
 #include "Marvane/uiframework/Window.h"
@@ -12,6 +13,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTimer>
 #include <algorithm>
 
 namespace host {
@@ -19,6 +21,8 @@ namespace host {
 namespace {
 
 constexpr std::size_t kMostFailuresListed = 10;
+// How often failures noted during long work look whether it is over.
+constexpr int kLookAgainAfterLongWorkMs = 50;
 
 std::shared_ptr<DialogResponder>& InstalledResponder() {
     static std::shared_ptr<DialogResponder> responder;
@@ -179,6 +183,12 @@ int ShowMessageBox(const ByteString& title, const ByteString& text,
 }
 
 void ShowFileFailures() {
+    // Work the window turns for is not over: its failures are told together at its end, or
+    // with the message it ends with.
+    if (files::LongWorkUnderWay()) {
+        QTimer::singleShot(kLookAgainAfterLongWorkMs, [] { ShowFileFailures(); });
+        return;
+    }
     const std::vector<std::string> failures = files::TakeFailures();
     if (failures.empty()) {
         return;

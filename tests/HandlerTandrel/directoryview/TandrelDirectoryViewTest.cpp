@@ -7,6 +7,7 @@
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uitoolkit/TreeView.h"
+#include "ProjectOpenings.h"
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
@@ -366,6 +367,7 @@ TEST_F(TandrelDirectoryViewTest, DoubleClickOpensAProjectWhoseNameIsNotUtf8) {
     const TreeRowPtr row = RowOf(latin);
     ASSERT_NE(row, nullptr);
     View().RowDoubleClicked(row, 0);
+    ASSERT_TRUE(testsupport::WaitForOpenings());
     const auto opened = host::DocumentManager::Instance().Find(latin);
     ASSERT_NE(opened, nullptr) << "nothing opened; asked: " << responder->GetRequests().size();
     EXPECT_FALSE(opened->IsReadOnly());
@@ -406,6 +408,7 @@ TEST_F(TandrelDirectoryViewTest, DoubleClickTogglesAFolderAndOpensAProject) {
     View().RowDoubleClicked(edit, 0);
     EXPECT_FALSE(View().GetTree().IsRowOpen(edit));
     View().RowDoubleClicked(RowOf(production / "Promo.mvproj"), 0);
+    ASSERT_TRUE(testsupport::WaitForOpenings());
     const auto promo = host::DocumentManager::Instance().Find(production / "Promo.mvproj");
     ASSERT_NE(promo, nullptr);
     EXPECT_FALSE(promo->IsReadOnly());
@@ -414,6 +417,7 @@ TEST_F(TandrelDirectoryViewTest, DoubleClickTogglesAFolderAndOpensAProject) {
 TEST_F(TandrelDirectoryViewTest, DoubleClickWithTheAlternativeKeyOpensReadOnly) {
     OpenPanel(5);
     View().RowDoubleClicked(RowOf(production / "Scene 12.mvproj"), host::kModifierAlternative);
+    ASSERT_TRUE(testsupport::WaitForOpenings());
     const auto scene = host::DocumentManager::Instance().Find(production / "Scene 12.mvproj");
     ASSERT_NE(scene, nullptr);
     EXPECT_TRUE(scene->IsReadOnly());

@@ -1,6 +1,7 @@
 // Right-clicks in the panel of a real main window over a real production: how the selection
 // follows the click, which menu opens, the states of its entries, and what choosing does.
 #include "PanelWindow.h"
+#include "ProjectOpenings.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "search/TandrelSearchResultsView.h"
@@ -124,6 +125,7 @@ TEST_F(PanelContextMenuTest, ChoosingMoveToTrashFromTheMenuMovesTheProjectThere)
 TEST_F(PanelContextMenuTest, ChoosingOpenProjectFromTheMenuOpensItInTheHost) {
     responder->AddMenuChoice("cmd.mvproductionfolder.openproject");
     View().ContextClick(Row(pilot / "Teaser.mvproj"));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
     EXPECT_NE(host::FindOpenProject((pilot / "Teaser.mvproj").string()), nullptr);
 }
 

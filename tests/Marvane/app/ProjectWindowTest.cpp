@@ -7,6 +7,7 @@
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
+#include "ProjectOpenings.h"
 #include "TestProjects.h"
 #include "host/ProjectBackEnd.h"
 
@@ -51,6 +52,20 @@ protected:
         window.reset();
         host::SetDialogResponder(nullptr);
     }
+    // Opens the project as the window does, in the background, and waits for it; whether it
+    // is open.
+    bool OpenInWindow(const fs::path& project) {
+        return window->OpenProjectFile(project) && testsupport::WaitForOpenings() &&
+               host::DocumentManager::Instance().Find(project) != nullptr;
+    }
+    // Another editor's lock on the scene, as their own copy of the host would leave it: not
+    // one that this process gives back when its event loop turns.
+    bool LockAs(const std::string& name, const std::string& machine) {
+        const host::ProjectLockFilePtr lock =
+            host::CreateProjectLockFile(scene.string(), name, machine);
+        host::ForgetCreatedLock(scene);
+        return lock && lock->IsOwnedByCaller();
+    }
     host::ProjectWindow* Page(int index = 0) {
         return dynamic_cast<host::ProjectWindow*>(window->GetProjectTabs()->widget(index));
     }
@@ -73,7 +88,7 @@ protected:
 };
 
 TEST_F(ProjectWindowTest, AnOpenedProjectGetsATabThatSaysWeHoldTheLock) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     ASSERT_EQ(window->GetProjectTabs()->count(), 1);
     EXPECT_EQ(window->GetProjectTabs()->tabText(0), QStringLiteral("Scene 12"));
     ASSERT_NE(Page(), nullptr);
@@ -87,10 +102,12 @@ TEST_F(ProjectWindowTest, AProjectJustOpenedFromThePanelComesToTheFront) {
     // As the panel opens a project on a double-click.
     ASSERT_TRUE(host::OpenProjectInHost(scene.string(), host::kOpenModePlain));
     ASSERT_TRUE(host::OpenProjectInHost(fine.string(), host::kOpenModePlain));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
     SettleEvents();
     EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
               QStringLiteral("Fine Cut"));
     ASSERT_TRUE(host::OpenProjectInHost(rough.string(), host::kOpenModePlain));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
     SettleEvents();
     EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
               QStringLiteral("Rough Cut"));
@@ -107,7 +124,7 @@ TEST_F(ProjectWindowTest, AProjectJustOpenedFromThePanelComesToTheFront) {
 TEST_F(ProjectWindowTest, AProjectIsNamedByItsFileNotByTheNameStoredInside) {
     const fs::path file = root / "Trailer B final.mvproj";
     std::ofstream(file) << R"({"formatVersion": 1, "name": "Trailer B", "sequences": []})";
-    ASSERT_TRUE(window->OpenProjectFile(file));
+    ASSERT_TRUE(OpenInWindow(file));
     EXPECT_EQ(window->GetProjectTabs()->tabText(0), QStringLiteral("Trailer B final"));
     EXPECT_EQ(Page()->NameText(), QStringLiteral("Trailer B final"));
     host::ProjectContent content = Page()->GetProject()->Content();
@@ -123,7 +140,7 @@ TEST_F(ProjectWindowTest, AProjectIsNamedByItsFileNotByTheNameStoredInside) {
 TEST_F(ProjectWindowTest, ALongNameIsCutAndNeverWidensTheWindow) {
     const std::string longName(200, 'x');
     const fs::path file = testsupport::WriteProject(root / (longName + ".mvproj"));
-    ASSERT_TRUE(window->OpenProjectFile(file));
+    ASSERT_TRUE(OpenInWindow(file));
     SettleEvents();
     EXPECT_LT(window->minimumSizeHint().width(), 1200);
     EXPECT_LE(window->width(), 1600);
@@ -135,8 +152,8 @@ TEST_F(ProjectWindowTest, ALongNameIsCutAndNeverWidensTheWindow) {
 }
 
 TEST_F(ProjectWindowTest, TheReloadBannerNamesWhoSavedAndWhen) {
-    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(LockAs("Ben Okafor", "elsewhere"));
+    ASSERT_TRUE(OpenInWindow(scene));
     ASSERT_TRUE(Page()->GetProject()->IsReadOnly());
     testsupport::WriteProject(scene, {"Assembly", "Ben's Fine Cut"}); // Ben saves
     Page()->Refresh();
@@ -148,8 +165,8 @@ TEST_F(ProjectWindowTest, TheReloadBannerNamesWhoSavedAndWhen) {
 }
 
 TEST_F(ProjectWindowTest, WhenTheHolderClosesTheProjectTheOtherEditorCanTakeItOverThere) {
-    ASSERT_NE(host::CreateProjectLockFile(scene.string(), "Ben Okafor", "elsewhere"), nullptr);
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(LockAs("Ben Okafor", "elsewhere"));
+    ASSERT_TRUE(OpenInWindow(scene));
     EXPECT_FALSE(Page()->TakeOverOffered());
     fs::remove(scene.string() + ".lock"); // Ben closes it
     Page()->Refresh();
@@ -174,7 +191,7 @@ TEST_F(ProjectWindowTest, AboutGivesTheVersion) {
 }
 
 TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     EXPECT_EQ(Rows(Page()->BinList()), QStringList{QStringLiteral("Footage")});
     EXPECT_EQ(Rows(Page()->SequenceList()), QStringList{QStringLiteral("Assembly")});
     EXPECT_TRUE(Page()->BinList()->uniformItemSizes());
@@ -184,7 +201,7 @@ TEST_F(ProjectWindowTest, TheListsShowTheProjectsBinsAndSequences) {
 TEST_F(ProjectWindowTest, DraggedSequencesNameTheProjectAndTheItemsInListOrder) {
     const fs::path cut =
         testsupport::WriteProject(root / "Cut.mvproj", {"Opening", "Chase", "End"});
-    ASSERT_TRUE(window->OpenProjectFile(cut));
+    ASSERT_TRUE(OpenInWindow(cut));
     const QListView* sequences = Page()->SequenceList();
     QAbstractItemModel* model = sequences->model();
     EXPECT_TRUE(model->flags(model->index(1, 0)).testFlag(Qt::ItemIsDragEnabled));
@@ -201,7 +218,7 @@ TEST_F(ProjectWindowTest, DraggedSequencesNameTheProjectAndTheItemsInListOrder) 
 }
 
 TEST_F(ProjectWindowTest, DraggedBinsAreBins) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     QAbstractItemModel* model = Page()->BinList()->model();
     ASSERT_GT(model->rowCount(), 0);
     const std::unique_ptr<QMimeData> data(model->mimeData({model->index(0, 0)}));
@@ -218,7 +235,7 @@ TEST_F(ProjectWindowTest, AProjectOfFiftyThousandSequencesHasARowForEach) {
         sequences.push_back("Scene " + std::to_string(i) + " – Take " + std::to_string(i % 9 + 1));
     }
     const fs::path big = testsupport::WriteProject(root / "Feature.mvproj", sequences);
-    ASSERT_TRUE(window->OpenProjectFile(big));
+    ASSERT_TRUE(OpenInWindow(big));
     SettleEvents();
     const QAbstractItemModel* rows = Page()->SequenceList()->model();
     ASSERT_EQ(rows->rowCount(), 50'000);
@@ -231,7 +248,7 @@ TEST_F(ProjectWindowTest, AProjectOfFiftyThousandSequencesHasARowForEach) {
 
 TEST_F(ProjectWindowTest, RenamingTheCurrentSequenceKeepsItCurrent) {
     testsupport::WriteProject(scene, {"Assembly", "Rough Cut", "Fine Cut"});
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     QListView* list = Page()->SequenceList();
     list->setCurrentIndex(list->model()->index(1, 0));
     responder->AddText("Rough Cut 2");
@@ -246,9 +263,8 @@ TEST_F(ProjectWindowTest, RenamingTheCurrentSequenceKeepsItCurrent) {
 
 TEST_F(ProjectWindowTest, WhenTheListGetsShorterTheLastRowBecomesCurrent) {
     testsupport::WriteProject(scene, {"Assembly", "Rough Cut", "Fine Cut"});
-    ASSERT_TRUE(
-        host::CreateProjectLockFile(scene.string(), "Ben Okafor", "suite-2")->IsOwnedByCaller());
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(LockAs("Ben Okafor", "suite-2"));
+    ASSERT_TRUE(OpenInWindow(scene));
     QListView* list = Page()->SequenceList();
     list->setCurrentIndex(list->model()->index(2, 0));
     testsupport::WriteProject(scene, {"Assembly"});
@@ -258,7 +274,7 @@ TEST_F(ProjectWindowTest, WhenTheListGetsShorterTheLastRowBecomesCurrent) {
 }
 
 TEST_F(ProjectWindowTest, AddingASequenceAndSavingWritesTheProject) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     responder->AddText("Fine Cut");
     Page()->AddSequence();
     ASSERT_EQ(responder->GetTextRequests().size(), 1u);
@@ -272,9 +288,8 @@ TEST_F(ProjectWindowTest, AddingASequenceAndSavingWritesTheProject) {
 }
 
 TEST_F(ProjectWindowTest, AnotherEditorsProjectShowsTheHolderAndWhenItIsOutOfDate) {
-    ASSERT_TRUE(
-        host::CreateProjectLockFile(scene.string(), "Ben Okafor", "suite-2")->IsOwnedByCaller());
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(LockAs("Ben Okafor", "suite-2"));
+    ASSERT_TRUE(OpenInWindow(scene));
     EXPECT_EQ(Page()->ModeText(), QStringLiteral("Read-only: locked by Ben Okafor."));
     EXPECT_FALSE(Page()->OutOfDateShown());
     testsupport::WriteProject(scene, {"Assembly", "Ben's Cut"});
@@ -287,8 +302,8 @@ TEST_F(ProjectWindowTest, AnotherEditorsProjectShowsTheHolderAndWhenItIsOutOfDat
 
 TEST_F(ProjectWindowTest, AHolderNamedInMarkupIsShownAsTheLiteralText) {
     const std::string holder = "<h1 style='color:red'>click Break Lock now</h1>";
-    ASSERT_NE(host::CreateProjectLockFile(scene.string(), holder, "suite-2"), nullptr);
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(LockAs(holder, "suite-2"));
+    ASSERT_TRUE(OpenInWindow(scene));
     const QString expected = QString::fromStdString("Read-only: locked by " + holder + ".");
     ASSERT_EQ(Page()->ModeText(), expected);
     QLabel* mode = nullptr;
@@ -311,7 +326,7 @@ TEST_F(ProjectWindowTest, ATakeOverThatCannotBeRecordedStillTakesTheProjectAndSa
     const fs::path elsewhere = root / "elsewhere";
     fs::create_directories(elsewhere);
     fs::create_directory_symlink(elsewhere, root / ".marvane");
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     ASSERT_TRUE(Page()->TakeOverOffered());
     Page()->TakeOver();
     EXPECT_FALSE(Page()->GetProject()->IsReadOnly());
@@ -324,14 +339,14 @@ TEST_F(ProjectWindowTest, ATakeOverThatCannotBeRecordedStillTakesTheProjectAndSa
 
 TEST_F(ProjectWindowTest, ADamagedProjectIsReportedInAMessageBox) {
     std::ofstream(root / "Damaged.mvproj") << "not json";
-    EXPECT_FALSE(window->OpenProjectFile(root / "Damaged.mvproj"));
+    EXPECT_FALSE(OpenInWindow(root / "Damaged.mvproj"));
     ASSERT_EQ(responder->GetRequests().size(), 1u);
     EXPECT_EQ(responder->GetRequests()[0].title, "Cannot Open Project");
     EXPECT_EQ(window->GetProjectTabs()->count(), 0);
 }
 
 TEST_F(ProjectWindowTest, ClosingTheWindowAsksToSaveAndACancelKeepsEverything) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     responder->AddText("Unsaved");
     Page()->AddSequence();
     responder->AddAnswer(2); // Cancel
@@ -349,7 +364,7 @@ TEST_F(ProjectWindowTest, ClosingTheWindowAsksToSaveAndACancelKeepsEverything) {
 }
 
 TEST_F(ProjectWindowTest, SwitchingAFreeProjectToReadOnlyAndBackMovesTheLock) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     Page()->ToggleReadOnly();
     EXPECT_TRUE(Page()->GetProject()->IsReadOnly());
     EXPECT_FALSE(fs::exists(scene.string() + ".lock"));
@@ -377,7 +392,7 @@ TEST_F(ProjectWindowTest, ARecoveryCopyOffersToRestoreIntoItsProjectAfterAConfir
     ASSERT_EQ(written.size(), 1u);
     testsupport::CloseAllProjects();
 
-    ASSERT_TRUE(window->OpenProjectFile(written[0]));
+    ASSERT_TRUE(OpenInWindow(written[0]));
     auto* restore = Page()->findChild<QPushButton*>(QStringLiteral("RestoreRecovered"));
     ASSERT_NE(restore, nullptr);
     EXPECT_TRUE(restore->isVisibleTo(Page()));
@@ -399,7 +414,7 @@ TEST_F(ProjectWindowTest, ARecoveryCopyOffersToRestoreIntoItsProjectAfterAConfir
 }
 
 TEST_F(ProjectWindowTest, AnOrdinaryProjectOffersNoRestore) {
-    ASSERT_TRUE(window->OpenProjectFile(scene));
+    ASSERT_TRUE(OpenInWindow(scene));
     auto* restore = Page()->findChild<QPushButton*>(QStringLiteral("RestoreRecovered"));
     ASSERT_NE(restore, nullptr);
     EXPECT_FALSE(restore->isVisibleTo(Page()));
