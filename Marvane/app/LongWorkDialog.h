@@ -28,7 +28,9 @@ public:
     // The dialog while shown (tests click its Cancel), else null.
     QProgressDialog* Dialog() const { return mDialog; }
 
-    static constexpr int kAppearAfterMs = 400;
+    // Work that runs longer than this shows how far it got: soon enough that a person never
+    // wonders whether the window still answers.
+    static constexpr int kAppearAfterMs = 100;
 
 private:
     void Show(const files::LongWork& work);
