@@ -67,10 +67,10 @@ TEST(ProjectTextReadingTest, NamesOfTheWrongKindMakeTheProjectDamaged) {
 }
 
 TEST(ProjectTextReadingTest, TextThatIsNoObjectOrNoJsonIsNoProject) {
-    for (const std::string text : {std::string("[1,2]"), std::string("\"text\""),
-                                   std::string("{\"formatVersion\":1} trailing"),
-                                   std::string("{\"formatVersion\":1,\"name\":\"\xff\"}"),
-                                   std::string("{\"formatVersion\":1}\0{}", 22)}) {
+    for (const std::string& text : {std::string("[1,2]"), std::string("\"text\""),
+                                    std::string("{\"formatVersion\":1} trailing"),
+                                    std::string("{\"formatVersion\":1,\"name\":\"\xff\"}"),
+                                    std::string("{\"formatVersion\":1}\0{}", 22)}) {
         const Reading reading = Read(text);
         EXPECT_FALSE(reading.accepted);
         EXPECT_NE(reading.error.find("is damaged: it is not a project file of this application"),
