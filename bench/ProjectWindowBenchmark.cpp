@@ -56,13 +56,11 @@ const fs::path& ProjectOf(int items) {
     host::ProjectContent content;
     content.name = "Feature " + std::to_string(items);
     const int bins = items / 10;
-    content.bins.reserve(static_cast<std::size_t>(bins));
     for (int i = 0; i < bins; ++i) {
         content.bins.push_back("Day " + std::to_string(i / 40 + 1) + " – Camera " +
                                std::string(1, static_cast<char>('A' + i % 4)) + " Roll " +
                                std::to_string(i % 40 + 1));
     }
-    content.sequences.reserve(static_cast<std::size_t>(items - bins));
     for (int i = 0; i < items - bins; ++i) {
         content.sequences.push_back(
             "Reel " + std::to_string(i / 5000 + 1) + " Scene " + std::to_string(i / 50 % 100 + 1) +

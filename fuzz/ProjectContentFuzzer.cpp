@@ -64,8 +64,8 @@ bool ParseAsOneTree(std::string_view text, const std::filesystem::path& projectP
     // Formats are numbered from 1.
     ok = ok && version->get<std::int64_t>() >= 1;
     ProjectContent loaded;
-    loaded.bins = Names(json, "bins", ok);
-    loaded.sequences = Names(json, "sequences", ok);
+    loaded.bins = NameList(Names(json, "bins", ok));
+    loaded.sequences = NameList(Names(json, "sequences", ok));
     if (!ok) {
         error = project + " is damaged: its content is not in the expected form." + left;
         return false;

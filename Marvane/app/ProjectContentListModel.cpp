@@ -24,8 +24,8 @@ bool ProjectContentListModel::SetContent(std::shared_ptr<const ProjectContent> c
     return true;
 }
 
-const std::vector<std::string>& ProjectContentListModel::Names() const {
-    static const std::vector<std::string> kNone;
+const NameList& ProjectContentListModel::Names() const {
+    static const NameList kNone;
     if (!mContent) {
         return kNone;
     }
@@ -42,7 +42,8 @@ QVariant ProjectContentListModel::data(const QModelIndex& index, int role) const
         (role != Qt::DisplayRole && role != Qt::EditRole)) {
         return {};
     }
-    return QString::fromStdString(Names()[static_cast<std::size_t>(index.row())]);
+    const std::string_view name = Names().View(static_cast<std::size_t>(index.row()));
+    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
 }
 
 void ProjectContentListModel::SetDragSource(std::function<std::string()> projectPath,

@@ -35,7 +35,7 @@ public:
     Qt::DropActions supportedDragActions() const override;
 
 private:
-    const std::vector<std::string>& Names() const;
+    const NameList& Names() const;
 
     std::shared_ptr<const ProjectContent> mContent;
     bool mShowsSequences = false;

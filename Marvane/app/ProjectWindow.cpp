@@ -268,7 +268,7 @@ void ProjectWindow::RenameSequence() {
     if (!name || name->empty()) {
         return;
     }
-    content.sequences[index] = *name;
+    content.sequences.Set(index, *name);
     mProject->EditContent(content);
     Refresh();
 }

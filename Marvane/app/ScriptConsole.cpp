@@ -66,7 +66,7 @@ std::string StatusLine(const OpenProject& project) {
     return "ok read-only=" + std::to_string(project.IsReadOnly()) +
            " out-of-date=" + std::to_string(project.IsOutOfDate()) +
            " modified=" + std::to_string(project.IsModified()) + " holder=" + holder +
-           " sequences=" + Join(project.Content().sequences, '|');
+           " sequences=" + Join(project.Content().sequences.ToVector(), '|');
 }
 
 // The project's page in the window: what a user looks at and clicks.

@@ -1,6 +1,7 @@
 #pragma once
 // What a project holds, as far as this host is concerned: bins and sequences by name.
 // A ".mvproj" file is UTF-8 JSON; a ".mvprojd" folder holds the same JSON in "project.json".
+#include "Marvane/documents/NameList.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 
 #include <atomic>
@@ -16,8 +17,8 @@ namespace host {
 struct ProjectContent {
     int formatVersion = 1;
     std::string name;
-    std::vector<std::string> bins;
-    std::vector<std::string> sequences;
+    NameList bins;
+    NameList sequences;
     // Members of the file that this host does not know, kept as they were (a JSON object).
     std::string otherMembers = "{}";
 

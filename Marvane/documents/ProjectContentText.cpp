@@ -29,7 +29,7 @@ bool ParseProjectContent(std::string_view text, const std::filesystem::path& pro
                 std::to_string(kMaximumJsonNesting) + " levels." + left;
         return false;
     }
-    ProjectTextReader reader(watch);
+    ProjectTextReader reader(watch, text.size());
     // A NUL byte is never in JSON text; the reader is not even started on one.
     if (HoldsNulByte(text) || !nlohmann::json::sax_parse(text.begin(), text.end(), &reader)) {
         if (watch != nullptr && watch->stop.load()) {

@@ -6,28 +6,37 @@ namespace host {
 
 namespace {
 
-bool Holds(const std::vector<std::string>& list, const std::string& name) {
-    return std::find(list.begin(), list.end(), name) != list.end();
+// The index of the name in the list, or the list's size when it holds none of that name.
+std::size_t IndexOf(const NameList& list, std::string_view name) {
+    for (std::size_t index = 0; index < list.size(); ++index) {
+        if (list.View(index) == name) {
+            return index;
+        }
+    }
+    return list.size();
 }
 
-void AddAll(std::vector<std::string>& list, const std::vector<std::string>& names) {
+bool Holds(const NameList& list, const std::string& name) {
+    return IndexOf(list, name) != list.size();
+}
+
+void AddAll(NameList& list, const std::vector<std::string>& names) {
     for (const std::string& name : names) {
         list.push_back(FreeItemName(list, name));
     }
 }
 
-void RemoveOnce(std::vector<std::string>& list, const std::vector<std::string>& names) {
+void RemoveOnce(NameList& list, const std::vector<std::string>& names) {
     for (const std::string& name : names) {
-        const auto found = std::find(list.begin(), list.end(), name);
-        if (found != list.end()) {
-            list.erase(found);
+        if (const std::size_t found = IndexOf(list, name); found != list.size()) {
+            list.erase(list.begin() + static_cast<std::ptrdiff_t>(found));
         }
     }
 }
 
 } // namespace
 
-std::string FreeItemName(const std::vector<std::string>& list, const std::string& name) {
+std::string FreeItemName(const NameList& list, const std::string& name) {
     if (!Holds(list, name)) {
         return name;
     }

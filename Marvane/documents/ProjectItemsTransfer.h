@@ -24,6 +24,6 @@ bool CanReceiveItems(const OpenProject& target, const OpenProject* source);
 bool TransferItems(OpenProject& target, OpenProject* source, const ItemsToTransfer& items,
                    bool move);
 // The name under which an item joins a list that may hold it already.
-std::string FreeItemName(const std::vector<std::string>& list, const std::string& name);
+std::string FreeItemName(const NameList& list, const std::string& name);
 
 } // namespace host

@@ -95,6 +95,12 @@ bool ProjectTextReader::key(std::string& value) {
             Names& names = mKey == "bins" ? mBins : mSequences;
             names.items.clear();
             names.wellFormed = false; // until its value shows to be an array
+            if (&names == &mSequences) {
+                // Room for as many names as the text can hold: pages never written are never
+                // taken, and the names are never moved while they are read.
+                constexpr std::size_t kShortestNameInText = 3; // "",
+                names.items.reserve(mTextBytes / kShortestNameInText, mTextBytes);
+            }
         } else {
             mMember = Member::Other;
         }

@@ -16,7 +16,9 @@ class ProjectTextReader {
 public:
     using json = nlohmann::json;
 
-    explicit ProjectTextReader(ProjectReadWatch* watch) : mWatch(watch) {}
+    // textBytes: the size of the text, an upper bound of the bytes its names take.
+    ProjectTextReader(ProjectReadWatch* watch, std::size_t textBytes)
+        : mWatch(watch), mTextBytes(textBytes) {}
 
     // Once the parse accepted the text: whether it is of a format newer than this host reads,
     // and which (asked first: a newer format may hold what this host does not know).
@@ -49,7 +51,7 @@ private:
     enum class Member { Version, Name, Bins, Sequences, Other };
 
     struct Names {
-        std::vector<std::string> items;
+        NameList items;
         bool wellFormed = true;
     };
 
@@ -63,6 +65,7 @@ private:
     bool Advance(std::size_t bytes);
 
     ProjectReadWatch* mWatch;
+    std::size_t mTextBytes;
     int mDepth = 0;
     Member mMember = Member::Other;
     std::string mKey;
