@@ -370,6 +370,10 @@ void UI_MultiColumnTree::DeselectAllRows() {
 }
 
 std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
+    // Rows added, removed, moved or sorted change the version too.
+    if (selectedRowsVersion == selectionVersion) {
+        return selectedRows;
+    }
     // The rows of the selection's ranges, then a walk of the tree to put them in display
     // order: asking the selection model about each row costs a pass over its ranges per row.
     std::unordered_set<const TreeRowNode*> chosen;
@@ -386,6 +390,8 @@ std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
     if (!chosen.empty()) {
         CollectSelected(model.ChildrenOf(nullptr), chosen, selected);
     }
+    selectedRows = selected;
+    selectedRowsVersion = selectionVersion;
     return selected;
 }
 

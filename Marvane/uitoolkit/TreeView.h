@@ -83,6 +83,11 @@ public:
     float rowHeight = 24.0f;
     bool notifySelection = true;
     std::uint64_t selectionVersion = 0; // see UI_MultiColumnTree::GetSelectionVersion
+    // The selected rows as last collected, for the selection version they were collected at:
+    // the panel's status line, buttons and menus ask for them after one change, and a Select
+    // All of 100,000 rows is collected once.
+    mutable std::vector<TreeRowPtr> selectedRows;
+    mutable std::uint64_t selectedRowsVersion = ~std::uint64_t{0};
     UI_MultiColumnTree::CellViewCallback cellViews;
     UI_MultiColumnTree::DisclosureCallback disclosureChanged;
     UI_MultiColumnTree::SelectionCallback selectionChanged;

@@ -18,6 +18,7 @@
 
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 
 #include "ViewTestSupport.h"
 
@@ -85,6 +86,15 @@ public:
     bool Obey(host::CommandID id) const {
         return host::CommandDispatcher::Instance().FindStatus(id).enabled &&
                host::CommandDispatcher::Instance().Obey(id);
+    }
+    // Whether a message box of that title was shown.
+    bool Said(std::string_view title) const {
+        for (const host::MessageBoxRequest& request : responder->GetRequests()) {
+            if (request.title == title) {
+                return true;
+            }
+        }
+        return false;
     }
     bool IsEnabled(host::CommandID id) const {
         return host::CommandDispatcher::Instance().FindStatus(id).enabled;

@@ -68,14 +68,6 @@ protected:
         host::files::SetStallLimitForTesting({});
         panel.reset();
     }
-    bool Said(std::string_view title) const {
-        for (const host::MessageBoxRequest& request : panel->responder->GetRequests()) {
-            if (request.title == title) {
-                return true;
-            }
-        }
-        return false;
-    }
     void ExpectDailiesWholeWhereItWas() const {
         EXPECT_EQ(fs::file_size(pilot / "Dailies" / "Camera A" / "clip.mov"), kClipBytes);
         EXPECT_TRUE(fs::exists(pilot / "Dailies" / "Shot 1.mvproj"));
@@ -104,7 +96,7 @@ TEST_F(MoveAcrossDisksTest, TheWindowKeepsTurningWhileAFolderMovesToAnotherDisk)
     EXPECT_GE(ticks.load(), 5);
     EXPECT_EQ(fs::file_size(pilot / "Trash" / "Dailies" / "Camera A" / "clip.mov"), kClipBytes);
     EXPECT_FALSE(fs::exists(pilot / "Dailies"));
-    EXPECT_FALSE(Said("Not Everything Was Done"));
+    EXPECT_FALSE(panel->Said("Not Everything Was Done"));
 }
 
 TEST_F(MoveAcrossDisksTest, CancelLeavesTheFolderWholeWhereItWasAndNothingInTheTrash) {
@@ -133,7 +125,7 @@ TEST_F(MoveAcrossDisksTest, CancelLeavesTheFolderWholeWhereItWasAndNothingInTheT
     EXPECT_EQ(dialog.Dialog(), nullptr);
     ExpectDailiesWholeWhereItWas();
     EXPECT_EQ(Hidden(pilot / "Trash"), std::vector<std::string>{});
-    EXPECT_FALSE(Said("Not Everything Was Done"));
+    EXPECT_FALSE(panel->Said("Not Everything Was Done"));
 }
 
 TEST_F(MoveAcrossDisksTest, ADiskThatStopsAnsweringEndsTheMoveWithTheReasonAndLeavesNothing) {
@@ -144,7 +136,7 @@ TEST_F(MoveAcrossDisksTest, ADiskThatStopsAnsweringEndsTheMoveWithTheReasonAndLe
     panel->Select({pilot / "Dailies"});
     ASSERT_TRUE(panel->Obey(kCmdMoveToTrash));
     EXPECT_FALSE(release.load());
-    ASSERT_TRUE(WaitUntil([&] { return Said("Not Everything Was Done"); }));
+    ASSERT_TRUE(WaitUntil([&] { return panel->Said("Not Everything Was Done"); }));
     const auto& requests = panel->responder->GetRequests();
     EXPECT_EQ(requests.back().text, "\"Dailies\" could not be moved into \"" +
                                         (pilot / "Trash").string() +

@@ -60,14 +60,6 @@ protected:
         host::files::SetItemDoneHookForTesting({});
         panel.reset();
     }
-    bool Said(std::string_view title) const {
-        for (const host::MessageBoxRequest& request : panel->responder->GetRequests()) {
-            if (request.title == title) {
-                return true;
-            }
-        }
-        return false;
-    }
 
     const testsupport::TemporaryFolder temporary{"many-to-trash"};
     const fs::path pilot = temporary.Path() / "Pilot";
@@ -94,7 +86,7 @@ TEST_F(MoveManyToTrashTest, TheWindowKeepsTurningWhileManyProjectsGoToTheTrash) 
     EXPECT_EQ(CountProjects(pilot / "Dailies"), 0);
     EXPECT_EQ(LocksIn(pilot), std::vector<std::string>{});
     EXPECT_EQ(panel->window->GetLongWorkDialog().Dialog(), nullptr);
-    EXPECT_FALSE(Said("Not Everything Was Done"));
+    EXPECT_FALSE(panel->Said("Not Everything Was Done"));
 }
 
 TEST_F(MoveManyToTrashTest, CancelStopsBeforeTheNextItemAndLeavesTheRestWhereTheyWere) {
