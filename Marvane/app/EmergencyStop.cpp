@@ -38,6 +38,7 @@ void KeepChangesAndReleaseLocks(std::ostream& err) {
     for (const OpenProjectPtr& project : DocumentManager::Instance().GetAll()) {
         project->ReleaseLock(); // one that must keep its lock holds none any more
     }
+    DocumentManager::Instance().ReleaseOpeningLocks(); // projects still being read
     ReleaseCreatedLocks();
 }
 

@@ -1,5 +1,6 @@
 #include "Marvane/documents/BackgroundOpening.h"
 #include "Marvane/core/MainThread.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "host/UIFramework.h"
 
 #include <algorithm>
@@ -125,6 +126,15 @@ bool OpenInBackgroundOrReport(const fs::path& projectPath, OpenMode mode, const 
         });
     *calling = false;
     return !refusedAtOnce;
+}
+
+void DocumentManager::ReleaseOpeningLocks() {
+    for (const auto& opening : mOpenings) {
+        opening->watch.stop.store(true);
+        if (opening->start.lock && opening->start.lock->IsOwnedByCaller()) {
+            RemoveOwnLockFile(opening->Path());
+        }
+    }
 }
 
 DocumentManager::~DocumentManager() {

@@ -88,6 +88,9 @@ public:
     // Stops every opening and waits for its worker (a share that stopped answering is given up
     // on at its deadline); the locks they took are given back.
     void CancelOpenings();
+    // For a stop that cannot wait (an unexpected error): every opening is told to stop and
+    // its lock removed at once, without waiting for its worker.
+    void ReleaseOpeningLocks();
     ~DocumentManager();
     // Closes projects, asking to save each modified one; with more than one modified project
     // the question offers to apply the answer to all. False when the user cancelled: the

@@ -199,6 +199,20 @@ TEST_F(ProjectOpeningTest, OpeningTheSameProjectAgainWhileItIsReadBringsItsPageT
     EXPECT_EQ(DocumentManager::Instance().GetAll().size(), 2u);
 }
 
+TEST_F(ProjectOpeningTest, AStopThatCannotWaitRemovesTheLockOfAProjectBeingRead) {
+    ReadSlowly(30);
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    ASSERT_TRUE(fs::exists(host::LockFilePathFor(big)));
+    DocumentManager::Instance().ReleaseOpeningLocks();
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(big)));
+    // The opening was told to stop: it ends without a project and without a message.
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
+    EXPECT_TRUE(DocumentManager::Instance().GetAll().empty());
+    EXPECT_TRUE(responder->GetRequests().empty());
+    EXPECT_FALSE(fs::exists(host::LockFilePathFor(big)));
+}
+
 TEST_F(ProjectOpeningTest, AFileThatIsNoProjectIsRefusedAtOnceWithNoPage) {
     const fs::path notes = root / "Notes.txt";
     std::ofstream(notes) << "{}";
