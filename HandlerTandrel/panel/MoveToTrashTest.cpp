@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
+#include <string_view>
 
 namespace HandlerTandrel {
 
@@ -18,21 +20,16 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kKeptAtLeast = std::chrono::seconds(2);
 constexpr int kKeptTimesTheTest = 10;
 
-// The selection as one number: its size and its paths, hashed (FNV-1a over the code units).
+// The selection as one number: its size and its paths, hashed.
 std::uint64_t KeyOf(const std::vector<host::WideString>& paths) {
-    std::uint64_t hash = 14695981039346656037ULL;
-    const auto mix = [&hash](std::uint64_t value) {
-        hash ^= value;
-        hash *= 1099511628211ULL;
-    };
-    mix(paths.size());
+    std::uint64_t key = paths.size();
+    const std::hash<std::u16string_view> hash;
     for (const host::WideString& path : paths) {
-        for (const char16_t unit : path) {
-            mix(unit);
-        }
-        mix(0x10000); // no code unit: the end of a path
+        // Mixed in order (boost's hash_combine), so that the same paths in another order
+        // are another selection.
+        key ^= hash(path) + 0x9e3779b97f4a7c15ULL + (key << 6U) + (key >> 2U);
     }
-    return hash;
+    return key;
 }
 
 } // namespace
@@ -66,15 +63,15 @@ MoveToTrashTest::~MoveToTrashTest() {
     }
 }
 
-std::optional<bool> MoveToTrashTest::Answer(const std::vector<host::WideString>& paths) {
+std::optional<bool> MoveToTrashTest::Answer(const Paths& paths) {
     State& state = *mState;
-    if (paths.size() <= kTestedAtOnce) {
+    if (paths->size() <= kTestedAtOnce) {
         if (state.testing) {
             state.stop->store(true); // a big selection's test is of no use now
         }
-        return Utils::CanMoveItems(paths);
+        return Utils::CanMoveItems(*paths);
     }
-    const std::uint64_t key = KeyOf(paths);
+    const std::uint64_t key = KeyOf(*paths);
     const bool kept = state.known && state.key == key;
     if (state.testing) {
         if (state.testingKey != key) {
@@ -109,7 +106,7 @@ std::optional<bool> MoveToTrashTest::Answer(const std::vector<host::WideString>&
     return kept ? std::optional<bool>(state.answer) : std::nullopt;
 }
 
-void MoveToTrashTest::Start(const std::vector<host::WideString>& paths, std::uint64_t key) {
+void MoveToTrashTest::Start(const Paths& paths, std::uint64_t key) {
     State& state = *mState;
     state.testing = true;
     state.testingKey = key;
@@ -121,7 +118,7 @@ void MoveToTrashTest::Start(const std::vector<host::WideString>& paths, std::uin
             const Clock::time_point start = Clock::now();
             std::optional<bool> answer;
             try {
-                answer = Utils::CanMoveItemsIn(context, paths, [&stop] { return !stop->load(); });
+                answer = Utils::CanMoveItemsIn(context, *paths, [&stop] { return !stop->load(); });
             } catch (...) {
                 // A test that cannot be made says no, and is not made again before the gap:
                 // asking again at once would only fail again. Carrying the command out tests.

@@ -21,6 +21,9 @@ namespace HandlerTandrel {
 
 class MoveToTrashTest {
 public:
+    // The selection's paths, shared with the test that runs on a worker.
+    using Paths = std::shared_ptr<const std::vector<host::WideString>>;
+
     // Selections up to this many items are tested at once, on the caller's thread.
     static constexpr std::size_t kTestedAtOnce = 32;
 
@@ -31,7 +34,7 @@ public:
     MoveToTrashTest& operator=(const MoveToTrashTest&) = delete;
 
     // The answer for these paths; none while a worker is still testing them.
-    std::optional<bool> Answer(const std::vector<host::WideString>& paths);
+    std::optional<bool> Answer(const Paths& paths);
     // What the items hold may have changed (rows were listed again, another production
     // opened): a kept answer is tested again the next time it is asked for.
     void Forget();
@@ -40,7 +43,7 @@ public:
 
 private:
     struct State;
-    void Start(const std::vector<host::WideString>& paths, std::uint64_t key);
+    void Start(const Paths& paths, std::uint64_t key);
 
     std::shared_ptr<State> mState;
 };

@@ -94,7 +94,7 @@ bool TandrelTabView::FindCommandStatus(const host::Command& command, host::Comma
                                                                         : SelectedPathsForStatus();
     if (command.id == kCmdMoveToTrash && facts.created && mMoveTest) {
         // Not known yet: the command may be chosen, and carrying it out tests.
-        facts.movable = mMoveTest->Answer(selected).value_or(true);
+        facts.movable = mMoveTest->Answer(SharedSelectedPathsForStatus()).value_or(true);
     }
     if (DecideCommandStatus(command.id, facts, selected, status)) {
         return true;

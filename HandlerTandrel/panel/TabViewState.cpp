@@ -22,20 +22,26 @@ std::vector<host::WideString> TandrelTabView::GetSelectedPaths() const {
 }
 
 const std::vector<host::WideString>& TandrelTabView::SelectedPathsForStatus() {
+    return *SharedSelectedPathsForStatus();
+}
+
+std::shared_ptr<const std::vector<host::WideString>>
+TandrelTabView::SharedSelectedPathsForStatus() {
     if (!mTreeView) {
         mStatusPaths.reset();
-        static const std::vector<host::WideString> none;
+        static const auto none = std::make_shared<const std::vector<host::WideString>>();
         return none;
     }
     const bool searchResults = IsShowingSearchResults();
     const std::uint64_t version = searchResults
                                       ? mSearchResultsView->GetTree().GetSelectionVersion()
                                       : mDirectoryView->GetTree().GetSelectionVersion();
-    if (mStatusPaths && mStatusPaths->searchResults == searchResults &&
-        mStatusPaths->version == version) {
-        return mStatusPaths->paths;
+    if (!mStatusPaths || mStatusPaths->searchResults != searchResults ||
+        mStatusPaths->version != version) {
+        mStatusPaths =
+            StatusPaths{searchResults, version,
+                        std::make_shared<const std::vector<host::WideString>>(GetSelectedPaths())};
     }
-    mStatusPaths = StatusPaths{searchResults, version, GetSelectedPaths()};
     return mStatusPaths->paths;
 }
 

@@ -39,10 +39,11 @@ void TandrelTabView::UpdateButtons() {
     CommandFacts facts;
     facts.created = IsCreated();
     facts.production = GetTandrelManagerFolderPath();
-    const std::vector<host::WideString>& selected = SelectedPathsForStatus();
+    const auto shared = SharedSelectedPathsForStatus();
+    const std::vector<host::WideString>& selected = *shared;
     if (facts.created && mMoveTest) {
         // The button waits for the answer.
-        facts.movable = mMoveTest->Answer(selected).value_or(false);
+        facts.movable = mMoveTest->Answer(shared).value_or(false);
     }
     const auto enable = [&facts, &selected](host::PictureButton& button, host::CommandID id) {
         host::CommandStatus status;

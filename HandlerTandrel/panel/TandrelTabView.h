@@ -134,6 +134,8 @@ private:
     // stay as they are (the host asks for several commands' status in a row, and again
     // several times a second).
     const std::vector<host::WideString>& SelectedPathsForStatus();
+    // The same, shared (with a test of the selection that runs on a worker).
+    std::shared_ptr<const std::vector<host::WideString>> SharedSelectedPathsForStatus();
     void MoveSelection(host::CommandID id);
 
     PanelMetrics mMetrics;
@@ -150,7 +152,7 @@ private:
     struct StatusPaths {
         bool searchResults = false;
         std::uint64_t version = 0;
-        std::vector<host::WideString> paths;
+        std::shared_ptr<const std::vector<host::WideString>> paths;
     };
     std::optional<StatusPaths> mStatusPaths;
 

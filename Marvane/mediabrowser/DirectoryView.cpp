@@ -555,8 +555,10 @@ void MediaBrowserDirectoryView::RemoveRowAndChildrenFromMaps(const TreeRowPtr& r
 }
 
 std::vector<WideString> MediaBrowserDirectoryView::GetSelectedPaths() const {
+    const std::vector<TreeRowPtr> rows = mTree->GetSelectedRows();
     std::vector<WideString> paths;
-    for (const TreeRowPtr& row : mTree->GetSelectedRows()) {
+    paths.reserve(rows.size());
+    for (const TreeRowPtr& row : rows) {
         paths.push_back(GetRowPath(row));
     }
     return paths;

@@ -6,7 +6,7 @@
 #include <QScrollBar>
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace host {
 
@@ -66,19 +66,56 @@ void CollectOpened(const TreeModel& model, const QTreeView& view,
     }
 }
 
-// The chosen rows among rows and the rows below them, in display order; stops once all are
-// found.
-void CollectSelected(const std::vector<TreeRowPtr>& rows,
-                     const std::unordered_set<const TreeRowNode*>& chosen,
+// The selected rows of each folder (none for the top), as runs of row numbers in order that
+// neither touch nor overlap.
+using SelectedRuns = std::unordered_map<const TreeRowNode*, std::vector<std::pair<int, int>>>;
+
+// Sorts and joins each folder's runs; returns how many rows they hold.
+std::size_t JoinRuns(SelectedRuns& runs) {
+    std::size_t count = 0;
+    for (auto& [folder, folderRuns] : runs) {
+        std::sort(folderRuns.begin(), folderRuns.end());
+        std::vector<std::pair<int, int>> joined;
+        for (const auto& run : folderRuns) {
+            if (!joined.empty() && run.first <= joined.back().second + 1) {
+                joined.back().second = std::max(joined.back().second, run.second);
+            } else {
+                joined.push_back(run);
+            }
+        }
+        for (const auto& run : joined) {
+            count += static_cast<std::size_t>(run.second - run.first + 1);
+        }
+        folderRuns = std::move(joined);
+    }
+    return count;
+}
+
+// The rows of `runs` under `rows` (the children of `folder`) in display order, deepest last;
+// stops once `count` rows are found.
+void CollectSelected(const std::vector<TreeRowPtr>& rows, const TreeRowNode* folder,
+                     const SelectedRuns& runs, std::size_t count,
                      std::vector<TreeRowPtr>& selected) {
-    for (const TreeRowPtr& row : rows) {
-        if (selected.size() == chosen.size()) {
+    const auto found = runs.find(folder);
+    const std::vector<std::pair<int, int>>* own = found == runs.end() ? nullptr : &found->second;
+    std::size_t run = 0;
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        if (selected.size() == count) {
             return;
         }
-        if (chosen.count(&row->Node()) != 0) {
-            selected.push_back(row);
+        const TreeRowPtr& row = rows[index];
+        const int number = static_cast<int>(index);
+        if (own != nullptr) {
+            while (run < own->size() && (*own)[run].second < number) {
+                ++run;
+            }
+            if (run < own->size() && (*own)[run].first <= number) {
+                selected.push_back(row);
+            }
         }
-        CollectSelected(row->Node().children, chosen, selected);
+        if (!row->Node().children.empty()) {
+            CollectSelected(row->Node().children, &row->Node(), runs, count, selected);
+        }
     }
 }
 
@@ -339,12 +376,17 @@ void UI_MultiColumnTree::SelectRows(const std::vector<TreeRowPtr>& rows, bool no
     QItemSelection selection;
     QModelIndex first;
     QModelIndex last;
+    const UI_TreeRow* lastParent = nullptr;
     for (const TreeRowPtr& row : rows) {
         const QModelIndex index = mImpl->model.IndexOf(row);
         if (!index.isValid()) {
             continue;
         }
-        if (last.isValid() && index.parent() == last.parent() && index.row() == last.row() + 1) {
+        const UI_TreeRow* parent = row->GetParent();
+        const bool follows =
+            last.isValid() && parent == lastParent && index.row() == last.row() + 1;
+        lastParent = parent;
+        if (follows) {
             last = index;
             continue;
         }
@@ -374,21 +416,18 @@ std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
     if (selectedRowsVersion == selectionVersion) {
         return selectedRows;
     }
-    // The rows of the selection's ranges, then a walk of the tree to put them in display
+    // The selection's ranges by folder, then a walk of the tree to put their rows in display
     // order: asking the selection model about each row costs a pass over its ranges per row.
-    std::unordered_set<const TreeRowNode*> chosen;
+    SelectedRuns runs;
     for (const QItemSelectionRange& range : view->selectionModel()->selection()) {
         const QModelIndex parent = range.parent();
-        for (int row = range.top(); row <= range.bottom(); ++row) {
-            const QModelIndex index = model.index(row, 0, parent);
-            if (index.isValid()) {
-                chosen.insert(static_cast<const TreeRowNode*>(index.internalPointer()));
-            }
-        }
+        runs[static_cast<const TreeRowNode*>(parent.internalPointer())].emplace_back(
+            range.top(), range.bottom());
     }
     std::vector<TreeRowPtr> selected;
-    if (!chosen.empty()) {
-        CollectSelected(model.ChildrenOf(nullptr), chosen, selected);
+    if (const std::size_t count = JoinRuns(runs); count != 0) {
+        selected.reserve(count);
+        CollectSelected(model.ChildrenOf(nullptr), nullptr, runs, count, selected);
     }
     selectedRows = selected;
     selectedRowsVersion = selectionVersion;

@@ -553,6 +553,26 @@ TEST_F(MultiColumnTreeTest, ManyRowsAreSelectedInOneChangeAndGivenBackInDisplayO
     EXPECT_EQ(notified, 1);
 }
 
+TEST_F(MultiColumnTreeTest, RowsSelectedTwiceInOverlappingRangesAreGivenBackOnce) {
+    std::vector<TreeRowPtr> top;
+    for (int index = 0; index < 20; ++index) {
+        top.push_back(Row(host::ToUTF16(std::to_string(10 + index))));
+    }
+    tree.InsertRows(nullptr, top);
+    auto& model = tree.GetImpl()->model;
+    QItemSelection selection;
+    selection.select(model.IndexOf(top[2]), model.IndexOf(top[9]));
+    selection.append(QItemSelectionRange(model.IndexOf(top[5]), model.IndexOf(top[12])));
+    selection.append(QItemSelectionRange(model.IndexOf(top[13]), model.IndexOf(top[13])));
+    selection.append(QItemSelectionRange(model.IndexOf(top[16]), model.IndexOf(top[17])));
+    view()->selectionModel()->select(selection,
+                                     QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    const std::vector<TreeRowPtr> expected = {top[2],  top[3],  top[4],  top[5],  top[6],
+                                              top[7],  top[8],  top[9],  top[10], top[11],
+                                              top[12], top[13], top[16], top[17]};
+    EXPECT_EQ(tree.GetSelectedRows(), expected);
+}
+
 TEST_F(MultiColumnTreeTest, TheSelectionVersionMovesWithTheSelectionAndTheRowsOnly) {
     const TreeRowPtr folder = Row(u"f", true);
     std::vector<TreeRowPtr> top = {Row(u"a"), folder, Row(u"b")};
