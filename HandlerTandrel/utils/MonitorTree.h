@@ -4,9 +4,9 @@
 
 namespace HandlerTandrel::Utils {
 
-// Watches the folder and then each folder below it, depth first.
+// Watches the folder and every folder below it, those made later too.
 void StartMonitoringTree(const host::WideString& folder);
-// Stops watching the folder and then each folder below it, depth first.
+// Stops watching the folder and every folder below it.
 void StopMonitoringTree(const host::WideString& folder);
 
 } // namespace HandlerTandrel::Utils

@@ -5,8 +5,10 @@
 #include "Marvane/app/QtLanguage.h"
 
 #include <QApplication>
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <sys/resource.h>
 
 namespace {
 
@@ -32,10 +34,24 @@ bool HasDisplay() {
     const char* wayland = std::getenv("WAYLAND_DISPLAY");
     return (x11 != nullptr && x11[0] != '\0') || (wayland != nullptr && wayland[0] != '\0');
 }
+
+// Copies, moves and removals of folder trees hold a descriptor per level of the tree (two
+// while copying): the usual allowance of 1,024 would end a copy of a tree 500 deep. Allowed
+// up to 65,536 (as many as the system lets this process have, when that is fewer): more would
+// only slow down programs started from here that close every descriptor they might have.
+void AllowManyDescriptors() {
+    constexpr rlim_t kWanted = 65536;
+    struct rlimit limits {};
+    if (::getrlimit(RLIMIT_NOFILE, &limits) == 0 && limits.rlim_cur < kWanted) {
+        limits.rlim_cur = std::min(kWanted, limits.rlim_max);
+        ::setrlimit(RLIMIT_NOFILE, &limits);
+    }
+}
 } // namespace
 
 int main(int argc, char* argv[]) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
+    AllowManyDescriptors();
     // The lock commands need no window.
     if (host::IsLockCommand(arguments)) {
         return host::RunLockCommand(arguments, std::cout, std::cerr);

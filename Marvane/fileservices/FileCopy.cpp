@@ -2,6 +2,7 @@
 #include "Marvane/fileservices/FileCopy.h"
 
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/fileservices/TreeWalk.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -185,26 +186,44 @@ bool CopyThroughBuffer(int in, int out, CopyContext& context, FileDigest* digest
     return true;
 }
 
-// Copies one regular file to a new path (never over an existing one), with its permissions
+// Where one entry of a copy comes from and goes to: each a folder's descriptor and a name in
+// it, with the paths for messages built only when something fails.
+struct CopyStep {
+    const TreeWalkEntry& from;
+    int toFolder;
+    const char* toName;
+    const fs::path& toTop;
+
+    fs::path FromPath() const { return from.FullPath(); }
+    fs::path ToPath() const {
+        const std::string below = from.PathBelowRoot();
+        return below.empty() ? toTop : toTop / below;
+    }
+};
+
+// Copies one regular file to a new name (never over an existing one), with its permissions
 // and modification time; throws FileException.
-void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat& status,
-                     CopyContext& context) {
+void CopyRegularFile(const CopyStep& step, CopyContext& context) {
+    const struct stat& status = step.from.status;
     // Never blocks on a pipe that took the file's place since it was looked at.
-    const int in = ::open(from.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    const int in = ::openat(step.from.folder, step.from.name,
+                            O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC);
     if (in < 0) {
-        throw FileException("Cannot read " + Reason(from, errno), errno);
+        const int error = errno;
+        throw FileException("Cannot read " + Reason(step.FromPath(), error), error);
     }
     struct stat opened {};
     if (::fstat(in, &opened) != 0 || !S_ISREG(opened.st_mode)) {
         ::close(in);
-        throw FileException("Cannot copy " + from.string() + ": not a regular file any more",
-                            EINVAL);
+        throw FileException(
+            "Cannot copy " + step.FromPath().string() + ": not a regular file any more", EINVAL);
     }
-    const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int out = ::openat(step.toFolder, step.toName,
+                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (out < 0) {
         const int error = errno;
         ::close(in);
-        throw FileException("Cannot create " + Reason(to, error), error);
+        throw FileException("Cannot create " + Reason(step.ToPath(), error), error);
     }
     bool ok = true;
     bool cancelled = false;
@@ -239,57 +258,117 @@ void CopyRegularFile(const fs::path& from, const fs::path& to, const struct stat
     ::close(in);
     ::close(out);
     if (!ok) {
-        ::unlink(to.c_str());
+        ::unlinkat(step.toFolder, step.toName, 0);
         if (cancelled) {
-            throw CopyCancelled("The copy to " + to.string() + " was cancelled");
+            throw CopyCancelled("The copy to " + step.ToPath().string() + " was cancelled");
         }
-        throw FileException("Cannot copy to " + Reason(to, error), error);
+        throw FileException("Cannot copy to " + Reason(step.ToPath(), error), error);
     }
     if (context.digests != nullptr) {
-        (*context.digests)[to.string()] = digest;
+        (*context.digests)[step.from.PathBelowRoot()] = digest;
     }
     if (context.progress && !context.progress(0, true)) {
-        ::unlink(to.c_str());
-        throw CopyCancelled("The copy to " + to.string() + " was cancelled");
+        ::unlinkat(step.toFolder, step.toName, 0);
+        throw CopyCancelled("The copy to " + step.ToPath().string() + " was cancelled");
     }
 }
 
-void CopyTreeIn(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
-                CopyContext& context) {
-    struct stat status {};
-    if (::lstat(from.c_str(), &status) != 0) {
-        throw FileException("Cannot read " + Reason(from, errno), errno);
-    }
-    if (S_ISLNK(status.st_mode)) {
-        std::error_code error;
-        const fs::path target = fs::read_symlink(from, error);
-        if (error || ::symlink(target.c_str(), to.c_str()) != 0) {
-            const int number = error ? error.value() : errno;
-            throw FileException("Cannot copy the link " + Reason(to, number), number);
+// The target of a link, read by its folder's descriptor; throws FileException.
+std::string LinkTarget(const TreeWalkEntry& link) {
+    std::string target(
+        static_cast<std::size_t>(link.status.st_size > 0 ? link.status.st_size : 0) + 1, '\0');
+    for (;;) {
+        const ssize_t length = ::readlinkat(link.folder, link.name, target.data(), target.size());
+        if (length < 0) {
+            const int error = errno;
+            throw FileException("Cannot read the link " + Reason(link.FullPath(), error), error);
         }
-        made.push_back(to);
-    } else if (S_ISDIR(status.st_mode)) {
-        if (::mkdir(to.c_str(), 0700) != 0) {
-            throw FileException("Cannot create " + Reason(to, errno), errno);
+        if (static_cast<std::size_t>(length) < target.size()) {
+            target.resize(static_cast<std::size_t>(length));
+            return target;
         }
-        made.push_back(to);
-        std::error_code error;
-        for (fs::directory_iterator it(from, error), end; !error && it != end;
-             it.increment(error)) {
-            CopyTreeIn(it->path(), to / it->path().filename(), made, context);
-        }
-        if (error) {
-            throw FileException("Cannot list " + Reason(from, error.value()), error.value());
-        }
-        ::chmod(to.c_str(), status.st_mode & 07777);
-    } else if (S_ISREG(status.st_mode)) {
-        CopyRegularFile(from, to, status, context);
-        made.push_back(to);
-    } else {
-        throw FileException("Cannot copy " + from.string() + ": not a file, folder or link",
-                            EINVAL);
+        target.resize(target.size() * 2); // it grew since it was looked at
     }
 }
+
+// Copies the tree it walks to `to`, folder by folder: each copied folder's descriptor is kept
+// while what it holds is copied into it.
+class CopyVisitor : public TreeVisitor {
+public:
+    CopyVisitor(const fs::path& to, int toParent, std::vector<fs::path>& made, CopyContext& context)
+        : mTo(to), mToName(to.filename().string()), mToParent(toParent), mMade(made),
+          mContext(context) {}
+    CopyVisitor(const CopyVisitor&) = delete;
+    CopyVisitor& operator=(const CopyVisitor&) = delete;
+    ~CopyVisitor() override {
+        for (const int folder : mFolders) {
+            ::close(folder);
+        }
+    }
+
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        const CopyStep step{entry, entry.depth == 0 ? mToParent : mFolders[entry.depth - 1],
+                            entry.depth == 0 ? mToName.c_str() : entry.name, mTo};
+        if (S_ISLNK(entry.status.st_mode)) {
+            const std::string target = LinkTarget(entry);
+            if (::symlinkat(target.c_str(), step.toFolder, step.toName) != 0) {
+                const int error = errno;
+                throw FileException("Cannot copy the link " + Reason(step.ToPath(), error), error);
+            }
+            Made();
+        } else if (entry.IsFolder()) {
+            if (::mkdirat(step.toFolder, step.toName, 0700) != 0) {
+                const int error = errno;
+                throw FileException("Cannot create " + Reason(step.ToPath(), error), error);
+            }
+            Made();
+            const int made = ::openat(step.toFolder, step.toName,
+                                      O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            if (made < 0) {
+                const int error = errno;
+                throw FileException("Cannot open " + Reason(step.ToPath(), error), error);
+            }
+            mFolders.push_back(made);
+        } else if (S_ISREG(entry.status.st_mode)) {
+            CopyRegularFile(step, mContext);
+            Made();
+        } else {
+            throw FileException("Cannot copy " + entry.FullPath().string() +
+                                    ": not a file, folder or link",
+                                EINVAL);
+        }
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Leave(const TreeWalkEntry& entry, int) override {
+        const int folder = mFolders.back();
+        mFolders.pop_back();
+        ::fchmod(folder, entry.status.st_mode & 07777);
+        ::close(folder);
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Failed(const TreeWalkEntry& entry, int error) override {
+        throw FileException((entry.IsFolder() ? "Cannot list " : "Cannot read ") +
+                                Reason(entry.FullPath(), error),
+                            error);
+    }
+
+private:
+    // The copy's top is all a failure needs to take away: everything below it was made here.
+    void Made() {
+        if (mMade.empty()) {
+            mMade.push_back(mTo);
+        }
+    }
+
+    const fs::path& mTo;
+    const std::string mToName;
+    const int mToParent;
+    std::vector<fs::path>& mMade;
+    CopyContext& mContext;
+    std::vector<int> mFolders; // the copied folders gone into, by depth
+};
 
 } // namespace
 
@@ -356,8 +435,11 @@ std::uint64_t ContentHash::Value() const {
     return hash;
 }
 
-bool DigestOfFile(const fs::path& path, FileDigest& digest) {
-    const int in = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+namespace {
+
+// The digest of a file's bytes as they are on disk now, read by its folder's descriptor.
+bool DigestOfFileAt(int folder, const char* name, FileDigest& digest) {
+    const int in = ::openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (in < 0) {
         return false;
     }
@@ -388,15 +470,27 @@ bool DigestOfFile(const fs::path& path, FileDigest& digest) {
     return ok;
 }
 
+} // namespace
+
+bool DigestOfFile(const fs::path& path, FileDigest& digest) {
+    return DigestOfFileAt(AT_FDCWD, path.c_str(), digest);
+}
+
 void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
               const CopyProgress& progress, CopyDigests* digests) {
     // Opened before anything is written: the sync at the end reports every write to the file
     // system that failed from now on, even one another program's sync saw first.
-    const int folder = ::open(to.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool wholeFileSystem = folder >= 0 && SyncsWholeFileSystem(to.parent_path());
+    const fs::path parent = to.has_parent_path() ? to.parent_path() : fs::path(".");
+    const int folder = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) {
+        const int error = errno;
+        throw FileException("Cannot create " + Reason(to, error), error);
+    }
+    const bool wholeFileSystem = SyncsWholeFileSystem(parent);
     CopyContext context{progress, digests, !wholeFileSystem, 0, true, true, {}};
     try {
-        CopyTreeIn(from, to, made, context);
+        CopyVisitor visitor(to, folder, made, context);
+        WalkTree(from, visitor);
     } catch (...) {
         if (folder >= 0) {
             ::close(folder);
@@ -419,21 +513,74 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
 
 namespace {
 
-bool HoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
-                      const CopyDigests& digests, bool insideProject) {
-    struct statx original {};
-    struct stat copy {};
-    // The original's state from its server, not from what this machine remembers of it.
-    if (::statx(AT_FDCWD, from.c_str(), AT_SYMLINK_NOFOLLOW | AT_STATX_FORCE_SYNC,
-                STATX_BASIC_STATS, &original) != 0 ||
-        ::lstat(to.c_str(), &copy) != 0 ||
-        (original.stx_mode & S_IFMT) != (copy.st_mode & S_IFMT)) {
-        return false;
+// Walks the original and looks at each entry's copy beside it, folder by folder.
+class CopyCheck : public TreeVisitor {
+public:
+    CopyCheck(const fs::path& to, int toParent, const ProjectItemRules& rules,
+              const CopyDigests& digests)
+        : mToName(to.filename().string()), mToParent(toParent), mRules(rules), mDigests(digests) {}
+    CopyCheck(const CopyCheck&) = delete;
+    CopyCheck& operator=(const CopyCheck&) = delete;
+    ~CopyCheck() override {
+        for (const Folder& folder : mFolders) {
+            ::close(folder.descriptor);
+        }
     }
-    const bool project = insideProject || (rules.isProject && rules.isProject(from.string()));
-    if (S_ISREG(original.stx_mode)) {
-        const auto digest = digests.find(to.string());
-        if (digest == digests.end()) {
+
+    bool Holds() const { return mHolds; }
+
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        const int toFolder = entry.depth == 0 ? mToParent : mFolders[entry.depth - 1].descriptor;
+        const char* toName = entry.depth == 0 ? mToName.c_str() : entry.name;
+        const bool insideProject = entry.depth != 0 && mFolders[entry.depth - 1].project;
+        struct statx original {};
+        struct stat copy {};
+        // The original's state from its server, not from what this machine remembers of it.
+        if (::statx(entry.folder, entry.name, AT_SYMLINK_NOFOLLOW | AT_STATX_FORCE_SYNC,
+                    STATX_BASIC_STATS, &original) != 0 ||
+            ::fstatat(toFolder, toName, &copy, AT_SYMLINK_NOFOLLOW) != 0 ||
+            (original.stx_mode & S_IFMT) != (copy.st_mode & S_IFMT)) {
+            return Fails();
+        }
+        const bool project = insideProject || (mRules.isProject && mRules.isProject(entry.name));
+        if (S_ISREG(original.stx_mode)) {
+            return FileHolds(entry, original, copy, toFolder, toName, project) ? WalkStep::kContinue
+                                                                               : Fails();
+        }
+        if (S_ISDIR(original.stx_mode)) {
+            const int opened =
+                ::openat(toFolder, toName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            if (opened < 0) {
+                return Fails();
+            }
+            mFolders.push_back({opened, project});
+        }
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Leave(const TreeWalkEntry&, int) override {
+        ::close(mFolders.back().descriptor);
+        mFolders.pop_back();
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Failed(const TreeWalkEntry&, int) override { return Fails(); }
+
+private:
+    struct Folder {
+        int descriptor;
+        bool project; // a project folder, or inside one
+    };
+
+    WalkStep Fails() {
+        mHolds = false;
+        return WalkStep::kStop;
+    }
+
+    bool FileHolds(const TreeWalkEntry& entry, const struct statx& original,
+                   const struct stat& copy, int toFolder, const char* toName, bool project) const {
+        const auto digest = mDigests.find(entry.PathBelowRoot());
+        if (digest == mDigests.end()) {
             return false;
         }
         const FileDigest& seen = digest->second;
@@ -449,57 +596,70 @@ bool HoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectIte
             return true;
         }
         FileDigest reread;
-        return DigestOfFile(to, reread) && reread.size == seen.size && reread.hash == seen.hash;
+        return DigestOfFileAt(toFolder, toName, reread) && reread.size == seen.size &&
+               reread.hash == seen.hash;
     }
-    if (S_ISDIR(original.stx_mode)) {
-        std::error_code error;
-        for (fs::directory_iterator it(from, error), end; !error && it != end;
-             it.increment(error)) {
-            if (!HoldsWhatWasRead(it->path(), to / it->path().filename(), rules, digests,
-                                  project)) {
-                return false;
-            }
-        }
-        return !error;
-    }
-    return true;
-}
+
+    const std::string mToName;
+    const int mToParent;
+    const ProjectItemRules& mRules;
+    const CopyDigests& mDigests;
+    std::vector<Folder> mFolders;
+    bool mHolds = true;
+};
 
 } // namespace
 
 bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
                           const CopyDigests& digests) {
-    return HoldsWhatWasRead(from, to, rules, digests, false);
+    const fs::path parent = to.has_parent_path() ? to.parent_path() : fs::path(".");
+    const int toParent = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (toParent < 0) {
+        return false;
+    }
+    CopyCheck check(to, toParent, rules, digests);
+    const bool walked = WalkTree(from, check);
+    ::close(toParent);
+    return walked && check.Holds();
 }
 
+namespace {
+
+// Empties each folder and removes it after what it held; read-only folders are opened up
+// first. Whatever cannot be removed stays, and so do the folders that hold it.
+class Removal : public TreeVisitor {
+public:
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (entry.IsFolder()) {
+            ::fchmodat(entry.folder, entry.name, (entry.status.st_mode & 07777) | S_IRWXU, 0);
+        } else {
+            ::unlinkat(entry.folder, entry.name, 0); // a link itself, never what it leads to
+        }
+        return WalkStep::kContinue;
+    }
+    WalkStep Leave(const TreeWalkEntry& entry, int) override {
+        ::unlinkat(entry.folder, entry.name, AT_REMOVEDIR);
+        return WalkStep::kContinue;
+    }
+    WalkStep Failed(const TreeWalkEntry& entry, int) override {
+        // Listed but gone since, or a folder that cannot be opened: the rest goes on.
+        if (entry.depth == 0) {
+            return WalkStep::kStop;
+        }
+        return WalkStep::kContinue;
+    }
+};
+
+} // namespace
+
 void RemoveTree(const fs::path& path) {
-    std::vector<fs::path> made;
-    std::error_code error;
-    // A link is removed itself: what it leads to is not ours.
-    if (fs::is_symlink(fs::symlink_status(path, error))) {
-        fs::remove(path, error);
-        return;
-    }
-    // A copied folder may have been given a read-only mode: RemoveMade opens it up.
-    for (fs::recursive_directory_iterator it(path, error), end; !error && it != end;
-         it.increment(error)) {
-        made.push_back(it->path());
-    }
-    made.insert(made.begin(), path);
-    RemoveMade(made);
+    Removal removal;
+    WalkTree(path, removal);
 }
 
 void RemoveMade(std::vector<fs::path>& made) {
-    // A copied folder may have been given a read-only mode: open it up to empty it.
-    for (const fs::path& path : made) {
-        struct stat status {};
-        if (::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-            ::chmod(path.c_str(), (status.st_mode & 07777) | S_IRWXU);
-        }
-    }
     for (auto it = made.rbegin(); it != made.rend(); ++it) {
-        std::error_code ignored;
-        fs::remove(*it, ignored);
+        RemoveTree(*it);
     }
     made.clear();
 }

@@ -34,7 +34,7 @@ struct FileDigest {
     std::int64_t sourceModifiedNanoseconds = 0;
     std::int64_t sourceSize = 0;
 };
-// Digests by the copy's path.
+// Digests by the path below the copy's top ("" for a copy of one file).
 using CopyDigests = std::unordered_map<std::string, FileDigest>;
 
 // The hash a digest holds, of bytes given in any pieces: 8-byte words, each multiplied,
@@ -57,8 +57,10 @@ private:
 // The digest of a file's bytes as they are on disk now; false when it cannot be read.
 bool DigestOfFile(const std::filesystem::path& path, FileDigest& digest);
 
-// Copies a file, link or folder tree to a path where nothing is yet, recording everything it
-// made so that a failure can take it away again (RemoveMade). Links are copied as links.
+// Copies a file, link or folder tree to a path where nothing is yet, recording the top it made
+// (everything below it was made by the copy) so that a failure can take it away again
+// (RemoveMade). Links are copied as links. The tree is walked by folder descriptors, so a
+// tree deeper than the longest path the system takes is copied whole.
 // The copy is on disk for good when this returns. Each of its first few files is synced on its
 // own; on local disks a larger copy is then made lasting by one sync of the file system at the
 // end (which reports any write that failed since the copy began), on network and user-space
@@ -79,10 +81,10 @@ bool CopyHoldsWhatWasRead(const std::filesystem::path& from, const std::filesyst
 // Whether copies into the folder end with one sync of its file system (a local disk on a
 // kernel that reports failed writes to it) rather than a sync of each file.
 bool SyncsWholeFileSystem(const std::filesystem::path& folder);
-// Removes what a copy made, deepest first.
+// Removes what a copy made, the last made first.
 void RemoveMade(std::vector<std::filesystem::path>& made);
 // Removes a file, a link (never what it leads to) or a whole folder tree that a copy made,
-// read-only folders too.
+// read-only folders too, walking it by folder descriptors.
 void RemoveTree(const std::filesystem::path& path);
 
 } // namespace host

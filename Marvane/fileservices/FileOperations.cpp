@@ -9,6 +9,7 @@
 #include "Marvane/fileservices/LongWork.h"
 #include "Marvane/fileservices/MoveJournal.h"
 #include "Marvane/fileservices/ProjectItemRules.h"
+#include "Marvane/fileservices/TreeWalk.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
 
@@ -120,21 +121,28 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
 
 // Counts what a copy is about to go through, each entry a step, so that even the walk shows
 // that the work moves.
-void Measure(const fs::path& path, LongWork& work) {
-    struct stat status {};
-    if (work.StopRequested() || ::lstat(path.c_str(), &status) != 0) {
-        return;
-    }
-    ++work.steps;
-    if (S_ISDIR(status.st_mode)) {
-        std::error_code error;
-        for (fs::directory_iterator it(path, error), end; !error && it != end;
-             it.increment(error)) {
-            Measure(it->path(), work);
+class Measuring : public TreeVisitor {
+public:
+    explicit Measuring(LongWork& work) : mWork(work) {}
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (mWork.StopRequested()) {
+            return WalkStep::kStop;
         }
-    } else if (S_ISREG(status.st_mode)) {
-        work.total += static_cast<std::uint64_t>(status.st_size);
+        ++mWork.steps;
+        if (S_ISREG(entry.status.st_mode)) {
+            mWork.total += static_cast<std::uint64_t>(entry.status.st_size);
+        }
+        return WalkStep::kContinue;
     }
+    WalkStep Failed(const TreeWalkEntry&, int) override { return WalkStep::kContinue; }
+
+private:
+    LongWork& mWork;
+};
+
+void Measure(const fs::path& path, LongWork& work) {
+    Measuring measuring(work);
+    WalkTree(path, measuring);
 }
 
 // The copy's steps reported to the work, which stops the copy when asked to.
@@ -169,13 +177,11 @@ int MoveAcrossNow(const fs::path& from, const fs::path& to, LongWork& work) {
                   " but could not remove the original: " + std::strerror(errno));
         return 0;
     }
-    std::error_code error;
-    fs::remove_all(aside, error);
-    if (error) {
+    RemoveTree(aside);
+    if (struct stat left{}; ::lstat(aside.c_str(), &left) == 0) {
         Trace("Host", 2,
               "Moved " + from.string() + " to " + to.string() +
-                  " but could not remove all of the original, kept as " + aside.string() + ": " +
-                  error.message());
+                  " but could not remove all of the original, kept as " + aside.string());
     }
     return 0;
 }

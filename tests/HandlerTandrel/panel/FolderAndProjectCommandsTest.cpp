@@ -1,8 +1,10 @@
 // New Folder, New Project, the read-only toggle, Refresh All and Save All, carried out through
 // the command chain as the menus do, in a real main window over a real production.
+#include "DeepTrees.h"
 #include "FileBytes.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
@@ -33,6 +35,25 @@ protected:
         fs::create_directories(pilot / "Trash");
         return pilot;
     }
+    // A chain of folders deeper than a full path may reach, made folder by folder, with a
+    // project at its bottom.
+    fs::path MakeChainPastThePathLimit() const {
+        const fs::path chain = pilot / "Chain";
+        testsupport::MakeDeepChain(chain, "Level", kChainDepth, "notes at the bottom");
+        int folder = ::open(chain.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        for (int level = 0; level < kChainDepth && folder >= 0; ++level) {
+            const int next = ::openat(folder, "Level", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            ::close(folder);
+            folder = next;
+        }
+        const int project = ::openat(folder, "Deep.mvproj", O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+        EXPECT_GE(project, 0);
+        ::close(project);
+        ::close(folder);
+        return chain;
+    }
+    static constexpr int kChainDepth = 900; // 900 x "/Level" is past 4,095 bytes
+
     host::ScriptedDialogResponder& Responder() const { return *panel.responder; }
     std::string Folders(const fs::path& folder) const {
         std::vector<std::string> names;
@@ -260,23 +281,7 @@ TEST_F(FolderAndProjectCommandsTest, MakeACopyOfAFolderCopiesItsFoldersAndItsPro
 }
 
 TEST_F(FolderAndProjectCommandsTest, AFolderNestedTooDeepToCopyWholeIsRefusedBeforeAnythingIsMade) {
-    // A chain of folders deeper than a full path may reach, made folder by folder.
-    const fs::path chain = pilot / "Chain";
-    fs::create_directories(chain);
-    int folder = ::open(chain.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ASSERT_GE(folder, 0);
-    constexpr int kDepth = 900; // 900 x "/Level" is past 4,095 bytes
-    for (int level = 0; level < kDepth; ++level) {
-        ASSERT_EQ(::mkdirat(folder, "Level", 0755), 0);
-        const int next = ::openat(folder, "Level", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        ::close(folder);
-        ASSERT_GE(next, 0);
-        folder = next;
-    }
-    const int project = ::openat(folder, "Deep.mvproj", O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
-    ASSERT_GE(project, 0);
-    ::close(project);
-    ::close(folder);
+    const fs::path chain = MakeChainPastThePathLimit();
     ASSERT_TRUE(WaitUntil([&] { return panel.Row(chain) != nullptr; }));
     panel.Select({chain});
     ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
@@ -289,6 +294,19 @@ TEST_F(FolderAndProjectCommandsTest, AFolderNestedTooDeepToCopyWholeIsRefusedBef
         << text;
     EXPECT_FALSE(fs::exists(pilot / "Chain_1"));
     EXPECT_EQ(host::ProjectImport::Instance().Progress().projectsTotal, 0u);
+}
+
+TEST_F(FolderAndProjectCommandsTest, AFolderNestedPastThePathLimitGoesToTheTrashWhole) {
+    const fs::path chain = MakeChainPastThePathLimit();
+    ASSERT_TRUE(WaitUntil([&] { return panel.Row(chain) != nullptr; }));
+    panel.Select({chain});
+    ASSERT_TRUE(panel.Obey(kCmdMoveToTrash));
+    ASSERT_TRUE(WaitUntil([&] { return !fs::exists(chain); }));
+    EXPECT_TRUE(Responder().GetRequests().empty());
+    EXPECT_EQ(testsupport::DeepChainLevels(pilot / "Trash" / "Chain", "Level"), kChainDepth);
+    EXPECT_EQ(testsupport::ReadDeepChain(pilot / "Trash" / "Chain", "Level", kChainDepth),
+              "notes at the bottom");
+    host::RemoveTree(pilot / "Trash" / "Chain");
 }
 
 TEST_F(FolderAndProjectCommandsTest, CopiesChosenInOneCommandNeverShareAPath) {

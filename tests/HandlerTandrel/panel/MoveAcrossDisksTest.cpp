@@ -1,8 +1,10 @@
 // Moving to a Trash on another disk runs while the window keeps turning: it shows how far it
 // got, Cancel leaves everything where it was, and a disk that stops answering ends the move
 // with the reason, not the window. The Trash is a disk of its own (a tmpfs, root only).
+#include "DeepTrees.h"
 #include "FileBytes.h"
 #include "Marvane/app/LongWorkDialog.h"
+#include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/LongWork.h"
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
@@ -147,6 +149,21 @@ TEST_F(MoveAcrossDisksTest, ADiskThatStopsAnsweringEndsTheMoveWithTheReasonAndLe
     EXPECT_TRUE(WaitUntil([] { return host::files::LongWorkThreadsRunning() == 0; }, 20000));
     ExpectDailiesWholeWhereItWas();
     EXPECT_EQ(Hidden(pilot / "Trash"), std::vector<std::string>{});
+}
+
+TEST_F(MoveAcrossDisksTest, AFolderNestedPastThePathLimitMovesToTheOtherDiskWhole) {
+    // Past 4,095 bytes below the folder: reached only folder by folder.
+    const std::string name = "Level";
+    const int levels = testsupport::LevelsBeyondTheLongestPath(name);
+    testsupport::MakeDeepChain(pilot / "Chain", name, levels, "the last take");
+    ASSERT_TRUE(WaitUntil([&] { return panel->Row(pilot / "Chain") != nullptr; }));
+    panel->Select({pilot / "Chain"});
+    ASSERT_TRUE(panel->Obey(kCmdMoveToTrash));
+    EXPECT_FALSE(panel->Said("Not Everything Was Done"));
+    EXPECT_EQ(testsupport::ReadDeepChain(pilot / "Trash" / "Chain", name, levels), "the last take");
+    EXPECT_FALSE(fs::exists(pilot / "Chain"));
+    EXPECT_TRUE(Hidden(pilot).empty());
+    host::RemoveTree(pilot / "Trash" / "Chain");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/IoCounters.h"
 
+#include "DeepTrees.h"
 #include "FileBytes.h"
 #include "Inventory.h"
 #include "TemporaryFolder.h"
@@ -216,6 +217,57 @@ TEST_F(FileCopyTest, OtherFilesAreCheckedByTheirSize) {
     EXPECT_TRUE(host::CopyHoldsWhatWasRead(root / "Edit", root / "Edit copy", Rules(), digests));
     std::ofstream(root / "Edit copy" / "notes.txt", std::ios::app) << "more";
     EXPECT_FALSE(host::CopyHoldsWhatWasRead(root / "Edit", root / "Edit copy", Rules(), digests));
+}
+
+TEST_F(FileCopyTest, ATreeDeeperThanTheLongestPathIsCopiedWholeCheckedAndRemoved) {
+    const std::string name = "Level_of_a_deep_chain";
+    const int levels = testsupport::LevelsBeyondTheLongestPath(name);
+    testsupport::MakeDeepChain(root / "Chain", name, levels, "the deepest take");
+    host::CopyDigests digests;
+    std::vector<fs::path> made;
+    host::CopyTree(root / "Chain", root / "Chain copy", made, {}, &digests);
+    EXPECT_EQ(made, std::vector<fs::path>{root / "Chain copy"});
+    EXPECT_EQ(testsupport::ReadDeepChain(root / "Chain copy", name, levels), "the deepest take");
+    EXPECT_TRUE(host::CopyHoldsWhatWasRead(root / "Chain", root / "Chain copy", Rules(), digests));
+    host::RemoveTree(root / "Chain copy");
+    EXPECT_FALSE(fs::exists(root / "Chain copy"));
+    EXPECT_EQ(testsupport::ReadDeepChain(root / "Chain", name, levels), "the deepest take");
+    host::RemoveTree(root / "Chain");
+    EXPECT_FALSE(fs::exists(root / "Chain"));
+}
+
+TEST_F(FileCopyTest, ACopyThatFailsDeepInsideATreeLeavesNothingOfIt) {
+    testsupport::MakeDeepChain(root / "Chain", "level", 40, "kept");
+    // A pipe at the bottom, where a file was: nothing a copy can take.
+    fs::path bottom = root / "Chain";
+    for (int level = 0; level < 40; ++level) {
+        bottom /= "level";
+    }
+    ASSERT_EQ(::mkfifo((bottom / "pipe").c_str(), 0644), 0);
+    std::vector<fs::path> made;
+    EXPECT_THROW(host::CopyTree(root / "Chain", root / "Chain copy", made), host::FileException);
+    host::RemoveMade(made);
+    EXPECT_FALSE(fs::exists(fs::symlink_status(root / "Chain copy")));
+    EXPECT_EQ(testsupport::ReadDeepChain(root / "Chain", "level", 40), "kept");
+}
+
+TEST_F(FileCopyTest, ACopyNeverGoesOverWhatIsAlreadyThereNorTakesItAway) {
+    Write(root / "Taken" / "theirs.txt", "someone else's");
+    std::vector<fs::path> made;
+    EXPECT_THROW(host::CopyTree(root / "Edit", root / "Taken", made), host::FileException);
+    EXPECT_TRUE(made.empty());
+    host::RemoveMade(made);
+    EXPECT_EQ(testsupport::ReadBytes(root / "Taken" / "theirs.txt"), "someone else's");
+}
+
+TEST_F(FileCopyTest, RemovingATreeTakesALinkAwayButNeverWhatItLeadsTo) {
+    Write(root / "Outside" / "keep.mvproj", "{}");
+    fs::create_directories(root / "Copy" / "Inner");
+    ::chmod((root / "Copy" / "Inner").c_str(), 0500); // read-only, as a copied folder may be
+    fs::create_directory_symlink(root / "Outside", root / "Copy" / "Inner" / "Shortcut");
+    host::RemoveTree(root / "Copy");
+    EXPECT_FALSE(fs::exists(root / "Copy"));
+    EXPECT_EQ(testsupport::ReadBytes(root / "Outside" / "keep.mvproj"), "{}");
 }
 
 } // namespace

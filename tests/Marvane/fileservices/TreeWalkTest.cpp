@@ -1,0 +1,178 @@
+#include "Marvane/fileservices/TreeWalk.h"
+
+#include "DeepTrees.h"
+#include "TemporaryFolder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+void Write(const fs::path& file, const std::string& text) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << text;
+}
+
+std::size_t OpenDescriptors() {
+    return static_cast<std::size_t>(
+        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+// Writes down what the walk does, as "enter <path>" and "leave <path>", and answers as told.
+class Recorder : public host::TreeVisitor {
+public:
+    std::function<host::WalkStep(const host::TreeWalkEntry&)> answer;
+    std::vector<std::string> steps;
+    std::vector<std::string> failures;
+
+    host::WalkStep Enter(const host::TreeWalkEntry& entry) override {
+        steps.push_back("enter " + entry.PathBelowRoot());
+        return answer ? answer(entry) : host::WalkStep::kContinue;
+    }
+    host::WalkStep Leave(const host::TreeWalkEntry& entry, int opened) override {
+        EXPECT_GE(opened, 0);
+        steps.push_back("leave " + entry.PathBelowRoot());
+        return host::WalkStep::kContinue;
+    }
+    host::WalkStep Failed(const host::TreeWalkEntry& entry, int error) override {
+        failures.push_back(entry.PathBelowRoot() + ": " + std::to_string(error));
+        return host::WalkStep::kStop;
+    }
+
+    std::size_t IndexOf(const std::string& step) const {
+        return static_cast<std::size_t>(std::find(steps.begin(), steps.end(), step) -
+                                        steps.begin());
+    }
+};
+
+class TreeWalkTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Write(root / "Edit" / "Scene 12.mvproj", "{}");
+        Write(root / "Edit" / "Reels" / "Reel 1.mvproj", "{}");
+        Write(root / "Edit" / "Reels" / ".notes", "hidden");
+        fs::create_directories(root / "Edit" / "Empty");
+    }
+    const testsupport::TemporaryFolder temporary{"treewalk"};
+    const fs::path root = temporary.Path();
+};
+
+TEST_F(TreeWalkTest, EveryEntryIsEnteredOnceAndEachFolderLeftAfterWhatItHolds) {
+    Recorder recorder;
+    EXPECT_TRUE(host::WalkTree(root / "Edit", recorder));
+    std::vector<std::string> sorted = recorder.steps;
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(sorted, (std::vector<std::string>{"enter ", "enter Empty", "enter Reels",
+                                                "enter Reels/.notes", "enter Reels/Reel 1.mvproj",
+                                                "enter Scene 12.mvproj", "leave ", "leave Empty",
+                                                "leave Reels"}));
+    EXPECT_LT(recorder.IndexOf("enter Reels"), recorder.IndexOf("enter Reels/Reel 1.mvproj"));
+    EXPECT_GT(recorder.IndexOf("leave Reels"), recorder.IndexOf("enter Reels/Reel 1.mvproj"));
+    EXPECT_GT(recorder.IndexOf("leave Reels"), recorder.IndexOf("enter Reels/.notes"));
+    EXPECT_EQ(recorder.steps.back(), "leave ");
+    EXPECT_TRUE(recorder.failures.empty());
+}
+
+TEST_F(TreeWalkTest, NamesBeginningWithADotAreLeftOutWhenAsked) {
+    Recorder recorder;
+    host::TreeWalkOptions options;
+    options.dotNames = false;
+    EXPECT_TRUE(host::WalkTree(root / "Edit", recorder, options));
+    EXPECT_EQ(recorder.IndexOf("enter Reels/.notes"), recorder.steps.size());
+    EXPECT_LT(recorder.IndexOf("enter Reels/Reel 1.mvproj"), recorder.steps.size());
+}
+
+TEST_F(TreeWalkTest, ALinkIsMetAsALinkAndWhatItLeadsToIsNeverWalked) {
+    Write(root / "Outside" / "secret.mvproj", "{}");
+    fs::create_directory_symlink(root / "Outside", root / "Edit" / "Shortcut");
+    Recorder recorder;
+    bool metAsALink = false;
+    recorder.answer = [&](const host::TreeWalkEntry& entry) {
+        if (std::string(entry.name) == "Shortcut") {
+            metAsALink = S_ISLNK(entry.status.st_mode);
+        }
+        return host::WalkStep::kContinue;
+    };
+    EXPECT_TRUE(host::WalkTree(root / "Edit", recorder));
+    EXPECT_TRUE(metAsALink);
+    EXPECT_LT(recorder.IndexOf("enter Shortcut"), recorder.steps.size());
+    EXPECT_EQ(recorder.IndexOf("enter Shortcut/secret.mvproj"), recorder.steps.size());
+    EXPECT_EQ(recorder.IndexOf("leave Shortcut"), recorder.steps.size());
+}
+
+TEST_F(TreeWalkTest, AFolderSkippedIsNotGoneIntoAndAStopEndsTheWalk) {
+    Recorder skipping;
+    skipping.answer = [](const host::TreeWalkEntry& entry) {
+        return std::string(entry.name) == "Reels" ? host::WalkStep::kSkip
+                                                  : host::WalkStep::kContinue;
+    };
+    EXPECT_TRUE(host::WalkTree(root / "Edit", skipping));
+    EXPECT_LT(skipping.IndexOf("enter Reels"), skipping.steps.size());
+    EXPECT_EQ(skipping.IndexOf("enter Reels/Reel 1.mvproj"), skipping.steps.size());
+    EXPECT_EQ(skipping.IndexOf("leave Reels"), skipping.steps.size());
+
+    Recorder stopping;
+    stopping.answer = [](const host::TreeWalkEntry& entry) {
+        return std::string(entry.name) == "Reel 1.mvproj" ? host::WalkStep::kStop
+                                                          : host::WalkStep::kContinue;
+    };
+    const std::size_t descriptors = OpenDescriptors();
+    EXPECT_FALSE(host::WalkTree(root / "Edit", stopping));
+    EXPECT_EQ(stopping.steps.back(), "enter Reels/Reel 1.mvproj");
+    EXPECT_EQ(stopping.IndexOf("leave "), stopping.steps.size());
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+}
+
+TEST_F(TreeWalkTest, ARootThatIsNotThereIsReportedAsAFailure) {
+    Recorder recorder;
+    EXPECT_FALSE(host::WalkTree(root / "Nowhere", recorder));
+    EXPECT_TRUE(recorder.steps.empty());
+    EXPECT_EQ(recorder.failures, std::vector<std::string>{": " + std::to_string(ENOENT)});
+}
+
+TEST_F(TreeWalkTest, ATreeDeeperThanTheLongestPathIsWalkedWholeAndGivesBackEveryDescriptor) {
+    const std::string name = "Level_of_a_deep_chain";
+    const int levels = testsupport::LevelsBeyondTheLongestPath(name);
+    testsupport::MakeDeepChain(root / "Chain", name, levels, "at the bottom");
+    Recorder recorder;
+    std::string bottom;
+    recorder.answer = [&](const host::TreeWalkEntry& entry) {
+        if (std::string(entry.name) == "bottom.txt") {
+            bottom = entry.PathBelowRoot();
+        }
+        return host::WalkStep::kContinue;
+    };
+    const std::size_t descriptors = OpenDescriptors();
+    EXPECT_TRUE(host::WalkTree(root / "Chain", recorder));
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_TRUE(recorder.failures.empty());
+    // The top, every level and the file, each entered once; every folder left.
+    EXPECT_EQ(recorder.steps.size(), static_cast<std::size_t>(2 * (levels + 1) + 1));
+    EXPECT_GT(bottom.size(), static_cast<std::size_t>(PATH_MAX));
+    EXPECT_EQ(bottom.substr(bottom.size() - 11), "/bottom.txt");
+}
+
+TEST_F(TreeWalkTest, AnExceptionFromTheVisitorPassesThroughWithEveryDescriptorClosed) {
+    testsupport::MakeDeepChain(root / "Chain", "level", 50, "at the bottom");
+    Recorder recorder;
+    recorder.answer = [](const host::TreeWalkEntry& entry) -> host::WalkStep {
+        if (std::string(entry.name) == "bottom.txt") {
+            throw std::runtime_error("the visitor gave up");
+        }
+        return host::WalkStep::kContinue;
+    };
+    const std::size_t descriptors = OpenDescriptors();
+    EXPECT_THROW(host::WalkTree(root / "Chain", recorder), std::runtime_error);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+}
+
+} // namespace
