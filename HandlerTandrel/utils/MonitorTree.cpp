@@ -1,17 +1,24 @@
 #include "utils/MonitorTree.h"
 
 #include "host/DirectoryMonitor.h"
+#include "host/FileServices.h"
 
 namespace HandlerTandrel::Utils {
 
 void StartMonitoringTree(const host::WideString& folder) {
-    // A recursive watch takes in every folder below, in one walk of the tree.
     host::MonitorDirectory(folder, true, false);
+    for (const host::WideString& sub :
+         host::FindFilesOrDirectories(folder, true, host::FindFilter::Directories)) {
+        host::MonitorDirectory(sub, true, false);
+    }
 }
 
 void StopMonitoringTree(const host::WideString& folder) {
-    // A recursive stop lets go of every watched folder below, in one pass over the watches.
     host::StopMonitoringDirectory(folder, true);
+    for (const host::WideString& sub :
+         host::FindFilesOrDirectories(folder, true, host::FindFilter::Directories)) {
+        host::StopMonitoringDirectory(sub, true);
+    }
 }
 
 } // namespace HandlerTandrel::Utils

@@ -4,9 +4,9 @@
 
 namespace HandlerTandrel::Utils {
 
-// Watches the folder and every folder below it, those made later too.
+// Watches the folder and then each folder below it, depth first.
 void StartMonitoringTree(const host::WideString& folder);
-// Stops watching the folder and every folder below it.
+// Stops watching the folder and then each folder below it, depth first.
 void StopMonitoringTree(const host::WideString& folder);
 
 } // namespace HandlerTandrel::Utils

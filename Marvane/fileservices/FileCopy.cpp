@@ -2,6 +2,7 @@
 #include "Marvane/fileservices/FileCopy.h"
 
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/fileservices/OwnedDescriptor.h"
 #include "Marvane/fileservices/TreeWalk.h"
 
 #include <cerrno>
@@ -302,7 +303,9 @@ public:
     CopyVisitor& operator=(const CopyVisitor&) = delete;
     ~CopyVisitor() override {
         for (const int folder : mFolders) {
-            ::close(folder);
+            if (folder >= 0) {
+                ::close(folder);
+            }
         }
     }
 
@@ -315,23 +318,23 @@ public:
                 const int error = errno;
                 throw FileException("Cannot copy the link " + Reason(step.ToPath(), error), error);
             }
-            Made();
+            Made(entry);
         } else if (entry.IsFolder()) {
             if (::mkdirat(step.toFolder, step.toName, 0700) != 0) {
                 const int error = errno;
                 throw FileException("Cannot create " + Reason(step.ToPath(), error), error);
             }
-            Made();
-            const int made = ::openat(step.toFolder, step.toName,
-                                      O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (made < 0) {
+            Made(entry);
+            mFolders.push_back(-1);
+            mFolders.back() = ::openat(step.toFolder, step.toName,
+                                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            if (mFolders.back() < 0) {
                 const int error = errno;
                 throw FileException("Cannot open " + Reason(step.ToPath(), error), error);
             }
-            mFolders.push_back(made);
         } else if (S_ISREG(entry.status.st_mode)) {
             CopyRegularFile(step, mContext);
-            Made();
+            Made(entry);
         } else {
             throw FileException("Cannot copy " + entry.FullPath().string() +
                                     ": not a file, folder or link",
@@ -356,8 +359,8 @@ public:
 
 private:
     // The copy's top is all a failure needs to take away: everything below it was made here.
-    void Made() {
-        if (mMade.empty()) {
+    void Made(const TreeWalkEntry& entry) {
+        if (entry.depth == 0) {
             mMade.push_back(mTo);
         }
     }
@@ -490,7 +493,9 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
     CopyContext context{progress, digests, !wholeFileSystem, 0, true, true, {}};
     try {
         CopyVisitor visitor(to, folder, made, context);
-        WalkTree(from, visitor);
+        if (!WalkTree(from, visitor)) {
+            throw FileException("The copy of " + from.string() + " stopped", ECANCELED);
+        }
     } catch (...) {
         if (folder >= 0) {
             ::close(folder);
@@ -523,7 +528,9 @@ public:
     CopyCheck& operator=(const CopyCheck&) = delete;
     ~CopyCheck() override {
         for (const Folder& folder : mFolders) {
-            ::close(folder.descriptor);
+            if (folder.descriptor >= 0) {
+                ::close(folder.descriptor);
+            }
         }
     }
 
@@ -548,12 +555,12 @@ public:
                                                                                : Fails();
         }
         if (S_ISDIR(original.stx_mode)) {
-            const int opened =
+            mFolders.push_back({-1, project});
+            mFolders.back().descriptor =
                 ::openat(toFolder, toName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (opened < 0) {
+            if (mFolders.back().descriptor < 0) {
                 return Fails();
             }
-            mFolders.push_back({opened, project});
         }
         return WalkStep::kContinue;
     }
@@ -613,14 +620,12 @@ private:
 bool CopyHoldsWhatWasRead(const fs::path& from, const fs::path& to, const ProjectItemRules& rules,
                           const CopyDigests& digests) {
     const fs::path parent = to.has_parent_path() ? to.parent_path() : fs::path(".");
-    const int toParent = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (toParent < 0) {
+    const OwnedDescriptor toParent(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (toParent.Get() < 0) {
         return false;
     }
-    CopyCheck check(to, toParent, rules, digests);
-    const bool walked = WalkTree(from, check);
-    ::close(toParent);
-    return walked && check.Holds();
+    CopyCheck check(to, toParent.Get(), rules, digests);
+    return WalkTree(from, check) && check.Holds();
 }
 
 namespace {
@@ -631,7 +636,9 @@ class Removal : public TreeVisitor {
 public:
     WalkStep Enter(const TreeWalkEntry& entry) override {
         if (entry.IsFolder()) {
-            ::fchmodat(entry.folder, entry.name, (entry.status.st_mode & 07777) | S_IRWXU, 0);
+            // Never through a link that took the folder's place since it was looked at.
+            ::fchmodat(entry.folder, entry.name, (entry.status.st_mode & 07777) | S_IRWXU,
+                       AT_SYMLINK_NOFOLLOW);
         } else {
             ::unlinkat(entry.folder, entry.name, 0); // a link itself, never what it leads to
         }

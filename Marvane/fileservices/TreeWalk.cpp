@@ -1,10 +1,12 @@
 #include "Marvane/fileservices/TreeWalk.h"
+#include "Marvane/fileservices/OwnedDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 #include <utility>
 
@@ -14,56 +16,24 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A descriptor closed when it goes.
-class OwnedDescriptor {
-public:
-    OwnedDescriptor() = default;
-    explicit OwnedDescriptor(int descriptor) : mDescriptor(descriptor) {}
-    OwnedDescriptor(OwnedDescriptor&& other) noexcept
-        : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
-    OwnedDescriptor& operator=(OwnedDescriptor&& other) noexcept {
-        if (this != &other) {
-            Close();
-            mDescriptor = std::exchange(other.mDescriptor, -1);
-        }
-        return *this;
-    }
-    OwnedDescriptor(const OwnedDescriptor&) = delete;
-    OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
-    ~OwnedDescriptor() { Close(); }
-
-    int Get() const { return mDescriptor; }
-
-private:
-    void Close() {
-        if (mDescriptor >= 0) {
-            ::close(mDescriptor);
-        }
-        mDescriptor = -1;
-    }
-    int mDescriptor = -1;
-};
-
 // The names in the folder (never "." or ".."); 0, or errno's number when it cannot be listed.
 int ListNames(int folder, bool dotNames, std::vector<std::string>& names) {
     const int own = ::fcntl(folder, F_DUPFD_CLOEXEC, 0);
     if (own < 0) {
         return errno;
     }
-    DIR* listing = ::fdopendir(own);
-    if (listing == nullptr) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::fdopendir(own), &::closedir);
+    if (!listing) {
         const int error = errno;
         ::close(own);
         return error;
     }
-    ::rewinddir(listing); // the copy shares its position with the folder's descriptor
-    int error = 0;
+    ::rewinddir(listing.get()); // the copy shares its position with the folder's descriptor
     for (;;) {
         errno = 0;
-        const dirent* entry = ::readdir(listing);
+        const dirent* entry = ::readdir(listing.get());
         if (entry == nullptr) {
-            error = errno;
-            break;
+            return errno;
         }
         const char* name = entry->d_name;
         if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0 ||
@@ -72,8 +42,6 @@ int ListNames(int folder, bool dotNames, std::vector<std::string>& names) {
         }
         names.emplace_back(name);
     }
-    ::closedir(listing);
-    return error;
 }
 
 int OpenFolderAt(int folder, const char* name) {

@@ -45,7 +45,8 @@ public:
     // descriptor, still open.
     virtual WalkStep Leave(const TreeWalkEntry& entry, int opened);
     // An entry that could not be looked at, a folder that could not be opened or listed:
-    // errno's number. Stops the walk unless answered otherwise.
+    // errno's number. Stops the walk unless answered otherwise. A folder entered but not gone
+    // into this way is not left.
     virtual WalkStep Failed(const TreeWalkEntry& entry, int error);
 };
 

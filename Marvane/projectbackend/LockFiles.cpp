@@ -6,6 +6,7 @@
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/TreeWalk.h"
 #include "Marvane/projectbackend/LockFileText.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/DebugTrace.h"
@@ -17,6 +18,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -436,16 +438,51 @@ ProjectLockFilePtr CreateLockFor(const ByteString& projectPath, const ByteString
 
 namespace {
 
+// Looks through a tree for the lock of a project, folder by folder through descriptors; never
+// through links, nor inside project folders, whose content is the project's own.
+class LockSearch : public TreeVisitor {
+public:
+    explicit LockSearch(std::function<bool(const fs::path& lock)> isLocked)
+        : mIsLocked(std::move(isLocked)) {}
+
+    bool Found() const { return mFound; }
+
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (entry.depth == 0) {
+            return WalkStep::kContinue;
+        }
+        if (entry.IsFolder() && IsMarvaneProjectFile(entry.name)) {
+            return WalkStep::kSkip;
+        }
+        if (IsProjectLockFileName(entry.name) && mIsLocked(entry.FullPath())) {
+            mFound = true;
+            return WalkStep::kStop;
+        }
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Failed(const TreeWalkEntry& entry, int error) override {
+        if (entry.depth != 0 && error == ENOENT) {
+            return WalkStep::kContinue; // gone since the folder was listed: it holds nothing
+        }
+        // A folder that cannot be looked through might hold locked projects.
+        mFound = true;
+        return WalkStep::kStop;
+    }
+
+private:
+    std::function<bool(const fs::path&)> mIsLocked;
+    bool mFound = false;
+};
+
 bool FolderHoldsLockedProjectsNow(const ByteString& folderPath, bool recursive, bool othersOnly) {
     const LockingIdentity ours = CurrentLockingIdentity();
-    const auto isLocked = [&](const fs::directory_entry& entry) {
-        if (!IsProjectLockFileName(entry.path().filename().string())) {
-            return false;
-        }
-        // A folder, a pipe or a link where a lock should be makes its project unreadably
-        // locked, for the folder as for the project itself.
+    // A folder, a pipe or a link where a lock should be makes its project unreadably locked,
+    // for the folder as for the project itself. (A lock deeper than any path reaches is
+    // missing: no one opens a project there.)
+    const auto isLocked = [&](const fs::path& lock) {
         LockFileContent content;
-        const LockFileState state = ReadLockFile(entry.path(), content);
+        const LockFileState state = ReadLockFile(lock, content);
         if (state == LockFileState::Missing) {
             return false;
         }
@@ -462,27 +499,15 @@ bool FolderHoldsLockedProjectsNow(const ByteString& folderPath, bool recursive, 
     if (!recursive) {
         for (fs::directory_iterator it(folderPath, error), end; !error && it != end;
              it.increment(error)) {
-            if (isLocked(*it)) {
+            if (IsProjectLockFileName(it->path().filename().string()) && isLocked(it->path())) {
                 return true;
             }
         }
         return static_cast<bool>(error);
     }
-    // The recursive walk never follows symbolic links, and does not look inside project
-    // folders, whose content is the project's own.
-    for (fs::recursive_directory_iterator it(folderPath, error), end; !error && it != end;
-         it.increment(error)) {
-        std::error_code statusError;
-        if (it->is_directory(statusError) && !it->is_symlink(statusError) &&
-            IsMarvaneProjectFile(it->path().string())) {
-            it.disable_recursion_pending();
-            continue;
-        }
-        if (isLocked(*it)) {
-            return true;
-        }
-    }
-    return static_cast<bool>(error);
+    LockSearch search(isLocked);
+    WalkTree(folderPath, search);
+    return search.Found();
 }
 
 } // namespace

@@ -420,6 +420,9 @@ std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
     // order: asking the selection model about each row costs a pass over its ranges per row.
     SelectedRuns runs;
     for (const QItemSelectionRange& range : view->selectionModel()->selection()) {
+        if (range.top() < 0 || range.bottom() < range.top()) {
+            continue;
+        }
         const QModelIndex parent = range.parent();
         runs[static_cast<const TreeRowNode*>(parent.internalPointer())].emplace_back(
             range.top(), range.bottom());

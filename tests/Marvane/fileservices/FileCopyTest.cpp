@@ -260,6 +260,18 @@ TEST_F(FileCopyTest, ACopyNeverGoesOverWhatIsAlreadyThereNorTakesItAway) {
     EXPECT_EQ(testsupport::ReadBytes(root / "Taken" / "theirs.txt"), "someone else's");
 }
 
+TEST_F(FileCopyTest, EveryCopyRecordsTheTopItMadeSoThatAllAreTakenAwayTogether) {
+    std::vector<fs::path> made;
+    host::CopyTree(root / "Edit", root / "First copy", made);
+    host::CopyTree(root / "Edit" / "notes.txt", root / "notes copy.txt", made);
+    EXPECT_EQ(made, (std::vector<fs::path>{root / "First copy", root / "notes copy.txt"}));
+    host::RemoveMade(made);
+    EXPECT_TRUE(made.empty());
+    EXPECT_FALSE(fs::exists(root / "First copy"));
+    EXPECT_FALSE(fs::exists(root / "notes copy.txt"));
+    EXPECT_TRUE(fs::exists(root / "Edit" / "Reels" / "Reel 1.mvproj"));
+}
+
 TEST_F(FileCopyTest, RemovingATreeTakesALinkAwayButNeverWhatItLeadsTo) {
     Write(root / "Outside" / "keep.mvproj", "{}");
     fs::create_directories(root / "Copy" / "Inner");

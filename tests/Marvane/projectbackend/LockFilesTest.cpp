@@ -1,4 +1,5 @@
 #include "Marvane/projectbackend/LockFiles.h"
+#include "DeepTrees.h"
 #include "FileBytes.h"
 #include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
@@ -444,6 +445,20 @@ TEST_F(LockFilesTest, AFolderProjectIsLockedBesideItsFolder) {
         host::CreateProjectLockFile(titles + "/", "Ana Ruiz", "suite-1")->IsOwnedByCaller());
     EXPECT_TRUE(fs::exists(root / "Titles.mvprojd.lock"));
     EXPECT_FALSE(fs::exists(root / "Titles.mvprojd" / ".lock"));
+}
+
+TEST_F(LockFilesTest, AFolderNestedPastThePathLimitIsLookedThroughToItsBottomForLocks) {
+    // 900 x "/Level" is past 4,095 bytes; a project 500 levels down can still be locked.
+    testsupport::MakeDeepChain(root / "Chain", "Level", 900, "notes");
+    fs::path middle = root / "Chain";
+    for (int level = 0; level < 500; ++level) {
+        middle /= "Level";
+    }
+    const std::string deep = testsupport::WriteProject(middle / "Deep.mvproj").string();
+    EXPECT_FALSE(host::DoesDirectoryContainLockedProjects((root / "Chain").string(), true, true));
+    ASSERT_TRUE(host::CreateProjectLockFile(deep, "Ben Okafor", "suite-2")->IsOwnedByCaller());
+    EXPECT_TRUE(host::DoesDirectoryContainLockedProjects((root / "Chain").string(), true, true));
+    EXPECT_TRUE(host::RemoveOwnLockFile(deep));
 }
 
 TEST_F(LockFilesTest, LockedProjectsAreFoundAtAnyDepth) {
