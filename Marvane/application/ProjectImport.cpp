@@ -5,6 +5,7 @@
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/fileservices/TemporaryFiles.h"
+#include "Marvane/fileservices/TreeWalk.h"
 #include "host/ApplicationLayer.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
@@ -24,21 +25,29 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void Measure(const fs::path& path, std::uint64_t& files, std::uint64_t& bytes) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0) {
-        return;
-    }
-    if (S_ISDIR(status.st_mode)) {
-        std::error_code error;
-        for (fs::directory_iterator it(path, error), end; !error && it != end;
-             it.increment(error)) {
-            Measure(it->path(), files, bytes);
+// Counts the files (and links) below the path, and the bytes of the regular ones.
+class Measuring : public TreeVisitor {
+public:
+    std::uint64_t files = 0;
+    std::uint64_t bytes = 0;
+
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (!entry.IsFolder()) {
+            ++files;
+            bytes += S_ISREG(entry.status.st_mode)
+                         ? static_cast<std::uint64_t>(entry.status.st_size)
+                         : 0;
         }
-    } else {
-        ++files;
-        bytes += S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+        return WalkStep::kContinue;
     }
+    WalkStep Failed(const TreeWalkEntry&, int) override { return WalkStep::kContinue; }
+};
+
+void Measure(const fs::path& path, std::uint64_t& files, std::uint64_t& bytes) {
+    Measuring measuring;
+    WalkTree(path, measuring);
+    files += measuring.files;
+    bytes += measuring.bytes;
 }
 
 bool Reserved(const fs::path& path, const std::vector<fs::path>& reserved) {

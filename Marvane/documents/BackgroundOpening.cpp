@@ -30,6 +30,7 @@ int BackgroundOpening::Permille() const {
 void DocumentManager::OpenInBackground(const fs::path& projectPath, OpenMode mode,
                                        std::function<void(const OpenResult&)> finished) {
     const fs::path path = NormalProjectPath(projectPath);
+    ++mOpenRequests;
     if (IsOpening(path)) {
         Announce(ProjectOpeningMessage(path, false));
         return;
@@ -41,6 +42,7 @@ void DocumentManager::OpenInBackground(const fs::path& projectPath, OpenMode mod
     }
     auto opening = std::make_shared<BackgroundOpening>();
     opening->start = std::move(start);
+    opening->request = mOpenRequests;
     opening->finished = std::move(finished);
     // The worker ends before the opening leaves mOpenings (it is joined first), so the last
     // reference is never the worker's.
@@ -78,6 +80,7 @@ void DocumentManager::FinishInBackground(const std::shared_ptr<BackgroundOpening
         return;
     }
     const fs::path path = opening->Path();
+    opening->start.activate = opening->request == mOpenRequests;
     const OpenResult result =
         FinishOpen(std::move(opening->start), opening->loaded, std::move(opening->content),
                    opening->stamp, opening->error);

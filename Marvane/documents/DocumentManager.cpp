@@ -207,7 +207,9 @@ OpenResult DocumentManager::FinishOpen(OpenStart start, bool loaded, ProjectCont
         Trace("Host", 2, "Opened read-only: " + start.lockFailure);
     }
     mProjects.push_back(project);
-    SetActive(project);
+    if (start.activate || !GetActive()) {
+        SetActive(project);
+    }
     Announce(ProjectOpenedMessage(project->Path().string()));
     return {project, {}};
 }

@@ -5,6 +5,7 @@
 #include "Marvane/documents/OpenProject.h"
 #include "host/Messaging.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -40,6 +41,9 @@ struct OpenStart {
     bool locking = true;
     ProjectLockFilePtr lock;
     std::string lockFailure; // why it will be read-only although nobody holds it
+    // Becomes the active project once read. Not so for one read in the background after the
+    // user asked for another project meanwhile: the project asked for last stays in front.
+    bool activate = true;
 };
 
 struct BackgroundOpening;
@@ -139,6 +143,7 @@ private:
 
     std::vector<OpenProjectPtr> mProjects;
     std::vector<std::shared_ptr<BackgroundOpening>> mOpenings;
+    std::uint64_t mOpenRequests = 0; // projects asked to be opened in the background so far
     std::weak_ptr<OpenProject> mActive;
     std::filesystem::path mDataDirectory;
     std::function<void()> mBeforeWriteHook;

@@ -1,10 +1,9 @@
 // Listing what a folder holds, without following symbolic links.
 #include "Marvane/fileservices/AccessDeadline.h"
-#include "Marvane/fileservices/FolderEntries.h"
+#include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/TreeWalk.h"
 #include "host/FileServices.h"
 
-#include <algorithm>
-#include <dirent.h>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -13,42 +12,39 @@ namespace host {
 
 namespace {
 
-struct Entry {
-    std::string name;
-    bool isFolder = false;
-};
+// What a listing of a folder, or of its whole tree, finds: the entries the filter takes, each
+// folder's in name order, a folder before what it holds.
+class Listing : public TreeVisitor {
+public:
+    Listing(std::string root, bool recursive, FindFilter filter)
+        : mRoot(std::move(root)), mRecursive(recursive),
+          mFiles((static_cast<int>(filter) & static_cast<int>(FindFilter::Files)) != 0),
+          mFolders((static_cast<int>(filter) & static_cast<int>(FindFilter::Directories)) != 0) {}
 
-std::vector<Entry> ReadFolder(const std::string& folder) {
-    std::vector<Entry> entries;
-    ForEachFolderEntry(
-        folder, [&entries](const std::string& name, const std::string& path, unsigned char type) {
-            bool isFolder = type == DT_DIR;
-            if (type == DT_UNKNOWN) {
-                struct stat status {};
-                isFolder = ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-            }
-            entries.push_back({name, isFolder});
-        });
-    std::sort(entries.begin(), entries.end(),
-              [](const Entry& a, const Entry& b) { return a.name < b.name; });
-    return entries;
-}
+    std::vector<WideString> found;
 
-void Collect(const std::string& folder, bool recursive, FindFilter filter,
-             std::vector<WideString>& found) {
-    const bool files = (static_cast<int>(filter) & static_cast<int>(FindFilter::Files)) != 0;
-    const bool folders =
-        (static_cast<int>(filter) & static_cast<int>(FindFilter::Directories)) != 0;
-    for (const Entry& entry : ReadFolder(folder)) {
-        const std::string path = (folder == "/" ? std::string() : folder) + "/" + entry.name;
-        if (entry.isFolder ? folders : files) {
-            found.push_back(ToUTF16(path));
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (entry.depth == 0) {
+            return WalkStep::kContinue;
         }
-        if (entry.isFolder && recursive) {
-            Collect(path, recursive, filter, found);
+        if (entry.IsFolder() ? mFolders : mFiles) {
+            found.push_back(
+                ToUTF16((mRoot == "/" ? std::string() : mRoot) + "/" + entry.PathBelowRoot()));
         }
+        return mRecursive ? WalkStep::kContinue : WalkStep::kSkip;
     }
-}
+
+    // What cannot be read is left out, and the rest listed.
+    WalkStep Failed(const TreeWalkEntry& entry, int) override {
+        return entry.depth == 0 ? WalkStep::kStop : WalkStep::kContinue;
+    }
+
+private:
+    const std::string mRoot;
+    const bool mRecursive;
+    const bool mFiles;
+    const bool mFolders;
+};
 
 } // namespace
 
@@ -65,12 +61,19 @@ bool IsSymbolicLink(const WideString& path) {
 
 std::vector<WideString> FindFilesOrDirectories(const WideString& folder, bool recursive,
                                                FindFilter filter) {
-    std::vector<WideString> found;
-    const WideString start = StripTrailingSlash(folder);
-    if (!start.empty()) {
-        Collect(ToUTF8(start), recursive, filter, found);
+    const std::string start = ToUTF8(StripTrailingSlash(folder));
+    // The production's folders after its share's mount went away: the folder beneath is not
+    // the production, and what it holds is not the production's.
+    if (start.empty() || !MountGoneUnder(start).empty()) {
+        return {};
     }
-    return found;
+    Listing listing(start, recursive, filter);
+    TreeWalkOptions options;
+    options.statEveryEntry = false;
+    options.sortedNames = true;
+    options.followRootLink = true;
+    WalkTree(start, listing, options);
+    return std::move(listing.found);
 }
 
 } // namespace host

@@ -1,10 +1,10 @@
 // The production's search for projects by name. Speed matters here: a production of 100,000
-// projects is about 131,000 entries. Folders are read with getdents64 relative to their
-// parent's descriptor; the kind each entry reports saves a stat per entry (a stat is made only
-// where the file system does not say); names are matched in place, without making a string
-// for each entry.
+// projects is about 131,000 entries. The tree is walked by folder descriptors; the kind each
+// entry's listing reports saves a stat per entry (a stat is made only where the file system
+// does not say); names are matched in place, without making a string for each entry.
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/SearchHooks.h"
+#include "Marvane/fileservices/TreeWalk.h"
 #include "host/AsyncCalls.h"
 #include "host/DebugTrace.h"
 #include "host/FileServices.h"
@@ -13,27 +13,17 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 #include <vector>
 
 namespace host {
 
 namespace {
 
-// Where getdents64 puts the fields of each entry it writes: an 8-byte inode and an 8-byte
-// offset, then the entry's length (2 bytes), its kind (1 byte) and its name, ending in a zero.
-constexpr std::size_t kEntryLengthAt = 16;
-constexpr std::size_t kEntryTypeAt = 18;
-constexpr std::size_t kEntryNameAt = 19;
 constexpr std::chrono::milliseconds kProgressEvery{100};
 
 std::mutex gHookMutex;
@@ -98,16 +88,52 @@ std::string Folded(const WideString& text) {
     return folded;
 }
 
-struct Search {
+// Projects are found by their extension: a file, or a folder whose extension ends in "d",
+// which is one item and never looked into. Names that begin with a dot are hidden, and so
+// never searched.
+class Search : public TreeVisitor {
+public:
     std::vector<std::string> extensions; // folded UTF-8, with their dot
     std::string filter;                  // folded UTF-8
-    const std::atomic<bool>* cancelled = nullptr;
+    std::string root;                    // the folder searched, as given
     std::vector<WideString> found;
     // Told what was found since it was last told, at most every kProgressEvery.
     std::function<void(std::vector<WideString>)> progress;
-    std::size_t told = 0;
-    std::chrono::steady_clock::time_point lastProgress = std::chrono::steady_clock::now();
 
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (entry.depth == 0) {
+            return WalkStep::kContinue;
+        }
+        const std::string_view name(entry.name);
+        const std::string* extension = ExtensionOf(name);
+        if (entry.IsFolder()) {
+            if (extension != nullptr && IsProjectFolderExtension(*extension)) {
+                if (Matches(name, *extension)) {
+                    Found(entry);
+                }
+                return WalkStep::kSkip;
+            }
+            RunFolderHook();
+            return WalkStep::kContinue;
+        }
+        if (extension != nullptr && !IsProjectFolderExtension(*extension) &&
+            Matches(name, *extension)) {
+            Found(entry);
+        }
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Failed(const TreeWalkEntry& entry, int error) override {
+        if (entry.depth == 0) {
+            Trace("Host", 2, "The search could not read " + root + ": " + std::strerror(error));
+            return WalkStep::kStop;
+        }
+        Trace("Host", 2,
+              "The search left out " + entry.FullPath().string() + ": " + std::strerror(error));
+        return WalkStep::kContinue;
+    }
+
+private:
     // The extension the name ends with, or null.
     const std::string* ExtensionOf(std::string_view name) const {
         for (const std::string& extension : extensions) {
@@ -122,98 +148,29 @@ struct Search {
         return ContainsFolded(name.substr(0, name.size() - extension.size()), filter);
     }
 
-    void Walk(int folder, std::string& path) {
-        constexpr std::size_t kBufferBytes = 64 * 1024;
-        std::unique_ptr<char[]> buffer(new char[kBufferBytes]);
-        while (cancelled == nullptr || !cancelled->load(std::memory_order_relaxed)) {
-            const long read = ::syscall(SYS_getdents64, folder, buffer.get(), kBufferBytes);
-            if (read < 0) {
-                Trace("Host", 2,
-                      "The search could not read all of " + path + ": " + std::strerror(errno));
-                return;
-            }
-            if (read == 0) {
-                return;
-            }
-            for (long offset = 0; offset < read;) {
-                const char* entry = buffer.get() + offset;
-                unsigned short length = 0;
-                std::memcpy(&length, entry + kEntryLengthAt, sizeof(length));
-                if (length == 0) {
-                    return; // never the case; a broken reply must not loop for ever
-                }
-                const auto type = static_cast<unsigned char>(entry[kEntryTypeAt]);
-                Visit(folder, path, entry + kEntryNameAt, type);
-                offset += length;
-            }
-        }
-    }
-
-    void Visit(int folder, std::string& path, const char* rawName, unsigned char type) {
-        const std::string_view name(rawName);
-        // Dot names: ".", "..", and everything hidden, which no production shows.
-        if (name.empty() || name.front() == '.') {
-            return;
-        }
-        if (type == DT_UNKNOWN) {
-            struct stat status {};
-            if (::fstatat(folder, rawName, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-                return;
-            }
-            type = S_ISDIR(status.st_mode) ? DT_DIR : S_ISLNK(status.st_mode) ? DT_LNK : DT_REG;
-        }
-        const std::string* extension = ExtensionOf(name);
-        if (type == DT_DIR) {
-            if (extension != nullptr && IsProjectFolderExtension(*extension)) {
-                // A project stored as a folder: one item, never looked into.
-                if (Matches(name, *extension)) {
-                    Found(path, name);
-                }
-                return;
-            }
-            Descend(folder, path, rawName);
-            return;
-        }
-        if (extension != nullptr && !IsProjectFolderExtension(*extension) &&
-            Matches(name, *extension)) {
-            Found(path, name);
-        }
-    }
-
     static bool IsProjectFolderExtension(const std::string& extension) {
         return extension.size() > 1 && extension.back() == 'd';
     }
 
-    void Found(const std::string& path, std::string_view name) {
+    void Found(const TreeWalkEntry& entry) {
+        const std::string below = entry.PathBelowRoot();
         std::string full;
-        full.reserve(path.size() + 1 + name.size());
-        full.append(path).append(path == "/" ? "" : "/").append(name);
+        full.reserve(root.size() + 1 + below.size());
+        full.append(root).append(root == "/" ? "" : "/").append(below);
         found.push_back(ToUTF16(full));
         if (progress) {
             const auto now = std::chrono::steady_clock::now();
-            if (now - lastProgress >= kProgressEvery) {
-                lastProgress = now;
-                progress(std::vector<WideString>(found.begin() + static_cast<std::ptrdiff_t>(told),
+            if (now - mLastProgress >= kProgressEvery) {
+                mLastProgress = now;
+                progress(std::vector<WideString>(found.begin() + static_cast<std::ptrdiff_t>(mTold),
                                                  found.end()));
-                told = found.size();
+                mTold = found.size();
             }
         }
     }
 
-    void Descend(int folder, std::string& path, const char* name) {
-        RunFolderHook();
-        const int child =
-            ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-        const std::size_t length = path.size();
-        path.append(path == "/" ? "" : "/").append(name);
-        if (child < 0) {
-            Trace("Host", 2, "The search left out " + path + ": " + std::strerror(errno));
-        } else {
-            Walk(child, path);
-            ::close(child);
-        }
-        path.resize(length);
-    }
+    std::size_t mTold = 0;
+    std::chrono::steady_clock::time_point mLastProgress = std::chrono::steady_clock::now();
 };
 
 std::vector<WideString> RunSearch(const WideString& folder,
@@ -228,15 +185,13 @@ std::vector<WideString> RunSearch(const WideString& folder,
         }
     }
     search.filter = Folded(nameFilter);
-    search.cancelled = cancelled;
-    std::string path = ToUTF8(StripTrailingSlash(folder));
-    const int root = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
-    if (root < 0) {
-        Trace("Host", 2, "The search could not read " + path + ": " + std::strerror(errno));
-        return {};
-    }
-    search.Walk(root, path);
-    ::close(root);
+    search.root = ToUTF8(StripTrailingSlash(folder));
+    TreeWalkOptions options;
+    options.dotNames = false;
+    options.statEveryEntry = false;
+    options.followRootLink = true; // a production may be reached through a link
+    options.cancelled = cancelled;
+    WalkTree(search.root, search, options);
     return std::move(search.found);
 }
 

@@ -49,30 +49,16 @@ private:
 
 } // namespace
 
-bool ForEachFolderEntry(const std::string& folder,
-                        const std::function<void(const std::string& name, const std::string& path,
-                                                 unsigned char type)>& visit) {
-    // The folder is read as the kernel gives it, with no status asked first (the C library's
-    // opendir asks one): on a share, one round trip less for every listing.
-    // The production's folders after its share's mount went away: the folder beneath is not
-    // the production, and what it holds is not the production's.
-    if (!MountGoneUnder(folder).empty()) {
-        errno = ENOTCONN;
-        return false;
-    }
-    const OpenFolder opened(folder);
-    if (opened.Descriptor() < 0) {
-        return false;
-    }
-    const std::string prefix = folder == "/" ? std::string() : folder;
+bool ForEachEntryIn(int folder,
+                    const std::function<void(std::string_view name, unsigned char type)>& visit) {
     constexpr auto kHeader = static_cast<long>(offsetof(KernelEntry, name));
-    std::array<char, 32 * 1024> buffer;
+    std::array<char, 64 * 1024> buffer; // a folder of a thousand entries in one or two reads
     for (;;) {
         // A listing cut short (a share that failed half-way) is a folder not read, never a
         // folder with fewer entries. An interrupted read did not move on: it is read again.
         long filled = 0;
         do {
-            filled = ::syscall(SYS_getdents64, opened.Descriptor(), buffer.data(), buffer.size());
+            filled = ::syscall(SYS_getdents64, folder, buffer.data(), buffer.size());
         } while (filled < 0 && errno == EINTR);
         if (filled <= 0) {
             const int error = filled < 0 ? errno : 0;
@@ -100,13 +86,35 @@ bool ForEachFolderEntry(const std::string& folder,
                 errno = EIO; // a name without its end
                 return false;
             }
-            const std::string entry(name, size);
+            const std::string_view entry(name, size);
             if (entry == "." || entry == "..") {
                 continue;
             }
-            visit(entry, prefix + "/" + entry, item.type);
+            visit(entry, item.type);
         }
     }
+}
+
+bool ForEachFolderEntry(const std::string& folder,
+                        const std::function<void(const std::string& name, const std::string& path,
+                                                 unsigned char type)>& visit) {
+    // The folder is read as the kernel gives it, with no status asked first (the C library's
+    // opendir asks one): on a share, one round trip less for every listing.
+    // The production's folders after its share's mount went away: the folder beneath is not
+    // the production, and what it holds is not the production's.
+    if (!MountGoneUnder(folder).empty()) {
+        errno = ENOTCONN;
+        return false;
+    }
+    const OpenFolder opened(folder);
+    if (opened.Descriptor() < 0) {
+        return false;
+    }
+    const std::string prefix = folder == "/" ? std::string() : folder;
+    return ForEachEntryIn(opened.Descriptor(), [&](std::string_view name, unsigned char type) {
+        const std::string entry(name);
+        visit(entry, prefix + "/" + entry, type);
+    });
 }
 
 } // namespace host

@@ -10,6 +10,7 @@ std::atomic<std::uint64_t> gFileInfoStats{0};
 std::atomic<std::uint64_t> gListingStats{0};
 std::atomic<std::uint64_t> gParallelListings{0};
 std::atomic<std::uint64_t> gFolderSnapshots{0};
+std::atomic<std::uint64_t> gFoldersWalked{0};
 std::atomic<std::uint64_t> gFileSyncs{0};
 std::atomic<std::uint64_t> gFileSystemSyncs{0};
 
@@ -37,6 +38,14 @@ void CountParallelListing() {
 
 std::uint64_t ParallelListingCount() {
     return gParallelListings.load(std::memory_order_relaxed);
+}
+
+void CountFolderWalked() {
+    gFoldersWalked.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint64_t FolderWalkedCount() {
+    return gFoldersWalked.load(std::memory_order_relaxed);
 }
 
 void CountFolderSnapshot() {

@@ -21,6 +21,9 @@ std::uint64_t ParallelListingCount();
 void CountFolderSnapshot();
 std::uint64_t FolderSnapshotCount();
 
+// A walk of a tree read one folder's entries.
+void CountFolderWalked();
+std::uint64_t FolderWalkedCount();
 // A copied file was synced to disk on its own (fsync).
 void CountFileSync();
 std::uint64_t FileSyncCount();

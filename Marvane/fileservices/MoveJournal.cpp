@@ -5,12 +5,14 @@
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/FolderEntries.h"
 #include "host/DebugTrace.h"
 
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace host {
 
@@ -106,12 +108,16 @@ std::size_t FinishInterruptedMoves() {
     if (folder.empty() || !fs::is_directory(folder, error)) {
         return 0;
     }
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        const auto record = ReadJsonFile(it->path());
+    // The records first, then each finished: finishing one removes it from the folder.
+    std::vector<fs::path> records;
+    ForEachFolderEntry(folder.string(), [&records](const std::string&, const std::string& path,
+                                                   unsigned char) { records.emplace_back(path); });
+    for (const fs::path& recordPath : records) {
+        const auto record = ReadJsonFile(recordPath);
         if (!record.is_object()) {
             // A record its writer was killed while writing: nothing was done yet.
-            if (NamedByAGoneProcess(it->path())) {
-                ::unlink(it->path().c_str());
+            if (NamedByAGoneProcess(recordPath)) {
+                ::unlink(recordPath.c_str());
             }
             continue;
         }
@@ -142,7 +148,7 @@ std::size_t FinishInterruptedMoves() {
                 Trace("Host", 1, "An original taken aside is kept as " + aside.string());
             }
         }
-        ::unlink(it->path().c_str());
+        ::unlink(recordPath.c_str());
         ++cleaned;
     }
     return cleaned;

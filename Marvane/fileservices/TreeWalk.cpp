@@ -1,13 +1,17 @@
 #include "Marvane/fileservices/TreeWalk.h"
+#include "Marvane/fileservices/FolderEntries.h"
+#include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/fileservices/OwnedDescriptor.h"
+#include "Marvane/fileservices/ProjectItemRules.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
-#include <memory>
-#include <unistd.h>
+#include <numeric>
+#include <string_view>
 #include <utility>
 
 namespace host {
@@ -16,36 +20,31 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The names in the folder (never "." or ".."); 0, or errno's number when it cannot be listed.
-int ListNames(int folder, bool dotNames, std::vector<std::string>& names) {
-    const int own = ::fcntl(folder, F_DUPFD_CLOEXEC, 0);
-    if (own < 0) {
-        return errno;
-    }
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::fdopendir(own), &::closedir);
-    if (!listing) {
-        const int error = errno;
-        ::close(own);
-        return error;
-    }
-    ::rewinddir(listing.get()); // the copy shares its position with the folder's descriptor
-    for (;;) {
-        errno = 0;
-        const dirent* entry = ::readdir(listing.get());
-        if (entry == nullptr) {
-            return errno;
-        }
-        const char* name = entry->d_name;
-        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0 ||
-            (!dotNames && name[0] == '.')) {
-            continue;
-        }
-        names.emplace_back(name);
-    }
+int OpenFolderAt(int folder, const char* name, bool follow) {
+    return ::openat(folder, name,
+                    O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC | (follow ? 0 : O_NOFOLLOW));
 }
 
-int OpenFolderAt(int folder, const char* name) {
-    return ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+// The kind of file a listing tells, as the type bits of a mode; 0 when it does not say.
+mode_t ModeOfKind(unsigned char kind) {
+    switch (kind) {
+    case DT_DIR:
+        return S_IFDIR;
+    case DT_REG:
+        return S_IFREG;
+    case DT_LNK:
+        return S_IFLNK;
+    case DT_FIFO:
+        return S_IFIFO;
+    case DT_SOCK:
+        return S_IFSOCK;
+    case DT_CHR:
+        return S_IFCHR;
+    case DT_BLK:
+        return S_IFBLK;
+    default:
+        return 0;
+    }
 }
 
 } // namespace
@@ -67,12 +66,17 @@ fs::path TreeWalkEntry::FullPath() const {
     return walk == nullptr ? fs::path(name) : below.empty() ? walk->Root() : walk->Root() / below;
 }
 
-// A folder gone into: its descriptor, how it was entered, and what it holds.
+// A folder gone into: its descriptor, how it was entered, and what it holds. The names are
+// kept in one buffer, each ended by a zero byte, so that a folder of many thousand entries
+// costs no allocation per entry.
 struct TreeWalk::Level {
     OwnedDescriptor descriptor;
     std::string name;
     struct stat status {};
-    std::vector<std::string> names;
+    std::vector<char> names;
+    std::vector<std::uint32_t> starts; // where each name begins in names
+    std::vector<unsigned char> kinds;  // each entry's kind as the listing tells it
+    std::vector<std::uint32_t> order;  // the entries in the order they are visited
     std::size_t next = 0;
 };
 
@@ -99,6 +103,48 @@ std::string TreeWalk::PathBelowRoot(const TreeWalkEntry& entry) const {
     return path;
 }
 
+bool TreeWalk::Cancelled() const {
+    return mOptions.cancelled != nullptr && mOptions.cancelled->load(std::memory_order_relaxed);
+}
+
+bool TreeWalk::GoInto(const TreeWalkEntry& folder, bool follow, TreeVisitor& visitor) {
+    Level level;
+    level.descriptor = OwnedDescriptor(OpenFolderAt(folder.folder, folder.name, follow));
+    int error = level.descriptor.Get() < 0 ? errno : 0;
+    if (error == 0) {
+        CountFolderWalked();
+        const bool dotNames = mOptions.dotNames;
+        const bool read = ForEachEntryIn(
+            level.descriptor.Get(), [&level, dotNames](std::string_view name, unsigned char kind) {
+                if (name.empty() || (!dotNames && name.front() == '.')) {
+                    return;
+                }
+                level.starts.push_back(static_cast<std::uint32_t>(level.names.size()));
+                level.names.insert(level.names.end(), name.begin(), name.end());
+                level.names.push_back('\0');
+                level.kinds.push_back(kind);
+            });
+        error = read ? 0 : (errno != 0 ? errno : EIO);
+    }
+    if (error != 0) {
+        return visitor.Failed(folder, error) != WalkStep::kStop;
+    }
+    level.order.resize(level.starts.size());
+    std::iota(level.order.begin(), level.order.end(), std::uint32_t{0});
+    if (mOptions.sortedNames) {
+        const char* names = level.names.data();
+        const std::vector<std::uint32_t>& starts = level.starts;
+        std::sort(level.order.begin(), level.order.end(),
+                  [names, &starts](std::uint32_t a, std::uint32_t b) {
+                      return std::strcmp(names + starts[a], names + starts[b]) < 0;
+                  });
+    }
+    level.name = folder.name;
+    level.status = folder.status;
+    mLevels->push_back(std::move(level));
+    return true;
+}
+
 bool TreeWalk::Run(TreeVisitor& visitor) {
     const bool rootHasName = mRoot.has_filename();
     const fs::path parentPath = !rootHasName              ? mRoot
@@ -118,44 +164,39 @@ bool TreeWalk::Run(TreeVisitor& visitor) {
     const OwnedDescriptor rootParent(
         ::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     entry.folder = rootParent.Get();
+    const int rootFlags = mOptions.followRootLink ? 0 : AT_SYMLINK_NOFOLLOW;
     if (rootParent.Get() < 0 ||
-        ::fstatat(rootParent.Get(), entry.name, &entry.status, AT_SYMLINK_NOFOLLOW) != 0) {
+        ::fstatat(rootParent.Get(), entry.name, &entry.status, rootFlags) != 0) {
         return visitor.Failed(entry, errno) != WalkStep::kStop;
     }
+    entry.statusRead = true;
 
-    // Goes into the folder just entered; false when the walk must stop.
-    const auto goInto = [&](const TreeWalkEntry& folder) {
-        Level level;
-        level.descriptor = OwnedDescriptor(OpenFolderAt(folder.folder, folder.name));
-        int error = level.descriptor.Get() < 0 ? errno : 0;
-        if (error == 0) {
-            error = ListNames(level.descriptor.Get(), mOptions.dotNames, level.names);
-        }
-        if (error != 0) {
-            return visitor.Failed(folder, error) != WalkStep::kStop;
-        }
-        level.name = folder.name;
-        level.status = folder.status;
-        levels.push_back(std::move(level));
-        return true;
+    // Whether to go into the folder the visitor answered for.
+    const auto goesInto = [this](const TreeWalkEntry& folder, WalkStep step) {
+        return step == WalkStep::kContinue && folder.IsFolder() &&
+               (mOptions.intoProjectFolders || folder.depth == 0 || !IsProjectItem(folder.name));
     };
 
     const WalkStep first = visitor.Enter(entry);
     if (first == WalkStep::kStop) {
         return false;
     }
-    if (first == WalkStep::kContinue && entry.IsFolder() && !goInto(entry)) {
+    if (goesInto(entry, first) && !GoInto(entry, mOptions.followRootLink, visitor)) {
         return false;
     }
     while (!levels.empty()) {
+        if (Cancelled()) {
+            return false;
+        }
         Level& level = levels.back();
         const std::size_t depth = levels.size() - 1;
-        if (level.next == level.names.size()) {
+        if (level.next == level.order.size()) {
             TreeWalkEntry left;
             left.walk = this;
             left.folder = depth == 0 ? rootParent.Get() : levels[depth - 1].descriptor.Get();
             left.name = level.name.c_str();
             left.status = level.status;
+            left.statusRead = true;
             left.depth = depth;
             const WalkStep step = visitor.Leave(left, level.descriptor.Get());
             levels.pop_back();
@@ -164,23 +205,29 @@ bool TreeWalk::Run(TreeVisitor& visitor) {
             }
             continue;
         }
+        const std::uint32_t index = level.order[level.next++];
         TreeWalkEntry next;
         next.walk = this;
         next.folder = level.descriptor.Get();
-        next.name = level.names[level.next++].c_str();
+        // The names stay where they are when the stack grows: a vector's buffer moves whole.
+        next.name = level.names.data() + level.starts[index];
         next.depth = depth + 1;
-        if (::fstatat(next.folder, next.name, &next.status, AT_SYMLINK_NOFOLLOW) != 0) {
-            if (visitor.Failed(next, errno) == WalkStep::kStop) {
-                return false;
+        next.status.st_mode = ModeOfKind(level.kinds[index]);
+        if (mOptions.statEveryEntry || next.status.st_mode == 0) {
+            if (::fstatat(next.folder, next.name, &next.status, AT_SYMLINK_NOFOLLOW) != 0) {
+                if (visitor.Failed(next, errno) == WalkStep::kStop) {
+                    return false;
+                }
+                continue;
             }
-            continue;
+            next.statusRead = true;
         }
         const WalkStep step = visitor.Enter(next);
         if (step == WalkStep::kStop) {
             return false;
         }
-        // goInto may grow the stack, which moves the levels: nothing of `level` is used after.
-        if (step == WalkStep::kContinue && next.IsFolder() && !goInto(next)) {
+        // GoInto may grow the stack, which moves the levels: nothing of `level` is used after.
+        if (goesInto(next, step) && !GoInto(next, false, visitor)) {
             return false;
         }
     }

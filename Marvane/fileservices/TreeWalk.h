@@ -1,8 +1,11 @@
 #pragma once
-// A walk of a file, link or folder tree by folder descriptors: each entry is reached from its
-// folder's descriptor by its name alone, so a tree deeper than the longest path the system
-// takes is walked whole, and each step costs one lookup however deep it is. Links are never
-// followed. Folders are walked one after another with a stack, never by recursion.
+// The one walk of a file, link or folder tree, for every walk the host makes (copies and
+// their checks, removals, the search, the listings of a whole tree, the search for locks).
+// Each entry is reached from its folder's descriptor by its name alone, so a tree deeper than
+// the longest path the system takes is walked whole, and each step costs one lookup however
+// deep it is. Links are never followed. Folders are walked one after another with a stack,
+// never by recursion, each read with the one loop over a folder's entries (FolderEntries.h).
+#include <atomic>
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -24,11 +27,15 @@ class TreeWalk;
 struct TreeWalkEntry {
     int folder = -1;       // descriptor of the folder that holds it
     const char* name = ""; // its name in that folder
-    struct stat status {}; // what it is (a link is a link, never what it leads to)
+    // What it is (a link is a link, never what it leads to). Without statEveryEntry, only
+    // the kind of file is filled in where the folder's listing tells it (statusRead false).
+    struct stat status {};
+    bool statusRead = false;
     std::size_t depth = 0; // 0 for the walk's root
     const TreeWalk* walk = nullptr;
 
     bool IsFolder() const { return S_ISDIR(status.st_mode); }
+    bool IsLink() const { return S_ISLNK(status.st_mode); }
     // Its path below the root ("" for the root itself), for messages and keys: built only
     // when asked, and possibly longer than any call that takes a path accepts.
     std::string PathBelowRoot() const;
@@ -51,14 +58,19 @@ public:
 };
 
 struct TreeWalkOptions {
-    bool dotNames = true; // names that begin with a dot are visited too
+    bool dotNames = true;           // names that begin with a dot are visited too
+    bool intoProjectFolders = true; // else a project stored as a folder is met, not gone into
+    bool statEveryEntry = true;     // else an entry is looked at only where its listing is silent
+    bool sortedNames = false;       // each folder's names in byte order, else as listed
+    bool followRootLink = false;    // a root that is a link to a folder is walked as that folder
+    const std::atomic<bool>* cancelled = nullptr; // the walk ends (false) once it is set
 };
 
 class TreeWalk {
 public:
     TreeWalk(std::filesystem::path root, TreeWalkOptions options = {});
-    // Walks the tree; false when the visitor stopped it. Exceptions from the visitor pass
-    // through, every descriptor closed.
+    // Walks the tree; false when the visitor stopped it or it was cancelled. Exceptions from
+    // the visitor pass through, every descriptor closed.
     bool Run(TreeVisitor& visitor);
 
     const std::filesystem::path& Root() const { return mRoot; }
@@ -66,6 +78,9 @@ public:
 
 private:
     struct Level;
+    bool GoInto(const TreeWalkEntry& folder, bool follow, TreeVisitor& visitor);
+    bool Cancelled() const;
+
     std::filesystem::path mRoot;
     TreeWalkOptions mOptions;
     std::vector<Level>* mLevels = nullptr; // while running

@@ -123,11 +123,20 @@ void DirectoryMonitor::Monitor(const std::string& folder, bool recursive, bool r
     if (::stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
         return;
     }
+    // A folder under a recursive watch already has its sub-folders watched, those made later
+    // too: watching it recursively again need not walk its tree (a tree watched folder by
+    // folder would be walked once per level).
+    const bool covered =
+        !reportFileChanges && mWatched.count(folder) != 0 &&
+        std::any_of(mRecursiveRoots.begin(), mRecursiveRoots.end(),
+                    [&folder](const std::string& root) { return IsBelow(folder, root); });
     Add(folder, reportFileChanges);
     if (recursive) {
         mRecursiveRoots.insert(folder);
-        for (const std::string& sub : SubFolders(folder)) {
-            Add(sub, reportFileChanges);
+        if (!covered) {
+            for (const std::string& sub : SubFolders(folder)) {
+                Add(sub, reportFileChanges);
+            }
         }
     }
 }

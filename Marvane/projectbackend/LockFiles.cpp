@@ -448,13 +448,7 @@ public:
     bool Found() const { return mFound; }
 
     WalkStep Enter(const TreeWalkEntry& entry) override {
-        if (entry.depth == 0) {
-            return WalkStep::kContinue;
-        }
-        if (entry.IsFolder() && IsMarvaneProjectFile(entry.name)) {
-            return WalkStep::kSkip;
-        }
-        if (IsProjectLockFileName(entry.name) && mIsLocked(entry.FullPath())) {
+        if (entry.depth != 0 && IsProjectLockFileName(entry.name) && mIsLocked(entry.FullPath())) {
             mFound = true;
             return WalkStep::kStop;
         }
@@ -506,7 +500,11 @@ bool FolderHoldsLockedProjectsNow(const ByteString& folderPath, bool recursive, 
         return static_cast<bool>(error);
     }
     LockSearch search(isLocked);
-    WalkTree(folderPath, search);
+    TreeWalkOptions options;
+    options.intoProjectFolders = false;
+    options.statEveryEntry = false;
+    options.followRootLink = true; // as the folder was found to be one above
+    WalkTree(folderPath, search, options);
     return search.Found();
 }
 

@@ -2,6 +2,7 @@
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/TreeWalk.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
@@ -111,30 +112,41 @@ bool InspectLock(const fs::path& projectPath, std::chrono::seconds silentAfter,
     return inspection->first;
 }
 
+namespace {
+
+// Every lock file in the production, beside its project; hidden names and the inside of
+// project folders are passed over, and so is what cannot be read.
+class LockFileSearch : public TreeVisitor {
+public:
+    std::vector<fs::path> projects;
+
+    WalkStep Enter(const TreeWalkEntry& entry) override {
+        if (entry.depth != 0 && IsProjectLockFileName(entry.name)) {
+            const fs::path lock = entry.FullPath();
+            const std::string name = lock.filename().string();
+            projects.push_back(lock.parent_path() / name.substr(0, name.size() - 5));
+        }
+        return WalkStep::kContinue;
+    }
+
+    WalkStep Failed(const TreeWalkEntry& entry, int) override {
+        return entry.depth == 0 ? WalkStep::kStop : WalkStep::kContinue;
+    }
+};
+
+} // namespace
+
 std::vector<LockReport> ListProductionLocks(const fs::path& production,
                                             std::chrono::seconds silentAfter) {
+    LockFileSearch search;
+    TreeWalkOptions options;
+    options.dotNames = false;
+    options.intoProjectFolders = false; // a project stored as a folder is the project's own
+    options.statEveryEntry = false;
+    options.followRootLink = true;
+    WalkTree(production, search, options);
     std::vector<LockReport> reports;
-    std::error_code error;
-    fs::recursive_directory_iterator it(production, fs::directory_options::skip_permission_denied,
-                                        error);
-    for (; !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
-        const fs::path& path = it->path();
-        const std::string name = path.filename().string();
-        std::error_code kindError;
-        const bool folder = it->is_directory(kindError) && !it->is_symlink(kindError);
-        if (!name.empty() && name.front() == '.') {
-            if (folder) {
-                it.disable_recursion_pending();
-            }
-            continue;
-        }
-        if (folder && IsMarvaneProjectFile(path.string())) {
-            it.disable_recursion_pending(); // a project stored as a folder
-        }
-        if (!IsProjectLockFileName(name)) {
-            continue;
-        }
-        const fs::path project = path.parent_path() / name.substr(0, name.size() - 5);
+    for (const fs::path& project : search.projects) {
         LockReport report;
         if (InspectLock(project, silentAfter, report)) {
             reports.push_back(std::move(report));

@@ -199,6 +199,20 @@ TEST_F(ProjectOpeningTest, OpeningTheSameProjectAgainWhileItIsReadBringsItsPageT
     EXPECT_EQ(DocumentManager::Instance().GetAll().size(), 2u);
 }
 
+TEST_F(ProjectOpeningTest, AProjectReadAfterAnotherWasAskedForStaysBehindIt) {
+    ReadSlowly(20);
+    const fs::path small = testsupport::WriteProject(root / "Trailer.mvproj", {"Assembly"});
+    // The big one asked for first, the small one last: the small one is read first.
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    ASSERT_TRUE(window->OpenProjectFile(small));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
+    ASSERT_EQ(window->GetProjectTabs()->count(), 2);
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Trailer"));
+    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+}
+
 TEST_F(ProjectOpeningTest, AStopThatCannotWaitRemovesTheLockOfAProjectBeingRead) {
     ReadSlowly(30);
     ASSERT_TRUE(window->OpenProjectFile(big));

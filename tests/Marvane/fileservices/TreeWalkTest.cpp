@@ -4,6 +4,7 @@
 #include "TemporaryFolder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -89,6 +90,75 @@ TEST_F(TreeWalkTest, NamesBeginningWithADotAreLeftOutWhenAsked) {
     EXPECT_TRUE(host::WalkTree(root / "Edit", recorder, options));
     EXPECT_EQ(recorder.IndexOf("enter Reels/.notes"), recorder.steps.size());
     EXPECT_LT(recorder.IndexOf("enter Reels/Reel 1.mvproj"), recorder.steps.size());
+}
+
+TEST_F(TreeWalkTest, AProjectStoredAsAFolderIsMetButNotGoneIntoWhenAsked) {
+    Write(root / "Edit" / "Titles.mvprojd" / "project.json", "{}");
+    Recorder recorder;
+    host::TreeWalkOptions options;
+    options.intoProjectFolders = false;
+    EXPECT_TRUE(host::WalkTree(root / "Edit", recorder, options));
+    EXPECT_LT(recorder.IndexOf("enter Titles.mvprojd"), recorder.steps.size());
+    EXPECT_EQ(recorder.IndexOf("enter Titles.mvprojd/project.json"), recorder.steps.size());
+    EXPECT_LT(recorder.IndexOf("enter Reels/Reel 1.mvproj"), recorder.steps.size());
+}
+
+TEST_F(TreeWalkTest, EachFolderIsWalkedInNameOrderWhenAsked) {
+    for (const char* name : {"b", "C", "a", "B"}) {
+        Write(root / "Names" / name, name);
+    }
+    Recorder recorder;
+    host::TreeWalkOptions options;
+    options.sortedNames = true;
+    EXPECT_TRUE(host::WalkTree(root / "Names", recorder, options));
+    EXPECT_EQ(recorder.steps, (std::vector<std::string>{"enter ", "enter B", "enter C", "enter a",
+                                                        "enter b", "leave "}));
+}
+
+TEST_F(TreeWalkTest, WithoutAStatusForEveryEntryTheKindStillTellsFoldersFromFiles) {
+    Recorder recorder;
+    std::map<std::string, bool> folders;
+    recorder.answer = [&](const host::TreeWalkEntry& entry) {
+        folders[entry.PathBelowRoot()] = entry.IsFolder();
+        return host::WalkStep::kContinue;
+    };
+    host::TreeWalkOptions options;
+    options.statEveryEntry = false;
+    EXPECT_TRUE(host::WalkTree(root / "Edit", recorder, options));
+    EXPECT_TRUE(folders["Reels"]);
+    EXPECT_TRUE(folders["Empty"]);
+    EXPECT_FALSE(folders["Scene 12.mvproj"]);
+    EXPECT_LT(recorder.IndexOf("enter Reels/Reel 1.mvproj"), recorder.steps.size());
+}
+
+TEST_F(TreeWalkTest, ARootThatIsALinkIsWalkedThroughOnlyWhenAsked) {
+    fs::create_directory_symlink(root / "Edit", root / "Shortcut");
+    Recorder asLink;
+    EXPECT_TRUE(host::WalkTree(root / "Shortcut", asLink));
+    EXPECT_EQ(asLink.steps, std::vector<std::string>{"enter "});
+    Recorder through;
+    host::TreeWalkOptions options;
+    options.followRootLink = true;
+    EXPECT_TRUE(host::WalkTree(root / "Shortcut", through, options));
+    EXPECT_LT(through.IndexOf("enter Reels/Reel 1.mvproj"), through.steps.size());
+}
+
+TEST_F(TreeWalkTest, ACancelledWalkEndsAtTheNextEntry) {
+    std::atomic<bool> cancelled{false};
+    Recorder recorder;
+    recorder.answer = [&](const host::TreeWalkEntry& entry) {
+        if (std::string(entry.name) == "Reels") {
+            cancelled = true;
+        }
+        return host::WalkStep::kContinue;
+    };
+    host::TreeWalkOptions options;
+    options.cancelled = &cancelled;
+    options.sortedNames = true; // Empty, Reels, Scene 12.mvproj
+    const std::size_t descriptors = OpenDescriptors();
+    EXPECT_FALSE(host::WalkTree(root / "Edit", recorder, options));
+    EXPECT_EQ(recorder.steps.back(), "enter Reels");
+    EXPECT_EQ(OpenDescriptors(), descriptors);
 }
 
 TEST_F(TreeWalkTest, ALinkIsMetAsALinkAndWhatItLeadsToIsNeverWalked) {

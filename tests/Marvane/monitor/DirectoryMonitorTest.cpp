@@ -115,6 +115,31 @@ TEST_F(DirectoryMonitorTest, ARecursiveWatchCoversSubFoldersMadeLater) {
     EXPECT_TRUE(WaitFor(root / "Edit" / "Day 2"));
 }
 
+TEST_F(DirectoryMonitorTest, ATreeWatchedFolderByFolderIsReadOncePerFolder) {
+    // A chain 40 deep, each folder then watched recursively on its own, top first, as the
+    // panel does with a tree: the sub-folders are known from the first walk.
+    fs::path deepest = root / "Edit" / "Chain";
+    std::vector<fs::path> chain;
+    for (int level = 0; level < 40; ++level) {
+        chain.push_back(deepest);
+        deepest /= "Level";
+    }
+    fs::create_directories(deepest);
+    chain.push_back(deepest);
+    const std::uint64_t before = host::FolderWalkedCount();
+    for (const fs::path& folder : chain) {
+        host::MonitorDirectory(W(folder), true, false);
+    }
+    // The first walk reads each of the 41 folders; the others add none.
+    EXPECT_EQ(host::FolderWalkedCount() - before, chain.size());
+    for (const fs::path& folder : chain) {
+        EXPECT_EQ(Kind(folder), host::WatchKind::Notified) << folder;
+    }
+    Elsewhere("mkdir '" + (deepest / "Day 2").string() + "'");
+    ASSERT_TRUE(WaitFor(deepest));
+    EXPECT_EQ(Kind(deepest / "Day 2"), host::WatchKind::Notified);
+}
+
 TEST_F(DirectoryMonitorTest, ABurstOfChangesInOneFolderIsReportedOnce) {
     host::MonitorDirectory(W(root / "Edit"), false, false);
     Elsewhere("cd '" + (root / "Edit").string() +
