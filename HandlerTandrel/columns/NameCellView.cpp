@@ -4,6 +4,7 @@
 #include "columns/TuningValue.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIToolkit.h"
 #include "utils/ProjectLocks.h"

@@ -7,6 +7,7 @@
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
 #include "panel/CommandRules.h"

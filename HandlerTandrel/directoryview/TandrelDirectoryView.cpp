@@ -12,6 +12,7 @@
 #include "host/ApplicationLayer.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
+#include "host/OpenProjects.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"

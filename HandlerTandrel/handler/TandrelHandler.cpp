@@ -5,6 +5,7 @@
 #include "host/DataTransfer.h"
 #include "host/ExceptionLog.h"
 #include "host/Localizer.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "panel/TandrelTabView.h"
 

@@ -4,6 +4,7 @@
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "panel/SelectionTests.h"
 #include "utils/MoveItems.h"

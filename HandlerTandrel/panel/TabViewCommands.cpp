@@ -10,6 +10,7 @@
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
 #include "host/UsageEvents.h"

@@ -6,6 +6,7 @@
 #include "columns/SortString.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
 #include "utils/ProjectMessages.h"

@@ -1,6 +1,7 @@
 #pragma once
 // The open projects that a set of production items holds, and closing them.
 #include "host/CoreTypes.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <vector>

@@ -2,6 +2,7 @@
 // Project locks as the panel uses them: who holds a project, whether an open read-only
 // project is out of date, the lock error, and the lock steps that moving projects takes.
 #include "host/CoreTypes.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 namespace HandlerTandrel::Utils {

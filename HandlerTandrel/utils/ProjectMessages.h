@@ -2,7 +2,7 @@
 // The host's project messages (opened, closed, read-only changed) all name one project whose
 // row a view refreshes.
 #include "host/Messaging.h"
-#include "host/ProjectBackEnd.h"
+#include "host/OpenProjects.h"
 
 namespace HandlerTandrel::Utils {
 

@@ -2,6 +2,7 @@
 // The data a project keeps apart from its file (object selections, its search index), made to
 // follow the project when it moves.
 #include "host/CoreTypes.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 namespace HandlerTandrel::Utils {

@@ -17,6 +17,7 @@
 #include "Marvane/uiframework/FailureMessages.h"
 #include "Marvane/uitoolkit/PlainToolTip.h"
 #include "host/Localizer.h"
+#include "host/OpenProjects.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 

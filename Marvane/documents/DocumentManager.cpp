@@ -7,7 +7,6 @@
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
-#include "Marvane/projectbackend/OpenProjectsAccess.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/DebugTrace.h"
 #include "host/Localizer.h"
@@ -521,104 +520,5 @@ OpenProjectPtr DocumentManager::Find(const fs::path& projectPath) const {
     }
     return nullptr;
 }
-
-namespace {
-
-// What modules see of the open projects, handed to the project back end while the library
-// loads.
-bool InstallOpenProjectsAccess() {
-    SetOpenProjectsAccess(OpenProjectsAccess{
-        [](const ByteString& projectPath) -> ProjectPtr {
-            return DocumentManager::Instance().Find(projectPath);
-        },
-        [] {
-            const auto& all = DocumentManager::Instance().GetAll();
-            return std::vector<ProjectPtr>(all.begin(), all.end());
-        },
-        [](const std::vector<ProjectPtr>& projects, bool saveWithoutAsking, bool offerApplyToAll) {
-            std::vector<OpenProjectPtr> open;
-            for (const ProjectPtr& project : projects) {
-                if (auto known = std::dynamic_pointer_cast<OpenProject>(project)) {
-                    open.push_back(std::move(known));
-                }
-            }
-            return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
-        },
-        [](const ByteString& projectPath, int mode) {
-            return OpenInBackgroundOrReport(
-                projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal,
-                Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), kCriticalIcon);
-        },
-        [](const ProjectPtr& project, bool reportFailure) {
-            const auto open = std::dynamic_pointer_cast<OpenProject>(project);
-            std::string error;
-            if (!open || DocumentManager::Instance().Reload(open, error)) {
-                return static_cast<bool>(open);
-            }
-            if (reportFailure) {
-                ShowMessageBox(Localize("$$$/Marvane/Host/ReloadFailed=Cannot Reload Project"),
-                               error, {}, kCriticalIcon, 0);
-            }
-            return false;
-        },
-        [] { return DocumentManager::Instance().CloseAll(); },
-        [](const ProjectPtr& project) {
-            const auto open = std::dynamic_pointer_cast<OpenProject>(project);
-            std::string error;
-            if (!open || DocumentManager::Instance().Save(open, error)) {
-                return static_cast<bool>(open);
-            }
-            ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
-                           kCriticalIcon, 0);
-            return false;
-        },
-        [](const ProjectPtr& project, bool readOnly, bool& needsReload) {
-            const auto open = std::dynamic_pointer_cast<OpenProject>(project);
-            if (!open) {
-                return false;
-            }
-            const ReadOnlyResult result = DocumentManager::Instance().SetReadOnly(open, readOnly);
-            needsReload = result.needsReload;
-            if (!result.error.empty()) {
-                ShowMessageBox(
-                    Localize("$$$/Marvane/Host/ReadOnlyFailed=Cannot Change the Project's Mode"),
-                    result.error, {}, kWarningIcon, 0);
-            }
-            return result.changed;
-        },
-        [](const ByteString& folderPath) {
-            const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath);
-            if (!result.project) {
-                ShowMessageBox(
-                    Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
-                    result.error, {}, kCriticalIcon, 0);
-                return ByteString();
-            }
-            return result.project->GetPath();
-        },
-        []() -> ProjectPtr { return DocumentManager::Instance().GetActive(); },
-        [](const ProjectPtr& project) {
-            DocumentManager::Instance().SetActive(std::dynamic_pointer_cast<OpenProject>(project));
-        },
-        [](const DraggedProjectItems& items, const ProjectPtr& target) {
-            const auto open = std::dynamic_pointer_cast<OpenProject>(target);
-            const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
-            return open && CanReceiveItems(*open, source.get());
-        },
-        [](const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag) {
-            const auto open = std::dynamic_pointer_cast<OpenProject>(target);
-            const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
-            if (!open) {
-                return false;
-            }
-            return TransferItems(*open, source.get(), {items.bins, items.sequences}, moveFlag == 1);
-        },
-    });
-    return true;
-}
-
-[[maybe_unused]] const bool gOpenProjectsAccessInstalled = InstallOpenProjectsAccess();
-
-} // namespace
 
 } // namespace host

@@ -1,6 +1,7 @@
 #pragma once
 // A project the host has open: its content, its mode and the lock it holds.
 #include "Marvane/documents/ProjectContent.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <filesystem>

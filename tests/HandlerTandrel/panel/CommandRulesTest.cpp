@@ -7,6 +7,7 @@
 #include "ProductionCommands.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <filesystem>

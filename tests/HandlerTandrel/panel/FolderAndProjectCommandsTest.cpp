@@ -9,6 +9,7 @@
 #include "PanelWindow.h"
 #include "TemporaryFolder.h"
 #include "host/ApplicationLayer.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <QTreeView>

@@ -6,6 +6,7 @@
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "TemporaryFolder.h"
 #include "ViewTestSupport.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <algorithm>

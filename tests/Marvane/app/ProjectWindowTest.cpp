@@ -9,6 +9,7 @@
 #include "Marvane/uitoolkit/DragAndDrop.h"
 #include "ProjectOpenings.h"
 #include "TestProjects.h"
+#include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <QAbstractItemModel>

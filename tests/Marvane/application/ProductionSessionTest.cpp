@@ -3,6 +3,7 @@
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "host/ApplicationLayer.h"
+#include "host/OpenProjects.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 

@@ -1,0 +1,135 @@
+// The open projects as modules see them (host/OpenProjects.h): the document manager's, asked
+// directly.
+#include "host/OpenProjects.h"
+
+#include "Marvane/documents/BackgroundOpening.h"
+#include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/ProjectItemsTransfer.h"
+#include "host/Localizer.h"
+#include "host/UIFramework.h"
+
+namespace host {
+
+namespace {
+
+OpenProjectPtr AsOpen(const ProjectPtr& project) {
+    return std::dynamic_pointer_cast<OpenProject>(project);
+}
+
+} // namespace
+
+ProjectPtr FindOpenProject(const ByteString& projectPath) {
+    return DocumentManager::Instance().Find(projectPath);
+}
+
+std::vector<ProjectPtr> GetOpenProjectList() {
+    const auto& all = DocumentManager::Instance().GetAll();
+    return std::vector<ProjectPtr>(all.begin(), all.end());
+}
+
+bool CloseProjects(const std::vector<ProjectPtr>& projects, bool saveWithoutAsking,
+                   bool offerApplyToAll) {
+    std::vector<OpenProjectPtr> open;
+    for (const ProjectPtr& project : projects) {
+        if (OpenProjectPtr known = AsOpen(project)) {
+            open.push_back(std::move(known));
+        }
+    }
+    return DocumentManager::Instance().Close(open, saveWithoutAsking, offerApplyToAll);
+}
+
+bool GetIsReadOnly(const ProjectPtr& project) {
+    return project && project->IsReadOnly();
+}
+
+bool IsProjectOutOfDate(const ProjectPtr& project) {
+    return project && project->IsOutOfDate();
+}
+
+bool OpenProjectInHost(const ByteString& projectPath, int mode) {
+    return OpenInBackgroundOrReport(
+        projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal,
+        Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), kCriticalIcon);
+}
+
+bool HasDocumentManager() {
+    return true;
+}
+
+bool ReloadOpenProject(const ProjectPtr& project, bool reportFailure) {
+    const OpenProjectPtr open = AsOpen(project);
+    std::string error;
+    if (!open || DocumentManager::Instance().Reload(open, error)) {
+        return static_cast<bool>(open);
+    }
+    if (reportFailure) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/ReloadFailed=Cannot Reload Project"), error, {},
+                       kCriticalIcon, 0);
+    }
+    return false;
+}
+
+bool CloseAllOpenProjects() {
+    return DocumentManager::Instance().CloseAll();
+}
+
+bool SaveOpenProject(const ProjectPtr& project) {
+    const OpenProjectPtr open = AsOpen(project);
+    std::string error;
+    if (!open || DocumentManager::Instance().Save(open, error)) {
+        return static_cast<bool>(open);
+    }
+    ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
+                   kCriticalIcon, 0);
+    return false;
+}
+
+bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& needsReload) {
+    needsReload = false;
+    const OpenProjectPtr open = AsOpen(project);
+    if (!open) {
+        return false;
+    }
+    const ReadOnlyResult result = DocumentManager::Instance().SetReadOnly(open, readOnly);
+    needsReload = result.needsReload;
+    if (!result.error.empty()) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/ReadOnlyFailed=Cannot Change the Project's Mode"),
+                       result.error, {}, kWarningIcon, 0);
+    }
+    return result.changed;
+}
+
+ByteString CreateNewProjectIn(const ByteString& folderPath) {
+    const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath);
+    if (!result.project) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
+                       result.error, {}, kCriticalIcon, 0);
+        return ByteString();
+    }
+    return result.project->GetPath();
+}
+
+ProjectPtr GetActiveProject() {
+    return DocumentManager::Instance().GetActive();
+}
+
+void SetActiveProject(const ProjectPtr& project) {
+    DocumentManager::Instance().SetActive(AsOpen(project));
+}
+
+bool CanAddProjectItems(const DraggedProjectItems& items, const ProjectPtr& target) {
+    const OpenProjectPtr open = AsOpen(target);
+    const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
+    return open && CanReceiveItems(*open, source.get());
+}
+
+bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag) {
+    const OpenProjectPtr open = AsOpen(target);
+    if (!open) {
+        return false;
+    }
+    const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
+    return TransferItems(*open, source.get(), {items.bins, items.sequences}, moveFlag == 1);
+}
+
+} // namespace host
