@@ -1,5 +1,6 @@
 #include "Marvane/documents/BackgroundOpening.h"
 #include "Marvane/core/MainThread.h"
+#include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "host/UIFramework.h"
 
@@ -125,7 +126,7 @@ bool OpenInBackgroundOrReport(const fs::path& projectPath, OpenMode mode, const 
             if (*calling) {
                 refusedAtOnce = true;
             }
-            ShowMessageBox(title, result.error, {}, icon, 0);
+            AskPerson(title, result.error, {}, icon, 0);
         });
     *calling = false;
     return !refusedAtOnce;

@@ -1,5 +1,6 @@
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/BackgroundOpening.h"
+#include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/documents/ProjectItemsTransfer.h"
 #include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/documents/Recovery.h"
@@ -42,7 +43,7 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
         buttons.push_back(Localize("$$$/Marvane/Host/SavePrompt/SaveAll=Save All"));
         buttons.push_back(Localize("$$$/Marvane/Host/SavePrompt/DontSaveAny=Don't Save Any"));
     }
-    const int answer = ShowMessageBox(
+    const int answer = AskPerson(
         Localize("$$$/Marvane/Host/SavePrompt/Title=Save Changes?"),
         Localize("$$$/Marvane/Host/SavePrompt/Message=Do you want to save the changes made to "
                  "the project \"@0\"?",
@@ -233,8 +234,8 @@ bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects, bool sa
             }
             std::string error;
             if (answer == SaveAnswer::Save && !Save(project, error)) {
-                ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error,
-                               {}, kCriticalIcon, 0);
+                AskPerson(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
+                          kCriticalIcon, 0);
                 return false;
             }
         }

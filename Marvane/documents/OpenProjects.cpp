@@ -4,6 +4,7 @@
 
 #include "Marvane/documents/BackgroundOpening.h"
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/documents/ProjectItemsTransfer.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
@@ -63,8 +64,8 @@ bool ReloadOpenProject(const ProjectPtr& project, bool reportFailure) {
         return static_cast<bool>(open);
     }
     if (reportFailure) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/ReloadFailed=Cannot Reload Project"), error, {},
-                       kCriticalIcon, 0);
+        AskPerson(Localize("$$$/Marvane/Host/ReloadFailed=Cannot Reload Project"), error, {},
+                  kCriticalIcon, 0);
     }
     return false;
 }
@@ -79,8 +80,8 @@ bool SaveOpenProject(const ProjectPtr& project) {
     if (!open || DocumentManager::Instance().Save(open, error)) {
         return static_cast<bool>(open);
     }
-    ShowMessageBox(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
-                   kCriticalIcon, 0);
+    AskPerson(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {}, kCriticalIcon,
+              0);
     return false;
 }
 
@@ -93,8 +94,8 @@ bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& need
     const ReadOnlyResult result = DocumentManager::Instance().SetReadOnly(open, readOnly);
     needsReload = result.needsReload;
     if (!result.error.empty()) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/ReadOnlyFailed=Cannot Change the Project's Mode"),
-                       result.error, {}, kWarningIcon, 0);
+        AskPerson(Localize("$$$/Marvane/Host/ReadOnlyFailed=Cannot Change the Project's Mode"),
+                  result.error, {}, kWarningIcon, 0);
     }
     return result.changed;
 }
@@ -102,8 +103,8 @@ bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& need
 ByteString CreateNewProjectIn(const ByteString& folderPath) {
     const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath);
     if (!result.project) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
-                       result.error, {}, kCriticalIcon, 0);
+        AskPerson(Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
+                  result.error, {}, kCriticalIcon, 0);
         return ByteString();
     }
     return result.project->GetPath();

@@ -1,3 +1,4 @@
+#include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/fileservices/LongWork.h"
 #include "Marvane/uiframework/DialogResponder.h"
@@ -218,5 +219,18 @@ void ShowFileFailuresInTheWindow(bool show) {
         }
     });
 }
+
+namespace {
+
+// The documents layer asks and tells the person through the message box.
+[[maybe_unused]] const bool gPersonQuestionInstalled = [] {
+    SetPersonQuestion([](const ByteString& title, const ByteString& text,
+                         const std::vector<ByteString>& buttons, int iconKind, int defaultButton) {
+        return ShowMessageBox(title, text, buttons, iconKind, defaultButton);
+    });
+    return true;
+}();
+
+} // namespace
 
 } // namespace host

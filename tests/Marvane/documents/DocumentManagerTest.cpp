@@ -2,6 +2,7 @@
 #include "GoneProcess.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/DialogResponder.h"
@@ -10,6 +11,7 @@
 #include "TestProjects.h"
 #include "TmpfsMount.h"
 #include "host/ApplicationLayer.h"
+#include "host/UIFramework.h"
 
 #include <filesystem>
 #include <fstream>
@@ -349,6 +351,26 @@ TEST_F(DocumentManagerTest, CancellingTheSavePromptKeepsTheProjectOpenAndLocked)
     EXPECT_EQ(host::OpenProjectCount(), 1u);
     EXPECT_TRUE(fs::exists(scene.string() + ".lock"));
     EXPECT_EQ(ReadBytes(scene).find("Not yet"), std::string::npos);
+}
+
+TEST_F(DocumentManagerTest, TheSaveQuestionGoesToWhatTheWindowLayerInstalled) {
+    std::vector<std::string> asked;
+    host::SetPersonQuestion([&asked](const host::ByteString& title, const host::ByteString&,
+                                     const std::vector<host::ByteString>& buttons, int, int) {
+        asked.push_back(title + " / " + std::to_string(buttons.size()));
+        return 1; // Don't Save
+    });
+    const auto project = testsupport::OpenProject(scene);
+    project->EditContent(WithSequence(project->Content(), "Discard"));
+    EXPECT_TRUE(DocumentManager::Instance().Close({project}));
+    // Back to the message box, as the window layer installs it.
+    host::SetPersonQuestion([](const host::ByteString& title, const host::ByteString& text,
+                               const std::vector<host::ByteString>& buttons, int icon,
+                               int defaultButton) {
+        return host::ShowMessageBox(title, text, buttons, icon, defaultButton);
+    });
+    EXPECT_EQ(asked, std::vector<std::string>{"Save Changes? / 3"});
+    EXPECT_EQ(ReadBytes(scene).find("Discard"), std::string::npos);
 }
 
 TEST_F(DocumentManagerTest, DontSaveClosesWithoutWriting) {
