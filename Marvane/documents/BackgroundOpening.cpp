@@ -31,8 +31,8 @@ int BackgroundOpening::Permille() const {
 void DocumentManager::OpenInBackground(const fs::path& projectPath, OpenMode mode,
                                        std::function<void(const OpenResult&)> finished) {
     const fs::path path = NormalProjectPath(projectPath);
-    ++mOpenRequests;
     if (IsOpening(path)) {
+        mLastAskedFor = path;
         Announce(ProjectOpeningMessage(path, false));
         return;
     }
@@ -43,7 +43,6 @@ void DocumentManager::OpenInBackground(const fs::path& projectPath, OpenMode mod
     }
     auto opening = std::make_shared<BackgroundOpening>();
     opening->start = std::move(start);
-    opening->request = mOpenRequests;
     opening->finished = std::move(finished);
     // The worker ends before the opening leaves mOpenings (it is joined first), so the last
     // reference is never the worker's.
@@ -74,14 +73,18 @@ void DocumentManager::FinishInBackground(const std::shared_ptr<BackgroundOpening
         return; // cancelled while its worker was ending: already given back
     }
     EndOpening(opening);
+    const fs::path path = opening->Path();
+    const bool askedForLast = mLastAskedFor == path;
+    if (askedForLast && (opening->watch.stop.load() || !opening->loaded)) {
+        mLastAskedFor.clear(); // it will not be open: whatever opens next may come forward
+    }
     if (opening->watch.stop.load()) {
         AbandonOpen(opening->start);
         Announce(ProjectOpeningMessage(opening->Path(), true));
         opening->finished({});
         return;
     }
-    const fs::path path = opening->Path();
-    opening->start.activate = opening->request == mOpenRequests;
+    opening->start.activate = askedForLast || mLastAskedFor.empty();
     const OpenResult result =
         FinishOpen(std::move(opening->start), opening->loaded, std::move(opening->content),
                    opening->stamp, opening->error);

@@ -28,7 +28,6 @@ struct ProjectOpeningMessage : Message {
 
 struct BackgroundOpening {
     OpenStart start;
-    std::uint64_t request = 0; // which request to open a project in the background it answers
     std::function<void(const OpenResult&)> finished;
     ProjectReadWatch watch;
     // Written by the worker before it hands the opening back to the main thread.

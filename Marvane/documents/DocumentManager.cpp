@@ -139,6 +139,9 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     FileStamp stamp;
     std::string error;
     const bool loaded = LoadProjectContent(start.path, content, error, &stamp);
+    if (!loaded && mLastAskedFor == start.path) {
+        mLastAskedFor.clear();
+    }
     return FinishOpen(std::move(start), loaded, std::move(content), stamp, error);
 }
 
@@ -147,6 +150,7 @@ OpenStart DocumentManager::BeginOpen(const fs::path& projectPath, OpenMode mode)
     start.path = NormalProjectPath(projectPath);
     start.mode = mode;
     const fs::path& path = start.path;
+    mLastAskedFor = path;
     if (OpenProjectPtr existing = Find(path)) {
         SetActive(existing);
         Announce(ProjectActivatedMessage());
@@ -155,6 +159,7 @@ OpenStart DocumentManager::BeginOpen(const fs::path& projectPath, OpenMode mode)
     }
     if (!IsMarvaneProjectFile(path.string())) {
         start.error = "\"" + path.string() + "\" is not a project of this application.";
+        mLastAskedFor.clear();
         return start;
     }
     if (IsOpening(path)) {
@@ -206,8 +211,11 @@ OpenResult DocumentManager::FinishOpen(OpenStart start, bool loaded, ProjectCont
         project->SetReadOnlyReason(start.lockFailure);
         Trace("Host", 2, "Opened read-only: " + start.lockFailure);
     }
+    const OpenProjectPtr active = GetActive();
+    const bool noneActive =
+        !active || std::find(mProjects.begin(), mProjects.end(), active) == mProjects.end();
     mProjects.push_back(project);
-    if (start.activate || !GetActive()) {
+    if (start.activate || noneActive) {
         SetActive(project);
     }
     Announce(ProjectOpenedMessage(project->Path().string()));

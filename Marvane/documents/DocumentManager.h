@@ -143,7 +143,10 @@ private:
 
     std::vector<OpenProjectPtr> mProjects;
     std::vector<std::shared_ptr<BackgroundOpening>> mOpenings;
-    std::uint64_t mOpenRequests = 0; // projects asked to be opened in the background so far
+    // The project asked for last (opened, brought forward, or being opened), while that request
+    // may still end with it open: a project read in the background comes to the front only
+    // when it is this one, or when nothing is.
+    std::filesystem::path mLastAskedFor;
     std::weak_ptr<OpenProject> mActive;
     std::filesystem::path mDataDirectory;
     std::function<void()> mBeforeWriteHook;

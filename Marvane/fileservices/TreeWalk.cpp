@@ -161,8 +161,9 @@ bool TreeWalk::Run(TreeVisitor& visitor) {
     TreeWalkEntry entry;
     entry.walk = this;
     entry.name = rootName.c_str();
-    const OwnedDescriptor rootParent(
-        ::open(parentPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Only a path to the root's folder, not its listing: it needs no right to read that folder,
+    // as the root is reached from it by name alone.
+    const OwnedDescriptor rootParent(::open(parentPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     entry.folder = rootParent.Get();
     const int rootFlags = mOptions.followRootLink ? 0 : AT_SYMLINK_NOFOLLOW;
     if (rootParent.Get() < 0 ||

@@ -119,6 +119,11 @@ void DirectoryMonitor::Reset() {
 }
 
 void DirectoryMonitor::Monitor(const std::string& folder, bool recursive, bool reportFileChanges) {
+    WatchTree(folder, recursive, reportFileChanges, true);
+}
+
+void DirectoryMonitor::WatchTree(const std::string& folder, bool recursive, bool reportFileChanges,
+                                 bool trustCoveredWatches) {
     struct stat status {};
     if (::stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
         return;
@@ -127,7 +132,7 @@ void DirectoryMonitor::Monitor(const std::string& folder, bool recursive, bool r
     // too: watching it recursively again need not walk its tree (a tree watched folder by
     // folder would be walked once per level).
     const bool covered =
-        !reportFileChanges && mWatched.count(folder) != 0 &&
+        trustCoveredWatches && !reportFileChanges && mWatched.count(folder) != 0 &&
         std::any_of(mRecursiveRoots.begin(), mRecursiveRoots.end(),
                     [&folder](const std::string& root) { return IsBelow(folder, root); });
     Add(folder, reportFileChanges);
@@ -323,7 +328,9 @@ void DirectoryMonitor::ReadNotifications() {
                 const std::string made = folder + "/" + event->name;
                 const auto parent = mWatched.find(folder);
                 if (parent != mWatched.end() && UnderRecursiveRoot(made)) {
-                    Monitor(made, true, parent->second.reportFileChanges);
+                    // Walked even when watched already: folders made in it before its
+                    // watch existed are found only so.
+                    WatchTree(made, true, parent->second.reportFileChanges, false);
                     // Entries made in it before its watch existed are reported with it.
                     Changed(made);
                 }

@@ -24,6 +24,8 @@ public:
     static DirectoryMonitor& Instance();
     ~DirectoryMonitor();
 
+    // Watches the folder (recursive: its tree too). A request for a folder already watched
+    // under a recursive watch adds no walk of its tree: its sub-folders are watched already.
     void Monitor(const std::string& folder, bool recursive, bool reportFileChanges);
     void Stop(const std::string& folder, bool recursive);
     // How a folder (as the monitor spells it: normalised, UTF-8) is watched.
@@ -55,6 +57,9 @@ private:
     };
 
     DirectoryMonitor() = default;
+    // trustCoveredWatches: a folder watched under a recursive watch is not walked again.
+    void WatchTree(const std::string& folder, bool recursive, bool reportFileChanges,
+                   bool trustCoveredWatches);
     void Add(const std::string& folder, bool reportFileChanges);
     void Remove(const std::string& folder);
     bool EnsureNotifications();

@@ -196,7 +196,11 @@ TEST_F(ProjectOpeningTest, OpeningTheSameProjectAgainWhileItIsReadBringsItsPageT
     EXPECT_EQ(window->GetProjectTabs()->count(), 2);
     EXPECT_NE(OpeningPageAt(window->GetProjectTabs()->currentIndex()), nullptr);
     ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
     EXPECT_EQ(DocumentManager::Instance().GetAll().size(), 2u);
+    // Asked for last, it is in front once read.
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Feature"));
 }
 
 TEST_F(ProjectOpeningTest, AProjectReadAfterAnotherWasAskedForStaysBehindIt) {
@@ -211,6 +215,22 @@ TEST_F(ProjectOpeningTest, AProjectReadAfterAnotherWasAskedForStaysBehindIt) {
     EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
               QStringLiteral("Trailer"));
     EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+}
+
+TEST_F(ProjectOpeningTest, AProjectAskedForBeforeARefusedOneComesToTheFrontOnceRead) {
+    const fs::path small = testsupport::WriteProject(root / "Trailer.mvproj", {"Assembly"});
+    ASSERT_TRUE(window->OpenProjectFile(small));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    ReadSlowly(20);
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    // Then a file that is no project: refused at once, it leaves the big one the last asked for.
+    std::ofstream(root / "notes.txt") << "not a project";
+    EXPECT_FALSE(window->OpenProjectFile(root / "notes.txt"));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Feature"));
+    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(big));
 }
 
 TEST_F(ProjectOpeningTest, AStopThatCannotWaitRemovesTheLockOfAProjectBeingRead) {

@@ -12,6 +12,8 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -201,6 +203,30 @@ TEST_F(TreeWalkTest, AFolderSkippedIsNotGoneIntoAndAStopEndsTheWalk) {
     EXPECT_EQ(stopping.steps.back(), "enter Reels/Reel 1.mvproj");
     EXPECT_FALSE(stopping.Saw("leave "));
     EXPECT_EQ(OpenDescriptors(), descriptors);
+}
+
+TEST_F(TreeWalkTest, ARootUnderAFolderThatCanBeCrossedButNotReadIsWalked) {
+    // /…/Locked may be passed through but not listed by others, as a server's folders often are.
+    Write(root / "Locked" / "Edit" / "Scene 12.mvproj", "{}");
+    ASSERT_EQ(::chmod((root / "Locked").c_str(), 0711), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // Someone who is neither the owner nor the superuser.
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0) {
+            ::_exit(100);
+        }
+        Recorder recorder;
+        const bool walked = host::WalkTree(root / "Locked" / "Edit", recorder);
+        ::_exit(walked && recorder.Saw("enter Scene 12.mvproj") ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == 100) {
+        GTEST_SKIP() << "another user cannot be taken on here (not run as the superuser)";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(TreeWalkTest, ARootThatIsNotThereIsReportedAsAFailure) {
