@@ -1,13 +1,17 @@
 # Fails when a folder of the host includes a folder above it in the stack of layers, or a
 # header of the module other than its host/ headers. Run as:
-#   cmake -DHOST_DIR=<Marvane> -DMODULE_HOST_DIR=<HandlerTandrel/host> -P CheckHostLayers.cmake
-# The stack, lowest first; folders joined by "+" are side by side and do not include each
-# other.
+#   cmake -DHOST_DIR=<Marvane> -DMODULE_HOST_DIR=<HandlerTandrel/host> -DSTACK=<levels>
+#         -P CheckHostLayers.cmake
+# STACK is the stack the build links by (Marvane/CMakeLists.txt), lowest first, its levels
+# separated by commas; folders joined by "+" are side by side and do not include each other.
 cmake_minimum_required(VERSION 3.25)
+if(NOT STACK)
+    message(FATAL_ERROR "No stack of layers given (-DSTACK=core,fileservices,...)")
+endif()
+string(REPLACE "," ";" _stack "${STACK}")
 # The level of each folder.
 set(_index 0)
-foreach(_folders IN ITEMS core fileservices monitor+projectbackend documents application
-                         uitoolkit+panelframework uiframework+mediabrowser app)
+foreach(_folders IN LISTS _stack)
     string(REPLACE "+" ";" _folders "${_folders}")
     foreach(_folder IN LISTS _folders)
         set(_level_of_${_folder} ${_index})

@@ -149,12 +149,4 @@ std::size_t RegisteredCommandDeclarerCount() {
     return TheShortcutManager().DeclarerCount();
 }
 
-bool CommandHandler::FindCommandStatus(const Command&, CommandStatus&) {
-    return false;
-}
-
-bool CommandHandler::ObeyCommand(const Command&) {
-    return false;
-}
-
 } // namespace host
