@@ -1,7 +1,7 @@
 #include "TandrelModule.h"
 
-#include "ProductionCommands.h"
-#include "TandrelIDs.h"
+#include "base/ProductionCommands.h"
+#include "base/TandrelIDs.h"
 #include "columns/NameCellView.h"
 #include "handler/TandrelHandler.h"
 

@@ -1,7 +1,7 @@
 // Loading and storing the panel settings file with 1,000 productions. Each store rewrites the
 // whole file; repeated stores of the same states must not make it grow.
 #include "Marvane/application/HostSession.h"
-#include "handler/ProductionSettingsStore.h"
+#include "state/ProductionSettingsStore.h"
 
 #include <benchmark/benchmark.h>
 #include <filesystem>

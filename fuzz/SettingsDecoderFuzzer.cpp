@@ -1,7 +1,7 @@
 // The panel's settings file decoder over arbitrary bytes: it may refuse a file, but it must
 // never crash, and what it accepts must come back the same after writing and reading again.
-#include "handler/ProductionSettingsFile.h"
 #include "host/Json.h"
+#include "state/ProductionSettingsFile.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "ProductionCommands.h"
+#include "base/ProductionCommands.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "host/Localizer.h"
 
 namespace HandlerTandrel {

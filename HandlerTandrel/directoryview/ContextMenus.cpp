@@ -1,6 +1,6 @@
 #include "directoryview/ContextMenus.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "utils/MoveItems.h"
 
 namespace HandlerTandrel {

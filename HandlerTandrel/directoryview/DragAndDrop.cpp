@@ -3,17 +3,17 @@
 // a project's window put into a project.
 #include "directoryview/TandrelDirectoryView.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
-#include "panel/CommandRules.h"
 #include "utils/AddProjects.h"
 #include "utils/CopyFiles.h"
 #include "utils/MoveItems.h"
+#include "utils/ProductionItems.h"
 #include "utils/ProjectLocks.h"
 
 #include <algorithm>
@@ -106,7 +106,7 @@ TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlac
     if (place.row) {
         target.row = place.row;
         target.path = GetRowPath(place.row);
-        if (IsFolderItem(target.path)) {
+        if (Utils::IsFolderItem(target.path)) {
             target.folder = target.path;
             target.folderRow = place.row;
             return target;

@@ -13,9 +13,9 @@
 #include "host/Localizer.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
-#include "panel/CommandRules.h"
 #include "utils/MonitorTree.h"
 #include "utils/MoveItems.h"
+#include "utils/ProductionItems.h"
 
 #include <chrono>
 #include <thread>
@@ -161,7 +161,7 @@ void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::Wi
     if (path.empty() || !host::FileOrDirExists(path)) {
         return;
     }
-    if (IsFolderItem(path)) {
+    if (Utils::IsFolderItem(path)) {
         if (SameNameIgnoringCase(newName, DisplayNameOf(path))) {
             return;
         }

@@ -1,7 +1,7 @@
 #pragma once
 // The path arithmetic of an in-place rename, apart from the tree and the disk.
 #include "host/CoreTypes.h"
-#include "panel/TabViewStateData.h"
+#include "state/TabViewStateData.h"
 
 namespace HandlerTandrel {
 

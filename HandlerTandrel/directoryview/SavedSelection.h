@@ -1,7 +1,7 @@
 #pragma once
 // The selection and scroll position a panel saved, put back once the saved folders are open.
 #include "host/MediaBrowser.h"
-#include "panel/TabViewStateData.h"
+#include "state/TabViewStateData.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #include "directoryview/TandrelDirectoryView.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "columns/Columns.h"
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
@@ -16,7 +16,6 @@
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
-#include "panel/TandrelTabView.h"
 #include "utils/MoveItems.h"
 #include "utils/ProjectMessages.h"
 
@@ -35,8 +34,8 @@ bool Exists(const host::ByteString& path) {
 
 std::shared_ptr<TandrelDirectoryView>
 TandrelDirectoryView::Create(const host::ByteString& productionFolder,
-                             std::weak_ptr<TandrelTabView> tabView) {
-    auto view = std::make_shared<TandrelDirectoryView>(std::move(tabView));
+                             std::weak_ptr<DirectoryViewOwner> owner) {
+    auto view = std::make_shared<TandrelDirectoryView>(std::move(owner));
     view->StartListening();
     host::MessageStation::Get(host::kPanelFrameworkStation)->Subscribe(view);
     host::MessageStation::Get(host::kProjectActivationStation)->Subscribe(view);
@@ -44,10 +43,9 @@ TandrelDirectoryView::Create(const host::ByteString& productionFolder,
     return view;
 }
 
-TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView)
+TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<DirectoryViewOwner> owner)
     : host::MediaBrowserDirectoryView(host::ByteString(kDirectoryTreeNodeID)),
-      mTabView(std::move(tabView)),
-      mHeaderRow(std::make_unique<host::UI_MultiColumnTreeHeaderRow>()) {
+      mOwner(std::move(owner)), mHeaderRow(std::make_unique<host::UI_MultiColumnTreeHeaderRow>()) {
     SetNodeID(host::ByteString(kDirectoryViewNodeID));
     host::UI_MultiColumnTree& tree = GetTree();
     Columns::SetupColumns(mHeaderRow.get(), Columns::SortStringIsLess, nullptr);
@@ -97,11 +95,6 @@ TandrelDirectoryView::~TandrelDirectoryView() {
     if (!mProductionFolder.empty()) {
         host::StopMonitoringDirectory(host::ToUTF16(mProductionFolder), false);
     }
-}
-
-std::shared_ptr<TandrelTabView> TandrelDirectoryView::GetOwner() const {
-    std::shared_ptr<TandrelTabView> owner = mTabView.lock();
-    return owner && owner->IsCreated() ? owner : nullptr;
 }
 
 void TandrelDirectoryView::SetProductionFolder(const host::ByteString& oldPath,
@@ -237,8 +230,8 @@ void TandrelDirectoryView::ReceiveMessage(const host::Message& message) {
     const host::MessageTypeID type = message.GetTypeID();
     if (type == host::MvProductionFolderOpenedMessage::kTypeID) {
         ReloadProductionFolder();
-        if (const std::shared_ptr<TandrelTabView> owner = GetOwner()) {
-            owner->ProductionShown();
+        if (const std::shared_ptr<DirectoryViewOwner> owner = mOwner.lock()) {
+            owner->DirectoryShowsProduction();
         }
     } else if (type == host::MvProductionFolderClosedMessage::kTypeID) {
         SetProductionFolder(

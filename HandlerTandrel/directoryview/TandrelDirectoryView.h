@@ -27,7 +27,7 @@
 #include "host/DataTransfer.h"
 #include "host/MediaBrowser.h"
 #include "host/Messaging.h"
-#include "panel/TabViewStateData.h"
+#include "state/TabViewStateData.h"
 
 #include <functional>
 #include <memory>
@@ -38,7 +38,14 @@
 
 namespace HandlerTandrel {
 
-class TandrelTabView;
+// What the view tells the panel that holds it. The view calls back through this; it never
+// reaches up into the panel.
+class DirectoryViewOwner {
+public:
+    virtual ~DirectoryViewOwner() = default;
+    // The rows of a production that was just opened are shown.
+    virtual void DirectoryShowsProduction() = 0;
+};
 
 // Broadcast on kDirectoryViewStation whenever the tree's selection changes.
 struct DirectoryViewSelectionChangedMessage : host::Message {
@@ -67,8 +74,8 @@ class TandrelDirectoryView : public host::MediaBrowserDirectoryView {
 public:
     // Makes the view for the production folder (UTF-8, may be empty) and starts loading it.
     static std::shared_ptr<TandrelDirectoryView> Create(const host::ByteString& productionFolder,
-                                                        std::weak_ptr<TandrelTabView> tabView);
-    explicit TandrelDirectoryView(std::weak_ptr<TandrelTabView> tabView);
+                                                        std::weak_ptr<DirectoryViewOwner> owner);
+    explicit TandrelDirectoryView(std::weak_ptr<DirectoryViewOwner> owner);
     ~TandrelDirectoryView() override;
 
     // Shows another production folder: stops watching the old one, removes every row, then
@@ -204,8 +211,6 @@ public:
     void AnswerDrop(host::DropRequest& request, const DropTarget& target);
 
     host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
-    // The panel that shows the view, while it exists and has been created; else null.
-    std::shared_ptr<TandrelTabView> GetOwner() const;
 
 private:
     // Reads the production folder, which exists.
@@ -234,7 +239,7 @@ private:
     // Whether a release at point in row's Name cell lies on the name itself.
     bool IsOnName(const host::TreeRowPtr& row, host::UI_Point point);
 
-    std::weak_ptr<TandrelTabView> mTabView;
+    std::weak_ptr<DirectoryViewOwner> mOwner;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
     Columns::ColumnWidthRecorder mWidths{*mHeaderRow};
     RowRecords mRecords;

@@ -1,6 +1,6 @@
 #include "handler/TandrelHandler.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "host/ApplicationLayer.h"
 #include "host/DataTransfer.h"
 #include "host/ExceptionLog.h"
@@ -44,7 +44,7 @@ bool TandrelHandler::ObeyCommand(const host::Command& command) {
 
 std::shared_ptr<host::TabView> TandrelHandler::CreateTabView(host::Window* parent) {
     const host::ByteString title = host::Localize(kTabViewTitleKey);
-    auto tabView = std::make_shared<TandrelTabView>();
+    auto tabView = std::make_shared<TandrelTabView>(mSettingsStore);
     mTabView = tabView;
     tabView->PostSharedPtrInit();
     tabView->Create(kMvProductionFolderHandlerID, title, parent, host::kTabViewStandardPanel);
@@ -66,7 +66,7 @@ void TandrelHandler::PostSharedPtrInit() {
 void TandrelHandler::ReceiveMessage(const host::Message& message) {
     try {
         if (message.GetTypeID() == host::MvProductionFolderOpenedMessage::kTypeID) {
-            mSettingsStore.LoadProductionSettings();
+            mSettingsStore->LoadProductionSettings();
             ShowProductionPanel();
         } else if (message.GetTypeID() == host::ProjectClosedMessage::kTypeID) {
             if (host::IsTandrelManagerActive() && host::OpenProjectCount() == 0) {
@@ -95,13 +95,6 @@ void TandrelHandler::ShowProductionPanel() {
 std::shared_ptr<TandrelHandler> FindTandrelHandler() {
     return std::dynamic_pointer_cast<TandrelHandler>(
         host::Handler::FindHandler(kMvProductionFolderHandlerID));
-}
-
-host::WideString GetTandrelManagerFolderPath() {
-    if (!host::IsTandrelManagerActive()) {
-        return {};
-    }
-    return host::GetTandrelManagerFolderPath();
 }
 
 } // namespace HandlerTandrel

@@ -2,9 +2,9 @@
 // The host's handler of the Production panel: registers the panel's window and menu, makes
 // its tab view on request, owns the saved panel states, and brings the panel forward when a
 // production opens or the last project of an open production closes.
-#include "handler/ProductionSettingsStore.h"
 #include "host/Messaging.h"
 #include "host/PanelFramework.h"
+#include "state/ProductionSettingsStore.h"
 
 #include <memory>
 
@@ -28,18 +28,17 @@ public:
 
     void ShowProductionPanel();
 
-    ProductionSettingsStore& GetSettingsStore() { return mSettingsStore; }
+    ProductionSettingsStore& GetSettingsStore() { return *mSettingsStore; }
     std::shared_ptr<TandrelTabView> GetTabView() const { return mTabView; }
 
 private:
     std::shared_ptr<TandrelTabView> mTabView;
-    ProductionSettingsStore mSettingsStore;
+    // Shared with the panel it makes, which keeps each production's state there.
+    const std::shared_ptr<ProductionSettingsStore> mSettingsStore =
+        std::make_shared<ProductionSettingsStore>();
 };
 
 // The live Production panel handler, or empty when the host has none.
 std::shared_ptr<TandrelHandler> FindTandrelHandler();
-
-// The open production's folder, or empty when no production is open.
-host::WideString GetTandrelManagerFolderPath();
 
 } // namespace HandlerTandrel

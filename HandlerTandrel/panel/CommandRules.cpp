@@ -1,6 +1,7 @@
 #include "panel/CommandRules.h"
+#include "utils/ProductionItems.h"
 
-#include "ProductionCommands.h"
+#include "base/ProductionCommands.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
@@ -86,7 +87,7 @@ bool IsOpenProject(const host::WideString& path) {
 }
 
 bool IsClosedProject(const host::WideString& path) {
-    return !IsFolderItem(path) && !IsOpenProject(path);
+    return !Utils::IsFolderItem(path) && !IsOpenProject(path);
 }
 
 bool IsOutOfDateReadOnly(const host::ProjectPtr& project) {
@@ -130,10 +131,6 @@ bool DecideLockToggle(const std::vector<host::WideString>& selected, host::Comma
 }
 
 } // namespace
-
-bool IsFolderItem(const host::WideString& path) {
-    return host::DirectoryExists(path) && !host::ProductionSupportsMarvaneProjectFile(path);
-}
 
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
                          host::CommandStatus& status) {

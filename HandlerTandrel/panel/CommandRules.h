@@ -34,7 +34,4 @@ bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
 // projects do not while too few projects are open to change the answer.
 bool RuleReadsSelection(host::CommandID id);
 
-// A path the panel treats as a folder: a directory that is not a project stored as one.
-bool IsFolderItem(const host::WideString& path);
-
 } // namespace HandlerTandrel

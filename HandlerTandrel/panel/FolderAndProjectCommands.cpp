@@ -5,7 +5,6 @@
 #include "panel/TandrelTabView.h"
 
 #include "directoryview/TandrelDirectoryView.h"
-#include "handler/TandrelHandler.h"
 #include "host/ApplicationLayer.h"
 #include "host/ExceptionLog.h"
 #include "host/FileServices.h"
@@ -15,6 +14,7 @@
 #include "host/UIFramework.h"
 #include "utils/AddProjects.h"
 #include "utils/CopyFiles.h"
+#include "utils/ProductionItems.h"
 
 #include <algorithm>
 #include <string>
@@ -98,8 +98,8 @@ host::WideString TandrelTabView::ParentForNewItem() const {
     const std::vector<host::WideString> selected = GetSelectedPaths();
     host::WideString parent = selected.size() == 1 && !selected.front().empty()
                                   ? selected.front()
-                                  : GetTandrelManagerFolderPath();
-    if (host::FileOrDirExists(parent) && !IsFolderItem(parent)) {
+                                  : Utils::OpenProductionFolder();
+    if (host::FileOrDirExists(parent) && !Utils::IsFolderItem(parent)) {
         parent = FolderPart(parent); // beside a selected project, not inside it
     }
     return parent;
@@ -156,7 +156,7 @@ void TandrelTabView::OnMakeACopyCommand() {
         for (const host::WideString& path : GetSelectedPaths()) {
             const host::WideString copy = host::GetMvProductionItemCopyPath(path, chosen);
             chosen.push_back(copy);
-            if (!IsFolderItem(path)) {
+            if (!Utils::IsFolderItem(path)) {
                 host::AddProjectToMvProduction(path, copy);
                 lastProjectCopy = copy;
                 copying = true;
@@ -208,7 +208,7 @@ void TandrelTabView::OnMakeACopyCommand() {
 void TandrelTabView::OnToggleReadOnlyCommand() {
     for (const host::WideString& path : GetSelectedPaths()) {
         const host::ProjectPtr project =
-            IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
+            Utils::IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
         if (!project) {
             continue;
         }

@@ -4,9 +4,8 @@
 #include "panel/TandrelTabView.h"
 #include "panel/TandrelTreeView.h"
 
-#include "ProductionCommands.h"
+#include "base/ProductionCommands.h"
 #include "directoryview/TandrelDirectoryView.h"
-#include "handler/TandrelHandler.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
@@ -17,6 +16,7 @@
 #include "search/TandrelSearchResultsView.h"
 #include "utils/MoveItems.h"
 #include "utils/OpenProjects.h"
+#include "utils/ProductionItems.h"
 
 #include <algorithm>
 #include <array>
@@ -88,7 +88,7 @@ bool TandrelTabView::FindCommandStatus(const host::Command& command, host::Comma
     }
     CommandFacts facts;
     facts.created = IsCreated() && mTreeView != nullptr;
-    facts.production = GetTandrelManagerFolderPath();
+    facts.production = Utils::OpenProductionFolder();
     static const std::vector<host::WideString> kNone;
     const std::vector<host::WideString>& selected =
         IgnoresSelection(command.id) || !RuleReadsSelection(command.id) ? kNone
@@ -116,7 +116,7 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
     switch (id) {
     case kCmdOpenProject:
         for (const host::WideString& path : selected) {
-            if (host::HasDocumentManager() && !IsFolderItem(path)) {
+            if (host::HasDocumentManager() && !Utils::IsFolderItem(path)) {
                 host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModePlain);
             }
         }
@@ -130,7 +130,7 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
     case kCmdRefreshProject:
         for (const host::WideString& path : selected) {
             const host::ProjectPtr project =
-                IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
+                Utils::IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
             if (project) {
                 host::ReloadOpenProject(project, true);
             }
@@ -190,7 +190,7 @@ bool TandrelTabView::CarryOut(host::CommandID id) {
         return true;
     case kCmdRevealRootInSystem:
         // Converted once, as the host's own paths are; a folder gone meanwhile shows nothing.
-        if (const host::WideString production = GetTandrelManagerFolderPath();
+        if (const host::WideString production = Utils::OpenProductionFolder();
             !production.empty() && host::DirectoryExists(production)) {
             host::RevealFolder(production);
         }

@@ -5,8 +5,8 @@
 
 #include "columns/Columns.h"
 #include "directoryview/TandrelDirectoryView.h"
-#include "handler/TandrelHandler.h"
 #include "search/TandrelSearchResultsView.h"
+#include "utils/ProductionItems.h"
 
 #include <algorithm>
 #include <cmath>
@@ -97,12 +97,11 @@ void TandrelTabView::ApplyStateData(const StateData& state) {
 }
 
 bool TandrelTabView::RestoreState() {
-    const std::shared_ptr<TandrelHandler> handler = FindTandrelHandler();
-    if (!handler || !mTreeView) {
+    if (!mSettings || !mTreeView) {
         return false;
     }
     const std::optional<StateData> state =
-        handler->GetSettingsStore().FindProductionState(GetTandrelManagerFolderPath());
+        mSettings->FindProductionState(Utils::OpenProductionFolder());
     if (state) {
         ApplyStateData(*state);
     }
@@ -117,6 +116,12 @@ void TandrelTabView::ProductionShown() {
     UpdateStatusText();
 }
 
+void TandrelTabView::DirectoryShowsProduction() {
+    if (IsCreated()) {
+        ProductionShown();
+    }
+}
+
 void TandrelTabView::ClearSearch() {
     if (mSearchBox && !mSearchBox->GetValue().empty()) {
         mSearchBox->SetValue({}, true);
@@ -125,15 +130,15 @@ void TandrelTabView::ClearSearch() {
 }
 
 void TandrelTabView::SaveState() {
-    SaveStateFor(GetTandrelManagerFolderPath());
+    SaveStateFor(Utils::OpenProductionFolder());
 }
 
 void TandrelTabView::SaveStateFor(const host::WideString& production) {
     if (!mTreeView || production.empty()) {
         return;
     }
-    if (const std::shared_ptr<TandrelHandler> handler = FindTandrelHandler()) {
-        handler->GetSettingsStore().StoreProductionState(production, GetStateData());
+    if (mSettings) {
+        mSettings->StoreProductionState(production, GetStateData());
     }
 }
 

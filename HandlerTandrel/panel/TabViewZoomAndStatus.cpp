@@ -6,10 +6,10 @@
 #include "panel/TandrelTabView.h"
 #include "panel/TandrelTreeView.h"
 
-#include "ProductionCommands.h"
+#include "base/ProductionCommands.h"
 #include "directoryview/TandrelDirectoryView.h"
-#include "handler/TandrelHandler.h"
 #include "search/TandrelSearchResultsView.h"
+#include "utils/ProductionItems.h"
 
 namespace HandlerTandrel {
 
@@ -38,7 +38,7 @@ void TandrelTabView::UpdateButtons() {
     // Each button is enabled exactly as its command is in the menus.
     CommandFacts facts;
     facts.created = IsCreated();
-    facts.production = GetTandrelManagerFolderPath();
+    facts.production = Utils::OpenProductionFolder();
     const auto shared = SharedSelectedPathsForStatus();
     const std::vector<host::WideString>& selected = *shared;
     if (facts.created && mMoveTest) {

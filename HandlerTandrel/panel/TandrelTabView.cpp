@@ -3,16 +3,18 @@
 #include "panel/TandrelTreeView.h"
 #include "panel/TrashScriptingHook.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "columns/DisplayName.h"
 #include "directoryview/TandrelDirectoryView.h"
-#include "handler/TandrelHandler.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
 #include "host/ExceptionLog.h"
 #include "host/Localizer.h"
 #include "host/PanelFramework.h"
 #include "search/TandrelSearchResultsView.h"
+#include "utils/ProductionItems.h"
+
+#include <utility>
 
 namespace HandlerTandrel {
 
@@ -54,7 +56,8 @@ std::unique_ptr<host::PictureButton> MakeButton(host::TabView& panel, std::strin
 
 } // namespace
 
-TandrelTabView::TandrelTabView() = default;
+TandrelTabView::TandrelTabView(std::shared_ptr<ProductionSettingsStore> settings)
+    : mSettings(std::move(settings)) {}
 
 TandrelTabView::~TandrelTabView() {
     Unsubscribe();
@@ -303,7 +306,7 @@ bool TandrelTabView::IsShowingSearchResults() const {
 }
 
 void TandrelTabView::UpdateTabTitle() {
-    SetTitle(TabTitleFor(GetTandrelManagerFolderPath()));
+    SetTitle(TabTitleFor(Utils::OpenProductionFolder()));
 }
 
 host::ByteString TabTitleFor(const host::WideString& productionPath) {

@@ -4,11 +4,13 @@
 // line, the zoom slider and the New Project, New Folder and Trash buttons), places them, keeps
 // the status line, the buttons and the zoom current, and hands its state to the settings store
 // when it goes, getting it back when it is made again.
+#include "directoryview/TandrelDirectoryView.h"
 #include "host/Messaging.h"
 #include "host/UIControls.h"
 #include "host/UIFramework.h"
 #include "panel/PanelLayout.h"
-#include "panel/TabViewStateData.h"
+#include "state/ProductionSettingsStore.h"
+#include "state/TabViewStateData.h"
 
 #include <cstdint>
 #include <memory>
@@ -18,7 +20,6 @@
 namespace HandlerTandrel {
 
 class MoveToTrashTest;
-class TandrelDirectoryView;
 class TandrelSearchResultsView;
 class TandrelTreeView;
 
@@ -29,11 +30,13 @@ inline constexpr std::string_view kNewProjectButtonNodeID = "Handlers.Tandrel.Ne
 inline constexpr std::string_view kNewFolderButtonNodeID = "Handlers.Tandrel.NewFolderButton";
 inline constexpr std::string_view kTrashButtonNodeID = "Handlers.Tandrel.TrashButton";
 
-class TandrelTabView : public host::TabView, public host::Listener {
+class TandrelTabView : public host::TabView, public host::Listener, public DirectoryViewOwner {
 public:
     using StateData = TabViewStateData;
 
-    TandrelTabView();
+    // The panel remembers each production's state in the store it is given; without one (a
+    // panel made outside a handler) it remembers nothing.
+    explicit TandrelTabView(std::shared_ptr<ProductionSettingsStore> settings = nullptr);
     ~TandrelTabView() override;
 
     // Subscribes to production messages; call once the view is held by a shared pointer.
@@ -90,6 +93,8 @@ public:
     std::vector<host::WideString> GetSelectedPaths() const;
     // The tree shows a production that was just opened: its saved state comes back.
     void ProductionShown();
+    // Once created, a production the tree shows afresh is a production shown.
+    void DirectoryShowsProduction() override;
     // What the panel would save now.
     StateData GetStateData() const;
     // Puts a saved state back: columns, sort, open folders, selection, top row, zoom, search.
@@ -156,6 +161,7 @@ private:
     };
     std::optional<StatusPaths> mStatusPaths;
 
+    const std::shared_ptr<ProductionSettingsStore> mSettings;
     std::shared_ptr<TandrelDirectoryView> mDirectoryView;
     std::shared_ptr<TandrelSearchResultsView> mSearchResultsView;
     std::unique_ptr<TandrelTreeView> mTreeView;

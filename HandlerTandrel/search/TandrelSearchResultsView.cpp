@@ -1,6 +1,6 @@
 #include "search/TandrelSearchResultsView.h"
 
-#include "TandrelIDs.h"
+#include "base/TandrelIDs.h"
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"

@@ -1,4 +1,4 @@
-#include "handler/ProductionSettingsFile.h"
+#include "state/ProductionSettingsFile.h"
 
 #include <cmath>
 #include <limits>

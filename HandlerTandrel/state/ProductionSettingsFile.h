@@ -3,7 +3,7 @@
 // member per production (its normalised folder path) holding the panel's saved state.
 #include "host/CoreTypes.h"
 #include "host/Json.h"
-#include "panel/TabViewStateData.h"
+#include "state/TabViewStateData.h"
 
 #include <map>
 #include <string>

@@ -1,7 +1,7 @@
-#include "handler/ProductionSettingsStore.h"
+#include "state/ProductionSettingsStore.h"
 
-#include "handler/ProductionSettingsFile.h"
 #include "host/FileServices.h"
+#include "state/ProductionSettingsFile.h"
 
 namespace HandlerTandrel {
 

@@ -1,7 +1,7 @@
 #pragma once
 // The saved panel state of every production the user has had open, by normalised folder.
 #include "host/CoreTypes.h"
-#include "panel/TabViewStateData.h"
+#include "state/TabViewStateData.h"
 
 #include <map>
 #include <optional>

@@ -10,9 +10,9 @@
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DialogResponder.h"
 #include "Marvane/uiframework/DockWorkspace.h"
-#include "ProductionCommands.h"
-#include "TandrelIDs.h"
 #include "TestProjects.h"
+#include "base/ProductionCommands.h"
+#include "base/TandrelIDs.h"
 #include "directoryview/TandrelDirectoryView.h"
 #include "panel/TandrelTabView.h"
 

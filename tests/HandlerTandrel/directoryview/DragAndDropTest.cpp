@@ -6,8 +6,8 @@
 #include "Marvane/uiframework/ControlImpl.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
 #include "Marvane/uitoolkit/TreeView.h"
-#include "TandrelIDs.h"
 #include "TestProjects.h"
+#include "base/TandrelIDs.h"
 #include "directoryview/RowDragPayload.h"
 
 #include <QDragEnterEvent>

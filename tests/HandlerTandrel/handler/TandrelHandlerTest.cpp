@@ -2,9 +2,9 @@
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/WindowRegistry.h"
-#include "TandrelIDs.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "base/TandrelIDs.h"
 #include "host/DataTransfer.h"
 #include "host/ProjectBackEnd.h"
 

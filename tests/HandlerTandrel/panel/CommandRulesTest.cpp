@@ -4,9 +4,9 @@
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
-#include "ProductionCommands.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
+#include "base/ProductionCommands.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 

@@ -3,9 +3,9 @@
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/MenuResources.h"
-#include "ProductionCommands.h"
-#include "TandrelIDs.h"
 #include "TestProjects.h"
+#include "base/ProductionCommands.h"
+#include "base/TandrelIDs.h"
 #include "handler/TandrelHandler.h"
 #include "panel/TandrelTabView.h"
 

@@ -1,9 +1,9 @@
 #include "Marvane/core/LocalizerControl.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "columns/DisplayName.h"
-#include "handler/TandrelHandler.h"
 #include "host/ProjectBackEnd.h"
 #include "panel/TandrelTabView.h"
+#include "utils/ProductionItems.h"
 
 #include <gtest/gtest.h>
 #include <optional>
@@ -72,7 +72,7 @@ TEST(TabTitle, TheNameIsAppendedToTheTranslatedPrefix) {
 }
 
 TEST(TabTitle, NoProductionIsOpenWhenTheHostHasNone) {
-    EXPECT_TRUE(HandlerTandrel::GetTandrelManagerFolderPath().empty());
+    EXPECT_TRUE(HandlerTandrel::Utils::OpenProductionFolder().empty());
 }
 
 TEST(TabView, AnswersThePanelMenuID) {

@@ -1,7 +1,7 @@
 #include "Marvane/application/HostSession.h"
-#include "handler/ProductionSettingsFile.h"
-#include "handler/ProductionSettingsStore.h"
 #include "host/FileServices.h"
+#include "state/ProductionSettingsFile.h"
+#include "state/ProductionSettingsStore.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,8 +1,8 @@
-#include "ProductionCommands.h"
+#include "base/ProductionCommands.h"
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/CommandRegistry.h"
-#include "TandrelIDs.h"
 #include "TandrelModule.h"
+#include "base/TandrelIDs.h"
 
 #include <gtest/gtest.h>
 
