@@ -74,7 +74,8 @@ void BM_MoveFolderToTrash(benchmark::State& state) {
         const std::vector<host::WideString> items = {host::ToUTF16(batch.string())};
         state.ResumeTiming();
         if (HandlerTandrel::Utils::CanMoveItems(items)) {
-            HandlerTandrel::Utils::MoveToTrash(items, false, true);
+            HandlerTandrel::Utils::MoveToTrash(items, HandlerTandrel::Utils::UnsavedChanges::kAsk,
+                                               HandlerTandrel::Utils::ApplyToAll::kOffer);
         }
         state.PauseTiming();
         const fs::path moved = production / "Trash" / batch.filename();
@@ -133,7 +134,9 @@ void BM_MoveManyProjectsToTrash(benchmark::State& state) {
             benchsupport::StallWatch stalls;
             host::ItemByItemWork work("Moving to the Trash", items.size() * 3);
             if (HandlerTandrel::Utils::CanMoveItems(items, &work)) {
-                HandlerTandrel::Utils::MoveToTrash(items, false, true, &work);
+                HandlerTandrel::Utils::MoveToTrash(
+                    items, HandlerTandrel::Utils::UnsavedChanges::kAsk,
+                    HandlerTandrel::Utils::ApplyToAll::kOffer, &work);
             }
             longestStall = std::max(longestStall, stalls.LongestMs());
         }

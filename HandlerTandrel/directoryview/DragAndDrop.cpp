@@ -4,6 +4,7 @@
 #include "directoryview/TandrelDirectoryView.h"
 
 #include "base/TandrelIDs.h"
+#include "directoryview/TreeIntents.h"
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
 #include "host/Localizer.h"
@@ -30,13 +31,6 @@ constexpr std::string_view kOnlyProjectsMessageKey =
 
 // Copy and move.
 constexpr std::uint32_t kRowDragActions = host::kDropActionCopy | host::kDropActionMove;
-
-host::WideString ParentOf(const host::WideString& path) {
-    const host::WideString clean = host::StripTrailingSlash(path);
-    const std::size_t slash = clean.find_last_of(u'/');
-    return slash == host::WideString::npos || slash == 0 ? host::WideString(u"/")
-                                                         : clean.substr(0, slash);
-}
 
 bool AllSupportedProjects(const std::vector<host::WideString>& files) {
     return std::all_of(files.begin(), files.end(), [](const host::WideString& file) {
@@ -101,30 +95,23 @@ TandrelDirectoryView::DraggedRowsOf(const host::DropData& data) const {
 
 DropTarget
 TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlace& place) const {
-    DropTarget target;
-    const host::WideString root = GetRootPath();
+    DropPlaceFacts facts;
+    facts.production = GetRootPath();
     if (place.row) {
-        target.row = place.row;
-        target.path = GetRowPath(place.row);
-        if (Utils::IsFolderItem(target.path)) {
-            target.folder = target.path;
-            target.folderRow = place.row;
-            return target;
-        }
-        // A drop on a project row goes into the folder that holds the project.
-        target.folder = ParentOf(target.path);
+        facts.rowPath = GetRowPath(place.row);
+        facts.rowIsFolder = Utils::IsFolderItem(facts.rowPath);
     } else if (place.betweenRows && place.rowAfterGap) {
-        // Between two rows: among the rows after the gap, in the folder that holds them.
-        target.folder = ParentOf(GetRowPath(place.rowAfterGap));
-    } else {
-        // Below the last row: the production itself.
-        target.folder = host::StripTrailingSlash(root);
+        facts.rowAfterGap = GetRowPath(place.rowAfterGap);
     }
-    if (host::StripTrailingSlash(target.folder) != host::StripTrailingSlash(root)) {
+    DropTarget target;
+    target.row = place.row;
+    target.folder = FolderOfDrop(facts);
+    target.path = facts.rowPath.empty() ? target.folder : facts.rowPath;
+    if (facts.rowIsFolder) {
+        target.folderRow = place.row;
+    } else if (host::StripTrailingSlash(target.folder) !=
+               host::StripTrailingSlash(facts.production)) {
         target.folderRow = GetRowForPath(target.folder);
-    }
-    if (target.path.empty()) {
-        target.path = target.folder;
     }
     return target;
 }
@@ -220,9 +207,10 @@ void TandrelDirectoryView::CarryOutDrop(host::DropRequest& request, const DropTa
         // Reported before the move: moving may show questions and messages of its own.
         Answer(request, true, host::kDropActionMove);
         if (host::IsTheMvProductionTrashDirectory(target.folder)) {
-            Utils::MoveToTrash(paths, false, true);
+            Utils::MoveToTrash(paths, Utils::UnsavedChanges::kAsk, Utils::ApplyToAll::kOffer);
         } else if (!paths.empty()) {
-            Utils::CopyFiles(paths, target.folder, true, false);
+            Utils::CopyFiles(paths, target.folder, Utils::Transfer::kMove,
+                             Utils::TakenName::kRefuse);
         }
         return;
     }
@@ -247,8 +235,10 @@ void TandrelDirectoryView::CarryOutDrop(host::DropRequest& request, const DropTa
         host::DraggedProjectItems items;
         host::GetDraggedProjectItems(data, items);
         const host::ProjectPtr project = host::FindOpenProject(host::ToUTF8(target.path));
-        const int moveFlag = request.action == host::kDropActionMove ? 1 : 0;
-        if (!host::CopySelection(items, project, moveFlag)) {
+        const host::ItemsLeaveTheirProject leave = request.action == host::kDropActionMove
+                                                       ? host::ItemsLeaveTheirProject::kYes
+                                                       : host::ItemsLeaveTheirProject::kNo;
+        if (!host::CopySelection(items, project, leave)) {
             Answer(request, false, host::kDropActionNone);
         }
     }

@@ -7,7 +7,9 @@ void SelectRowsAtPaths(host::MediaBrowserDirectoryView& view,
     bool first = true;
     for (const host::WideString& path : paths) {
         if (const host::TreeRowPtr row = view.GetRowForPath(path)) {
-            view.GetTree().SelectRow(row, first, false, true);
+            view.GetTree().SelectRow(
+                row, first ? host::RowSelection::kOnlyRow : host::RowSelection::kAddRow,
+                host::SelectionNotice::kTell);
             first = false;
         }
     }

@@ -26,7 +26,7 @@ int SelectionMoves::RowsPerPage() const {
 }
 
 void SelectionMoves::MoveSelectionTo(const host::TreeRowPtr& row) {
-    mTree.SelectRow(row, true, false, true);
+    mTree.SelectRow(row, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     mTree.ScrollRowIntoView(row, false, 0, true);
 }
 

@@ -6,17 +6,14 @@
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
 #include "columns/TuningValue.h"
-#include "directoryview/ContextMenus.h"
 #include "directoryview/RowFilter.h"
 #include "directoryview/SavedSelection.h"
 #include "host/ApplicationLayer.h"
 #include "host/DirectoryMonitor.h"
 #include "host/FileServices.h"
-#include "host/OpenProjects.h"
 #include "host/PanelFramework.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
-#include "utils/MoveItems.h"
 #include "utils/ProjectMessages.h"
 
 #include <algorithm>
@@ -292,24 +289,6 @@ void TandrelDirectoryView::SelectWhenListed(std::vector<host::WideString> paths,
     ShowNewItem(awaited);
 }
 
-std::string_view TandrelDirectoryView::ContextClick(const host::TreeRowPtr& row) {
-    std::string_view menu = kNoSelectionContextMenuID;
-    if (!row) {
-        GetTree().DeselectAllRows();
-    } else {
-        std::vector<host::WideString> selected = GetSelectedPaths();
-        if (std::find(selected.begin(), selected.end(), GetRowPath(row)) == selected.end()) {
-            GetTree().SelectRow(row, true, false, true);
-            selected = GetSelectedPaths();
-        }
-        menu = ContextMenuForSelection(Utils::ClassifyItems(selected));
-    }
-    if (!menu.empty()) {
-        host::TrackContextMenu(host::ByteString(menu));
-    }
-    return menu;
-}
-
 DirectoryViewStateData TandrelDirectoryView::GetStateData() const {
     DirectoryViewStateData state;
     const host::UI_MultiColumnTree& tree = GetTree();
@@ -360,67 +339,6 @@ void TandrelDirectoryView::RefreshOpenedRows() {
 
 void TandrelDirectoryView::SelectPaths(const std::vector<host::WideString>& paths) {
     SelectRowsAtPaths(*this, paths);
-}
-
-host::TreeRowPtr TandrelDirectoryView::RenamableSelectedRow() const {
-    const std::vector<host::TreeRowPtr> selected = GetTree().GetSelectedRows();
-    return selected.size() == 1 && GetTree().IsRowVisible(selected.front()) ? selected.front()
-                                                                            : nullptr;
-}
-
-bool TandrelDirectoryView::UI_DoKeyboardEvent(const host::KeyboardEvent& event) {
-    // Select All of the tree never takes the trash's content.
-    if (event.keyCode == host::KeyCodeOfLetter('A') && event.modifiers == host::kModifierControl) {
-        SelectAll();
-        return true;
-    }
-    return mRename.KeyDown(event, [this] { return RenamableSelectedRow(); });
-}
-
-bool TandrelDirectoryView::UI_DoTimerNotify(host::UI_TimerID id) {
-    return mRename.TimerFired(id);
-}
-
-void TandrelDirectoryView::RowClickDown(const host::TreeRowPtr&) {
-    mRename.ClickDown(GetTree().GetSelectedRows());
-}
-
-bool TandrelDirectoryView::IsOnName(const host::TreeRowPtr& row, host::UI_Point point) {
-    const host::UI_Rect frame = GetTree().GetCellFrame(row, Columns::kNameColumn);
-    float trailingWidth = 0;
-    if (auto* cell = dynamic_cast<Columns::NameCellView*>(
-            GetTree().GetCellView(row, Columns::kNameColumn))) {
-        // Laid out for the frame as it is drawn now, so its unused part is current.
-        cell->BoundsChanged({0, 0, frame.width, frame.height});
-        trailingWidth = cell->GetTrailingWidth();
-    }
-    return RenameTrigger::IsOnName(frame, trailingWidth, point);
-}
-
-void TandrelDirectoryView::RowClickUp(const host::TreeRowPtr& row, host::UI_Point point,
-                                      std::uint32_t value) {
-    if (!row || value != 0) {
-        return; // no row, or the end of a drag
-    }
-    mRename.ClickUp(row, IsOnName(row, point));
-}
-
-void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers) {
-    mRename.DoubleClicked(); // a double-click never starts a rename
-    const host::WideString path = GetRowPath(row);
-    if (path.empty() || !host::FileOrDirExists(path)) {
-        return;
-    }
-    if (!host::ProductionSupportsMarvaneProjectFile(path) && host::DirectoryExists(path)) {
-        GetTree().ToggleRow(row);
-        return;
-    }
-    if (host::IsInMvProductionTrash(path, true)) {
-        return; // a project in the trash is not opened
-    }
-    host::OpenProjectInHost(host::ToUTF8(path), (modifiers & host::kModifierAlternative) != 0
-                                                    ? host::kOpenModeAlternative
-                                                    : host::kOpenModePlain);
 }
 
 void TandrelDirectoryView::SelectAll() {

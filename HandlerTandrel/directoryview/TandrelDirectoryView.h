@@ -126,9 +126,6 @@ public:
     Columns::ColumnWidthRecorder& GetColumnWidths() { return mWidths; }
     // The rows reachable through open folders: the items the panel counts.
     int GetItemCount() const;
-    // The panel shows the tree (mode 0) or the search results (mode 1) in its place.
-    void SetMode(int mode) { mMode = mode; }
-    int GetMode() const { return mMode; }
     // Reads the records of the project rows that can be reached through open folders again
     // (the tree comes back after the search results were shown).
     void RefreshOpenedRows();
@@ -257,7 +254,6 @@ private:
     host::WideString mRenamedPath; // the row the state waits for
     // While the state waits for copies: the selection then (none while a rename waits).
     std::optional<std::vector<host::WideString>> mSelectionWhileAwaiting;
-    int mMode = 0;
 };
 
 } // namespace HandlerTandrel

@@ -70,6 +70,15 @@ inline constexpr std::uint32_t kModifierShift = 1;
 inline constexpr std::uint32_t kModifierControl = 2;
 inline constexpr std::uint32_t kModifierAlternative = 4;
 
+// How SelectRow changes the selection.
+enum class RowSelection : std::uint8_t {
+    kOnlyRow,  // the row becomes the only selected row
+    kAddRow,   // the row is added to the selection
+    kAddRange, // the rows from the current row to this one are added
+};
+// Whether a change of the selection is told to the selection callback.
+enum class SelectionNotice : std::uint8_t { kQuiet, kTell };
+
 class UI_MultiColumnTree {
 public:
     using ColumnID = UI_MultiColumnTreeHeaderRow::ColumnID;
@@ -144,9 +153,8 @@ public:
     void ScrollRowIntoView(const TreeRowPtr& row, bool placeAtTop, int marginRows, bool now);
 
     // Selection.
-    // exclusive: the row becomes the only selected row. extend: select the range from the
-    // current row. notify: tell the selection callback.
-    void SelectRow(const TreeRowPtr& row, bool exclusive, bool extend, bool notify);
+    // Selects the row as said, and makes it the current row.
+    void SelectRow(const TreeRowPtr& row, RowSelection how, SelectionNotice notice);
     // Adds the rows to the selection in one change (rows of one folder side by side make one
     // range), the last of them becoming the current row. notify: tell the selection callback,
     // once.

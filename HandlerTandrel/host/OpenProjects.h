@@ -6,6 +6,7 @@
 #include "host/Messaging.h"
 #include "host/ProjectBackEnd.h"
 
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -69,10 +70,15 @@ bool IsProjectOutOfDate(const ProjectPtr& project);
 // Bins and sequences dragged from a project's window (host/DataTransfer.h) onto a project.
 // Whether the open project takes them: it is writable and not the project they come from.
 bool CanAddProjectItems(const DraggedProjectItems& items, const ProjectPtr& target);
+// Whether items put into a project also leave their own.
+enum class ItemsLeaveTheirProject : std::uint8_t {
+    kNo,  // they are copied
+    kYes, // they are moved: they leave their own project when that one is open and writable
+};
 // Puts them into the open project, as an edit the user saves; a name it holds already gets
-// the next number ("Reel A 2"). moveFlag 1: they also leave their own project when that one
-// is open and writable; 0: they are copied. False when nothing was added.
-bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag);
+// the next number ("Reel A 2"). False when nothing was added.
+bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target,
+                   ItemsLeaveTheirProject leave);
 
 // Sent on kProjectActivationStation after a project was opened, closed, or switched between
 // read-only and read-write.

@@ -7,6 +7,7 @@
 #include "host/Localizer.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
+#include "panel/PanelCommands.h"
 #include "panel/SelectionTests.h"
 #include "utils/MoveItems.h"
 #include "utils/ProjectLocks.h"
@@ -132,107 +133,92 @@ bool DecideLockToggle(const std::vector<host::WideString>& selected, host::Comma
 
 } // namespace
 
+namespace Rules {
+
+bool MakesItems(const CommandFacts& facts, const SelectedPaths& selected, host::CommandStatus&) {
+    return CanCreateForSelection(selected, !facts.production.empty());
+}
+
+bool MovesToTrash(const CommandFacts& facts, const SelectedPaths& selected, host::CommandStatus&) {
+    return facts.movable ? *facts.movable : Utils::CanMoveItems(selected);
+}
+
+bool AlwaysOn(const CommandFacts&, const SelectedPaths&, host::CommandStatus&) {
+    return true;
+}
+
+bool OpensClosedProjects(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
+    return host::HasDocumentManager() && AnyOf(selected, &IsClosedProject);
+}
+
+bool ClosesOpenProjects(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
+    return host::HasDocumentManager() && host::OpenProjectCount() > 0 &&
+           OpenProjectFinder().AnyOf(selected);
+}
+
+bool ClosesSomeOfTheOpenProjects(const CommandFacts&, const SelectedPaths& selected,
+                                 host::CommandStatus&) {
+    return host::HasDocumentManager() && host::OpenProjectCount() > 1 &&
+           OpenProjectFinder().AnyOf(selected);
+}
+
+bool RefreshesOutOfDateProjects(const CommandFacts&, const SelectedPaths& selected,
+                                host::CommandStatus&) {
+    return host::HasDocumentManager() && host::OpenProjectCount() > 0 &&
+           OpenProjectFinder().AnyOf(selected, &IsOutOfDateReadOnly);
+}
+
+bool RenamesOneFreeItem(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
+    return selected.size() == 1 && !Utils::IsLockedByOtherUser(selected.front()) &&
+           !host::DoesDirectoryContainLockedProjects(host::ToUTF8(selected.front()), true, true);
+}
+
+bool TogglesTheLock(const CommandFacts&, const SelectedPaths& selected,
+                    host::CommandStatus& status) {
+    return DecideLockToggle(selected, status);
+}
+
+bool NeedsAProduction(const CommandFacts& facts, const SelectedPaths&, host::CommandStatus&) {
+    return !facts.production.empty();
+}
+
+bool NeedsASelection(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
+    return !selected.empty();
+}
+
+bool RefreshesTheProductionsOutOfDateProjects(const CommandFacts&, const SelectedPaths&,
+                                              host::CommandStatus&) {
+    const auto projects = ProjectsOfTheProduction();
+    return std::any_of(projects.begin(), projects.end(), &IsOutOfDateReadOnly);
+}
+
+bool SavesTheProductionsProjects(const CommandFacts&, const SelectedPaths&, host::CommandStatus&) {
+    const auto projects = ProjectsOfTheProduction();
+    return std::any_of(projects.begin(), projects.end(), [](const host::ProjectPtr& project) {
+        return !host::GetIsReadOnly(project);
+    });
+}
+
+bool ClosesTheProductionsProjects(const CommandFacts&, const SelectedPaths&, host::CommandStatus&) {
+    return !ProjectsOfTheProduction().empty();
+}
+
+} // namespace Rules
+
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
                          host::CommandStatus& status) {
     return DecideCommandStatus(id, facts, facts.selected, status);
 }
 
-bool RuleReadsSelection(host::CommandID id) {
-    switch (id) {
-    case kCmdCloseProject:
-    case kCmdRefreshProject:
-        return host::OpenProjectCount() > 0;
-    case kHostCmdCloseProjects:
-        return host::OpenProjectCount() > 1;
-    default:
-        return true;
-    }
-}
-
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
-                         const std::vector<host::WideString>& selected,
-                         host::CommandStatus& status) {
-    const bool productionOpen = !facts.production.empty();
-    const bool documents = host::HasDocumentManager();
+                         const SelectedPaths& selected, host::CommandStatus& status) {
     status.checked = false;
-    switch (id) {
-    case kCmdNewFolder:
-    case kCmdMoveToTrash:
-    case kHostCmdSelectAll:
-    case kHostCmdDeselectAll:
-        if (!facts.created) {
-            return false; // the host's default decides
-        }
-        if (id == kCmdNewFolder) {
-            status.enabled = CanCreateForSelection(selected, productionOpen);
-        } else if (id == kCmdMoveToTrash) {
-            status.enabled = facts.movable ? *facts.movable : Utils::CanMoveItems(selected);
-        } else {
-            status.enabled = true;
-        }
-        return true;
-    case kCmdNewProject:
-    case kCmdAddProject:
-        status.enabled = CanCreateForSelection(selected, productionOpen);
-        return true;
-    case kCmdOpenProject:
-        status.enabled = documents && AnyOf(selected, &IsClosedProject);
-        return true;
-    case kCmdCloseProject:
-        status.enabled =
-            documents && host::OpenProjectCount() > 0 && OpenProjectFinder().AnyOf(selected);
-        return true;
-    case kHostCmdCloseProjects:
-        status.enabled =
-            documents && host::OpenProjectCount() > 1 && OpenProjectFinder().AnyOf(selected);
-        return true;
-    case kCmdRefreshProject:
-        status.enabled = documents && host::OpenProjectCount() > 0 &&
-                         OpenProjectFinder().AnyOf(selected, &IsOutOfDateReadOnly);
-        return true;
-    case kCmdRenameItem:
-        status.enabled =
-            selected.size() == 1 && !Utils::IsLockedByOtherUser(selected.front()) &&
-            !host::DoesDirectoryContainLockedProjects(host::ToUTF8(selected.front()), true, true);
-        return true;
-    case kCmdToggleLock:
-        status.enabled = DecideLockToggle(selected, status);
-        return true;
-    case kCmdRevealRootInSystem:
-        status.enabled = productionOpen;
-        return true;
-    case kCmdRevealItemInSystem:
-    case kCmdMakeACopy:
-        status.enabled = !selected.empty();
-        return true;
-    case kCmdMoveHome:
-    case kCmdMoveEnd:
-    case kCmdMovePageDown:
-    case kCmdMovePageUp:
-    case kCmdZoomIn:
-    case kCmdZoomOut:
-        status.enabled = true;
-        return true;
-    case kCmdRefreshAllProjects: {
-        const auto projects = ProjectsOfTheProduction();
-        status.enabled = std::any_of(projects.begin(), projects.end(), [](const auto& project) {
-            return host::GetIsReadOnly(project) && host::IsProjectOutOfDate(project);
-        });
-        return true;
+    const PanelCommand* command = FindPanelCommand(id);
+    if (command == nullptr || (command->before == Before::kHostRules && !facts.created)) {
+        return false; // the host's default decides
     }
-    case kCmdSaveAllProjects: {
-        const auto projects = ProjectsOfTheProduction();
-        status.enabled = std::any_of(projects.begin(), projects.end(), [](const auto& project) {
-            return !host::GetIsReadOnly(project);
-        });
-        return true;
-    }
-    case kCmdCloseAllProjects:
-        status.enabled = !ProjectsOfTheProduction().empty();
-        return true;
-    default:
-        return false; // Show Path, Rename Production and the host's others: the default
-    }
+    status.enabled = command->rule(facts, selected, status);
+    return true;
 }
 
 } // namespace HandlerTandrel

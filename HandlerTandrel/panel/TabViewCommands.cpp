@@ -1,6 +1,7 @@
 // The panel as the handler of its commands: their status by the rules, and carrying them out.
 #include "panel/CommandRules.h"
 #include "panel/MoveToTrashTest.h"
+#include "panel/PanelCommands.h"
 #include "panel/TandrelTabView.h"
 #include "panel/TandrelTreeView.h"
 
@@ -12,87 +13,24 @@
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
-#include "host/UsageEvents.h"
 #include "search/TandrelSearchResultsView.h"
 #include "utils/MoveItems.h"
-#include "utils/OpenProjects.h"
 #include "utils/ProductionItems.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
-#include <set>
 
 namespace HandlerTandrel {
 
-namespace {
-
-constexpr std::string_view kMovingToTrashKey =
-    "$$$/Marvane/TR/MvProduction/MovingToTrash=Moving to the Trash";
-
-// The commands the panel carries out so far; the others stay with the host's default, so
-// that nothing is offered that would do nothing.
-bool CarriesOut(host::CommandID id) {
-    static const std::set<host::CommandID> carried = {kCmdOpenProject,
-                                                      kCmdCloseProject,
-                                                      kHostCmdCloseProjects,
-                                                      kCmdRefreshProject,
-                                                      kCmdMoveToTrash,
-                                                      kHostCmdSelectAll,
-                                                      kHostCmdDeselectAll,
-                                                      kCmdMoveHome,
-                                                      kCmdMoveEnd,
-                                                      kCmdMovePageDown,
-                                                      kCmdMovePageUp,
-                                                      kCmdCloseAllProjects,
-                                                      kCmdZoomIn,
-                                                      kCmdZoomOut,
-                                                      kCmdNewFolder,
-                                                      kCmdNewProject,
-                                                      kCmdToggleLock,
-                                                      kCmdRefreshAllProjects,
-                                                      kCmdSaveAllProjects,
-                                                      kCmdMakeACopy,
-                                                      kCmdAddProject,
-                                                      kCmdRevealRootInSystem,
-                                                      kCmdRevealItemInSystem,
-                                                      kCmdRenameItem};
-    return carried.count(id) != 0;
-}
-
-// Commands whose rule never looks at the selection. The main menu asks for its commands'
-// status several times a second: reading a big selection for them would be work for nothing.
-bool IgnoresSelection(host::CommandID id) {
-    static const std::set<host::CommandID> ignoring = {
-        kCmdMoveHome,        kCmdMoveEnd,          kCmdMovePageDown,
-        kCmdMovePageUp,      kCmdZoomIn,           kCmdZoomOut,
-        kHostCmdSelectAll,   kHostCmdDeselectAll,  kCmdRefreshAllProjects,
-        kCmdSaveAllProjects, kCmdCloseAllProjects, kCmdRevealRootInSystem};
-    return ignoring.count(id) != 0;
-}
-
-// The zoom commands tell the host the zoom they arrived at, in its shortest exact form
-// ("0.25", "1").
-void ReportZoomUsage(double zoom) {
-    std::array<char, 32> text{};
-    const auto result = std::to_chars(text.data(), text.data() + text.size(), zoom);
-    host::ReportUsageEvent(
-        "Zoom", std::string_view(text.data(), static_cast<std::size_t>(result.ptr - text.data())));
-}
-
-} // namespace
-
 bool TandrelTabView::FindCommandStatus(const host::Command& command, host::CommandStatus& status) {
-    if (!CarriesOut(command.id)) {
+    const PanelCommand* record = FindPanelCommand(command.id);
+    if (record == nullptr) {
         return host::TabView::FindCommandStatus(command, status);
     }
     CommandFacts facts;
     facts.created = IsCreated() && mTreeView != nullptr;
     facts.production = Utils::OpenProductionFolder();
-    static const std::vector<host::WideString> kNone;
-    const std::vector<host::WideString>& selected =
-        IgnoresSelection(command.id) || !RuleReadsSelection(command.id) ? kNone
-                                                                        : SelectedPathsForStatus();
+    static const SelectedPaths kNone;
+    const SelectedPaths& selected = RuleReadsSelection(*record) ? SelectedPathsForStatus() : kNone;
     if (command.id == kCmdMoveToTrash && facts.created && mMoveTest) {
         // Not known yet: the command may be chosen, and carrying it out tests.
         facts.movable = mMoveTest->Answer(SharedSelectedPathsForStatus()).value_or(true);
@@ -104,117 +42,14 @@ bool TandrelTabView::FindCommandStatus(const host::Command& command, host::Comma
 }
 
 bool TandrelTabView::ObeyCommand(const host::Command& command) {
-    if (CarriesOut(command.id) && CarryOut(command.id)) {
-        return true;
-    }
-    return host::TabView::ObeyCommand(command);
-}
-
-bool TandrelTabView::CarryOut(host::CommandID id) {
+    const PanelCommand* record = FindPanelCommand(command.id);
     const bool created = IsCreated() && mTreeView != nullptr;
-    const std::vector<host::WideString> selected = GetSelectedPaths();
-    switch (id) {
-    case kCmdOpenProject:
-        for (const host::WideString& path : selected) {
-            if (host::HasDocumentManager() && !Utils::IsFolderItem(path)) {
-                host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModePlain);
-            }
-        }
-        return true;
-    case kCmdCloseProject:
-        Utils::CloseProjectsIn(selected, false, true);
-        return true;
-    case kHostCmdCloseProjects:
-        Utils::CloseProjectsIn(selected, false, false);
-        return true;
-    case kCmdRefreshProject:
-        for (const host::WideString& path : selected) {
-            const host::ProjectPtr project =
-                Utils::IsFolderItem(path) ? nullptr : host::FindOpenProject(host::ToUTF8(path));
-            if (project) {
-                host::ReloadOpenProject(project, true);
-            }
-        }
-        return true;
-    case kCmdRenameItem:
-        StartRenamingSelectedRow();
-        return true;
-    case kCmdMoveToTrash:
-        if (!created) {
-            return false;
-        }
-        {
-            // Each item is tested, planned and moved, and the window keeps turning meanwhile:
-            // a selection of thousands takes a while.
-            host::ItemByItemWork work(host::Localize(kMovingToTrashKey), selected.size() * 3);
-            if (Utils::CanMoveItems(selected, &work)) {
-                Utils::MoveToTrash(selected, false, true, &work);
-            }
-        }
-        return true;
-    case kHostCmdSelectAll:
-    case kHostCmdDeselectAll:
-        if (!created) {
-            return false;
-        }
-        SelectAllOfShownView(id == kHostCmdSelectAll);
-        return true;
-    case kCmdMoveHome:
-    case kCmdMoveEnd:
-    case kCmdMovePageDown:
-    case kCmdMovePageUp:
-        MoveSelection(id);
-        return true;
-    case kCmdCloseAllProjects:
-        if (host::HasDocumentManager()) {
-            host::CloseAllOpenProjects();
-        }
-        return true;
-    case kCmdNewFolder:
-        if (!created) {
-            return false;
-        }
-        OnNewFolderCommand();
-        return true;
-    case kCmdNewProject:
-        OnNewProjectCommand();
-        return true;
-    case kCmdToggleLock:
-        OnToggleReadOnlyCommand();
-        return true;
-    case kCmdMakeACopy:
-        OnMakeACopyCommand();
-        return true;
-    case kCmdAddProject:
-        OnAddProjectCommand();
-        return true;
-    case kCmdRevealRootInSystem:
-        // Converted once, as the host's own paths are; a folder gone meanwhile shows nothing.
-        if (const host::WideString production = Utils::OpenProductionFolder();
-            !production.empty() && host::DirectoryExists(production)) {
-            host::RevealFolder(production);
-        }
-        return true;
-    case kCmdRevealItemInSystem:
-        host::RevealAndSelectFiles(selected);
-        return true;
-    case kCmdRefreshAllProjects:
-        OnRefreshOutOfDateProjectsCommand();
-        return true;
-    case kCmdSaveAllProjects:
-        OnSaveAllCommand();
-        return true;
-    case kCmdZoomIn:
-        ZoomIn();
-        ReportZoomUsage(mZoom);
-        return true;
-    case kCmdZoomOut:
-        ZoomOut();
-        ReportZoomUsage(mZoom);
-        return true;
-    default:
-        return false;
+    if (record == nullptr || (record->before == Before::kHostRules && !created)) {
+        return host::TabView::ObeyCommand(command);
     }
+    record->action(*this,
+                   record->selection == SelectionUse::kNone ? SelectedPaths() : GetSelectedPaths());
+    return true;
 }
 
 void TandrelTabView::AnswerDropOnTrashButton(host::DropRequest& request) {
@@ -251,7 +86,7 @@ void TandrelTabView::AnswerDropOnTrashButton(host::DropRequest& request) {
     request.action = host::kDropActionMove;
     request.cursor = host::DragCursor::Fist;
     if (request.isDrop) {
-        Utils::MoveToTrash(paths, false, true);
+        Utils::MoveToTrash(paths, Utils::UnsavedChanges::kAsk, Utils::ApplyToAll::kOffer);
     }
 }
 
@@ -283,7 +118,9 @@ void TandrelTabView::SelectAllOfShownView(bool select) {
     const int count = tree.GetTopLevelRowCount();
     for (int index = 0; index < count; ++index) {
         // Told once, for the last row.
-        tree.SelectRow(tree.GetTopLevelRow(index), false, false, index + 1 == count);
+        tree.SelectRow(tree.GetTopLevelRow(index), host::RowSelection::kAddRow,
+                       index + 1 == count ? host::SelectionNotice::kTell
+                                          : host::SelectionNotice::kQuiet);
     }
 }
 

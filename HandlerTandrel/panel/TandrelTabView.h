@@ -87,6 +87,13 @@ public:
     void OnRefreshOutOfDateProjectsCommand();
     void OnSaveAllCommand();
 
+    // The rename command: the one selected row of the tree gets its edit field.
+    void StartRenamingSelectedRow();
+    // Select All and Deselect All, in the tree or the search results, whichever is shown.
+    void SelectAllOfShownView(bool select);
+    // Home, End, Page Down and Page Up in the tree (the results list moves by its own keys).
+    void MoveSelection(host::CommandID id);
+
     // The preferred height when stacked with other panels: every row the tree shows.
     float GetStackedDimensionHeight() const;
     // The full paths of the selected rows of the view shown now.
@@ -126,13 +133,8 @@ private:
     void Unsubscribe();
     void RemoveChildren();
     bool IsShowingSearchResults() const;
-    // Carries out a command the panel handles; false leaves it to the host's default.
-    bool CarryOut(host::CommandID id);
     // Rows of the tree dragged onto the Trash button go to the production trash.
     void AnswerDropOnTrashButton(host::DropRequest& request);
-    // The rename command: the one selected row of the tree gets its edit field.
-    void StartRenamingSelectedRow();
-    void SelectAllOfShownView(bool select);
     // What the selected items hold may have changed: the kept move-to-trash answer is old.
     void ForgetMoveTest();
     // The selected paths for the commands' status: made once while the selection and the rows
@@ -141,7 +143,6 @@ private:
     const std::vector<host::WideString>& SelectedPathsForStatus();
     // The same, shared (with a test of the selection that runs on a worker).
     std::shared_ptr<const std::vector<host::WideString>> SharedSelectedPathsForStatus();
-    void MoveSelection(host::CommandID id);
 
     PanelMetrics mMetrics;
     double mZoomStep = 0.25;

@@ -29,17 +29,15 @@ TandrelTreeView::TandrelTreeView(host::TabView& panel,
     mArea->EmbedTree(mDirectory->GetTree());
     mArea->EmbedTree(mSearch->GetTree());
     mSearch->GetTree().SetVisible(false);
-    mDirectory->SetMode(kDirectoryMode);
 }
 
 TandrelTreeView::~TandrelTreeView() = default;
 
-void TandrelTreeView::SetMode(int mode) {
-    if (mode == mMode || (mode != kDirectoryMode && mode != kSearchResultsMode)) {
+void TandrelTreeView::SetMode(Mode mode) {
+    if (mode == mMode) {
         return;
     }
     mMode = mode;
-    mDirectory->SetMode(mode);
     if (mode == kSearchResultsMode) {
         CopyLayout(mDirectory->GetHeaderRow(), mDirectory->GetColumnWidths(),
                    mSearch->GetHeaderRow(), mSearch->GetColumnWidths());

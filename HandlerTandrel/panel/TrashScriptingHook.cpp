@@ -6,7 +6,8 @@
 namespace HandlerTandrel {
 
 bool TryToMoveToTrash(const std::weak_ptr<host::TabView>& panel,
-                      const std::vector<host::WideString>& paths, bool flagA, bool flagB) {
+                      const std::vector<host::WideString>& paths, bool saveWithoutAsking,
+                      bool offerApplyToAll) {
     const std::shared_ptr<host::TabView> alive = panel.lock();
     if (!alive) {
         return false;
@@ -14,7 +15,10 @@ bool TryToMoveToTrash(const std::weak_ptr<host::TabView>& panel,
     if (!Utils::CanMoveItems(paths)) {
         return false;
     }
-    Utils::MoveToTrash(paths, flagA, flagB);
+    Utils::MoveToTrash(
+        paths,
+        saveWithoutAsking ? Utils::UnsavedChanges::kSaveWithoutAsking : Utils::UnsavedChanges::kAsk,
+        offerApplyToAll ? Utils::ApplyToAll::kOffer : Utils::ApplyToAll::kNotOffered);
     return true; // the move was allowed, whatever became of it
 }
 

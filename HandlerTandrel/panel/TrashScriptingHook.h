@@ -13,7 +13,8 @@ namespace HandlerTandrel {
 // true, after moving them to the trash (which the user may still stop by cancelling the
 // closing of an open project).
 bool TryToMoveToTrash(const std::weak_ptr<host::TabView>& panel,
-                      const std::vector<host::WideString>& paths, bool flagA, bool flagB);
+                      const std::vector<host::WideString>& paths, bool saveWithoutAsking,
+                      bool offerApplyToAll);
 
 // Registers TryToMoveToTrash for the panel, holding it weakly.
 void RegisterTrashScriptingHook(const std::weak_ptr<host::TabView>& panel);

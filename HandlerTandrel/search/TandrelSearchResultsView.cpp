@@ -266,7 +266,7 @@ bool TandrelSearchResultsView::SelectForContextMenu(const host::TreeRowPtr& row)
     }
     const std::vector<host::TreeRowPtr> selected = mTree.GetSelectedRows();
     if (std::find(selected.begin(), selected.end(), row) == selected.end()) {
-        mTree.SelectRow(row, true, false, true);
+        mTree.SelectRow(row, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     }
     return true;
 }

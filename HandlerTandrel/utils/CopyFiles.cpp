@@ -50,12 +50,12 @@ char16_t FoldAscii(char16_t c) {
 // The work plan: normalised source to destination, carried out in the map's order.
 using Plan = std::map<host::WideString, host::WideString>;
 
-void Execute(const Plan& plan, bool move, host::ItemByItemWork* work) {
+void Execute(const Plan& plan, Transfer transfer, host::ItemByItemWork* work) {
     for (const auto& [source, destination] : plan) {
         if (work != nullptr && !work->ItemDone()) {
             return; // stopped by the person: what was done stays done
         }
-        if (!move) {
+        if (transfer == Transfer::kCopy) {
             host::Copy(source, destination); // a folder is copied with all it holds
         } else if (host::ProductionSupportsMarvaneProjectFile(source)) {
             MoveProjectFile(source, destination);
@@ -82,7 +82,7 @@ bool EqualsIgnoringAsciiCase(const host::WideString& a, const host::WideString& 
 }
 
 bool CopyFiles(const std::vector<host::WideString>& sources,
-               const host::WideString& destinationFolder, bool move, bool makeUnique,
+               const host::WideString& destinationFolder, Transfer transfer, TakenName taken,
                host::ItemByItemWork* work) {
     Plan plan;
     // Items are normalised folder by folder; a link given as an item stays the link (it is
@@ -107,7 +107,7 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
             plan[source] = candidate;
         } else if (EqualsIgnoringAsciiCase(candidate, source)) {
             continue; // dropped onto the folder that already holds it
-        } else if (!makeUnique) {
+        } else if (taken == TakenName::kRefuse) {
             ShowRefusal(kFileExistsTitleKey, kFileAlreadyExistsKey);
             return true;
         } else {
@@ -115,7 +115,7 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
         }
     }
     try {
-        Execute(plan, move, work);
+        Execute(plan, transfer, work);
     } catch (const host::FileException& error) {
         host::LogException("HandlerTandrel::Utils::CopyFiles", error);
         return false;

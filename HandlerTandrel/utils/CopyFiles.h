@@ -4,13 +4,21 @@
 #include "host/CoreTypes.h"
 #include "host/FileServices.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace HandlerTandrel::Utils {
 
-// Copies (or with move, moves) each source into the destination folder under its own name.
-// A name that is taken refuses the batch ("File Exists"), unless makeUnique picks a free name
-// with "_1", "_2", ...; an item already in that folder is skipped. A folder is never put into
+enum class Transfer : std::uint8_t { kCopy, kMove };
+// What a name already taken in the destination folder does.
+enum class TakenName : std::uint8_t {
+    kRefuse,     // the whole batch is refused ("File Exists")
+    kMakeUnique, // the item takes a free name, with "_1", "_2", ...
+};
+
+// Copies or moves each source into the destination folder under its own name. A name that is
+// taken refuses the batch or is made unique (see TakenName); an item already in that folder
+// is skipped. A folder is never put into
 // itself or its own sub-folder ("Copying to Sub-Directory"). Items are carried out in the
 // order of their paths, not the order given, and a source named twice is done once.
 // Returns false only when a file error stopped the batch part-way (what was done stays done);
@@ -18,7 +26,7 @@ namespace HandlerTandrel::Utils {
 // planned and each item carried out; once the person stops it, nothing more is done (what was
 // done stays done).
 bool CopyFiles(const std::vector<host::WideString>& sources,
-               const host::WideString& destinationFolder, bool move, bool makeUnique,
+               const host::WideString& destinationFolder, Transfer transfer, TakenName taken,
                host::ItemByItemWork* work = nullptr);
 
 // Makes, under destinationFolder, every folder found below sourceFolder (folders only, no

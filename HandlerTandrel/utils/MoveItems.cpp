@@ -169,8 +169,8 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
     return true;
 }
 
-void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
-                 bool offerApplyToAll, host::ItemByItemWork* work) {
+void MoveToTrash(const std::vector<host::WideString>& paths, UnsavedChanges changes,
+                 ApplyToAll applyToAll, host::ItemByItemWork* work) {
     const host::WideString trash = host::GetMvProductionTrashDirectoryPath();
     // What goes to the trash stays in the production: a trash that leads elsewhere (another
     // folder, another disk) is refused before anything is closed or moved.
@@ -181,13 +181,13 @@ void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsk
         return;
     }
     const std::vector<host::ProjectPtr> open = CollectOpenProjects(paths);
-    if (!open.empty() && !host::CloseProjects(open, saveWithoutAsking, offerApplyToAll)) {
+    if (!open.empty() && !CloseProjects(open, changes, applyToAll)) {
         return; // the user kept them open: nothing moves
     }
     if (trash.empty() || !host::EnsureDirectoryExists(trash)) {
         return;
     }
-    CopyFiles(paths, trash, true, true, work);
+    CopyFiles(paths, trash, Transfer::kMove, TakenName::kMakeUnique, work);
 }
 
 bool MoveFileOrFolder(const host::WideString& source, const host::WideString& destination) {

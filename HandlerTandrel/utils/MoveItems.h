@@ -4,6 +4,7 @@
 #include "host/CoreTypes.h"
 #include "host/FileServices.h"
 #include "host/ProjectBackEnd.h"
+#include "utils/OpenProjects.h"
 
 #include <functional>
 #include <optional>
@@ -43,10 +44,10 @@ std::optional<bool> CanMoveItemsIn(const MoveTestContext& context,
 
 // Closes the open projects among the items (asking to save; a cancel stops everything), then
 // moves the items into the production trash, numbering names that are taken there.
-// saveWithoutAsking and offerApplyToAll are passed on to closing the projects; work, when
-// given, counts the items as they are moved (see CopyFiles).
-void MoveToTrash(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
-                 bool offerApplyToAll, host::ItemByItemWork* work = nullptr);
+// changes and applyToAll are passed on to closing the projects; work, when given, counts the
+// items as they are moved (see CopyFiles).
+void MoveToTrash(const std::vector<host::WideString>& paths, UnsavedChanges changes,
+                 ApplyToAll applyToAll, host::ItemByItemWork* work = nullptr);
 
 // One move on disk. The folder watch on a moving local folder is stopped first and given
 // 100 ms to settle; a failure is traced and the watch restarted. True when it moved.

@@ -39,14 +39,20 @@ std::vector<host::ProjectPtr> CollectOpenProjects(const std::vector<host::WideSt
     return found;
 }
 
-bool CloseProjectsIn(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
-                     bool offerApplyToAll) {
-    const std::vector<host::ProjectPtr> inside = CollectOpenProjects(paths);
-    return inside.empty() || host::CloseProjects(inside, saveWithoutAsking, offerApplyToAll);
+bool CloseProjects(const std::vector<host::ProjectPtr>& projects, UnsavedChanges changes,
+                   ApplyToAll applyToAll) {
+    return host::CloseProjects(projects, changes == UnsavedChanges::kSaveWithoutAsking,
+                               applyToAll == ApplyToAll::kOffer);
 }
 
-bool CloseProjectsNotIn(const std::vector<host::WideString>& paths, bool saveWithoutAsking,
-                        bool offerApplyToAll) {
+bool CloseProjectsIn(const std::vector<host::WideString>& paths, UnsavedChanges changes,
+                     ApplyToAll applyToAll) {
+    const std::vector<host::ProjectPtr> inside = CollectOpenProjects(paths);
+    return inside.empty() || CloseProjects(inside, changes, applyToAll);
+}
+
+bool CloseProjectsNotIn(const std::vector<host::WideString>& paths, UnsavedChanges changes,
+                        ApplyToAll applyToAll) {
     const std::vector<host::ProjectPtr> inside = CollectOpenProjects(paths);
     std::vector<host::ProjectPtr> others;
     for (const host::ProjectPtr& project : host::GetOpenProjectList()) {
@@ -54,7 +60,7 @@ bool CloseProjectsNotIn(const std::vector<host::WideString>& paths, bool saveWit
             others.push_back(project);
         }
     }
-    return others.empty() || host::CloseProjects(others, saveWithoutAsking, offerApplyToAll);
+    return others.empty() || CloseProjects(others, changes, applyToAll);
 }
 
 } // namespace HandlerTandrel::Utils

@@ -124,13 +124,15 @@ bool CanAddProjectItems(const DraggedProjectItems& items, const ProjectPtr& targ
     return open && CanReceiveItems(*open, source.get());
 }
 
-bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target, int moveFlag) {
+bool CopySelection(const DraggedProjectItems& items, const ProjectPtr& target,
+                   ItemsLeaveTheirProject leave) {
     const OpenProjectPtr open = AsOpen(target);
     if (!open) {
         return false;
     }
     const OpenProjectPtr source = DocumentManager::Instance().Find(items.projectPath);
-    return TransferItems(*open, source.get(), {items.bins, items.sequences}, moveFlag == 1);
+    return TransferItems(*open, source.get(), {items.bins, items.sequences},
+                         leave == ItemsLeaveTheirProject::kYes);
 }
 
 } // namespace host

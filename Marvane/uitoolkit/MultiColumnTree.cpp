@@ -346,25 +346,25 @@ void UI_MultiColumnTree::ScrollRowIntoView(const TreeRowPtr& row, bool placeAtTo
     }
 }
 
-void UI_MultiColumnTree::SelectRow(const TreeRowPtr& row, bool exclusive, bool extend,
-                                   bool notify) {
+void UI_MultiColumnTree::SelectRow(const TreeRowPtr& row, RowSelection how,
+                                   SelectionNotice notice) {
     const QModelIndex index = mImpl->model.IndexOf(row);
     if (!index.isValid()) {
         return;
     }
-    mImpl->notifySelection = notify;
+    mImpl->notifySelection = notice == SelectionNotice::kTell;
     QItemSelectionModel* selection = mImpl->view->selectionModel();
     const QModelIndex current = selection->currentIndex();
     QItemSelection range(index, index);
-    if (extend && current.isValid()) {
+    if (how == RowSelection::kAddRange && current.isValid()) {
         range = QItemSelection(current, index);
         if (mImpl->view->visualRect(index).top() < mImpl->view->visualRect(current).top()) {
             range = QItemSelection(index, current);
         }
     }
-    const auto flags =
-        (exclusive ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::Select) |
-        QItemSelectionModel::Rows;
+    const auto flags = (how == RowSelection::kOnlyRow ? QItemSelectionModel::ClearAndSelect
+                                                      : QItemSelectionModel::Select) |
+                       QItemSelectionModel::Rows;
     selection->select(range, flags);
     selection->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
     mImpl->notifySelection = true;

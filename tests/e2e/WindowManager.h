@@ -24,8 +24,10 @@ public:
             ::execlp("openbox", "openbox", "--sm-disable", static_cast<char*>(nullptr));
             ::_exit(127);
         }
-        // A window manager that runs names itself on the root window.
-        for (int attempt = 0; attempt < 100 && Name().empty(); ++attempt) {
+        // A window manager that runs names itself on the root window. Its first start on a
+        // machine busy with other tests may take several seconds: up to a minute is waited.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (Name().empty() && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
     }

@@ -34,7 +34,7 @@ public:
         // Xvfb writes its display number once it takes connections.
         pollfd ready{pipeFds[0], POLLIN, 0};
         std::string number;
-        while (::poll(&ready, 1, 10000) > 0) {
+        while (::poll(&ready, 1, 60000) > 0) {
             char c = 0;
             if (::read(pipeFds[0], &c, 1) != 1 || c == '\n') {
                 break;

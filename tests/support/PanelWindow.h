@@ -79,7 +79,7 @@ public:
             if (!row) {
                 throw std::logic_error("no row for " + path.string());
             }
-            Tree().SelectRow(row, false, false, true);
+            Tree().SelectRow(row, host::RowSelection::kAddRow, host::SelectionNotice::kTell);
         }
     }
     // Carries a command out through the chain, as a menu does; whether somebody did.

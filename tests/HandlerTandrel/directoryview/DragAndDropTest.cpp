@@ -85,7 +85,8 @@ protected:
         Tree().DeselectAllRows();
         for (const fs::path& path : paths) {
             rows.push_back(RowOf(path));
-            Tree().SelectRow(rows.back(), false, false, true);
+            Tree().SelectRow(rows.back(), host::RowSelection::kAddRow,
+                             host::SelectionNotice::kTell);
         }
         const std::vector<std::uint8_t> bytes = View().BeginRowDrag(rows);
         auto mime = std::make_unique<QMimeData>();
@@ -269,7 +270,8 @@ TEST_F(DragAndDropTest, TheTrashButtonRefusesRowsAlreadyInTheTrashAndFilesFromOu
     QWidget& button = panel->GetTrashButton()->GetImpl()->Widget();
     const auto inTrash = RowDrag({Trash() / "Old.mvproj"});
     // A row the button would take is selected, so that the button is on and asked.
-    Tree().SelectRow(RowOf(production / "Promo.mvproj"), true, false, true);
+    Tree().SelectRow(RowOf(production / "Promo.mvproj"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     ASSERT_TRUE(WaitUntil([&] { return panel->GetTrashButton()->IsEnabled(); }));
     EXPECT_FALSE(SendDrag(&button, *inTrash, button.rect().center(), true).accepted);
     const auto files = FileDrag({production / "Promo.mvproj"});

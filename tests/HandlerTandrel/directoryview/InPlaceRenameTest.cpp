@@ -40,7 +40,7 @@ protected:
     UI_TextEdit* StartRenaming(const fs::path& path) {
         const TreeRowPtr row = RowOf(path);
         EXPECT_NE(row, nullptr) << path;
-        Tree().SelectRow(row, true, false, true);
+        Tree().SelectRow(row, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
         View().InstallNameEditText(row);
         const auto fields = Tree().GetEditFields();
         return fields.size() == 1 ? fields.front() : nullptr;
@@ -99,7 +99,8 @@ TEST_F(InPlaceRenameTest, TheEditFieldHoldsTheDisplayNameSelectedOverTheNameCell
 }
 
 TEST_F(InPlaceRenameTest, ReturnOnTheSelectedRowStartsTheRename) {
-    Tree().SelectRow(RowOf(production / "Edit"), true, false, true);
+    Tree().SelectRow(RowOf(production / "Edit"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
     QApplication::sendEvent(Tree().GetImpl()->view, &press);
     ASSERT_EQ(Tree().GetEditFields().size(), 1u);
@@ -462,7 +463,8 @@ TEST_F(InPlaceRenameTest, ACompletionArrivingWhileOneRunsIsIgnored) {
 }
 
 TEST_F(InPlaceRenameTest, TheRenameCommandEditsTheSelectedRow) {
-    Tree().SelectRow(RowOf(production / "Scene 12.mvproj"), true, false, true);
+    Tree().SelectRow(RowOf(production / "Scene 12.mvproj"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     EXPECT_TRUE(
         panel->ObeyCommand({HandlerTandrel::kCmdRenameItem, "cmd.mvproductionfolder.renameitem"}));
     ASSERT_EQ(Tree().GetEditFields().size(), 1u);
@@ -552,7 +554,7 @@ TEST_F(InPlaceRenameTest, AFolderWhoseNameIsNotValidUtf8LosesNothingWhenRenamed)
         }
     }
     ASSERT_NE(row, nullptr);
-    Tree().SelectRow(row, true, false, true);
+    Tree().SelectRow(row, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     View().InstallNameEditText(row);
     ASSERT_EQ(Tree().GetEditFields().size(), 1u);
     Type(Tree().GetEditFields().front(), "Day 1");
@@ -603,7 +605,7 @@ TEST_F(InPlaceRenameTest, ARenameCommittedOnTheTrashRowLeavesTheTrashAsItIs) {
 TEST_F(InPlaceRenameTest, AClickOnTheTriangleOfTheSelectedFolderOpensItAndRenamesNothing) {
     const TreeRowPtr edit = RowOf(production / "Edit");
     ASSERT_NE(edit, nullptr);
-    Tree().SelectRow(edit, true, false, true);
+    Tree().SelectRow(edit, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     SettleEvents();
     ASSERT_FALSE(Tree().IsRowOpen(edit));
     // The triangle is drawn left of the name cell, in the strip of the row's indentation.

@@ -182,7 +182,8 @@ TEST_P(NetworkShareTest, AFolderRenamedWhileAnotherMachineChangesItShowsTheNewNa
     OpenPanel(5);
     OpenFolder(production / "Edit", 2);
     host::UI_MultiColumnTree& tree = View().GetTree();
-    tree.SelectRow(RowOf(production / "Edit"), true, false, true);
+    tree.SelectRow(RowOf(production / "Edit"), host::RowSelection::kOnlyRow,
+                   host::SelectionNotice::kTell);
     View().InstallNameEditText(RowOf(production / "Edit"));
     ASSERT_EQ(tree.GetEditFields().size(), 1u);
     host::UI_TextEdit* edit = tree.GetEditFields().front();

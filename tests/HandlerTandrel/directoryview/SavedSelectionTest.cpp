@@ -59,7 +59,8 @@ protected:
 };
 
 TEST_F(SavedSelectionTest, TheRowsAtThePathsReplaceTheSelectionAndMissingPathsAreSkipped) {
-    view->GetTree().SelectRow(view->GetRowForPath(Take(150)), true, false, false);
+    view->GetTree().SelectRow(view->GetRowForPath(Take(150)), host::RowSelection::kOnlyRow,
+                              host::SelectionNotice::kQuiet);
     HandlerTandrel::SelectRowsAtPaths(*view, {W(root / "Gone.mvproj"), Take(101), Take(103)});
     EXPECT_EQ(view->GetSelectedPaths(), (std::vector<host::WideString>{Take(101), Take(103)}));
 }

@@ -597,7 +597,8 @@ TEST_F(RenameStartTest, ASelectedRowScrolledOutOfViewIsNotRenamed) {
     ASSERT_TRUE(WaitUntil([&] { return RowOf(production / "Many") != nullptr; }));
     OpenFolder(production / "Many", 60);
     const auto opened = View().GetTree().GetOpenedRows();
-    View().GetTree().SelectRow(opened.back(), true, false, false);
+    View().GetTree().SelectRow(opened.back(), host::RowSelection::kOnlyRow,
+                               host::SelectionNotice::kQuiet);
     View().GetTree().ScrollRowIntoView(opened.front(), true, 0, true);
     SettleEvents();
     host::KeyboardEvent key;

@@ -145,7 +145,8 @@ TEST_F(PanelContextMenuTest, TheSearchResultsShowTheirOwnMenuForASelectedProject
     Panel()->GetSearchBox()->SetValue(u"scene", true);
     auto& results = *Panel()->GetSearchResultsView();
     ASSERT_TRUE(WaitUntil([&] { return results.GetRowCount() == 2; }));
-    results.GetTree().SelectRow(results.GetTree().GetTopLevelRow(0), true, false, true);
+    results.GetTree().SelectRow(results.GetTree().GetTopLevelRow(0), host::RowSelection::kOnlyRow,
+                                host::SelectionNotice::kTell);
     EXPECT_TRUE(results.SelectForContextMenu(results.GetTree().GetTopLevelRow(1)));
     host::TrackContextMenu(host::ByteString(HandlerTandrel::kSearchResultsContextMenuID));
     EXPECT_EQ(LastMenu().rfind("HandlerTandrel_SearchResults_Context_Menu_Project:", 0), 0u);

@@ -312,13 +312,16 @@ TEST_F(TandrelTabViewTest, TheColumnLayoutGoesWithTheUserBetweenTreeAndResults) 
 
 TEST_F(TandrelTabViewTest, TheStatusLineCountsTheShownRowsAndTheSelection) {
     EXPECT_EQ(StatusLine(), "4 items");
-    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
+    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     EXPECT_EQ(StatusLine(), "1 of 4 items selected");
-    Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), false, false, true);
+    Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), host::RowSelection::kAddRow,
+                     host::SelectionNotice::kTell);
     EXPECT_EQ(StatusLine(), "2 of 4 items selected");
     Search("scene 4");
     EXPECT_EQ(StatusLine(), "1 item");
-    Results().GetTree().SelectRow(Results().GetTree().GetTopLevelRow(0), true, false, true);
+    Results().GetTree().SelectRow(Results().GetTree().GetTopLevelRow(0),
+                                  host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     EXPECT_EQ(StatusLine(), "1 of 1 item selected");
 }
 
@@ -332,14 +335,17 @@ TEST_F(TandrelTabViewTest, TheButtonsFollowTheSelectionAndTheTrash) {
     EXPECT_TRUE(Enabled(panel->GetNewProjectButton()));
     EXPECT_TRUE(Enabled(panel->GetNewFolderButton()));
     EXPECT_FALSE(Enabled(panel->GetTrashButton()));
-    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
+    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     EXPECT_TRUE(Enabled(panel->GetNewProjectButton()));
     EXPECT_TRUE(Enabled(panel->GetTrashButton()));
-    Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), false, false, true);
+    Tree().SelectRow(Row(pilot / "Scene 12.mvproj"), host::RowSelection::kAddRow,
+                     host::SelectionNotice::kTell);
     EXPECT_FALSE(Enabled(panel->GetNewProjectButton())); // two rows: no single place
     EXPECT_FALSE(Enabled(panel->GetNewFolderButton()));
     EXPECT_TRUE(Enabled(panel->GetTrashButton()));
-    Tree().SelectRow(Row(pilot / "Trash"), true, false, true);
+    Tree().SelectRow(Row(pilot / "Trash"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     EXPECT_FALSE(Enabled(panel->GetNewProjectButton()));
     EXPECT_FALSE(Enabled(panel->GetTrashButton()));
 }
@@ -347,7 +353,7 @@ TEST_F(TandrelTabViewTest, TheButtonsFollowTheSelectionAndTheTrash) {
 TEST_F(TandrelTabViewTest, TheTrashButtonIsOffForAProjectAnotherEditorHolds) {
     const fs::path scene = pilot / "Scene 4.mvproj";
     testsupport::LockAsAnotherEditor(scene, "Ben Okafor");
-    Tree().SelectRow(Row(scene), true, false, true);
+    Tree().SelectRow(Row(scene), host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     EXPECT_FALSE(Enabled(Panel()->GetTrashButton()));
 }
 
@@ -492,12 +498,14 @@ TEST_F(TandrelTabViewTest, TheStackedHeightIsTheHeightOfEveryShownRow) {
 }
 
 TEST_F(TandrelTabViewTest, TheSelectedPathsAreTheResultsWhileTheyAreShown) {
-    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), true, false, true);
+    Tree().SelectRow(Row(pilot / "Scene 4.mvproj"), host::RowSelection::kOnlyRow,
+                     host::SelectionNotice::kTell);
     EXPECT_EQ(Panel()->GetSelectedPaths(),
               std::vector<host::WideString>{host::ToUTF16((pilot / "Scene 4.mvproj").string())});
     Search("pickup");
     EXPECT_TRUE(Panel()->GetSelectedPaths().empty());
-    Results().GetTree().SelectRow(Results().GetTree().GetTopLevelRow(0), true, false, true);
+    Results().GetTree().SelectRow(Results().GetTree().GetTopLevelRow(0),
+                                  host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     EXPECT_EQ(Panel()->GetSelectedPaths(),
               std::vector<host::WideString>{
                   host::ToUTF16((pilot / "Dailies" / "Scene 9 pickup.mvproj").string())});
@@ -509,7 +517,8 @@ TEST_F(TandrelTabViewTest, AfterARestartThePanelIsAsTheUserLeftIt) {
     Tree().OpenRow(Row(pilot / "Dailies" / "Day 1"), true);
     ASSERT_TRUE(
         WaitUntil([&] { return Row(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj") != nullptr; }));
-    Tree().SelectRow(Row(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj"), true, false, true);
+    Tree().SelectRow(Row(pilot / "Dailies" / "Day 1" / "Shot 1.mvproj"),
+                     host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     host::UI_MultiColumnTreeHeaderRow& header = Directory().GetHeaderRow();
     header.MoveColumn(kSizeColumn, 1, false);
     DragColumn(HandlerTandrel::kDirectoryTreeNodeID, kSizeColumn, 120);

@@ -173,7 +173,8 @@ TEST_F(TandrelSearchResultsViewTest, TheListIsBusyFromTheSearchUntilItsResultsSh
 TEST_F(TandrelSearchResultsViewTest, ARightClickOnTheEmptyAreaDeselectsEveryRowAndShowsNoMenu) {
     FindAndWait(u"abc");
     host::UI_MultiColumnTree& tree = view->GetTree();
-    tree.SelectRow(tree.GetTopLevelRow(0), true, false, true);
+    tree.SelectRow(tree.GetTopLevelRow(0), host::RowSelection::kOnlyRow,
+                   host::SelectionNotice::kTell);
     EXPECT_FALSE(view->SelectForContextMenu(nullptr));
     EXPECT_TRUE(tree.GetSelectedRows().empty());
 }
@@ -182,7 +183,8 @@ TEST_F(TandrelSearchResultsViewTest, ARightClickOutsideTheSelectionSelectsThatRo
     FindAndWait(u"i");
     host::UI_MultiColumnTree& tree = view->GetTree();
     ASSERT_GE(tree.GetTopLevelRowCount(), 2);
-    tree.SelectRow(tree.GetTopLevelRow(0), true, false, true);
+    tree.SelectRow(tree.GetTopLevelRow(0), host::RowSelection::kOnlyRow,
+                   host::SelectionNotice::kTell);
     const host::TreeRowPtr other = tree.GetTopLevelRow(1);
     EXPECT_TRUE(view->SelectForContextMenu(other));
     EXPECT_EQ(tree.GetSelectedRows(), std::vector<host::TreeRowPtr>{other});
@@ -192,8 +194,10 @@ TEST_F(TandrelSearchResultsViewTest, ARightClickOnASelectedRowKeepsTheWholeSelec
     FindAndWait(u"i");
     host::UI_MultiColumnTree& tree = view->GetTree();
     ASSERT_GE(tree.GetTopLevelRowCount(), 2);
-    tree.SelectRow(tree.GetTopLevelRow(0), true, false, true);
-    tree.SelectRow(tree.GetTopLevelRow(1), false, false, true);
+    tree.SelectRow(tree.GetTopLevelRow(0), host::RowSelection::kOnlyRow,
+                   host::SelectionNotice::kTell);
+    tree.SelectRow(tree.GetTopLevelRow(1), host::RowSelection::kAddRow,
+                   host::SelectionNotice::kTell);
     EXPECT_TRUE(view->SelectForContextMenu(tree.GetTopLevelRow(1)));
     EXPECT_EQ(tree.GetSelectedRows().size(), 2u);
     EXPECT_EQ(view->GetSelectedPaths().size(), 2u);

@@ -28,13 +28,14 @@ protected:
 
 TEST_F(CopyFilesTest, AnEmptyListDoesNothingAndSucceeds) {
     const auto before = TakeInventory(production);
-    EXPECT_TRUE(CopyFiles({}, W(archive), false, false));
+    EXPECT_TRUE(CopyFiles({}, W(archive), Transfer::kCopy, TakenName::kRefuse));
     EXPECT_EQ(TakeInventory(production), before);
     EXPECT_EQ(Boxes(), 0u);
 }
 
 TEST_F(CopyFilesTest, CopiesFilesAndFoldersUnderTheirOwnNames) {
-    EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt", edit / "Reels"}), W(archive), false, false));
+    EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt", edit / "Reels"}), W(archive), Transfer::kCopy,
+                          TakenName::kRefuse));
     EXPECT_EQ(testsupport::ReadBytes(archive / "notes.txt"), "notes");
     EXPECT_EQ(testsupport::ReadBytes(archive / "Reels" / "Reel 1.mvproj"), "reel one");
     EXPECT_TRUE(fs::exists(edit / "Reels" / "Reel 1.mvproj")); // a copy leaves the source
@@ -42,9 +43,10 @@ TEST_F(CopyFilesTest, CopiesFilesAndFoldersUnderTheirOwnNames) {
 
 TEST_F(CopyFilesTest, AnItemCopiedIntoItsOwnFolderIsSkippedSilently) {
     const auto before = TakeInventory(production);
-    EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt"}), W(edit), false, false));
+    EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt"}), W(edit), Transfer::kCopy, TakenName::kRefuse));
     // The same check comes before unique names, so a unique copy is not made either.
-    EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt"}), W(edit), true, true));
+    EXPECT_TRUE(
+        CopyFiles(Ws({edit / "notes.txt"}), W(edit), Transfer::kMove, TakenName::kMakeUnique));
     EXPECT_EQ(TakeInventory(production), before);
     EXPECT_EQ(Boxes(), 0u);
 }
@@ -55,8 +57,8 @@ TEST_F(CopyFilesTest, AnItemInItsOwnFolderSpelledInOtherAsciiCaseIsSkipped) {
     fs::create_directories(production / "edit2");
     Write(production / "edit2" / "take.txt", "other take");
     const auto before = TakeInventory(production);
-    EXPECT_TRUE(
-        CopyFiles(Ws({production / "EDIT2" / "take.txt"}), W(production / "edit2"), false, false));
+    EXPECT_TRUE(CopyFiles(Ws({production / "EDIT2" / "take.txt"}), W(production / "edit2"),
+                          Transfer::kCopy, TakenName::kRefuse));
     EXPECT_EQ(TakeInventory(production), before);
     EXPECT_EQ(Boxes(), 0u);
 }
@@ -66,7 +68,7 @@ TEST_F(CopyFilesTest, ANameTakenInAnotherCaseOfAnAccentedLetterIsACollision) {
     Write(production / u8"éclair" / "take.txt", "other take");
     const auto before = TakeInventory(production);
     EXPECT_TRUE(CopyFiles(Ws({production / u8"ÉCLAIR" / "take.txt"}), W(production / u8"éclair"),
-                          false, false));
+                          Transfer::kCopy, TakenName::kRefuse));
     ASSERT_EQ(Boxes(), 1u);
     EXPECT_EQ(responder->GetRequests()[0].title, "File Exists");
     EXPECT_EQ(TakeInventory(production), before);
@@ -76,7 +78,8 @@ TEST_F(CopyFilesTest, ATakenNameRefusesTheWholeBatchWithOneMessage) {
     Write(archive / "notes.txt", "older notes");
     const auto before = TakeInventory(production);
     // The first item could go, but the batch is checked whole before anything is done.
-    EXPECT_TRUE(CopyFiles(Ws({edit / "Reels", edit / "notes.txt"}), W(archive), true, false));
+    EXPECT_TRUE(CopyFiles(Ws({edit / "Reels", edit / "notes.txt"}), W(archive), Transfer::kMove,
+                          TakenName::kRefuse));
     ASSERT_EQ(Boxes(), 1u);
     EXPECT_EQ(responder->GetRequests()[0].title, "File Exists");
     EXPECT_EQ(responder->GetRequests()[0].text, "File already exists");
@@ -87,8 +90,8 @@ TEST_F(CopyFilesTest, ATakenNameRefusesTheWholeBatchWithOneMessage) {
 TEST_F(CopyFilesTest, ATakenNameGetsANumberWhenUniqueNamesAreAsked) {
     Write(archive / "notes.txt", "older notes");
     Write(archive / "Scene 12.mvproj", "older scene");
-    EXPECT_TRUE(
-        CopyFiles(Ws({edit / "notes.txt", edit / "Scene 12.mvproj"}), W(archive), false, true));
+    EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt", edit / "Scene 12.mvproj"}), W(archive),
+                          Transfer::kCopy, TakenName::kMakeUnique));
     EXPECT_EQ(testsupport::ReadBytes(archive / "notes_1.txt"), "notes");
     EXPECT_EQ(testsupport::ReadBytes(archive / "Scene 12_1.mvproj"), "scene twelve");
     EXPECT_EQ(testsupport::ReadBytes(archive / "notes.txt"), "older notes");
@@ -97,7 +100,7 @@ TEST_F(CopyFilesTest, ATakenNameGetsANumberWhenUniqueNamesAreAsked) {
 
 TEST_F(CopyFilesTest, AFolderIsNotCopiedIntoItsOwnSubFolder) {
     const auto before = TakeInventory(production);
-    EXPECT_TRUE(CopyFiles(Ws({edit}), W(edit / "Reels"), false, false));
+    EXPECT_TRUE(CopyFiles(Ws({edit}), W(edit / "Reels"), Transfer::kCopy, TakenName::kRefuse));
     ASSERT_EQ(Boxes(), 1u);
     EXPECT_EQ(responder->GetRequests()[0].title, "Copying to Sub-Directory");
     EXPECT_EQ(responder->GetRequests()[0].text,
@@ -107,7 +110,7 @@ TEST_F(CopyFilesTest, AFolderIsNotCopiedIntoItsOwnSubFolder) {
 
 TEST_F(CopyFilesTest, AFolderIsNotCopiedIntoItself) {
     const auto before = TakeInventory(production);
-    EXPECT_TRUE(CopyFiles(Ws({edit}), W(edit), false, true));
+    EXPECT_TRUE(CopyFiles(Ws({edit}), W(edit), Transfer::kCopy, TakenName::kMakeUnique));
     ASSERT_EQ(Boxes(), 1u);
     EXPECT_EQ(responder->GetRequests()[0].title, "Copying to Sub-Directory");
     EXPECT_EQ(TakeInventory(production), before);
@@ -118,11 +121,11 @@ TEST_F(CopyFilesTest, WithUniqueNamesAFolderWhoseNameIsTakenInItsSubFolderIsNotR
     const auto before = TakeInventory(production);
     // The name is taken there, so the sub-folder rule is never asked: the move is tried and
     // fails on disk (a folder cannot go into itself), losing nothing.
-    EXPECT_TRUE(CopyFiles(Ws({edit}), W(edit / "Reels"), true, true));
+    EXPECT_TRUE(CopyFiles(Ws({edit}), W(edit / "Reels"), Transfer::kMove, TakenName::kMakeUnique));
     EXPECT_EQ(Boxes(), 0u);
     EXPECT_EQ(TakeInventory(production), before);
     // A copy is refused by the file services instead of copying its own copy without end.
-    EXPECT_FALSE(CopyFiles(Ws({edit}), W(edit / "Reels"), false, true));
+    EXPECT_FALSE(CopyFiles(Ws({edit}), W(edit / "Reels"), Transfer::kCopy, TakenName::kMakeUnique));
     EXPECT_EQ(TakeInventory(production), before);
 }
 
@@ -131,7 +134,7 @@ TEST_F(CopyFilesTest, TwoSourcesOfOneNamePlanOneDestinationAndTheSecondMeetsTheF
     Write(production / "A" / "take.txt", "from a");
     // Given b first, but carried out in path order: a's copy is made, b's meets it on disk.
     EXPECT_FALSE(CopyFiles(Ws({production / "B" / "take.txt", production / "A" / "take.txt"}),
-                           W(archive), false, false));
+                           W(archive), Transfer::kCopy, TakenName::kRefuse));
     EXPECT_EQ(testsupport::ReadBytes(archive / "take.txt"), "from a");
     EXPECT_EQ(ExceptionPlaces(), std::vector<std::string>{"HandlerTandrel::Utils::CopyFiles"});
     EXPECT_EQ(Boxes(), 0u);
@@ -139,7 +142,7 @@ TEST_F(CopyFilesTest, TwoSourcesOfOneNamePlanOneDestinationAndTheSecondMeetsTheF
 
 TEST_F(CopyFilesTest, ASourceNamedTwiceIsCopiedOnce) {
     EXPECT_TRUE(CopyFiles(Ws({edit / "notes.txt", production / "Edit" / "." / "notes.txt"}),
-                          W(archive), false, true));
+                          W(archive), Transfer::kCopy, TakenName::kMakeUnique));
     EXPECT_TRUE(fs::exists(archive / "notes.txt"));
     EXPECT_FALSE(fs::exists(archive / "notes_1.txt"));
 }
@@ -156,7 +159,7 @@ TEST_F(CopyFilesTest, ABatchOfFiveWhoseThirdFailsKeepsTheFirstTwoAndStops) {
     // Given in another order; done in path order.
     EXPECT_FALSE(
         CopyFiles(Ws({batch / "a5", batch / "a3", batch / "a1", batch / "a4", batch / "a2"}),
-                  W(archive), false, false));
+                  W(archive), Transfer::kCopy, TakenName::kRefuse));
     EXPECT_TRUE(fs::exists(archive / "a1" / "take.txt"));
     EXPECT_TRUE(fs::exists(archive / "a2" / "take.txt"));
     EXPECT_FALSE(fs::exists(archive / "a3")); // what the failed copy made is gone
@@ -168,7 +171,7 @@ TEST_F(CopyFilesTest, ABatchOfFiveWhoseThirdFailsKeepsTheFirstTwoAndStops) {
 
 TEST_F(CopyFilesTest, LinksInACopiedFolderStayLinks) {
     fs::create_symlink("/etc", edit / "Reels" / "outside");
-    EXPECT_TRUE(CopyFiles(Ws({edit / "Reels"}), W(archive), false, false));
+    EXPECT_TRUE(CopyFiles(Ws({edit / "Reels"}), W(archive), Transfer::kCopy, TakenName::kRefuse));
     EXPECT_TRUE(fs::is_symlink(archive / "Reels" / "outside"));
     EXPECT_EQ(fs::read_symlink(archive / "Reels" / "outside"), fs::path("/etc"));
 }

@@ -105,7 +105,7 @@ TEST_F(MoveItemsTest, ATrashThatIsALinkElsewhereIsRefusedAndNothingLeavesTheProd
     testsupport::TemporaryFolder elsewhere("linked-trash");
     fs::create_directory_symlink(elsewhere.Path(), Trash());
     const auto before = TakeInventory(production);
-    MoveToTrash(Ws({scene, edit / "Reels"}), false, true);
+    MoveToTrash(Ws({scene, edit / "Reels"}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_TRUE(fs::exists(scene));
     EXPECT_TRUE(fs::exists(reel));
     EXPECT_TRUE(fs::is_empty(elsewhere.Path()));
@@ -125,7 +125,7 @@ TEST_F(MoveItemsTest, ItemsReachedThroughALinkedFolderAreClassifiedWhereTheyLie)
     // The link itself lies in Edit: moving it moves the link, not the folder it leads to.
     EXPECT_EQ(ClassifyItems(Ws({edit / "Shortcut"})), kItemFolder);
     EXPECT_TRUE(CanMoveItems(Ws({edit / "Shortcut"})));
-    MoveToTrash(Ws({edit / "Shortcut"}), false, true);
+    MoveToTrash(Ws({edit / "Shortcut"}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_TRUE(fs::is_symlink(fs::symlink_status(Trash() / "Shortcut")));
     EXPECT_FALSE(fs::exists(fs::symlink_status(edit / "Shortcut")));
     EXPECT_EQ(testsupport::ReadBytes(Trash() / "Old cut" / "notes.txt"), "notes");
@@ -167,7 +167,7 @@ TEST_F(MoveItemsTest, NamesThatAreNotUtf8AreCheckedAndMovedByTheirOwnBytes) {
                                    "a 2";
     Write(folder / "take.txt", "take");
     ASSERT_TRUE(CanMoveItems(Ws({latin1, folder})));
-    MoveToTrash(Ws({latin1, folder}), false, true);
+    MoveToTrash(Ws({latin1, folder}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_TRUE(fs::exists(Trash() / "Sc\xE8ne 7.mvproj"));
     EXPECT_EQ(testsupport::ReadBytes(Trash() /
                                      "D\xED"
@@ -184,7 +184,7 @@ TEST_F(MoveItemsTest, MoveToTrashKeepsBothWhenNamesCollide) {
     Write(Trash() / "notes.txt", "older notes");
     testsupport::WriteProject(Trash() / "Scene 12.mvproj", {"Old cut"});
     const auto before = testsupport::ContentCounts(TakeInventory(production));
-    MoveToTrash(Ws({edit / "notes.txt", scene}), false, true);
+    MoveToTrash(Ws({edit / "notes.txt", scene}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_EQ(testsupport::ReadBytes(Trash() / "notes_1.txt"), "notes");
     EXPECT_TRUE(fs::exists(Trash() / "Scene 12_1.mvproj"));
     EXPECT_FALSE(fs::exists(scene));
@@ -197,7 +197,7 @@ TEST_F(MoveItemsTest, MoveToTrashKeepsBothWhenNamesCollide) {
 
 TEST_F(MoveItemsTest, MoveToTrashMakesTheTrashFolderWhenMissing) {
     ASSERT_FALSE(fs::exists(Trash()));
-    MoveToTrash(Ws({edit / "Reels"}), false, true);
+    MoveToTrash(Ws({edit / "Reels"}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_TRUE(fs::exists(Trash() / "Reels" / "Reel 1.mvproj"));
     EXPECT_FALSE(fs::exists(edit / "Reels"));
 }
@@ -209,7 +209,7 @@ TEST_F(MoveItemsTest, ClosingRefusedByTheUserMovesNothing) {
     project->EditContent(content);
     responder->AddAnswer(2); // Cancel in the save question
     const auto before = TakeInventory(production);
-    MoveToTrash(Ws({edit}), false, true);
+    MoveToTrash(Ws({edit}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_EQ(TakeInventory(production), before);
     ASSERT_EQ(responder->GetRequests().size(), 1u);
     EXPECT_EQ(responder->GetRequests()[0].title, "Save Changes?");
@@ -218,7 +218,7 @@ TEST_F(MoveItemsTest, ClosingRefusedByTheUserMovesNothing) {
 
 TEST_F(MoveItemsTest, OpenProjectsInsideAMovedFolderAreClosedBeforeTheMove) {
     testsupport::OpenProject(reel);
-    MoveToTrash(Ws({edit}), false, true);
+    MoveToTrash(Ws({edit}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_TRUE(host::DocumentManager::Instance().GetAll().empty());
     EXPECT_TRUE(fs::exists(Trash() / "Edit" / "Reels" / "Reel 1.mvproj"));
     EXPECT_FALSE(fs::exists(Trash() / "Edit" / "Reels" / "Reel 1.mvproj.lock"));
@@ -231,7 +231,7 @@ TEST_F(MoveItemsTest, AMoveAcrossFileSystemsLosesNothing) {
     }
     fs::create_symlink("Reel 1.mvproj", edit / "Reels" / "latest");
     const auto before = TakeInventory(edit);
-    EXPECT_TRUE(CopyFiles(Ws({edit}), W(other), true, false));
+    EXPECT_TRUE(CopyFiles(Ws({edit}), W(other), Transfer::kMove, TakenName::kRefuse));
     EXPECT_FALSE(fs::exists(edit));
     EXPECT_EQ(TakeInventory(other / "Edit"), before);
     EXPECT_TRUE(fs::is_symlink(other / "Edit" / "Reels" / "latest"));
@@ -253,7 +253,7 @@ TEST_F(MoveItemsTest, AMoveBatchWhoseThirdFailsMovesTheOthersAndLosesNothing) {
     host::ConfigureTrace("Tandrel=8");
     EXPECT_TRUE(
         CopyFiles(Ws({batch / "a1", batch / "a2", batch / "a3", batch / "a4", batch / "a5"}),
-                  W(other), true, false));
+                  W(other), Transfer::kMove, TakenName::kRefuse));
     EXPECT_TRUE(fs::exists(batch / "a3" / "take.txt"));
     EXPECT_FALSE(fs::exists(other / "a3"));
     // Everything is in exactly one of the two places.
@@ -280,7 +280,8 @@ TEST_F(MoveItemsTest, ALinkMovedToTheTrashIsTheLinkNeverWhatItPointsTo) {
     fs::create_symlink(footage, edit / "Footage link");
     fs::create_symlink(footage / "clip.txt", edit / "clip link");
     StartMonitoringTree(W(footage));
-    MoveToTrash(Ws({edit / "Footage link", edit / "clip link"}), false, true);
+    MoveToTrash(Ws({edit / "Footage link", edit / "clip link"}), UnsavedChanges::kAsk,
+                ApplyToAll::kOffer);
     EXPECT_EQ(Watch(footage), host::WatchKind::Notified); // the folder itself did not move
     EXPECT_TRUE(fs::is_symlink(Trash() / "Footage link"));
     EXPECT_TRUE(fs::is_symlink(Trash() / "clip link"));
@@ -293,7 +294,7 @@ TEST_F(MoveItemsTest, ALinkInTheTrashWithTheSameNameDoesNotLeadTheItemOutOfThePr
     fs::create_directories(elsewhere);
     fs::create_directories(Trash());
     fs::create_symlink(elsewhere / "notes.txt", Trash() / "notes.txt"); // a dangling link
-    MoveToTrash(Ws({edit / "notes.txt"}), false, true);
+    MoveToTrash(Ws({edit / "notes.txt"}), UnsavedChanges::kAsk, ApplyToAll::kOffer);
     EXPECT_EQ(testsupport::ReadBytes(Trash() / "notes_1.txt"), "notes");
     EXPECT_TRUE(fs::is_empty(elsewhere));
 }
@@ -486,7 +487,8 @@ TEST_F(MoveItemsTest, AMovedFolderTakesItsOpenWritableProjectsAlong) {
     const auto writable = testsupport::OpenProject(reel);
     const fs::path other = testsupport::WriteProject(edit / "Reels" / "Reel 2.mvproj");
     const auto readOnly = testsupport::OpenProject(other, host::OpenMode::ReadOnly);
-    EXPECT_TRUE(CopyFiles(Ws({edit / "Reels"}), W(production), true, false));
+    EXPECT_TRUE(
+        CopyFiles(Ws({edit / "Reels"}), W(production), Transfer::kMove, TakenName::kRefuse));
     EXPECT_EQ(writable->Path(), production / "Reels" / "Reel 1.mvproj");
     EXPECT_TRUE(writable->HoldsLock());
     EXPECT_FALSE(writable->LostItsLock());

@@ -45,7 +45,8 @@ TEST_F(OpenProjectsTest, ClosedProjectsAndOtherFilesYieldNothing) {
 TEST_F(OpenProjectsTest, CloseProjectsInClosesOnlyThoseUnderThePaths) {
     testsupport::OpenProject(scene);
     testsupport::OpenProject(promo);
-    EXPECT_TRUE(CloseProjectsIn(Ws({production / "Edit"}), false, true));
+    EXPECT_TRUE(
+        CloseProjectsIn(Ws({production / "Edit"}), UnsavedChanges::kAsk, ApplyToAll::kOffer));
     EXPECT_FALSE(host::DocumentManager::Instance().Find(scene));
     EXPECT_TRUE(host::DocumentManager::Instance().Find(promo));
 }
@@ -54,7 +55,8 @@ TEST_F(OpenProjectsTest, CloseProjectsNotInClosesEverythingElse) {
     testsupport::OpenProject(scene);
     testsupport::OpenProject(promo);
     testsupport::OpenProject(titles);
-    EXPECT_TRUE(CloseProjectsNotIn(Ws({production / "Edit" / "Gfx"}), false, true));
+    EXPECT_TRUE(CloseProjectsNotIn(Ws({production / "Edit" / "Gfx"}), UnsavedChanges::kAsk,
+                                   ApplyToAll::kOffer));
     EXPECT_FALSE(host::DocumentManager::Instance().Find(scene));
     EXPECT_FALSE(host::DocumentManager::Instance().Find(promo));
     EXPECT_TRUE(host::DocumentManager::Instance().Find(titles));
@@ -66,9 +68,9 @@ TEST_F(OpenProjectsTest, ACancelledSaveQuestionKeepsTheProjectsOpenAndAnswersFal
     content.sequences.push_back("Unsaved cut");
     project->EditContent(content);
     responder->AddAnswer(2); // Cancel
-    EXPECT_FALSE(CloseProjectsIn(Ws({scene}), false, true));
+    EXPECT_FALSE(CloseProjectsIn(Ws({scene}), UnsavedChanges::kAsk, ApplyToAll::kOffer));
     EXPECT_TRUE(host::DocumentManager::Instance().Find(scene));
-    EXPECT_FALSE(CloseProjectsNotIn(Ws({promo}), false, true));
+    EXPECT_FALSE(CloseProjectsNotIn(Ws({promo}), UnsavedChanges::kAsk, ApplyToAll::kOffer));
     EXPECT_TRUE(host::DocumentManager::Instance().Find(scene));
 }
 
@@ -77,7 +79,8 @@ TEST_F(OpenProjectsTest, SavingWithoutAskingKeepsTheChanges) {
     auto content = project->Content();
     content.sequences.push_back("Kept cut");
     project->EditContent(content);
-    EXPECT_TRUE(CloseProjectsIn(Ws({scene}), true, true));
+    EXPECT_TRUE(
+        CloseProjectsIn(Ws({scene}), UnsavedChanges::kSaveWithoutAsking, ApplyToAll::kOffer));
     EXPECT_TRUE(responder->GetRequests().empty());
     EXPECT_NE(testsupport::ReadBytes(scene).find("Kept cut"), std::string::npos);
 }

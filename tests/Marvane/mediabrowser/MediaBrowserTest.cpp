@@ -93,7 +93,7 @@ TEST_F(MediaBrowserTest, AReReadKeepsOpenFoldersAndTheSelectionAndDropsWhatIsGon
     view->GetTree().OpenRow(edit, true);
     ASSERT_TRUE(WaitUntil([&] { return edit->GetChildCount() == 2; }));
     const TreeRowPtr scene = RowOf(root / "Edit" / "Scene 12.mvproj");
-    view->GetTree().SelectRow(scene, true, false, true);
+    view->GetTree().SelectRow(scene, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     fs::remove(root / "notes.txt");
     testsupport::WriteBytes(root / "Archive" / "old.mvproj", "{}");
     testsupport::WriteBytes(root / "Edit" / "Scene 13.mvproj", "{}");

@@ -161,7 +161,7 @@ TEST_F(MultiColumnTreeTest, AResortAsksEveryRowOnceAndFollowsTheHeader) {
     tree.InsertRows(nullptr, {small, big, folder});
     tree.InsertRows(folder, {Row(u"q", false, u"2"), Row(u"p", false, u"3")});
     tree.OpenRow(folder, true);
-    tree.SelectRow(big, true, false, true);
+    tree.SelectRow(big, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     const std::uint64_t before = tree.GetSortDataRequestCount();
     header.SetSortColumn(kSize);
     header.SetSortDirection(false);
@@ -317,7 +317,7 @@ TEST_F(MultiColumnTreeTest, ARowWhoseKeyChangedMovesToItsPlaceKeepingTheSelectio
     const TreeRowPtr c = Row(u"c");
     const TreeRowPtr d = Row(u"d");
     tree.InsertRows(nullptr, {a, b, c, d});
-    tree.SelectRow(a, true, false, true);
+    tree.SelectRow(a, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
     const std::uint64_t before = tree.GetSortDataRequestCount();
     names[a.get()] = u"cc"; // down, between c and d
     tree.RowSortKeyChanged(a);
@@ -497,14 +497,14 @@ TEST_F(MultiColumnTreeTest, SelectingExclusivelyAddingAndClearing) {
     tree.InsertRows(nullptr, {c, b, a});
     int notified = 0;
     tree.SetSelectionChangedCallback([&] { ++notified; });
-    tree.SelectRow(c, true, false, true);
-    tree.SelectRow(a, false, false, true);
+    tree.SelectRow(c, host::RowSelection::kOnlyRow, host::SelectionNotice::kTell);
+    tree.SelectRow(a, host::RowSelection::kAddRow, host::SelectionNotice::kTell);
     EXPECT_EQ(tree.GetSelectedRows(), (std::vector<TreeRowPtr>{a, c})); // in display order
     EXPECT_EQ(notified, 2);
-    tree.SelectRow(b, true, false, false);
+    tree.SelectRow(b, host::RowSelection::kOnlyRow, host::SelectionNotice::kQuiet);
     EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{b});
     EXPECT_EQ(notified, 2); // asked not to tell
-    tree.SelectRow(c, false, true, true);
+    tree.SelectRow(c, host::RowSelection::kAddRange, host::SelectionNotice::kTell);
     EXPECT_EQ(tree.GetSelectedRows(), (std::vector<TreeRowPtr>{b, c}));
     tree.DeselectAllRows();
     EXPECT_TRUE(tree.GetSelectedRows().empty());
@@ -589,7 +589,7 @@ TEST_F(MultiColumnTreeTest, TheSelectionVersionMovesWithTheSelectionAndTheRowsOn
     tree.OpenRow(folder, true);
     EXPECT_FALSE(moved());
     // Silently or not, every change of the selection moves it.
-    tree.SelectRow(top[0], true, false, false);
+    tree.SelectRow(top[0], host::RowSelection::kOnlyRow, host::SelectionNotice::kQuiet);
     EXPECT_TRUE(moved());
     tree.SelectRows({top[2]}, false);
     EXPECT_TRUE(moved());
