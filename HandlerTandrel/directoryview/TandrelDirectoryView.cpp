@@ -52,7 +52,7 @@ TandrelDirectoryView::TandrelDirectoryView(std::weak_ptr<DirectoryViewOwner> own
     tree.SetHeaderRow(mHeaderRow.get());
     mRename.SetStartRenameHandler(
         [this](const host::TreeRowPtr& row) { InstallNameEditText(row); });
-    SetUpDragAndDrop();
+    mDrops.Install();
     tree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return SortKey(row, column);
     });

@@ -11,7 +11,8 @@
 //   ChangeDeferral   changes on disk held back during a rename or a pause
 //   RenameTrigger    Return/Enter and the slow second click that start a rename
 //   InPlaceRename    the edit field over a name, and the rename on disk (its own file)
-//   DragAndDrop      rows dragged and dropped, files and project items dropped (its own file)
+//   RowDragAndDrop   rows dragged and dropped, files and project items dropped
+//   TreeIntents      what a double-click, a key, a right-click and a drop place ask for
 //   SelectionMoves   Home, End, paging and Select All
 //   SavedSelection   the saved selection and scroll position, put back
 //   FolderOpener     the saved open folders, opened one after another
@@ -21,7 +22,7 @@
 #include "directoryview/FolderOpener.h"
 #include "directoryview/RecordRefresher.h"
 #include "directoryview/RenameTrigger.h"
-#include "directoryview/RowDragPayload.h"
+#include "directoryview/RowDragAndDrop.h"
 #include "directoryview/RowRecords.h"
 #include "directoryview/SelectionMoves.h"
 #include "host/DataTransfer.h"
@@ -59,16 +60,6 @@ inline constexpr std::string_view kDirectoryViewStation = "MvProduction.Director
 inline constexpr std::string_view kDirectoryViewNodeID = "MvProduction.DirectoryView";
 inline constexpr std::string_view kDirectoryTreeNodeID =
     "MvProduction.DirectoryView.MediaBrowserMultiColumnTree";
-
-// Where a drop goes: the path under the pointer (a row's, or the folder's between rows and
-// below the last row) and the folder that takes dropped rows, with their rows (none for the
-// production folder itself).
-struct DropTarget {
-    host::WideString path;
-    host::TreeRowPtr row;
-    host::WideString folder;
-    host::TreeRowPtr folderRow;
-};
 
 class TandrelDirectoryView : public host::MediaBrowserDirectoryView {
 public:
@@ -189,25 +180,10 @@ public:
     void DeselectAll() { mMoves.DeselectAll(); }
     int RowsPerPage() const { return mMoves.RowsPerPage(); }
 
-    // Drag and drop. A drag of rows from this view: its data, and the rows kept until it ends
-    // (the drag start runs the drag between the two).
-    std::vector<std::uint8_t> BeginRowDrag(const std::vector<host::TreeRowPtr>& rows);
-    void EndRowDrag() { mDragged.End(); }
-    // The rows a drag from this view carries, while it runs; nothing for data that names rows
-    // this view did not send.
-    std::optional<std::vector<host::TreeRowPtr>> DraggedRowsOf(const host::DropData& data) const;
-    // Whether the rows may be dropped there: none locked by another editor or holding locked
-    // projects, not the trash itself, and none dropped onto itself, into its own sub-folder or
-    // into the folder that already holds it. freshLocks: read the locks again (a drop); a
-    // drag moving over the tree uses what the drag's first look found.
-    bool CanDropRows(const std::vector<host::TreeRowPtr>& rows, const DropTarget& target,
-                     bool freshLocks = true) const;
-    DropTarget ResolveDropTarget(const host::UI_MultiColumnTree::DropPlace& place) const;
-    // Answers a drag over the tree (action, acceptance, cursor, feedback), or carries out the
-    // drop.
-    void AnswerDrop(host::DropRequest& request, const DropTarget& target);
-
     host::UI_MultiColumnTreeHeaderRow& GetHeaderRow() { return *mHeaderRow; }
+    // The tree's drags and drops.
+    RowDragAndDrop& GetDrops() { return mDrops; }
+    const RowDragAndDrop& GetDrops() const { return mDrops; }
 
 private:
     // Reads the production folder, which exists.
@@ -222,12 +198,6 @@ private:
     void ProjectStateChanged(const host::ByteString& projectPath);
     // The one selected row when it can be seen, which Return renames; else null.
     host::TreeRowPtr RenamableSelectedRow() const;
-    void SetUpDragAndDrop();
-    // None of the rows is held by another editor, holds locked projects or is the trash.
-    bool RowsMayMove(const std::vector<host::TreeRowPtr>& rows) const;
-    void StartRowDrag(const std::vector<host::TreeRowPtr>& rows, host::SendData& data);
-    void AnswerProjectItems(host::DropRequest& request, const DropTarget& target) const;
-    void CarryOutDrop(host::DropRequest& request, const DropTarget& target);
     host::UI_Rect NameEditFrame(const host::TreeRowPtr& row);
     void RenameRow(const host::TreeRowPtr& row, const host::WideString& newName);
     void RenameFolder(const host::WideString& oldPath, const host::WideString& newName);
@@ -250,7 +220,7 @@ private:
     SelectionMoves mMoves{GetTree()};
     RenameTrigger mRename;
     std::optional<DirectoryViewStateData> mStateAfterListing;
-    DraggedRows mDragged;
+    RowDragAndDrop mDrops{*this};
     host::WideString mRenamedPath; // the row the state waits for
     // While the state waits for copies: the selection then (none while a rename waits).
     std::optional<std::vector<host::WideString>> mSelectionWhileAwaiting;

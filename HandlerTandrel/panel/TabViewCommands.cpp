@@ -60,7 +60,7 @@ void TandrelTabView::AnswerDropOnTrashButton(host::DropRequest& request) {
     if (!mDirectoryView || trashPath.empty()) {
         return;
     }
-    const auto rows = mDirectoryView->DraggedRowsOf(request.data);
+    const auto rows = mDirectoryView->GetDrops().DraggedRowsOf(request.data);
     if (!rows || rows->empty()) {
         return;
     }
@@ -78,7 +78,7 @@ void TandrelTabView::AnswerDropOnTrashButton(host::DropRequest& request) {
     const bool inTrash = std::any_of(paths.begin(), paths.end(), [](const host::WideString& path) {
         return host::IsInMvProductionTrash(path, true);
     });
-    if (inTrash || !mDirectoryView->CanDropRows(*rows, trash, request.isDrop) ||
+    if (inTrash || !mDirectoryView->GetDrops().CanDropRows(*rows, trash, request.isDrop) ||
         (request.isDrop && !Utils::CanMoveItems(paths))) {
         return;
     }

@@ -1,7 +1,4 @@
-// The tree as a drag source and a drop target: rows moved to another folder or into the
-// trash, project files from the desktop added to the production, and bins and sequences from
-// a project's window put into a project.
-#include "directoryview/TandrelDirectoryView.h"
+#include "directoryview/RowDragAndDrop.h"
 
 #include "base/TandrelIDs.h"
 #include "directoryview/TreeIntents.h"
@@ -59,8 +56,8 @@ void Answer(host::DropRequest& request, bool accepted, std::uint32_t action) {
 
 } // namespace
 
-void TandrelDirectoryView::SetUpDragAndDrop() {
-    host::UI_MultiColumnTree& tree = GetTree();
+void RowDragAndDrop::Install() {
+    host::UI_MultiColumnTree& tree = mView.GetTree();
     tree.SetDragStartCallback([this](const std::vector<host::TreeRowPtr>& rows,
                                      host::SendData& data) { StartRowDrag(rows, data); });
     tree.SetDropCallback(
@@ -69,8 +66,7 @@ void TandrelDirectoryView::SetUpDragAndDrop() {
         });
 }
 
-void TandrelDirectoryView::StartRowDrag(const std::vector<host::TreeRowPtr>& rows,
-                                        host::SendData& data) {
+void RowDragAndDrop::StartRowDrag(const std::vector<host::TreeRowPtr>& rows, host::SendData& data) {
     if (rows.empty()) {
         return;
     }
@@ -79,14 +75,13 @@ void TandrelDirectoryView::StartRowDrag(const std::vector<host::TreeRowPtr>& row
     EndRowDrag();
 }
 
-std::vector<std::uint8_t>
-TandrelDirectoryView::BeginRowDrag(const std::vector<host::TreeRowPtr>& rows) {
+std::vector<std::uint8_t> RowDragAndDrop::BeginRowDrag(const std::vector<host::TreeRowPtr>& rows) {
     mDragged.Start(rows);
     return EncodeRowPayload(rows);
 }
 
 std::optional<std::vector<host::TreeRowPtr>>
-TandrelDirectoryView::DraggedRowsOf(const host::DropData& data) const {
+RowDragAndDrop::DraggedRowsOf(const host::DropData& data) const {
     if (!data.HasType(host::ByteString(kRowDragType))) {
         return std::nullopt;
     }
@@ -94,14 +89,14 @@ TandrelDirectoryView::DraggedRowsOf(const host::DropData& data) const {
 }
 
 DropTarget
-TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlace& place) const {
+RowDragAndDrop::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlace& place) const {
     DropPlaceFacts facts;
-    facts.production = GetRootPath();
+    facts.production = mView.GetRootPath();
     if (place.row) {
-        facts.rowPath = GetRowPath(place.row);
+        facts.rowPath = mView.GetRowPath(place.row);
         facts.rowIsFolder = Utils::IsFolderItem(facts.rowPath);
     } else if (place.betweenRows && place.rowAfterGap) {
-        facts.rowAfterGap = GetRowPath(place.rowAfterGap);
+        facts.rowAfterGap = mView.GetRowPath(place.rowAfterGap);
     }
     DropTarget target;
     target.row = place.row;
@@ -111,14 +106,14 @@ TandrelDirectoryView::ResolveDropTarget(const host::UI_MultiColumnTree::DropPlac
         target.folderRow = place.row;
     } else if (host::StripTrailingSlash(target.folder) !=
                host::StripTrailingSlash(facts.production)) {
-        target.folderRow = GetRowForPath(target.folder);
+        target.folderRow = mView.GetRowForPath(target.folder);
     }
     return target;
 }
 
-bool TandrelDirectoryView::RowsMayMove(const std::vector<host::TreeRowPtr>& rows) const {
+bool RowDragAndDrop::RowsMayMove(const std::vector<host::TreeRowPtr>& rows) const {
     for (const host::TreeRowPtr& row : rows) {
-        const host::WideString path = GetRowPath(row);
+        const host::WideString path = mView.GetRowPath(row);
         if (host::ProductionSupportsMarvaneProjectFile(path) && Utils::IsLockedByOtherUser(path)) {
             return false;
         }
@@ -130,8 +125,8 @@ bool TandrelDirectoryView::RowsMayMove(const std::vector<host::TreeRowPtr>& rows
     return true;
 }
 
-bool TandrelDirectoryView::CanDropRows(const std::vector<host::TreeRowPtr>& rows,
-                                       const DropTarget& target, bool freshLocks) const {
+bool RowDragAndDrop::CanDropRows(const std::vector<host::TreeRowPtr>& rows,
+                                 const DropTarget& target, bool freshLocks) const {
     bool mayMove = false;
     if (!freshLocks && mDragged.MayMove()) {
         mayMove = *mDragged.MayMove();
@@ -153,10 +148,10 @@ bool TandrelDirectoryView::CanDropRows(const std::vector<host::TreeRowPtr>& rows
     return true;
 }
 
-void TandrelDirectoryView::AnswerDrop(host::DropRequest& request, const DropTarget& target) {
+void RowDragAndDrop::AnswerDrop(host::DropRequest& request, const DropTarget& target) {
     Answer(request, false, host::kDropActionNone);
     if (request.isDrop) {
-        GetTree().ShowDragFeedback(false);
+        mView.GetTree().ShowDragFeedback(false);
         CarryOutDrop(request, target);
         return;
     }
@@ -172,11 +167,11 @@ void TandrelDirectoryView::AnswerDrop(host::DropRequest& request, const DropTarg
     } else if (data.HasType(host::kDataTypeName_ProjectItem)) {
         AnswerProjectItems(request, target);
     }
-    GetTree().ShowDragFeedback(request.accepted);
+    mView.GetTree().ShowDragFeedback(request.accepted);
 }
 
-void TandrelDirectoryView::AnswerProjectItems(host::DropRequest& request,
-                                              const DropTarget& target) const {
+void RowDragAndDrop::AnswerProjectItems(host::DropRequest& request,
+                                        const DropTarget& target) const {
     host::DraggedProjectItems items;
     if (!host::GetDraggedProjectItems(request.data, items) || items.IsEmpty() || !target.row) {
         return;
@@ -193,7 +188,7 @@ void TandrelDirectoryView::AnswerProjectItems(host::DropRequest& request,
     Answer(request, !parent || !host::GetIsReadOnly(parent), host::kDropActionMove);
 }
 
-void TandrelDirectoryView::CarryOutDrop(host::DropRequest& request, const DropTarget& target) {
+void RowDragAndDrop::CarryOutDrop(host::DropRequest& request, const DropTarget& target) {
     const host::DropData& data = request.data;
     if (data.HasType(host::ByteString(kRowDragType))) {
         const auto rows = DraggedRowsOf(data);
@@ -202,7 +197,7 @@ void TandrelDirectoryView::CarryOutDrop(host::DropRequest& request, const DropTa
         }
         std::vector<host::WideString> paths;
         for (const host::TreeRowPtr& row : *rows) {
-            paths.push_back(GetRowPath(row));
+            paths.push_back(mView.GetRowPath(row));
         }
         // Reported before the move: moving may show questions and messages of its own.
         Answer(request, true, host::kDropActionMove);

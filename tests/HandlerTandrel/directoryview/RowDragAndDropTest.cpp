@@ -57,7 +57,7 @@ protected:
         OpenFolder(production / "Edit" / "Deep", 1);
     }
     void TearDown() override {
-        View().EndRowDrag();
+        View().GetDrops().EndRowDrag();
         host::ProjectImport::Instance().Wait(30000);
         host::ProjectImport::Instance().ClearFinished();
         TandrelDirectoryViewTest::TearDown();
@@ -88,7 +88,7 @@ protected:
             Tree().SelectRow(rows.back(), host::RowSelection::kAddRow,
                              host::SelectionNotice::kTell);
         }
-        const std::vector<std::uint8_t> bytes = View().BeginRowDrag(rows);
+        const std::vector<std::uint8_t> bytes = View().GetDrops().BeginRowDrag(rows);
         auto mime = std::make_unique<QMimeData>();
         mime->setData(
             QString::fromLatin1(HandlerTandrel::kRowDragType.data(),
@@ -326,7 +326,7 @@ TEST_F(DragAndDropTest, ANameTakenInTheTargetIsNeverWrittenOver) {
 
 TEST_F(DragAndDropTest, RowsThisViewDidNotSendAreRefused) {
     const auto mime = RowDrag({production / "Promo.mvproj"});
-    View().EndRowDrag(); // the drag that made the data is over
+    View().GetDrops().EndRowDrag(); // the drag that made the data is over
     EXPECT_FALSE(SendDrag(Viewport(), *mime, On(production / "Edit"), true).accepted);
     auto torn = std::make_unique<QMimeData>();
     torn->setData(QString::fromLatin1(HandlerTandrel::kRowDragType.data(),
