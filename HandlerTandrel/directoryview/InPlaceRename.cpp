@@ -1,7 +1,6 @@
-// Renaming a row in place: an edit field over the name, and, when the edit ends, the folder
-// renamed (a moment later, on the main thread) or the project moved with its lock.
+#include "directoryview/InPlaceRename.h"
+
 #include "directoryview/RenamePaths.h"
-#include "directoryview/TandrelDirectoryView.h"
 
 #include "columns/ColumnIDs.h"
 #include "columns/DisplayName.h"
@@ -73,8 +72,8 @@ void ShowInvalidName() {
 
 } // namespace
 
-host::UI_Rect TandrelDirectoryView::NameEditFrame(const host::TreeRowPtr& row) {
-    host::UI_MultiColumnTree& tree = GetTree();
+host::UI_Rect InPlaceRename::NameEditFrame(const host::TreeRowPtr& row) {
+    host::UI_MultiColumnTree& tree = mOwner.RenamedView().GetTree();
     host::UI_Rect frame = tree.GetCellFrame(row, Columns::kNameColumn);
     if (frame.width <= 0 || frame.height <= 0) {
         // The rename command can name a row scrolled out of sight: it is brought into view.
@@ -96,47 +95,47 @@ host::UI_Rect TandrelDirectoryView::NameEditFrame(const host::TreeRowPtr& row) {
     return {frame.left + frame.height, frame.top, frame.width - frame.height, frame.height};
 }
 
-void TandrelDirectoryView::InstallNameEditText(const host::TreeRowPtr& row) {
+void InPlaceRename::Begin(const host::TreeRowPtr& row) {
     if (!host::IsTandrelManagerActive() || !row ||
-        GetTree().GetCellView(row, Columns::kNameColumn) == nullptr) {
+        mOwner.RenamedView().GetTree().GetCellView(row, Columns::kNameColumn) == nullptr) {
         return;
     }
     // The production's trash keeps its name: renamed, it would become an ordinary folder
     // holding what was deleted, and the next Delete would make a new trash.
-    if (host::IsTheMvProductionTrashDirectory(GetRowPath(row))) {
+    if (host::IsTheMvProductionTrashDirectory(mOwner.RenamedView().GetRowPath(row))) {
         return;
     }
     // One name at a time: F2 again while a name is being edited leaves that edit alone.
-    if (!GetTree().GetEditFields().empty()) {
+    if (!mOwner.RenamedView().GetTree().GetEditFields().empty()) {
         return;
     }
-    SetRenameInProgress(true);
-    host::UI_MultiColumnTree& tree = GetTree();
+    mOwner.NameEditing(true);
+    host::UI_MultiColumnTree& tree = mOwner.RenamedView().GetTree();
     host::UI_TextEdit* edit = tree.CreateEditField(NameEditFrame(row));
     edit->SetIsQuiet(true);
     edit->SetDesiredSizeVariation(host::UI_TextEdit::kSizeFollowsText);
-    edit->SetValue(DisplayNameOf(GetRowPath(row)));
+    edit->SetValue(DisplayNameOf(mOwner.RenamedView().GetRowPath(row)));
     // A longer name could not be given on disk: the field stops taking text there.
-    edit->SetMaximumBytes(host::GetLongestTypedNameBytes(GetRowPath(row)));
+    edit->SetMaximumBytes(host::GetLongestTypedNameBytes(mOwner.RenamedView().GetRowPath(row)));
     const std::weak_ptr<host::UI_TreeRow> weakRow = row;
-    const std::weak_ptr<host::MediaBrowserDirectoryView> weakSelf = weak_from_this();
+    // This lives as long as the view that holds it.
+    const std::weak_ptr<host::MediaBrowserDirectoryView> view =
+        mOwner.RenamedView().weak_from_this();
     host::UI_MultiColumnTree* container = &tree;
-    edit->NotifyWhenEditEnds([weakSelf, weakRow, container](host::UI_TextEdit& field, int reason) {
-        if (const auto self = std::static_pointer_cast<TandrelDirectoryView>(weakSelf.lock())) {
-            self->OnRowRenameComplete(weakRow.lock(), container, reason, &field);
-        }
-    });
-    EnableKeyboardEvents(false);
+    edit->NotifyWhenEditEnds(
+        [this, view, weakRow, container](host::UI_TextEdit& field, int reason) {
+            if (view.lock()) {
+                Complete(weakRow.lock(), container, reason, &field);
+            }
+        });
 }
 
-void TandrelDirectoryView::OnRowRenameComplete(const host::TreeRowPtr& row,
-                                               host::UI_MultiColumnTree* container, int endReason,
-                                               host::UI_TextEdit* edit) {
+void InPlaceRename::Complete(const host::TreeRowPtr& row, host::UI_MultiColumnTree* container,
+                             int endReason, host::UI_TextEdit* edit) {
     const CompletionGuard guard;
     if (!guard.Taken()) {
         return;
     }
-    EnableKeyboardEvents(true);
     if (edit != nullptr && row && container != nullptr) {
         if (endReason != host::UI_TextEdit::kEndCancelled) {
             RenameRow(row, edit->GetValue());
@@ -149,15 +148,15 @@ void TandrelDirectoryView::OnRowRenameComplete(const host::TreeRowPtr& row,
             }
         }
     }
-    SetRenameInProgress(false);
+    mOwner.NameEditing(false);
 }
 
-void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::WideString& newName) {
+void InPlaceRename::RenameRow(const host::TreeRowPtr& row, const host::WideString& newName) {
     if (newName.empty() || !host::IsValidFileName(newName)) {
         ShowInvalidName();
         return;
     }
-    const host::WideString path = GetRowPath(row);
+    const host::WideString path = mOwner.RenamedView().GetRowPath(row);
     if (path.empty() || !host::FileOrDirExists(path)) {
         return;
     }
@@ -165,12 +164,12 @@ void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::Wi
         if (SameNameIgnoringCase(newName, DisplayNameOf(path))) {
             return;
         }
-        const std::weak_ptr<host::MediaBrowserDirectoryView> weakSelf = weak_from_this();
+        const std::weak_ptr<host::MediaBrowserDirectoryView> view =
+            mOwner.RenamedView().weak_from_this();
         host::CallAsyncOnMainThread(
-            [weakSelf, path, newName] {
-                if (const auto self =
-                        std::static_pointer_cast<TandrelDirectoryView>(weakSelf.lock())) {
-                    self->RenameFolder(path, newName);
+            [this, view, path, newName] {
+                if (view.lock()) {
+                    RenameFolder(path, newName);
                 }
             },
             kFolderRenameDelayMs);
@@ -182,8 +181,7 @@ void TandrelDirectoryView::RenameRow(const host::TreeRowPtr& row, const host::Wi
     RenameProject(path, newName);
 }
 
-void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
-                                        const host::WideString& newName) {
+void InPlaceRename::RenameFolder(const host::WideString& oldPath, const host::WideString& newName) {
     if (!host::IsTandrelManagerActive() || host::IsTheMvProductionTrashDirectory(oldPath)) {
         return;
     }
@@ -196,7 +194,7 @@ void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
             host::kWarningIcon, 0);
         return;
     }
-    DirectoryViewStateData state = GetStateData();
+    DirectoryViewStateData state = mOwner.StateNow();
     const bool watched = !host::DoesPathRequirePolling(oldPath);
     if (watched) {
         // Watches follow a folder's inode: the old tree lets go first.
@@ -217,13 +215,11 @@ void TandrelDirectoryView::RenameFolder(const host::WideString& oldPath,
     // Projects open from inside the folder now live there, with their locks.
     Utils::RelocateOpenProjects(host::StripTrailingSlash(oldPath), newPath);
     MoveFolderInState(state, oldPath, newPath);
-    mStateAfterListing = std::move(state);
-    mSelectionWhileAwaiting.reset();
-    mRenamedPath = newPath;
+    mOwner.PutBackOnceListed(std::move(state), newPath);
 }
 
-void TandrelDirectoryView::RenameProject(const host::WideString& oldPath,
-                                         const host::WideString& newName) {
+void InPlaceRename::RenameProject(const host::WideString& oldPath,
+                                  const host::WideString& newName) {
     const host::WideString newPath = ProjectRenameTarget(oldPath, newName);
     if (newPath == oldPath) {
         return; // the name typed was the name it has, extension and all
@@ -243,30 +239,12 @@ void TandrelDirectoryView::RenameProject(const host::WideString& oldPath,
             {}, host::kWarningIcon, 0);
         return;
     }
-    DirectoryViewStateData state = GetStateData();
+    DirectoryViewStateData state = mOwner.StateNow();
     Utils::MoveProjectFile(oldPath, newPath);
     if (host::FileOrDirExists(newPath) && !host::FileOrDirExists(oldPath)) {
         MoveProjectInState(state, oldPath, newPath);
-        mStateAfterListing = std::move(state);
-        mSelectionWhileAwaiting.reset();
-        mRenamedPath = newPath;
+        mOwner.PutBackOnceListed(std::move(state), newPath);
     }
-}
-
-void TandrelDirectoryView::ApplyStateAfterListing() {
-    // Listings of other folders may come first; the state waits for the renamed item's row.
-    if (mSelectionWhileAwaiting && mStateAfterListing &&
-        GetSelectedPaths() != *mSelectionWhileAwaiting) {
-        mStateAfterListing.reset(); // the person chose something else meanwhile
-        mSelectionWhileAwaiting.reset();
-    }
-    if (!mStateAfterListing || !GetRowForPath(mRenamedPath)) {
-        return;
-    }
-    mSelectionWhileAwaiting.reset();
-    const DirectoryViewStateData state = std::move(*mStateAfterListing);
-    mStateAfterListing.reset();
-    UpdateFromStateData(state, true);
 }
 
 } // namespace HandlerTandrel

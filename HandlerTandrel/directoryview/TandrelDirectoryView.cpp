@@ -366,4 +366,32 @@ void TandrelDirectoryView::SelectAll() {
     });
 }
 
+void TandrelDirectoryView::ApplyStateAfterListing() {
+    // Listings of other folders may come first; the state waits for the renamed item's row.
+    if (mSelectionWhileAwaiting && mStateAfterListing &&
+        GetSelectedPaths() != *mSelectionWhileAwaiting) {
+        mStateAfterListing.reset(); // the person chose something else meanwhile
+        mSelectionWhileAwaiting.reset();
+    }
+    if (!mStateAfterListing || !GetRowForPath(mRenamedPath)) {
+        return;
+    }
+    mSelectionWhileAwaiting.reset();
+    const DirectoryViewStateData state = std::move(*mStateAfterListing);
+    mStateAfterListing.reset();
+    UpdateFromStateData(state, true);
+}
+
+void TandrelDirectoryView::NameEditing(bool editing) {
+    SetRenameInProgress(editing);
+    mRename.EnableKeys(!editing);
+}
+
+void TandrelDirectoryView::PutBackOnceListed(DirectoryViewStateData state,
+                                             const host::WideString& renamedPath) {
+    mStateAfterListing = std::move(state);
+    mSelectionWhileAwaiting.reset();
+    mRenamedPath = renamedPath;
+}
+
 } // namespace HandlerTandrel

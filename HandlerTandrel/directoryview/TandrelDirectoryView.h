@@ -10,7 +10,7 @@
 //   RecordRefresher  reads records again as folders arrive, open and close
 //   ChangeDeferral   changes on disk held back during a rename or a pause
 //   RenameTrigger    Return/Enter and the slow second click that start a rename
-//   InPlaceRename    the edit field over a name, and the rename on disk (its own file)
+//   InPlaceRename    the edit field over a name, and the rename on disk
 //   RowDragAndDrop   rows dragged and dropped, files and project items dropped
 //   TreeIntents      what a double-click, a key, a right-click and a drop place ask for
 //   SelectionMoves   Home, End, paging and Select All
@@ -20,6 +20,7 @@
 #include "columns/FileMetadata.h"
 #include "directoryview/ChangeDeferral.h"
 #include "directoryview/FolderOpener.h"
+#include "directoryview/InPlaceRename.h"
 #include "directoryview/RecordRefresher.h"
 #include "directoryview/RenameTrigger.h"
 #include "directoryview/RowDragAndDrop.h"
@@ -61,7 +62,7 @@ inline constexpr std::string_view kDirectoryViewNodeID = "MvProduction.Directory
 inline constexpr std::string_view kDirectoryTreeNodeID =
     "MvProduction.DirectoryView.MediaBrowserMultiColumnTree";
 
-class TandrelDirectoryView : public host::MediaBrowserDirectoryView {
+class TandrelDirectoryView : public host::MediaBrowserDirectoryView, private InPlaceRename::Owner {
 public:
     // Makes the view for the production folder (UTF-8, may be empty) and starts loading it.
     static std::shared_ptr<TandrelDirectoryView> Create(const host::ByteString& productionFolder,
@@ -140,16 +141,12 @@ public:
     void SetStartRenameHandler(std::function<void(const host::TreeRowPtr&)> handler) {
         mRename.SetStartRenameHandler(std::move(handler));
     }
-    // Lays an edit field over the row's name, its display name in it and selected, and
-    // holds back changes on disk until the edit ends. Nothing without a production, a row
-    // or a name cell.
-    void InstallNameEditText(const host::TreeRowPtr& row);
-    // The edit ended (reason: UI_TextEdit's end values; cancelled renames nothing). A valid
-    // new name renames the folder (queued on the main thread) or moves the project with its
-    // lock; an invalid one is refused with a message. The field goes, held-back changes are
-    // applied. A completion that arrives while one runs, anywhere in the module, is ignored.
+    // The rename in place (see InPlaceRename::Begin and Complete).
+    void InstallNameEditText(const host::TreeRowPtr& row) { mNameEdit.Begin(row); }
     void OnRowRenameComplete(const host::TreeRowPtr& row, host::UI_MultiColumnTree* container,
-                             int endReason, host::UI_TextEdit* edit);
+                             int endReason, host::UI_TextEdit* edit) {
+        mNameEdit.Complete(row, container, endReason, edit);
+    }
     // The view state a rename left to put back after the next listing; empty when none.
     const std::optional<DirectoryViewStateData>& GetStateAfterListing() const {
         return mStateAfterListing;
@@ -198,11 +195,14 @@ private:
     void ProjectStateChanged(const host::ByteString& projectPath);
     // The one selected row when it can be seen, which Return renames; else null.
     host::TreeRowPtr RenamableSelectedRow() const;
-    host::UI_Rect NameEditFrame(const host::TreeRowPtr& row);
-    void RenameRow(const host::TreeRowPtr& row, const host::WideString& newName);
-    void RenameFolder(const host::WideString& oldPath, const host::WideString& newName);
-    void RenameProject(const host::WideString& oldPath, const host::WideString& newName);
+    // Once the item the state waits for is listed, the state is put back.
     void ApplyStateAfterListing();
+    // What the rename in place asks of the view.
+    host::MediaBrowserDirectoryView& RenamedView() override { return *this; }
+    void NameEditing(bool editing) override;
+    DirectoryViewStateData StateNow() const override { return GetStateData(); }
+    void PutBackOnceListed(DirectoryViewStateData state,
+                           const host::WideString& renamedPath) override;
     // Whether a release at point in row's Name cell lies on the name itself.
     bool IsOnName(const host::TreeRowPtr& row, host::UI_Point point);
 
@@ -219,6 +219,7 @@ private:
     bool mRootDelivered = false;
     SelectionMoves mMoves{GetTree()};
     RenameTrigger mRename;
+    InPlaceRename mNameEdit{*this};
     std::optional<DirectoryViewStateData> mStateAfterListing;
     RowDragAndDrop mDrops{*this};
     host::WideString mRenamedPath; // the row the state waits for
