@@ -4,6 +4,7 @@
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
+#include "directoryview/TreeIntents.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
 #include "host/OpenProjects.h"
@@ -283,13 +284,20 @@ host::WideString TandrelSearchResultsView::GetRowPath(const host::TreeRowPtr& ro
 
 void TandrelSearchResultsView::RowDoubleClicked(const host::TreeRowPtr& row,
                                                 std::uint32_t modifiers) {
+    // Every result is a project, wherever it lies: one gone from disk meanwhile is left alone.
     const host::WideString path = GetRowPath(row);
-    if (path.empty() || !host::FileOrDirExists(path)) {
-        return;
+    const RowKind kind =
+        path.empty() || !host::FileOrDirExists(path) ? RowKind::kGone : RowKind::kProject;
+    switch (IntentOfDoubleClick(kind, modifiers)) {
+    case Intent::kOpenProject:
+        host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModePlain);
+        break;
+    case Intent::kOpenProjectAlternative:
+        host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModeAlternative);
+        break;
+    default:
+        break;
     }
-    host::OpenProjectInHost(host::ToUTF8(path), (modifiers & host::kModifierAlternative) != 0
-                                                    ? host::kOpenModeAlternative
-                                                    : host::kOpenModePlain);
 }
 
 void TandrelSearchResultsView::ProjectStateChanged(const host::ByteString& projectPath) {
