@@ -107,18 +107,11 @@ void TandrelDirectoryView::RowClickUp(const host::TreeRowPtr& row, host::UI_Poin
 void TandrelDirectoryView::RowDoubleClicked(const host::TreeRowPtr& row, std::uint32_t modifiers) {
     mRename.DoubleClicked(); // a double-click never starts a rename
     const host::WideString path = GetRowPath(row);
-    switch (IntentOfDoubleClick(KindOf(path), modifiers)) {
-    case Intent::kToggleFolder:
+    const Intent intent = IntentOfDoubleClick(KindOf(path), modifiers);
+    if (intent == Intent::kToggleFolder) {
         GetTree().ToggleRow(row);
-        break;
-    case Intent::kOpenProject:
-        host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModePlain);
-        break;
-    case Intent::kOpenProjectAlternative:
-        host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModeAlternative);
-        break;
-    default:
-        break;
+    } else if (const std::optional<int> mode = OpenModeOf(intent)) {
+        host::OpenProjectInHost(host::ToUTF8(path), *mode);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/FileServices.h"
 #include "host/MultiColumnTree.h"
+#include "host/OpenProjects.h"
 #include "host/UITimers.h"
 
 namespace HandlerTandrel {
@@ -29,6 +30,17 @@ Intent IntentOfDoubleClick(RowKind row, std::uint32_t modifiers) {
         break;
     }
     return Intent::kNothing;
+}
+
+std::optional<int> OpenModeOf(Intent intent) {
+    switch (intent) {
+    case Intent::kOpenProject:
+        return host::kOpenModePlain;
+    case Intent::kOpenProjectAlternative:
+        return host::kOpenModeAlternative;
+    default:
+        return std::nullopt;
+    }
 }
 
 Intent IntentOfKey(int keyCode, std::uint32_t modifiers, bool renameKey) {

@@ -5,6 +5,7 @@
 #include "host/CoreTypes.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace HandlerTandrel {
 
@@ -28,6 +29,8 @@ enum class Intent : std::uint8_t {
 
 // A double-click on a row, with the modifiers held.
 Intent IntentOfDoubleClick(RowKind row, std::uint32_t modifiers);
+// The host's opening mode for an intent to open a project; nothing for any other intent.
+std::optional<int> OpenModeOf(Intent intent);
 
 // A key going down; renameKey: the rename trigger takes it for one of its keys.
 Intent IntentOfKey(int keyCode, std::uint32_t modifiers, bool renameKey);

@@ -288,15 +288,8 @@ void TandrelSearchResultsView::RowDoubleClicked(const host::TreeRowPtr& row,
     const host::WideString path = GetRowPath(row);
     const RowKind kind =
         path.empty() || !host::FileOrDirExists(path) ? RowKind::kGone : RowKind::kProject;
-    switch (IntentOfDoubleClick(kind, modifiers)) {
-    case Intent::kOpenProject:
-        host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModePlain);
-        break;
-    case Intent::kOpenProjectAlternative:
-        host::OpenProjectInHost(host::ToUTF8(path), host::kOpenModeAlternative);
-        break;
-    default:
-        break;
+    if (const std::optional<int> mode = OpenModeOf(IntentOfDoubleClick(kind, modifiers))) {
+        host::OpenProjectInHost(host::ToUTF8(path), *mode);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "directoryview/TreeIntents.h"
 
 #include "host/MultiColumnTree.h"
+#include "host/OpenProjects.h"
 #include "host/UITimers.h"
 
 #include <gtest/gtest.h>
@@ -42,6 +43,15 @@ TEST(TreeIntentsTest, ADoubleClickTogglesAFolderAndOpensAProjectOutsideTheTrash)
         EXPECT_EQ(IntentOfDoubleClick(table[index].row, table[index].modifiers),
                   table[index].expected)
             << "row " << index;
+    }
+}
+
+TEST(TreeIntentsTest, OnlyTheIntentsToOpenAProjectHaveAnOpeningMode) {
+    EXPECT_EQ(OpenModeOf(Intent::kOpenProject), host::kOpenModePlain);
+    EXPECT_EQ(OpenModeOf(Intent::kOpenProjectAlternative), host::kOpenModeAlternative);
+    for (const Intent other : {Intent::kNothing, Intent::kToggleFolder, Intent::kSelectAll,
+                               Intent::kStartRename, Intent::kLeaveToTree}) {
+        EXPECT_EQ(OpenModeOf(other), std::nullopt);
     }
 }
 
