@@ -235,7 +235,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 bool MainWindow::OpenProjectFile(const std::filesystem::path& project) {
     const bool started = OpenInBackgroundOrReport(
         project, OpenMode::Normal,
-        Localize("$$$/Marvane/Host/OpenProjectFailed=Cannot Open Project"), kWarningIcon);
+        Localize("$$$/Marvane/Host/OpenProjectFailed=Cannot Open Project"), Telling::kWarning);
     SyncProjectTabs();
     return started;
 }

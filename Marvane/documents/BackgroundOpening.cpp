@@ -2,7 +2,6 @@
 #include "Marvane/core/MainThread.h"
 #include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/projectbackend/LockFiles.h"
-#include "host/UIFramework.h"
 
 #include <algorithm>
 
@@ -117,19 +116,19 @@ void DocumentManager::CancelOpenings() {
 }
 
 bool OpenInBackgroundOrReport(const fs::path& projectPath, OpenMode mode, const std::string& title,
-                              int icon) {
+                              Telling kind) {
     // The outcome comes during the call when the project cannot be opened at all.
     auto calling = std::make_shared<bool>(true);
     bool refusedAtOnce = false;
     DocumentManager::Instance().OpenInBackground(
-        projectPath, mode, [calling, &refusedAtOnce, title, icon](const OpenResult& result) {
+        projectPath, mode, [calling, &refusedAtOnce, title, kind](const OpenResult& result) {
             if (result.project || result.error.empty()) {
                 return;
             }
             if (*calling) {
                 refusedAtOnce = true;
             }
-            AskPerson(title, result.error, {}, icon, 0);
+            AskPerson(title, result.error, {}, kind, 0);
         });
     *calling = false;
     return !refusedAtOnce;

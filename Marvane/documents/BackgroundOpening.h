@@ -3,6 +3,7 @@
 // the document manager keeps one for each opening under way, and the window shows a page for
 // it with how far the reading got.
 #include "Marvane/documents/DocumentManager.h"
+#include "Marvane/documents/PersonQuestions.h"
 #include "host/Messaging.h"
 
 #include <cstdint>
@@ -44,8 +45,8 @@ struct BackgroundOpening {
 };
 
 // Opens the project in the background; a refusal is reported in a message box of that title
-// and icon, at once or when the reading failed. False when it cannot be opened at all.
+// and kind, at once or when the reading failed. False when it cannot be opened at all.
 bool OpenInBackgroundOrReport(const std::filesystem::path& projectPath, OpenMode mode,
-                              const std::string& title, int icon);
+                              const std::string& title, Telling kind);
 
 } // namespace host

@@ -11,7 +11,6 @@
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/DebugTrace.h"
 #include "host/Localizer.h"
-#include "host/UIFramework.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -48,7 +47,7 @@ SaveAnswer AskToSave(const OpenProject& project, bool offerApplyToAll,
         Localize("$$$/Marvane/Host/SavePrompt/Message=Do you want to save the changes made to "
                  "the project \"@0\"?",
                  {project.DisplayName()}),
-        buttons, kQuestionIcon, 0);
+        buttons, Telling::kQuestion, 0);
     switch (answer) {
     case 0:
         return SaveAnswer::Save;
@@ -243,7 +242,7 @@ bool DocumentManager::Close(const std::vector<OpenProjectPtr>& projects, bool sa
             std::string error;
             if (answer == SaveAnswer::Save && !Save(project, error)) {
                 AskPerson(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
-                          kCriticalIcon, 0);
+                          Telling::kFailure, 0);
                 return false;
             }
         }

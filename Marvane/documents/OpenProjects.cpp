@@ -7,7 +7,6 @@
 #include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/documents/ProjectItemsTransfer.h"
 #include "host/Localizer.h"
-#include "host/UIFramework.h"
 
 namespace host {
 
@@ -50,7 +49,7 @@ bool IsProjectOutOfDate(const ProjectPtr& project) {
 bool OpenProjectInHost(const ByteString& projectPath, int mode) {
     return OpenInBackgroundOrReport(
         projectPath, mode == kOpenModeAlternative ? OpenMode::ReadOnly : OpenMode::Normal,
-        Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), kCriticalIcon);
+        Localize("$$$/Marvane/Host/OpenFailed=Cannot Open Project"), Telling::kFailure);
 }
 
 bool HasDocumentManager() {
@@ -65,7 +64,7 @@ bool ReloadOpenProject(const ProjectPtr& project, bool reportFailure) {
     }
     if (reportFailure) {
         AskPerson(Localize("$$$/Marvane/Host/ReloadFailed=Cannot Reload Project"), error, {},
-                  kCriticalIcon, 0);
+                  Telling::kFailure, 0);
     }
     return false;
 }
@@ -80,8 +79,8 @@ bool SaveOpenProject(const ProjectPtr& project) {
     if (!open || DocumentManager::Instance().Save(open, error)) {
         return static_cast<bool>(open);
     }
-    AskPerson(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {}, kCriticalIcon,
-              0);
+    AskPerson(Localize("$$$/Marvane/Host/SaveFailed=Cannot Save Project"), error, {},
+              Telling::kFailure, 0);
     return false;
 }
 
@@ -95,7 +94,7 @@ bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& need
     needsReload = result.needsReload;
     if (!result.error.empty()) {
         AskPerson(Localize("$$$/Marvane/Host/ReadOnlyFailed=Cannot Change the Project's Mode"),
-                  result.error, {}, kWarningIcon, 0);
+                  result.error, {}, Telling::kWarning, 0);
     }
     return result.changed;
 }
@@ -104,7 +103,7 @@ ByteString CreateNewProjectIn(const ByteString& folderPath) {
     const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath);
     if (!result.project) {
         AskPerson(Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
-                  result.error, {}, kCriticalIcon, 0);
+                  result.error, {}, Telling::kFailure, 0);
         return ByteString();
     }
     return result.project->GetPath();

@@ -18,9 +18,9 @@ void SetPersonQuestion(PersonQuestion ask) {
 }
 
 int AskPerson(const ByteString& title, const ByteString& text,
-              const std::vector<ByteString>& buttons, int iconKind, int defaultButton) {
+              const std::vector<ByteString>& buttons, Telling kind, int defaultButton) {
     const PersonQuestion ask = Question().Get();
-    return ask ? ask(title, text, buttons, iconKind, defaultButton) : -1;
+    return ask ? ask(title, text, buttons, kind, defaultButton) : -1;
 }
 
 } // namespace host

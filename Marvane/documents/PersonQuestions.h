@@ -5,19 +5,27 @@
 // answer (-1) and reports go unseen.
 #include "host/CoreTypes.h"
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
 namespace host {
 
-// A message box: its title, text, buttons (none: one "OK"), icon (a MessageBoxIcon) and
-// default button; returns the index of the chosen button, or -1.
+// What the person is asked or told; the layer that shows it gives it its look.
+enum class Telling : std::uint8_t {
+    kQuestion, // a choice to make (save the changes?)
+    kWarning,  // something was refused; nothing is lost
+    kFailure,  // something failed (a save, a reload, an opening)
+};
+
+// Its title, text, buttons (none: one "OK"), kind and default button; returns the index of
+// the chosen button, or -1.
 using PersonQuestion =
     std::function<int(const ByteString& title, const ByteString& text,
-                      const std::vector<ByteString>& buttons, int iconKind, int defaultButton)>;
+                      const std::vector<ByteString>& buttons, Telling kind, int defaultButton)>;
 
 void SetPersonQuestion(PersonQuestion ask);
 int AskPerson(const ByteString& title, const ByteString& text,
-              const std::vector<ByteString>& buttons, int iconKind, int defaultButton);
+              const std::vector<ByteString>& buttons, Telling kind, int defaultButton);
 
 } // namespace host

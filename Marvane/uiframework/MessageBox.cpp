@@ -1,3 +1,5 @@
+#include "Marvane/uiframework/MessageBox.h"
+
 #include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/fileservices/LongWork.h"
@@ -224,13 +226,18 @@ namespace {
 
 // The documents layer asks and tells the person through the message box.
 [[maybe_unused]] const bool gPersonQuestionInstalled = [] {
-    SetPersonQuestion([](const ByteString& title, const ByteString& text,
-                         const std::vector<ByteString>& buttons, int iconKind, int defaultButton) {
-        return ShowMessageBox(title, text, buttons, iconKind, defaultButton);
-    });
+    SetPersonQuestion(&AskWithMessageBox);
     return true;
 }();
 
 } // namespace
+
+int AskWithMessageBox(const ByteString& title, const ByteString& text,
+                      const std::vector<ByteString>& buttons, Telling kind, int defaultButton) {
+    const int icon = kind == Telling::kQuestion  ? kQuestionIcon
+                     : kind == Telling::kWarning ? kWarningIcon
+                                                 : kCriticalIcon;
+    return ShowMessageBox(title, text, buttons, icon, defaultButton);
+}
 
 } // namespace host

@@ -6,6 +6,7 @@
 #include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/uiframework/DialogResponder.h"
+#include "Marvane/uiframework/MessageBox.h"
 #include "ReadOnlyMount.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
@@ -356,7 +357,8 @@ TEST_F(DocumentManagerTest, CancellingTheSavePromptKeepsTheProjectOpenAndLocked)
 TEST_F(DocumentManagerTest, TheSaveQuestionGoesToWhatTheWindowLayerInstalled) {
     std::vector<std::string> asked;
     host::SetPersonQuestion([&asked](const host::ByteString& title, const host::ByteString&,
-                                     const std::vector<host::ByteString>& buttons, int, int) {
+                                     const std::vector<host::ByteString>& buttons, host::Telling,
+                                     int) {
         asked.push_back(title + " / " + std::to_string(buttons.size()));
         return 1; // Don't Save
     });
@@ -364,11 +366,7 @@ TEST_F(DocumentManagerTest, TheSaveQuestionGoesToWhatTheWindowLayerInstalled) {
     project->EditContent(WithSequence(project->Content(), "Discard"));
     EXPECT_TRUE(DocumentManager::Instance().Close({project}));
     // Back to the message box, as the window layer installs it.
-    host::SetPersonQuestion([](const host::ByteString& title, const host::ByteString& text,
-                               const std::vector<host::ByteString>& buttons, int icon,
-                               int defaultButton) {
-        return host::ShowMessageBox(title, text, buttons, icon, defaultButton);
-    });
+    host::SetPersonQuestion(&host::AskWithMessageBox);
     EXPECT_EQ(asked, std::vector<std::string>{"Save Changes? / 3"});
     EXPECT_EQ(ReadBytes(scene).find("Discard"), std::string::npos);
 }
