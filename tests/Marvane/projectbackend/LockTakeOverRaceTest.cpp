@@ -57,6 +57,9 @@ using SharedTakeOverBoard = testsupport::SharedBoard<TakeOverBoard>;
                               : host::TakeOverOwnLockFile(project)) == host::TakeOverResult::Taken;
         board.taken[static_cast<std::size_t>(round)][static_cast<std::size_t>(taker)] = won;
     }
+    // Every copy stays until all have finished the last round: the lock of a copy that ended
+    // names a process that is gone, and a slower copy would take it over, rightly.
+    shared.StartRound();
     _exit(0);
 }
 
@@ -71,6 +74,7 @@ using SharedTakeOverBoard = testsupport::SharedBoard<TakeOverBoard>;
         const auto lock = host::CreateProjectLockFile(project.string(), "Ben Okafor", "suite-2");
         board.liveLockMade[static_cast<std::size_t>(round)] = lock && lock->IsOwnedByCaller();
     }
+    shared.StartRound(); // with the takers, as they end
     _exit(0);
 }
 

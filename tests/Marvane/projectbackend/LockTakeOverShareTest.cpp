@@ -68,6 +68,10 @@ protected:
                         host::ReplaceLockFile(ProjectOfRound(mount, round), {}, nullptr) ==
                         host::TakeOverResult::Taken;
                 }
+                // Every taker stays until all have finished the last round: the lock of one
+                // that ended names a process that is gone, and a slower one would take it
+                // over, rightly.
+                board->StartRound();
                 ::_exit(0);
             }
             children.push_back(child);
@@ -88,6 +92,7 @@ protected:
                     (**board).liveLockMade[static_cast<std::size_t>(round)] =
                         lock && lock->IsOwnedByCaller();
                 }
+                board->StartRound(); // with the takers, as they end
                 ::_exit(0);
             }
             children.push_back(child);
