@@ -109,7 +109,7 @@ void InPlaceRename::Begin(const host::TreeRowPtr& row) {
     if (!mOwner.RenamedView().GetTree().GetEditFields().empty()) {
         return;
     }
-    mOwner.NameEditing(true);
+    mOwner.HoldChanges(true);
     host::UI_MultiColumnTree& tree = mOwner.RenamedView().GetTree();
     host::UI_TextEdit* edit = tree.CreateEditField(NameEditFrame(row));
     edit->SetIsQuiet(true);
@@ -124,10 +124,12 @@ void InPlaceRename::Begin(const host::TreeRowPtr& row) {
     host::UI_MultiColumnTree* container = &tree;
     edit->NotifyWhenEditEnds(
         [this, view, weakRow, container](host::UI_TextEdit& field, int reason) {
-            if (view.lock()) {
+            // Held for the whole completion: a message it shows may close the panel.
+            if (const auto alive = view.lock()) {
                 Complete(weakRow.lock(), container, reason, &field);
             }
         });
+    mOwner.EnableRenameKeys(false);
 }
 
 void InPlaceRename::Complete(const host::TreeRowPtr& row, host::UI_MultiColumnTree* container,
@@ -136,6 +138,7 @@ void InPlaceRename::Complete(const host::TreeRowPtr& row, host::UI_MultiColumnTr
     if (!guard.Taken()) {
         return;
     }
+    mOwner.EnableRenameKeys(true);
     if (edit != nullptr && row && container != nullptr) {
         if (endReason != host::UI_TextEdit::kEndCancelled) {
             RenameRow(row, edit->GetValue());
@@ -148,7 +151,7 @@ void InPlaceRename::Complete(const host::TreeRowPtr& row, host::UI_MultiColumnTr
             }
         }
     }
-    mOwner.NameEditing(false);
+    mOwner.HoldChanges(false);
 }
 
 void InPlaceRename::RenameRow(const host::TreeRowPtr& row, const host::WideString& newName) {
@@ -168,7 +171,7 @@ void InPlaceRename::RenameRow(const host::TreeRowPtr& row, const host::WideStrin
             mOwner.RenamedView().weak_from_this();
         host::CallAsyncOnMainThread(
             [this, view, path, newName] {
-                if (view.lock()) {
+                if (const auto alive = view.lock()) {
                     RenameFolder(path, newName);
                 }
             },

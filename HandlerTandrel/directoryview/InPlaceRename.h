@@ -16,8 +16,10 @@ public:
     public:
         // The view: its tree, its rows' paths, and whether it is still alive.
         virtual host::MediaBrowserDirectoryView& RenamedView() = 0;
-        // Changes on disk wait while a name is edited, and the rename keys are off.
-        virtual void NameEditing(bool editing) = 0;
+        // Changes on disk wait while a name is edited and its rename runs.
+        virtual void HoldChanges(bool hold) = 0;
+        // The keys that start a rename are off while a name is edited.
+        virtual void EnableRenameKeys(bool enabled) = 0;
         // The view's state now, and the state to put back once the renamed item is listed.
         virtual DirectoryViewStateData StateNow() const = 0;
         virtual void PutBackOnceListed(DirectoryViewStateData state,

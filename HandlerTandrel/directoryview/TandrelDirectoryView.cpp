@@ -382,11 +382,6 @@ void TandrelDirectoryView::ApplyStateAfterListing() {
     UpdateFromStateData(state, true);
 }
 
-void TandrelDirectoryView::NameEditing(bool editing) {
-    SetRenameInProgress(editing);
-    mRename.EnableKeys(!editing);
-}
-
 void TandrelDirectoryView::PutBackOnceListed(DirectoryViewStateData state,
                                              const host::WideString& renamedPath) {
     mStateAfterListing = std::move(state);

@@ -199,7 +199,8 @@ private:
     void ApplyStateAfterListing();
     // What the rename in place asks of the view.
     host::MediaBrowserDirectoryView& RenamedView() override { return *this; }
-    void NameEditing(bool editing) override;
+    void HoldChanges(bool hold) override { SetRenameInProgress(hold); }
+    void EnableRenameKeys(bool enabled) override { mRename.EnableKeys(enabled); }
     DirectoryViewStateData StateNow() const override { return GetStateData(); }
     void PutBackOnceListed(DirectoryViewStateData state,
                            const host::WideString& renamedPath) override;
