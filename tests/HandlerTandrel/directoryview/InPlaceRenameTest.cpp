@@ -462,6 +462,30 @@ TEST_F(InPlaceRenameTest, ACompletionArrivingWhileOneRunsIsIgnored) {
     EXPECT_TRUE(Tree().GetEditFields().empty());
 }
 
+TEST_F(InPlaceRenameTest, ThePanelClosingWhileTheInvalidNameMessageShowsEndsTheRenameWhole) {
+    auto closing = std::make_shared<ReenteringResponder>();
+    host::SetDialogResponder(closing);
+    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
+    ASSERT_NE(edit, nullptr);
+    Type(edit, "bad/name");
+    const std::weak_ptr<HandlerTandrel::TandrelDirectoryView> view = panel->GetDirectoryView();
+    bool closed = false;
+    closing->duringBox = [&] {
+        // The panel lets go of its tree while the box is up, as closing its tab does.
+        panel->RemoveUI();
+        closed = true;
+        // The rename under way still holds the view it edits a name in.
+        EXPECT_FALSE(view.expired());
+    };
+    Press(edit, Qt::Key_Return);
+    EXPECT_TRUE(closed);
+    EXPECT_EQ(closing->GetRequests().size(), 1u);
+    SettleEvents();
+    // Once the rename is over, nothing keeps the view, and nothing was renamed.
+    EXPECT_TRUE(view.expired());
+    EXPECT_TRUE(fs::exists(production / "Promo.mvproj"));
+}
+
 TEST_F(InPlaceRenameTest, TheRenameCommandEditsTheSelectedRow) {
     Tree().SelectRow(RowOf(production / "Scene 12.mvproj"), host::RowSelection::kOnlyRow,
                      host::SelectionNotice::kTell);
