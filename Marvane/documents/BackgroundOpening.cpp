@@ -31,7 +31,7 @@ void DocumentManager::OpenInBackground(const fs::path& projectPath, OpenMode mod
                                        std::function<void(const OpenResult&)> finished) {
     const fs::path path = NormalProjectPath(projectPath);
     if (IsOpening(path)) {
-        mLastAskedFor = path;
+        Asked(path);
         Announce(ProjectOpeningMessage(path, false));
         return;
     }
@@ -73,9 +73,8 @@ void DocumentManager::FinishInBackground(const std::shared_ptr<BackgroundOpening
     }
     EndOpening(opening);
     const fs::path path = opening->Path();
-    const bool askedForLast = mLastAskedFor == path;
-    if (askedForLast && (opening->watch.stop.load() || !opening->loaded)) {
-        mLastAskedFor.clear(); // it will not be open: whatever opens next may come forward
+    if (opening->watch.stop.load() || !opening->loaded) {
+        NoLongerAsked(path); // it will not be open: the one asked for before may come forward
     }
     if (opening->watch.stop.load()) {
         AbandonOpen(opening->start);
@@ -83,7 +82,7 @@ void DocumentManager::FinishInBackground(const std::shared_ptr<BackgroundOpening
         opening->finished({});
         return;
     }
-    opening->start.activate = askedForLast || mLastAskedFor.empty();
+    opening->start.activate = ComesToTheFront(path);
     const OpenResult result =
         FinishOpen(std::move(opening->start), opening->loaded, std::move(opening->content),
                    opening->stamp, opening->error);
@@ -109,6 +108,7 @@ void DocumentManager::CancelOpenings() {
     while (!mOpenings.empty()) {
         const std::shared_ptr<BackgroundOpening> opening = mOpenings.front();
         EndOpening(opening);
+        NoLongerAsked(opening->Path());
         AbandonOpen(opening->start);
         Announce(ProjectOpeningMessage(opening->Path(), true));
         opening->finished({});

@@ -138,8 +138,8 @@ OpenResult DocumentManager::Open(const fs::path& projectPath, OpenMode mode) {
     FileStamp stamp;
     std::string error;
     const bool loaded = LoadProjectContent(start.path, content, error, &stamp);
-    if (!loaded && mLastAskedFor == start.path) {
-        mLastAskedFor.clear();
+    if (!loaded) {
+        NoLongerAsked(start.path);
     }
     return FinishOpen(std::move(start), loaded, std::move(content), stamp, error);
 }
@@ -149,7 +149,7 @@ OpenStart DocumentManager::BeginOpen(const fs::path& projectPath, OpenMode mode)
     start.path = NormalProjectPath(projectPath);
     start.mode = mode;
     const fs::path& path = start.path;
-    mLastAskedFor = path;
+    Asked(path);
     if (OpenProjectPtr existing = Find(path)) {
         SetActive(existing);
         Announce(ProjectActivatedMessage());
@@ -158,7 +158,7 @@ OpenStart DocumentManager::BeginOpen(const fs::path& projectPath, OpenMode mode)
     }
     if (!IsMarvaneProjectFile(path.string())) {
         start.error = "\"" + path.string() + "\" is not a project of this application.";
-        mLastAskedFor.clear();
+        NoLongerAsked(path);
         return start;
     }
     if (IsOpening(path)) {
@@ -215,7 +215,7 @@ OpenResult DocumentManager::FinishOpen(OpenStart start, bool loaded, ProjectCont
         !active || std::find(mProjects.begin(), mProjects.end(), active) == mProjects.end();
     mProjects.push_back(project);
     if (start.activate || noneActive) {
-        SetActive(project);
+        mActive = project; // asked for already, or taken for want of any other
     }
     Announce(ProjectOpenedMessage(project->Path().string()));
     return {project, {}};
@@ -272,6 +272,26 @@ void DocumentManager::CloseAllWithoutAsking() {
     }
 }
 
+void DocumentManager::SetActive(const OpenProjectPtr& project) {
+    mActive = project;
+    if (project) {
+        Asked(project->Path());
+    }
+}
+
+void DocumentManager::Asked(const fs::path& path) {
+    NoLongerAsked(path);
+    mAskedFor.push_back(path);
+}
+
+void DocumentManager::NoLongerAsked(const fs::path& path) {
+    mAskedFor.erase(std::remove(mAskedFor.begin(), mAskedFor.end(), path), mAskedFor.end());
+}
+
+bool DocumentManager::ComesToTheFront(const fs::path& path) const {
+    return mAskedFor.empty() || mAskedFor.back() == path;
+}
+
 void DocumentManager::Remove(const OpenProjectPtr& project) {
     const auto found = std::find(mProjects.begin(), mProjects.end(), project);
     if (found == mProjects.end()) {
@@ -279,6 +299,7 @@ void DocumentManager::Remove(const OpenProjectPtr& project) {
     }
     // The caller's reference may be the very element erased here.
     const std::string path = project->Path().string();
+    NoLongerAsked(project->Path());
     project->ReleaseLock();
     mProjects.erase(found);
     Announce(ProjectClosedMessage(path));

@@ -127,11 +127,19 @@ public:
     OpenProjectPtr Find(const std::filesystem::path& projectPath) const;
     const std::vector<OpenProjectPtr>& GetAll() const { return mProjects; }
     OpenProjectPtr GetActive() const { return mActive.lock(); }
-    void SetActive(const OpenProjectPtr& project) { mActive = project; }
+    // The project the person works in now: chosen, it also counts as asked for last.
+    void SetActive(const OpenProjectPtr& project);
 
 private:
     DocumentManager() = default;
     void Remove(const OpenProjectPtr& project);
+    // The order in which projects were asked for: asked again, a project moves to the end;
+    // one that will not be open (refused, failed, stopped, closed) leaves the order.
+    void Asked(const std::filesystem::path& path);
+    void NoLongerAsked(const std::filesystem::path& path);
+    // Whether a project read in the background comes to the front when it is ready: when it
+    // is the one asked for last that may still be open, or when none is.
+    bool ComesToTheFront(const std::filesystem::path& path) const;
     // The worker of an opening is done: the project joins the open ones, or the error is told.
     void FinishInBackground(const std::shared_ptr<BackgroundOpening>& opening);
     // Takes an opening from those under way, its worker ended.
@@ -143,10 +151,8 @@ private:
 
     std::vector<OpenProjectPtr> mProjects;
     std::vector<std::shared_ptr<BackgroundOpening>> mOpenings;
-    // The project asked for last (opened, brought forward, or being opened), while that request
-    // may still end with it open: a project read in the background comes to the front only
-    // when it is this one, or when nothing is.
-    std::filesystem::path mLastAskedFor;
+    // Projects asked for (opened, brought forward, chosen, or being opened), the latest last.
+    std::vector<std::filesystem::path> mAskedFor;
     std::weak_ptr<OpenProject> mActive;
     std::filesystem::path mDataDirectory;
     std::function<void()> mBeforeWriteHook;

@@ -441,12 +441,21 @@ public:
     }
 };
 
-TEST_F(InPlaceRenameTest, ACompletionArrivingWhileOneRunsIsIgnored) {
-    auto reentering = std::make_shared<ReenteringResponder>();
-    host::SetDialogResponder(reentering);
-    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
-    ASSERT_NE(edit, nullptr);
-    Type(edit, "bad/name");
+// A rename of Promo whose name is refused: the invalid-name box is up when Return is pressed.
+class InvalidNameBoxTest : public InPlaceRenameTest {
+protected:
+    void SetUp() override {
+        InPlaceRenameTest::SetUp();
+        host::SetDialogResponder(reentering);
+        edit = StartRenaming(production / "Promo.mvproj");
+        ASSERT_NE(edit, nullptr);
+        Type(edit, "bad/name");
+    }
+    const std::shared_ptr<ReenteringResponder> reentering = std::make_shared<ReenteringResponder>();
+    UI_TextEdit* edit = nullptr;
+};
+
+TEST_F(InvalidNameBoxTest, ACompletionArrivingWhileOneRunsIsIgnored) {
     const TreeRowPtr promo = RowOf(production / "Promo.mvproj");
     bool reentered = false;
     reentering->duringBox = [&] {
@@ -462,15 +471,10 @@ TEST_F(InPlaceRenameTest, ACompletionArrivingWhileOneRunsIsIgnored) {
     EXPECT_TRUE(Tree().GetEditFields().empty());
 }
 
-TEST_F(InPlaceRenameTest, ThePanelClosingWhileTheInvalidNameMessageShowsEndsTheRenameWhole) {
-    auto closing = std::make_shared<ReenteringResponder>();
-    host::SetDialogResponder(closing);
-    UI_TextEdit* edit = StartRenaming(production / "Promo.mvproj");
-    ASSERT_NE(edit, nullptr);
-    Type(edit, "bad/name");
+TEST_F(InvalidNameBoxTest, ThePanelClosingWhileTheBoxShowsEndsTheRenameWhole) {
     const std::weak_ptr<HandlerTandrel::TandrelDirectoryView> view = panel->GetDirectoryView();
     bool closed = false;
-    closing->duringBox = [&] {
+    reentering->duringBox = [&] {
         // The panel lets go of its tree while the box is up, as closing its tab does.
         panel->RemoveUI();
         closed = true;
@@ -479,7 +483,7 @@ TEST_F(InPlaceRenameTest, ThePanelClosingWhileTheInvalidNameMessageShowsEndsTheR
     };
     Press(edit, Qt::Key_Return);
     EXPECT_TRUE(closed);
-    EXPECT_EQ(closing->GetRequests().size(), 1u);
+    EXPECT_EQ(reentering->GetRequests().size(), 1u);
     SettleEvents();
     // Once the rename is over, nothing keeps the view, and nothing was renamed.
     EXPECT_TRUE(view.expired());

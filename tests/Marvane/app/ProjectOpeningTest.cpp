@@ -11,8 +11,10 @@
 #include "Marvane/uiframework/DialogResponder.h"
 #include "ProjectOpenings.h"
 #include "TemporaryFolder.h"
+
 #include "TestProjects.h"
 #include "ViewTestSupport.h"
+#include <QTabWidget>
 
 #include <QCloseEvent>
 #include <QElapsedTimer>
@@ -231,6 +233,47 @@ TEST_F(ProjectOpeningTest, AProjectAskedForBeforeARefusedOneComesToTheFrontOnceR
     EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
               QStringLiteral("Feature"));
     EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(big));
+}
+
+TEST_F(ProjectOpeningTest, ARefusedFileLeavesTheFrontToTheLatestProjectAskedForBeforeIt) {
+    ReadSlowly(20);
+    const fs::path small = testsupport::WriteProject(root / "Trailer.mvproj", {"Assembly"});
+    // The big one first, the small one after it, then a file that is no project.
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    ASSERT_TRUE(window->OpenProjectFile(small));
+    std::ofstream(root / "notes.txt") << "not a project";
+    EXPECT_FALSE(window->OpenProjectFile(root / "notes.txt"));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
+    // The big one, read last, stays behind the small one asked for after it.
+    ASSERT_EQ(window->GetProjectTabs()->count(), 2);
+    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
+              QStringLiteral("Trailer"));
+    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+}
+
+TEST_F(ProjectOpeningTest, AProjectChosenWhileAnotherIsReadKeepsTheFront) {
+    const fs::path small = testsupport::WriteProject(root / "Trailer.mvproj", {"Assembly"});
+    const fs::path other = testsupport::WriteProject(root / "Teaser.mvproj", {"Assembly"});
+    ASSERT_TRUE(window->OpenProjectFile(small));
+    ASSERT_TRUE(window->OpenProjectFile(other));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
+    ReadSlowly(20);
+    ASSERT_TRUE(window->OpenProjectFile(big));
+    // While the big one is read, the person picks the Trailer's tab to work in.
+    QTabWidget& tabs = *window->GetProjectTabs();
+    for (int index = 0; index < tabs.count(); ++index) {
+        if (tabs.tabText(index) == QStringLiteral("Trailer")) {
+            tabs.setCurrentIndex(index);
+        }
+    }
+    ASSERT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+    ASSERT_TRUE(testsupport::WaitForOpenings());
+    SettleEvents();
+    EXPECT_EQ(tabs.tabText(tabs.currentIndex()), QStringLiteral("Trailer"));
+    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+    EXPECT_NE(DocumentManager::Instance().Find(big), nullptr);
 }
 
 TEST_F(ProjectOpeningTest, AStopThatCannotWaitRemovesTheLockOfAProjectBeingRead) {
