@@ -172,10 +172,14 @@ bool TreeWalk::Run(TreeVisitor& visitor) {
     }
     entry.statusRead = true;
 
-    // Whether to go into the folder the visitor answered for.
-    const auto goesInto = [this](const TreeWalkEntry& folder, WalkStep step) {
+    // Whether to go into the folder the visitor answered for. The rules of what a project is
+    // are read once for the walk, not once for each folder.
+    const ProjectItemRules rules =
+        mOptions.intoProjectFolders ? ProjectItemRules{} : CurrentProjectItemRules();
+    const auto goesInto = [this, &rules](const TreeWalkEntry& folder, WalkStep step) {
         return step == WalkStep::kContinue && folder.IsFolder() &&
-               (mOptions.intoProjectFolders || folder.depth == 0 || !IsProjectItem(folder.name));
+               (mOptions.intoProjectFolders || folder.depth == 0 || !rules.isProject ||
+                !rules.isProject(folder.name));
     };
 
     const WalkStep first = visitor.Enter(entry);
