@@ -73,6 +73,9 @@ void SetUpSession(const CommandLineOptions& options) {
     // And the hidden files of saves, locks and added projects that such a run left behind.
     SetTemporaryFilesFolder(session.dataDirectory / "Temporary");
     StartRemovingTemporaryFilesOfGoneProcesses();
+    // And the locks such a run made for a move and did not live to remove.
+    SetLockNotesFolder(session.dataDirectory / "Locks");
+    StartReleasingLocksOfGoneRuns();
 }
 
 void LoadModules(PluginLoader& loader, const CommandLineOptions& options, std::ostream& err) {
@@ -205,6 +208,8 @@ void ShutDown(PluginLoader& loader) {
     loader.ReleaseModules();
     StopRemovingTemporaryFilesOfGoneProcesses(std::chrono::seconds(3));
     CloseTemporaryFilesRecord();
+    StopReleasingLocksOfGoneRuns(std::chrono::seconds(3));
+    CloseLockNotes();
 }
 
 // Runs that nobody watches (a screenshot) never wait for an answer.

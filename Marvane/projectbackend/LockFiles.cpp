@@ -6,6 +6,7 @@
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/ProcessNotes.h"
 #include "Marvane/fileservices/TreeWalk.h"
 #include "Marvane/projectbackend/LockFileText.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
@@ -92,10 +93,20 @@ std::mutex gCreatedMutex;
 std::set<std::string> gCreatedLocks;
 std::atomic<bool> gReleaseQueued{false};
 
+// Each of those locks is noted in a record of this process in the data folder while it waits
+// to go, so that the next start removes the locks of a run killed in the middle of a move.
+ProcessNotes& TheLockNotes() {
+    static ProcessNotes notes("locks of moves");
+    return notes;
+}
+
 void RememberCreatedLock(const std::string& projectPath) {
     {
         const std::lock_guard guard(gCreatedMutex);
-        gCreatedLocks.insert(fs::path(projectPath).lexically_normal().string());
+        const std::string project = fs::path(projectPath).lexically_normal().string();
+        if (gCreatedLocks.insert(project).second) {
+            TheLockNotes().Note(project);
+        }
     }
     if (MainThreadHasEventLoop() && !gReleaseQueued.exchange(true)) {
         QueueOnMainThread([] {
@@ -109,7 +120,10 @@ void RememberCreatedLock(const std::string& projectPath) {
 
 void ForgetCreatedLock(const fs::path& projectPath) {
     const std::lock_guard guard(gCreatedMutex);
-    gCreatedLocks.erase(projectPath.lexically_normal().string());
+    const std::string project = projectPath.lexically_normal().string();
+    if (gCreatedLocks.erase(project) != 0) {
+        TheLockNotes().Done(project); // an open project holds it now, and lets it go itself
+    }
 }
 
 std::size_t ReleaseCreatedLocks() {
@@ -124,8 +138,10 @@ std::size_t ReleaseCreatedLocks() {
         switch (ReleaseOwnLockFile(project)) {
         case LockRelease::Released:
             ++removed;
+            TheLockNotes().Done(project);
             break;
         case LockRelease::NotOurs:
+            TheLockNotes().Done(project);
             break;
         case LockRelease::Failed:
             failed.insert(project); // kept for the next try, at the latest when the host stops
@@ -312,29 +328,14 @@ bool IsWrittenByThisProcess(const LockFileContent& content) {
 
 namespace {
 
-LockRelease ReleaseOwnLockFileNow(const fs::path& projectPath, bool alsoAbandoned,
-                                  std::atomic<std::uint64_t>& progress) {
-    const fs::path lockPath = LockFilePathFor(projectPath);
-    LockFileContent content;
-    std::string judged;
-    const LockFileState state = ReadLockFile(lockPath, content, judged);
-    if (state != LockFileState::Valid) {
-        return LockRelease::NotOurs; // gone, or not a lock this process could have written
-    }
-    const LockHolder holder = JudgeLockHolder(content);
-    bool removable = holder == LockHolder::ThisProcess;
-    if (alsoAbandoned && holder == LockHolder::GoneHere) {
-        const LockingIdentity ours = CurrentLockingIdentity();
-        removable = content.lockingName == ours.name && content.secondLockingString == ours.second;
-    }
-    if (!removable) {
-        return LockRelease::NotOurs;
-    }
+// Takes a lock judged removable out of the way under a private name, checks that it is still
+// the very lock judged (its bytes), then deletes it; a lock that turns out to be another goes
+// back unless its place was taken meanwhile.
+LockRelease RemoveJudgedLock(const fs::path& lockPath, const std::string& judged,
+                             std::atomic<std::uint64_t>& progress) {
     const auto answered = [&progress] { progress.fetch_add(1); };
-    // Take the lock out of the way under a private name, check that it is still the very lock
-    // judged, then delete it; a lock that turns out to be another goes back unless its place
-    // was taken meanwhile. A colleague reading the lock makes an SMB server refuse both steps
-    // for a moment: they are tried again.
+    // A colleague reading the lock makes an SMB server refuse both steps for a moment: they
+    // are tried again.
     const fs::path aside = PrivateName(lockPath.parent_path(), "releasing");
     const int moved = RetryWhileBusy(
         [&] { return ::rename(lockPath.c_str(), aside.c_str()) == 0 ? 0 : errno; }, answered);
@@ -359,6 +360,27 @@ LockRelease ReleaseOwnLockFileNow(const fs::path& projectPath, bool alsoAbandone
     return LockRelease::NotOurs;
 }
 
+LockRelease ReleaseOwnLockFileNow(const fs::path& projectPath, bool alsoAbandoned,
+                                  std::atomic<std::uint64_t>& progress) {
+    const fs::path lockPath = LockFilePathFor(projectPath);
+    LockFileContent content;
+    std::string judged;
+    const LockFileState state = ReadLockFile(lockPath, content, judged);
+    if (state != LockFileState::Valid) {
+        return LockRelease::NotOurs; // gone, or not a lock this process could have written
+    }
+    const LockHolder holder = JudgeLockHolder(content);
+    bool removable = holder == LockHolder::ThisProcess;
+    if (alsoAbandoned && holder == LockHolder::GoneHere) {
+        const LockingIdentity ours = CurrentLockingIdentity();
+        removable = content.lockingName == ours.name && content.secondLockingString == ours.second;
+    }
+    if (!removable) {
+        return LockRelease::NotOurs;
+    }
+    return RemoveJudgedLock(lockPath, judged, progress);
+}
+
 } // namespace
 
 LockRelease ReleaseOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
@@ -372,6 +394,75 @@ LockRelease ReleaseOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) 
 
 bool RemoveOwnLockFile(const fs::path& projectPath, bool alsoAbandoned) {
     return ReleaseOwnLockFile(projectPath, alsoAbandoned) == LockRelease::Released;
+}
+
+namespace {
+
+// Whether the lock was written by the very process that noted it (not only by the same
+// person): the lock of an editor who took the project over since is theirs.
+bool WrittenBy(const LockFileContent& content, const NoteWriter& writer) {
+    return content.hostName == writer.hostName && content.bootId == writer.bootId &&
+           content.processId == writer.processId &&
+           content.processStartTicks == writer.processStartTicks;
+}
+
+// A lock a gone run made for a move and did not live to remove.
+NoteTidied ReleaseLockOfGoneRun(const std::string& project, const NoteWriter& writer) {
+    const fs::path projectPath(project);
+    const std::optional<NoteTidied> tidied = files::BoundedWhileMoving<NoteTidied>(
+        projectPath, [projectPath, writer](std::atomic<std::uint64_t>& progress) {
+            const fs::path lockPath = LockFilePathFor(projectPath);
+            LockFileContent content;
+            std::string judged;
+            switch (ReadLockFile(lockPath, content, judged)) {
+            case LockFileState::Missing: {
+                struct stat folder {};
+                return ::stat(lockPath.parent_path().c_str(), &folder) == 0
+                           ? NoteTidied::NothingThere
+                           : NoteTidied::Unreachable; // a share not mounted now
+            }
+            case LockFileState::Unreadable:
+                return NoteTidied::NothingThere; // not a lock that run wrote
+            case LockFileState::Valid:
+                break;
+            }
+            if (!WrittenBy(content, writer)) {
+                return NoteTidied::NothingThere;
+            }
+            switch (RemoveJudgedLock(lockPath, judged, progress)) {
+            case LockRelease::Released:
+                Trace("Host", 2, "Removed the lock a stopped run left on " + projectPath.string());
+                return NoteTidied::Removed;
+            case LockRelease::NotOurs:
+                return NoteTidied::NothingThere;
+            case LockRelease::Failed:
+                break;
+            }
+            return NoteTidied::Unreachable;
+        });
+    return tidied.value_or(NoteTidied::Unreachable);
+}
+
+} // namespace
+
+void SetLockNotesFolder(const fs::path& folder) {
+    TheLockNotes().SetFolder(folder);
+}
+
+std::size_t ReleaseLocksOfGoneRuns() {
+    return TheLockNotes().TidyUpAfterGoneProcesses(ReleaseLockOfGoneRun);
+}
+
+void StartReleasingLocksOfGoneRuns() {
+    TheLockNotes().StartTidyingUp(ReleaseLockOfGoneRun);
+}
+
+void StopReleasingLocksOfGoneRuns(std::chrono::milliseconds deadline) {
+    TheLockNotes().StopTidyingUp(deadline);
+}
+
+void CloseLockNotes() {
+    TheLockNotes().CloseRecord();
 }
 
 ProjectLockFilePtr ReadLockFor(const ByteString& projectPath, const ByteString& name,

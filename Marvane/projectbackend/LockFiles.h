@@ -124,4 +124,17 @@ void KeepReleasing(const std::filesystem::path& projectPath);
 // ReleaseCreatedLocks, those it could not remove.
 std::vector<std::string> LocksLeftBehind();
 
+// Those locks are noted while they wait to go in a record of this process kept in the folder
+// given ("<data folder>/Locks"; empty keeps none), so that the next start removes the locks a
+// run killed in the middle of a move left on projects nobody has open: a lock goes only when
+// it is still the one that very run wrote. A lock on a share not mounted now stays noted for a
+// later start. The start does it on a thread of its own (a share that does not answer never
+// holds it up); the stop waits for that at most the deadline.
+void SetLockNotesFolder(const std::filesystem::path& folder);
+std::size_t ReleaseLocksOfGoneRuns();
+void StartReleasingLocksOfGoneRuns();
+void StopReleasingLocksOfGoneRuns(std::chrono::milliseconds deadline);
+// Forgets this process's record at a clean stop (kept when a lock could not be removed).
+void CloseLockNotes();
+
 } // namespace host
