@@ -9,16 +9,20 @@
 // and the same search over 10,000 projects through an sshfs mount (our own SSH server on the
 // loopback), against find through the same mount.
 // Run from an optimised build: build/dev/bin/file_search_benchmark
+#include "Marvane/fileservices/NameIndex.h"
 #include "ProductionGenerator.h"
 #include "SshShare.h"
 #include "host/FileServices.h"
 
 #include <benchmark/benchmark.h>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <map>
+#include <memory>
 #include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -212,6 +216,91 @@ void BM_SearchOnShare(benchmark::State& state) {
     fs::remove_all(work);
 }
 
+// The name index against plocate and the walk, on the kept productions of 10,000, 100,000
+// and 1,000,000 projects: range(0) the production, range(1) the query (kQueries).
+const std::vector<std::string> kQueries = {"scene 1005", "shot"}; // a few dozen; a fifth of all
+
+const host::NameIndex& IndexOf(int projects, double* buildMs = nullptr) {
+    static std::map<int, std::pair<std::unique_ptr<host::NameIndex>, double>> indexes;
+    auto& [index, ms] = indexes[projects];
+    if (!index) {
+        index = std::make_unique<host::NameIndex>(bench::KeptProduction(projects).root,
+                                                  std::vector<host::WideString>{u".mvproj"});
+        const auto started = std::chrono::steady_clock::now();
+        index->Build();
+        ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started)
+                 .count();
+    }
+    if (buildMs != nullptr) {
+        *buildMs = ms;
+    }
+    return *index;
+}
+
+void BM_IndexSearch(benchmark::State& state) {
+    const auto projects = static_cast<int>(state.range(0));
+    double buildMs = 0;
+    const host::NameIndex& index = IndexOf(projects, &buildMs);
+    const std::string& query = kQueries[static_cast<std::size_t>(state.range(1))];
+    std::size_t found = 0;
+    for (auto _ : state) {
+        found = index.Find(query).size();
+        benchmark::DoNotOptimize(found);
+    }
+    state.counters["found"] = static_cast<double>(found);
+    state.counters["build_ms"] = buildMs;
+    const double count = static_cast<double>(index.ProjectCount());
+    state.counters["bytes_per_project"] = static_cast<double>(index.MemoryBytes()) / count;
+    state.counters["bytes_per_project_beyond_names"] =
+        static_cast<double>(index.MemoryBytes() - index.NameBytes()) / count;
+}
+
+void BM_WalkSearch(benchmark::State& state) {
+    const fs::path root = bench::KeptProduction(static_cast<int>(state.range(0))).root;
+    const std::string& query = kQueries[static_cast<std::size_t>(state.range(1))];
+    std::size_t found = 0;
+    for (auto _ : state) {
+        found = host::FindFilesOrDirectories(host::ToUTF16(root.string()), {u".mvproj"},
+                                             host::ToUTF16(query))
+                    .size();
+        benchmark::DoNotOptimize(found);
+    }
+    state.counters["found"] = static_cast<double>(found);
+}
+
+void BM_PlocateKept(benchmark::State& state) {
+    const fs::path root = bench::KeptProduction(static_cast<int>(state.range(0))).root;
+    const fs::path database = root.string() + ".plocate.db";
+    std::error_code error;
+    if (!fs::exists(database, error) ||
+        fs::last_write_time(database, error) < fs::last_write_time(root.string() + ".made")) {
+        const std::string command = "updatedb --require-visibility 0 --prunepaths '' "
+                                    "--prunefs '' --prunenames '' --database-root '" +
+                                    root.string() + "' --output '" + database.string() + "'";
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("plocate or its updatedb is not installed");
+            return;
+        }
+    }
+    const std::string& query = kQueries[static_cast<std::size_t>(state.range(1))];
+    const std::string command =
+        "plocate --database '" + database.string() + "' -i '" + query + "' > /dev/null";
+    for (auto _ : state) {
+        if (std::system(command.c_str()) != 0) {
+            state.SkipWithError("plocate failed");
+            return;
+        }
+    }
+}
+
+void KeptSizes(benchmark::internal::Benchmark* benchmark) {
+    for (const long projects : {10'000L, 100'000L, 1'000'000L}) {
+        for (long query = 0; query < 2; ++query) {
+            benchmark->Args({projects, query});
+        }
+    }
+}
+
 } // namespace
 
 BENCHMARK(BM_SearchOnShare)
@@ -225,6 +314,9 @@ BENCHMARK(BM_HostSearch)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_Find)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_StdFilesystem)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(BM_Plocate)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_IndexSearch)->Apply(KeptSizes)->Unit(benchmark::kMillisecond)->MinTime(0.5);
+BENCHMARK(BM_PlocateKept)->Apply(KeptSizes)->Unit(benchmark::kMillisecond)->MinTime(0.5);
+BENCHMARK(BM_WalkSearch)->Apply(KeptSizes)->Unit(benchmark::kMillisecond)->MinTime(0.5);
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);

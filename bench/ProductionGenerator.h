@@ -25,6 +25,11 @@ struct GeneratedProduction {
 
 GeneratedProduction GenerateProduction(const std::string& name, const ProductionShape& shape);
 
+// A production of `projects` projects, a hundred a folder (days in episodes, a hundred at the
+// top), kept in the build folder: written by the first run that asks for it (its time printed),
+// found again by later runs. Never changed by a benchmark.
+const GeneratedProduction& KeptProduction(int projects);
+
 // `count` projects, all in episode and day folders; every `lockEvery`-th is locked (0: none).
 GeneratedProduction GenerateProduction(const std::string& name, int count, int lockEvery);
 

@@ -2,11 +2,15 @@
 // 131,000 entries), warm cache: the time from the changed text to the result rows drawn, for
 // texts that match a few, some thousands and tens of thousands of projects. Measured in the
 // same iterations:
-//   host_search_ms    the host's search alone, called directly for the same text (the floor)
+//   host_search_ms    the walking search alone, called directly for the same text
 //   longest_stall_ms  the longest the main thread did not answer a 1 ms timer while the text
 //                     was searched and its rows built and drawn
+// The same on the kept productions of 100,000 and 1,000,000 projects (a hundred a folder),
+// answered by the production's name index (range(1) = 1) or, as the baseline in the same run,
+// by the walk with the index let go (range(1) = 0).
 // Run from an optimised build: build/dev/bin/search_typing_benchmark
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionIndex.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
@@ -38,7 +42,12 @@ using benchsupport::WaitUntil;
 
 constexpr int kProjects = 100'000;
 
+const bench::GeneratedProduction* gProduction = nullptr; // the production typed into
+
 const bench::GeneratedProduction& Production() {
+    if (gProduction != nullptr) {
+        return *gProduction;
+    }
     static const bench::GeneratedProduction production = [] {
         bench::ProductionShape shape;
         shape.projects = kProjects;
@@ -53,7 +62,9 @@ const bench::GeneratedProduction& Production() {
 // The Production panel, shown on the offscreen platform, over the generated production.
 class Panel {
 public:
-    Panel() {
+    // withIndex: the search answers from the production's name index once it is built; else
+    // the index is let go and the search walks.
+    explicit Panel(bool withIndex = true) {
         mPanel = std::make_shared<HandlerTandrel::TandrelTabView>();
         mPanel->PostSharedPtrInit();
         mPanel->Create(1, "Production", nullptr, 0);
@@ -61,6 +72,11 @@ public:
         mPanel->GetImpl()->content->show();
         host::ProductionSession::Instance().Open(Production().root);
         WaitUntil([&] { return mPanel->GetDirectoryView()->GetTree().GetTopLevelRowCount() > 0; });
+        if (withIndex) {
+            WaitUntil([] { return host::ProductionIndex::Instance().IsCurrent(); });
+        } else {
+            host::ProductionIndex::Instance().Close();
+        }
     }
     ~Panel() {
         host::ProductionSession::Instance().Close();
@@ -127,6 +143,50 @@ void BM_TypeUntilRowsDrawn(benchmark::State& state, const char* text) {
         benchmark::Counter(hostSearch, benchmark::Counter::kAvgIterations);
     state.counters["longest_stall_ms"] = longestStall;
 }
+
+// range(0): the kept production's projects; range(1): 1 with the index, 0 walking.
+void BM_TypeOnKeptProduction(benchmark::State& state, const char* text) {
+    gProduction = &bench::KeptProduction(static_cast<int>(state.range(0)));
+    {
+        Panel panel(state.range(1) == 1);
+        const std::u16string wide = host::ToUTF16(text);
+        double longestStall = 0;
+        std::size_t rows = 0;
+        for (auto _ : state) {
+            panel.Clear();
+            QApplication::processEvents();
+            StallWatch stalls;
+            const auto start = Clock::now();
+            if (!panel.TypeUntilDrawn(wide)) {
+                state.SkipWithError("the rows were never drawn");
+                break;
+            }
+            state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+            longestStall = std::max(longestStall, stalls.LongestMs());
+            rows = static_cast<std::size_t>(panel.Results().GetRowCount());
+        }
+        state.counters["rows"] = static_cast<double>(rows);
+        state.counters["longest_stall_ms"] = longestStall;
+    }
+    gProduction = nullptr;
+}
+
+void KeptSizes(benchmark::internal::Benchmark* benchmark) {
+    for (const long projects : {100'000L, 1'000'000L}) {
+        benchmark->Args({projects, 1})->Args({projects, 0});
+    }
+}
+
+BENCHMARK_CAPTURE(BM_TypeOnKeptProduction, few, "scene 1005")
+    ->Apply(KeptSizes)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(5);
+BENCHMARK_CAPTURE(BM_TypeOnKeptProduction, a_fifth, "shot")
+    ->Apply(KeptSizes)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
 
 BENCHMARK_CAPTURE(BM_TypeUntilRowsDrawn, few, "scene 1005")
     ->UseManualTime()

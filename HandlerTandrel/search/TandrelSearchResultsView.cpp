@@ -174,8 +174,6 @@ void TandrelSearchResultsView::OrderByName(std::vector<host::WideString>& paths,
 void TandrelSearchResultsView::RemoveAllRows() {
     mTree.RemoveAllRows();
     mRecords.Clear();
-    mRowForPath.clear();
-    mPathOfRow.clear();
 }
 
 std::vector<host::TreeRowPtr>
@@ -183,10 +181,11 @@ TandrelSearchResultsView::MakeRows(std::vector<host::WideString>::iterator first
                                    std::vector<host::WideString>::iterator last) {
     std::vector<host::TreeRowPtr> rows;
     rows.reserve(static_cast<std::size_t>(last - first));
+    // A result row's name is its whole path: no map from rows to paths, or back, to build
+    // and tear down for each search.
     for (auto path = first; path != last; ++path) {
         auto row = std::make_shared<host::UI_TreeRow>(false);
-        mPathOfRow.emplace(row.get(), *path);
-        mRowForPath.emplace(std::move(*path), row);
+        row->SetName(std::move(*path));
         rows.push_back(std::move(row));
     }
     return rows;
@@ -273,13 +272,22 @@ bool TandrelSearchResultsView::SelectForContextMenu(const host::TreeRowPtr& row)
 }
 
 host::TreeRowPtr TandrelSearchResultsView::GetRowForPath(const host::WideString& path) const {
-    const auto found = mRowForPath.find(path);
-    return found == mRowForPath.end() ? nullptr : found->second;
+    // Asked when a project's state changes: one look along the rows, paths compared from
+    // their ends, where results differ.
+    const int count = mTree.GetTopLevelRowCount();
+    for (int index = 0; index < count; ++index) {
+        host::TreeRowPtr row = mTree.GetTopLevelRow(index);
+        const host::WideString& name = row->GetName();
+        if (name.size() == path.size() && std::equal(name.rbegin(), name.rend(), path.rbegin())) {
+            return row;
+        }
+    }
+    return nullptr;
 }
 
-host::WideString TandrelSearchResultsView::GetRowPath(const host::TreeRowPtr& row) const {
-    const auto found = mPathOfRow.find(row.get());
-    return found == mPathOfRow.end() ? host::WideString() : found->second;
+const host::WideString& TandrelSearchResultsView::GetRowPath(const host::TreeRowPtr& row) const {
+    static const host::WideString kNone;
+    return row ? row->GetName() : kNone;
 }
 
 void TandrelSearchResultsView::RowDoubleClicked(const host::TreeRowPtr& row,

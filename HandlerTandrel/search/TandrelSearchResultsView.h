@@ -17,7 +17,6 @@
 #include <functional>
 #include <memory>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace HandlerTandrel {
@@ -55,7 +54,7 @@ public:
     // The full paths of the selected rows, in the tree's order.
     std::vector<host::WideString> GetSelectedPaths() const;
     host::TreeRowPtr GetRowForPath(const host::WideString& path) const;
-    host::WideString GetRowPath(const host::TreeRowPtr& row) const;
+    const host::WideString& GetRowPath(const host::TreeRowPtr& row) const;
 
     void ReceiveMessage(const host::Message& message) override;
     // A right-click on a row (null: on the empty area). On the empty area every row is
@@ -103,8 +102,6 @@ private:
     host::UI_MultiColumnTree mTree;
     Columns::ColumnWidthRecorder mWidths{*mHeaderRow};
     RowRecords mRecords;
-    std::unordered_map<host::WideString, host::TreeRowPtr> mRowForPath;
-    std::unordered_map<const host::UI_TreeRow*, host::WideString> mPathOfRow;
     host::FileSearchPtr mSearch;
 };
 

@@ -1,6 +1,7 @@
 #include "Marvane/application/ProductionSession.h"
 
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionIndex.h"
 #include "Marvane/application/ProductionWatch.h"
 #include "Marvane/fileservices/FileNameRules.h"
 #include "Marvane/fileservices/FolderMount.h"
@@ -127,6 +128,8 @@ std::string ProductionSession::Open(const std::filesystem::path& folder) {
     // must not pass for the production. Asked once the folder is watched, so that resolving
     // its links on a share that stops answering now costs the main thread one deadline only.
     KeepFolderMount(mFolder);
+    // The names of its projects are read in the background, for the search to answer from.
+    ProductionIndex::Instance().Open(mFolder);
     MessageStation::Get(kPanelFrameworkStation)->Broadcast(MvProductionFolderOpenedMessage());
     // The production's hidden data folder (the record of broken locks goes there), made once
     // the panel has started to list the production: on a share it is a round trip. A
@@ -152,6 +155,7 @@ void ProductionSession::Close() {
     const std::string oldPath = mFolder.string();
     mFolder.clear();
     ProductionWatch::Instance().Stop();
+    ProductionIndex::Instance().Close();
     KeepFolderMount({});
     SetFileNameRuleFolder({});
     MessageStation::Get(kPanelFrameworkStation)

@@ -3,6 +3,8 @@
 // entry's listing reports saves a stat per entry (a stat is made only where the file system
 // does not say); names are matched in place, without making a string for each entry.
 #include "Marvane/core/ThisMachine.h"
+#include "Marvane/fileservices/NameIndex.h"
+#include "Marvane/fileservices/ProjectNames.h"
 #include "Marvane/fileservices/SearchHooks.h"
 #include "Marvane/fileservices/TreeWalk.h"
 #include "host/AsyncCalls.h"
@@ -16,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,62 +43,16 @@ void RunFolderHook() {
     }
 }
 
-char FoldAscii(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EndsWithFolded(std::string_view text, std::string_view foldedSuffix) {
-    if (text.size() < foldedSuffix.size()) {
-        return false;
-    }
-    const std::size_t start = text.size() - foldedSuffix.size();
-    for (std::size_t i = 0; i < foldedSuffix.size(); ++i) {
-        if (FoldAscii(text[start + i]) != foldedSuffix[i]) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool ContainsFolded(std::string_view text, std::string_view foldedNeedle) {
-    if (foldedNeedle.empty()) {
-        return true;
-    }
-    if (text.size() < foldedNeedle.size()) {
-        return false;
-    }
-    const char first = foldedNeedle.front();
-    for (std::size_t start = 0; start + foldedNeedle.size() <= text.size(); ++start) {
-        if (FoldAscii(text[start]) != first) {
-            continue;
-        }
-        std::size_t i = 1;
-        while (i < foldedNeedle.size() && FoldAscii(text[start + i]) == foldedNeedle[i]) {
-            ++i;
-        }
-        if (i == foldedNeedle.size()) {
-            return true;
-        }
-    }
-    return false;
-}
-
-std::string Folded(const WideString& text) {
-    std::string folded = ToUTF8(text);
-    for (char& c : folded) {
-        c = FoldAscii(c);
-    }
-    return folded;
-}
-
 // Projects are found by their extension: a file, or a folder whose extension ends in "d",
 // which is one item and never looked into. Names that begin with a dot are hidden, and so
 // never searched.
 class Search : public TreeVisitor {
 public:
-    std::vector<std::string> extensions; // folded UTF-8, with their dot
-    std::string filter;                  // folded UTF-8
-    std::string root;                    // the folder searched, as given
+    explicit Search(const std::vector<WideString>& extensions) : names(extensions) {}
+
+    ProjectNames names;
+    std::string filter; // folded UTF-8
+    std::string root;   // the folder searched, as given
     std::vector<WideString> found;
     // Told what was found since it was last told, at most every kProgressEvery.
     std::function<void(std::vector<WideString>)> progress;
@@ -105,22 +62,20 @@ public:
             return WalkStep::kContinue;
         }
         const std::string_view name(entry.name);
-        const std::string* extension = ExtensionOf(name);
-        if (entry.IsFolder()) {
-            if (extension != nullptr && IsProjectFolderExtension(*extension)) {
-                if (Matches(name, *extension)) {
-                    Found(entry);
-                }
-                return WalkStep::kSkip;
+        std::size_t stem = 0;
+        switch (names.KindOf(name, entry.IsFolder(), stem)) {
+        case ProjectNames::Kind::kProject:
+            if (ContainsFolded(name.substr(0, stem), filter)) {
+                Found(entry);
             }
+            return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
+        case ProjectNames::Kind::kFolder:
             RunFolderHook();
             return WalkStep::kContinue;
+        case ProjectNames::Kind::kOther:
+            break;
         }
-        if (extension != nullptr && !IsProjectFolderExtension(*extension) &&
-            Matches(name, *extension)) {
-            Found(entry);
-        }
-        return WalkStep::kContinue;
+        return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
     }
 
     WalkStep Failed(const TreeWalkEntry& entry, int error) override {
@@ -134,24 +89,6 @@ public:
     }
 
 private:
-    // The extension the name ends with, or null.
-    const std::string* ExtensionOf(std::string_view name) const {
-        for (const std::string& extension : extensions) {
-            if (name.size() > extension.size() && EndsWithFolded(name, extension)) {
-                return &extension;
-            }
-        }
-        return nullptr;
-    }
-
-    bool Matches(std::string_view name, const std::string& extension) const {
-        return ContainsFolded(name.substr(0, name.size() - extension.size()), filter);
-    }
-
-    static bool IsProjectFolderExtension(const std::string& extension) {
-        return extension.size() > 1 && extension.back() == 'd';
-    }
-
     void Found(const TreeWalkEntry& entry) {
         const std::string below = entry.PathBelowRoot();
         std::string full;
@@ -177,14 +114,9 @@ std::vector<WideString> RunSearch(const WideString& folder,
                                   const std::vector<WideString>& extensions,
                                   const WideString& nameFilter, const std::atomic<bool>* cancelled,
                                   std::function<void(std::vector<WideString>)> progress = {}) {
-    Search search;
+    Search search(extensions);
     search.progress = std::move(progress);
-    for (const WideString& extension : extensions) {
-        if (!extension.empty()) {
-            search.extensions.push_back(Folded(extension));
-        }
-    }
-    search.filter = Folded(nameFilter);
+    search.filter = FoldedAscii(ToUTF8(nameFilter));
     search.root = ToUTF8(StripTrailingSlash(folder));
     TreeWalkOptions options;
     options.dotNames = false;
@@ -193,6 +125,25 @@ std::vector<WideString> RunSearch(const WideString& folder,
     options.cancelled = cancelled;
     WalkTree(search.root, search, options);
     return std::move(search.found);
+}
+
+// The production's name index answers from memory, once it holds the whole tree and every
+// change known when the search started; nothing when it cannot answer.
+std::optional<std::vector<WideString>>
+AnswerFromIndex(const std::shared_ptr<SearchIndexSource>& source, std::uint64_t ticket,
+                const WideString& folder, const std::vector<WideString>& extensions,
+                const WideString& nameFilter, const std::atomic<bool>* cancelled) {
+    const std::shared_ptr<const NameIndex> index =
+        source ? source->IndexFor(ticket, ToUTF8(StripTrailingSlash(folder)), extensions, cancelled)
+               : nullptr;
+    if (index == nullptr) {
+        return std::nullopt;
+    }
+    std::vector<WideString> paths;
+    for (const std::string& path : index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled)) {
+        paths.push_back(ToUTF16(path));
+    }
+    return paths;
 }
 
 class BackgroundSearch final : public FileSearch,
@@ -208,7 +159,9 @@ public:
         // The worker holds the flags, never the handle: releasing the handle cancels.
         auto cancelled = mCancelled;
         auto delivered = mDelivered;
-        RunOnDefaultExecutor([cancelled, delivered, folder = std::move(folder),
+        std::shared_ptr<SearchIndexSource> source = GetSearchIndexSource();
+        const std::uint64_t ticket = source ? source->CatchUp() : 0;
+        RunOnDefaultExecutor([cancelled, delivered, source, ticket, folder = std::move(folder),
                               extensions = std::move(extensions),
                               nameFilter = std::move(nameFilter), done = std::move(done),
                               arrange = std::move(arrange), progress = std::move(progress)] {
@@ -223,8 +176,12 @@ public:
                     });
                 };
             }
+            std::optional<std::vector<WideString>> indexed =
+                AnswerFromIndex(source, ticket, folder, extensions, nameFilter, cancelled.get());
             auto paths = std::make_shared<std::vector<WideString>>(
-                RunSearch(folder, extensions, nameFilter, cancelled.get(), std::move(tell)));
+                indexed
+                    ? std::move(*indexed)
+                    : RunSearch(folder, extensions, nameFilter, cancelled.get(), std::move(tell)));
             if (arrange && !cancelled->load()) {
                 arrange(*paths);
             }

@@ -110,6 +110,7 @@ void DirectoryMonitor::Reset() {
     mWatched.clear();
     mByDescriptor.clear();
     mRecursiveRoots.clear();
+    mKeptRoots.clear();
     mPending.clear();
     mListingsComing.clear();
     mNotificationCount = 0;
@@ -155,14 +156,40 @@ void DirectoryMonitor::Stop(const std::string& folder, bool recursive) {
             }
         }
         std::erase_if(mRecursiveRoots, [&](const std::string& root) {
-            return root == folder || IsBelow(root, folder);
+            return (root == folder || IsBelow(root, folder)) && !mKeptRoots.contains(root);
         });
-    } else {
+    } else if (!mKeptRoots.contains(folder)) {
         mRecursiveRoots.erase(folder);
     }
     for (const std::string& path : gone) {
-        Remove(path);
+        if (!UnderKeptRoot(path)) {
+            Remove(path);
+        }
     }
+}
+
+void DirectoryMonitor::Keep(const std::string& root) {
+    WatchTree(root, true, false, true);
+    mKeptRoots.insert(root);
+}
+
+void DirectoryMonitor::Unkeep(const std::string& root) {
+    if (mKeptRoots.erase(root) != 0) {
+        Stop(root, true);
+    }
+}
+
+std::vector<std::string> DirectoryMonitor::ChangesNotDeliveredYet() {
+    if (mNotifyFd >= 0) {
+        ReadNotifications();
+    }
+    return {mPending.begin(), mPending.end()};
+}
+
+bool DirectoryMonitor::UnderKeptRoot(const std::string& folder) const {
+    return std::any_of(mKeptRoots.begin(), mKeptRoots.end(), [&](const std::string& root) {
+        return root == folder || IsBelow(folder, root);
+    });
 }
 
 WatchKind DirectoryMonitor::KindOf(const std::string& folder) const {

@@ -28,6 +28,14 @@ public:
     // under a recursive watch adds no walk of its tree: its sub-folders are watched already.
     void Monitor(const std::string& folder, bool recursive, bool reportFileChanges);
     void Stop(const std::string& folder, bool recursive);
+    // A recursive watch that outlasts every Stop of the folders in its tree, until Unkeep:
+    // the production's name index keeps the whole production watched while the panel starts
+    // and stops watching the folders it shows. Unkeep stops every watch of the tree.
+    void Keep(const std::string& root);
+    void Unkeep(const std::string& root);
+    // The folders changed whose report waits to be delivered, the notifications the system
+    // has for us read first: what a search must take in to see the disk as it is now.
+    std::vector<std::string> ChangesNotDeliveredYet();
     // How a folder (as the monitor spells it: normalised, UTF-8) is watched.
     WatchKind KindOf(const std::string& folder) const;
     std::size_t WatchedCount() const { return mWatched.size(); }
@@ -72,6 +80,7 @@ private:
     void Changed(const std::string& folder);
     void DeliverChanges();
     bool UnderRecursiveRoot(const std::string& folder) const;
+    bool UnderKeptRoot(const std::string& folder) const;
 
     int mNotifyFd = -1;
     std::unique_ptr<QSocketNotifier> mNotifier;
@@ -80,6 +89,7 @@ private:
     std::map<std::string, Watch> mWatched;
     std::map<int, std::string> mByDescriptor;
     std::set<std::string> mRecursiveRoots;
+    std::set<std::string> mKeptRoots;
     std::set<std::string> mPending;
     std::set<std::string> mListingsComing; // as the listings spell them
     std::size_t mNotificationLimit = static_cast<std::size_t>(-1);

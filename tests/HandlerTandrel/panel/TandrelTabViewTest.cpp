@@ -4,6 +4,7 @@
 #include "panel/TandrelTabView.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionIndex.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/core/UsageLog.h"
@@ -227,7 +228,9 @@ TEST_F(TandrelTabViewTest, WhileASearchRunsTheStatusSaysSoInsteadOfACountOfNothi
 }
 
 TEST_F(TandrelTabViewTest, ResultsFoundShowWhileTheSearchStillRuns) {
-    // A slow disk: each folder takes a while to reach.
+    // A slow disk, before the names of the production are indexed (so the search walks it):
+    // each folder takes a while to reach.
+    host::ProductionIndex::Instance().Close();
     host::files::SetSearchFolderHookForTesting(
         [] { std::this_thread::sleep_for(std::chrono::milliseconds(150)); });
     struct Restore {

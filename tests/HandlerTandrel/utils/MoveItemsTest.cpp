@@ -1,5 +1,6 @@
 #include "utils/MoveItems.h"
 
+#include "Marvane/application/ProductionIndex.h"
 #include "Marvane/documents/ProjectSideData.h"
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "ProductionFixture.h"
@@ -332,6 +333,9 @@ TEST_F(MoveItemsTest, AFailedFolderMoveWatchesTheSourceTreeAgain) {
 }
 
 TEST_F(MoveItemsTest, ASuccessfulFolderMoveDoesNotWatchTheDestination) {
+    // The production's name index keeps its whole tree watched: these look at the panel's own
+    // watches alone.
+    host::ProductionIndex::Instance().Close();
     StartMonitoringTree(W(edit));
     EXPECT_TRUE(MoveFileOrFolder(W(edit / "Reels"), W(production / "Reels")));
     EXPECT_EQ(Watch(edit / "Reels"), host::WatchKind::None);
@@ -339,6 +343,9 @@ TEST_F(MoveItemsTest, ASuccessfulFolderMoveDoesNotWatchTheDestination) {
 }
 
 TEST_F(MoveItemsTest, TheMonitorTreeFunctionsCoverEveryFolderBelow) {
+    // The production's name index keeps its whole tree watched: these look at the panel's own
+    // watches alone.
+    host::ProductionIndex::Instance().Close();
     fs::create_directories(edit / "Reels" / "Day 1" / "Cam A");
     StartMonitoringTree(W(edit));
     EXPECT_EQ(Watch(edit), host::WatchKind::Notified);

@@ -1,0 +1,175 @@
+// The name index answers the production's search exactly as the walk of the disk does, after it
+// is built and after every kind of change another process makes.
+#include "Marvane/fileservices/NameIndex.h"
+
+#include "FileBytes.h"
+#include "RandomChanges.h"
+#include "TemporaryFolder.h"
+#include "host/FileServices.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::vector<host::WideString> kExtensions = {u".mvproj", u".mvprojd"};
+const std::vector<std::string> kTexts = {"",     "shot", "SHOT 1", "1",  "v2",  "scène",
+                                         "\xff", " ",    "x.mv",   "zz", "Day", "o"};
+
+std::vector<std::string> Sorted(std::vector<std::string> paths) {
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+class NameIndexTest : public ::testing::Test {
+protected:
+    std::vector<std::string> Walked(const std::string& text) const {
+        std::vector<std::string> paths;
+        for (const host::WideString& path : host::FindFilesOrDirectories(
+                 host::ToUTF16(root.string()), kExtensions, host::ToUTF16(text))) {
+            paths.push_back(host::ToUTF8(path));
+        }
+        return Sorted(std::move(paths));
+    }
+    std::vector<std::string> Indexed(const host::NameIndex& index, const std::string& text) const {
+        return Sorted(index.Find(host::FoldedAscii(text)));
+    }
+    void ExpectSameAnswers(const host::NameIndex& index, const std::string& when) const {
+        for (const std::string& text : kTexts) {
+            EXPECT_EQ(Indexed(index, text), Walked(text)) << when << ", text \"" << text << "\"";
+        }
+    }
+    void Project(const fs::path& path) const {
+        fs::create_directories(path.parent_path());
+        testsupport::WriteBytes(path, "{}");
+    }
+
+    const testsupport::TemporaryFolder temporary{"name-index"};
+    const fs::path root = temporary.Path() / "Pilot";
+};
+
+TEST_F(NameIndexTest, ABuiltIndexFindsWhatTheWalkFinds) {
+    Project(root / "Scene 1.mvproj");
+    Project(root / "Episode 1" / "Day 1" / "Shot 12 v2.MVPROJ");
+    Project(root / "Episode 1" / "Day 1" / "Shot 13.mvproj");
+    Project(root / "Episode 1" / "scène 4.mvproj");
+    Project(root / "Episode 1" / "Bytes \xff\xfe.mvproj");
+    fs::create_directories(root / "Folder Kept.mvprojd" / "inside.mvproj");
+    testsupport::WriteBytes(root / "Notes.txt", "not a project");
+    testsupport::WriteBytes(root / "A file.mvprojd", "not a project folder");
+    fs::create_directories(root / "Looks Like.mvproj");
+    Project(root / "Looks Like.mvproj" / "Shot 2.mvproj");
+    Project(root / ".hidden" / "Shot 3.mvproj");
+    Project(root / ".Shot 4.mvproj");
+    fs::create_symlink(root / "Scene 1.mvproj", root / "Link to Shot.mvproj");
+    fs::create_directories(temporary.Path() / "Elsewhere");
+    Project(temporary.Path() / "Elsewhere" / "Shot 5.mvproj");
+    fs::create_directory_symlink(temporary.Path() / "Elsewhere", root / "Linked folder");
+
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    EXPECT_TRUE(index.IsComplete());
+    ExpectSameAnswers(index, "once built");
+    EXPECT_EQ(index.ProjectCount(), Walked("").size());
+    EXPECT_EQ(Indexed(index, "shot").size(), 4u); // 12, 13, 2 and the link; never hidden ones
+}
+
+TEST_F(NameIndexTest, AnIndexOfARootThatCannotBeReadIsNotComplete) {
+    host::NameIndex index(root / "Missing", kExtensions);
+    EXPECT_FALSE(index.Build());
+    EXPECT_FALSE(index.IsComplete());
+    EXPECT_TRUE(index.Find("").empty());
+}
+
+TEST_F(NameIndexTest, ACancelledBuildLeavesTheIndexIncomplete) {
+    Project(root / "Scene 1.mvproj");
+    const std::atomic<bool> cancelled{true};
+    host::NameIndex index(root, kExtensions);
+    EXPECT_FALSE(index.Build(&cancelled));
+    EXPECT_FALSE(index.IsComplete());
+}
+
+TEST_F(NameIndexTest, AFolderThatCameIsReadWholeAndOneThatWentTakesItsProjects) {
+    Project(root / "Day 1" / "Shot 1.mvproj");
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    Project(root / "Day 2" / "Deep" / "Deeper" / "Shot 2.mvproj");
+    fs::remove_all(root / "Day 1");
+    index.Refresh(root);
+    ExpectSameAnswers(index, "after a folder came and one went");
+    EXPECT_EQ(index.ProjectCount(), 1u);
+}
+
+TEST_F(NameIndexTest, AChangeBelowAFolderNotHeldYetIsReadFromTheNearestOneHeld) {
+    host::NameIndex index(root, kExtensions);
+    fs::create_directories(root);
+    ASSERT_TRUE(index.Build());
+    Project(root / "New" / "Inner" / "Shot 9.mvproj");
+    index.Refresh(root / "New" / "Inner");
+    ExpectSameAnswers(index, "after a change deep in a new folder");
+    index.Refresh(temporary.Path()); // outside the production: nothing
+    EXPECT_EQ(index.ProjectCount(), 1u);
+}
+
+TEST_F(NameIndexTest, AProjectReplacedByAFolderOfTheSameNameIsNoProjectAnyMore) {
+    Project(root / "Shot 1.mvproj");
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    fs::remove(root / "Shot 1.mvproj");
+    Project(root / "Shot 1.mvproj" / "Shot 7.mvproj");
+    index.Refresh(root);
+    ExpectSameAnswers(index, "after a file became a folder");
+}
+
+TEST_F(NameIndexTest, NamesThatGoAreForgottenAndTheRoomTheyTookIsGivenBack) {
+    host::NameIndex index(root, kExtensions);
+    fs::create_directories(root);
+    ASSERT_TRUE(index.Build());
+    for (int round = 0; round < 4; ++round) {
+        for (int i = 0; i < 500; ++i) {
+            Project(root / ("Shot " + std::to_string(round * 1000 + i) + " of a long name.mvproj"));
+        }
+        index.Refresh(root);
+        for (int i = 0; i < 500; ++i) {
+            fs::remove(root /
+                       ("Shot " + std::to_string(round * 1000 + i) + " of a long name.mvproj"));
+        }
+        index.Refresh(root);
+    }
+    Project(root / "Shot last.mvproj");
+    index.Refresh(root);
+    ExpectSameAnswers(index, "after many came and went");
+    EXPECT_EQ(index.ProjectCount(), 1u);
+    EXPECT_LT(index.NameBytes(), 500u * 30u); // packed: not the names of 2,000 gone projects
+}
+
+// Another process makes random changes of every kind and says which folders it touched; after
+// each round the index re-reads those, and must answer as the walk does.
+TEST_F(NameIndexTest, AfterRandomChangesByAnotherProcessTheIndexAnswersAsTheWalk) {
+    testsupport::MakeRandomProduction(root, 20261126, 12, 200);
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    ExpectSameAnswers(index, "once built");
+
+    std::mt19937 random(7);
+    std::size_t touchedInAll = 0;
+    for (int round = 0; round < 25 && !HasFailure(); ++round) {
+        const std::set<std::string> touched =
+            testsupport::MakeRandomChanges(root, static_cast<unsigned>(random()), 8, round);
+        touchedInAll += touched.size();
+        for (const std::string& folder : touched) {
+            index.Refresh(folder);
+        }
+        ExpectSameAnswers(index, "after round " + std::to_string(round));
+    }
+    EXPECT_GT(touchedInAll, 25u);
+}
+
+} // namespace
