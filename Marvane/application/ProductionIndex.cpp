@@ -1,12 +1,15 @@
 #include "Marvane/application/ProductionIndex.h"
 
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "host/AsyncCalls.h"
 #include "host/DebugTrace.h"
 #include "host/DirectoryMonitor.h"
 #include "host/ProjectBackEnd.h"
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <string>
@@ -30,7 +33,8 @@ struct ProductionIndex::Keeper : Listener {
     std::uint64_t done = 0;        // of those, how many are in the index
     std::condition_variable caughtUp;
     bool stopping = false;
-    bool busy = true; // building, or reading folders taken from pending
+    bool busy = true;     // building, or reading folders taken from pending
+    bool watched = false; // every folder of the tree is watched, and was read again since
     std::atomic<bool> cancelled{false};
     std::atomic<bool> ended{false};
     std::atomic<std::uint64_t> refreshed{0};
@@ -81,6 +85,57 @@ struct ProductionIndex::Keeper : Listener {
         return stopping ? nullptr : index;
     }
 
+    // Runs the call on the main thread and waits for it; false when the index stops first.
+    bool OnMainThread(std::function<void()> call) {
+        auto ran = std::make_shared<std::atomic<bool>>(false);
+        CallAsyncOnMainThread([call = std::move(call), ran] {
+            call();
+            *ran = true;
+        });
+        while (!*ran) {
+            if (cancelled) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return true;
+    }
+
+    // The index's thread, once the tree was read: its folders are handed to the monitor a
+    // part at a time (the main thread only adds the watches; on a share, polled folders take
+    // their first look at the next round), and when every one is watched the tree is read
+    // again, for what changed between the first reading and the watch.
+    void WatchEveryFolder() {
+        constexpr std::size_t kFoldersPerTurn = 1000;
+        const std::vector<std::string> folders = index->FolderPaths();
+        const std::string kept = root;
+        for (std::size_t first = 0; first < folders.size(); first += kFoldersPerTurn) {
+            const std::vector<std::string> part(
+                folders.begin() + static_cast<std::ptrdiff_t>(first),
+                folders.begin() +
+                    static_cast<std::ptrdiff_t>(std::min(folders.size(), first + kFoldersPerTurn)));
+            if (!OnMainThread([part] { DirectoryMonitor::Instance().KeepWatching(part); })) {
+                return;
+            }
+        }
+        // Held by the call too: a call that runs after the index stopped writes nothing freed.
+        const auto looking = std::make_shared<std::atomic<bool>>(true);
+        while (looking->load()) {
+            if (!OnMainThread([looking, kept] {
+                    *looking = DirectoryMonitor::Instance().FirstLooksPending(kept);
+                })) {
+                return;
+            }
+            if (looking->load()) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            }
+        }
+        if (index->Build(&cancelled)) {
+            const std::lock_guard guard(mutex);
+            watched = true;
+        }
+    }
+
     // The index's thread.
     void Run() {
         const auto started = std::chrono::steady_clock::now();
@@ -95,6 +150,9 @@ struct ProductionIndex::Keeper : Listener {
                       " ms");
         } else if (!cancelled) {
             Trace("Host", 1, "The name index of " + root + " could not be built");
+        }
+        if (built && !cancelled) {
+            WatchEveryFolder();
         }
         std::unique_lock lock(mutex);
         for (;;) {
@@ -228,7 +286,8 @@ bool ProductionIndex::IsCurrent() const {
         return false;
     }
     const std::lock_guard guard(mKeeper->mutex);
-    return !mKeeper->busy && mKeeper->pending.empty() && mKeeper->index->IsComplete();
+    return mKeeper->watched && !mKeeper->busy && mKeeper->pending.empty() &&
+           mKeeper->index->IsComplete();
 }
 
 std::uint64_t ProductionIndex::RefreshCount() const {

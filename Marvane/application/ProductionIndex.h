@@ -26,7 +26,8 @@ public:
 
     // The index being kept, complete or not; null when no production is open.
     std::shared_ptr<const NameIndex> Index() const;
-    // Whether every change the monitor told so far is in the index, and it is complete.
+    // Whether the index is complete, every folder of the production is watched, and every
+    // change the monitor told so far is in the index.
     bool IsCurrent() const;
     // How many folders were read again since the production opened.
     std::uint64_t RefreshCount() const;

@@ -28,6 +28,8 @@ namespace host {
 namespace {
 
 constexpr std::chrono::milliseconds kProgressEvery{100};
+// How many results of the index are told before they are put in order: a screenful and more.
+constexpr std::size_t kFirstToTell = 500;
 
 std::mutex gHookMutex;
 std::function<void()> gFolderHook;
@@ -178,6 +180,12 @@ public:
             }
             std::optional<std::vector<WideString>> indexed =
                 AnswerFromIndex(source, ticket, folder, extensions, nameFilter, cancelled.get());
+            // Many results take a while to put in order: the first of them show meanwhile.
+            if (indexed && tell && arrange && indexed->size() > kFirstToTell) {
+                tell(std::vector<WideString>(indexed->begin(),
+                                             indexed->begin() +
+                                                 static_cast<std::ptrdiff_t>(kFirstToTell)));
+            }
             auto paths = std::make_shared<std::vector<WideString>>(
                 indexed
                     ? std::move(*indexed)

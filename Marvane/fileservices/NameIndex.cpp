@@ -472,6 +472,24 @@ std::vector<std::string> NameIndex::Find(std::string_view text,
     return found;
 }
 
+std::vector<std::string> NameIndex::FolderPaths() const {
+    std::shared_lock guard(mMutex);
+    std::vector<std::string> paths;
+    // Parents come before their folders in the table: each path is its parent's and a name.
+    std::vector<std::string> made(mFolders.size());
+    made[0] = mRoot.string();
+    for (std::uint32_t id = 1; id < mFolders.size(); ++id) {
+        const Folder& folder = mFolders[id];
+        if (!folder.alive || folder.parent == kNone) {
+            continue;
+        }
+        const std::string& parent = made[folder.parent];
+        made[id] = parent + (parent.empty() || parent.back() != '/' ? "/" : "") + folder.name;
+        paths.push_back(made[id]);
+    }
+    return paths;
+}
+
 std::size_t NameIndex::ProjectCount() const {
     std::shared_lock guard(mMutex);
     return mAlive;

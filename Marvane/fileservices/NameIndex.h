@@ -51,6 +51,8 @@ public:
                                   const std::atomic<bool>* cancelled = nullptr) const;
 
     std::size_t ProjectCount() const;
+    // The full paths of every folder it holds below the root (to be watched, say).
+    std::vector<std::string> FolderPaths() const;
     // What the index holds in memory, and of that, the bytes of names themselves (original
     // and folded).
     std::size_t MemoryBytes() const;

@@ -169,8 +169,24 @@ void DirectoryMonitor::Stop(const std::string& folder, bool recursive) {
 }
 
 void DirectoryMonitor::Keep(const std::string& root) {
-    WatchTree(root, true, false, true);
+    Add(root, false);
+    mRecursiveRoots.insert(root);
     mKeptRoots.insert(root);
+}
+
+void DirectoryMonitor::KeepWatching(const std::vector<std::string>& folders) {
+    for (const std::string& folder : folders) {
+        if (UnderKeptRoot(folder) && mWatched.count(folder) == 0) {
+            Add(folder, false, false);
+        }
+    }
+}
+
+bool DirectoryMonitor::FirstLooksPending(const std::string& root) const {
+    return std::any_of(mWatched.begin(), mWatched.end(), [&root](const auto& watched) {
+        return watched.second.kind == WatchKind::Polled && !watched.second.snapshotKnown &&
+               (watched.first == root || IsBelow(watched.first, root));
+    });
 }
 
 void DirectoryMonitor::Unkeep(const std::string& root) {
@@ -197,7 +213,7 @@ WatchKind DirectoryMonitor::KindOf(const std::string& folder) const {
     return found == mWatched.end() ? WatchKind::None : found->second.kind;
 }
 
-void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
+void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges, bool lookNow) {
     auto [entry, added] = mWatched.try_emplace(folder);
     Watch& watch = entry->second;
     if (!added && (watch.reportFileChanges || !reportFileChanges)) {
@@ -244,7 +260,7 @@ void DirectoryMonitor::Add(const std::string& folder, bool reportFileChanges) {
     if (!wasPolled) {
         // A listing under way gives the first look (the view's own, shown in a moment);
         // without one the folder is looked at now, so a change made from now on is reported.
-        watch.snapshotKnown = mListingsComing.count(folder) == 0;
+        watch.snapshotKnown = lookNow && mListingsComing.count(folder) == 0;
         watch.snapshot = watch.snapshotKnown ? FolderSnapshot(folder) : std::string();
     }
     if (!mPollTimer) {

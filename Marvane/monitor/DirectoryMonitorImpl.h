@@ -30,9 +30,16 @@ public:
     void Stop(const std::string& folder, bool recursive);
     // A recursive watch that outlasts every Stop of the folders in its tree, until Unkeep:
     // the production's name index keeps the whole production watched while the panel starts
-    // and stops watching the folders it shows. Unkeep stops every watch of the tree.
+    // and stops watching the folders it shows. Keep watches the root (and folders made in
+    // the tree from now on); the folders of the tree are given by whoever walks it, in parts
+    // (KeepWatching: the main thread never walks a tree that may be a share's). A polled folder
+    // given so takes its first look at the next round, without a report. Unkeep stops every
+    // watch of the tree.
     void Keep(const std::string& root);
+    void KeepWatching(const std::vector<std::string>& folders);
     void Unkeep(const std::string& root);
+    // Whether a polled folder at or below root still waits for its first look.
+    bool FirstLooksPending(const std::string& root) const;
     // The folders changed whose report waits to be delivered, the notifications the system
     // has for us read first: what a search must take in to see the disk as it is now.
     std::vector<std::string> ChangesNotDeliveredYet();
@@ -68,7 +75,8 @@ private:
     // trustCoveredWatches: a folder watched under a recursive watch is not walked again.
     void WatchTree(const std::string& folder, bool recursive, bool reportFileChanges,
                    bool trustCoveredWatches);
-    void Add(const std::string& folder, bool reportFileChanges);
+    // lookNow: a polled folder with no listing coming is looked at now, else at the next round.
+    void Add(const std::string& folder, bool reportFileChanges, bool lookNow = true);
     void Remove(const std::string& folder);
     bool EnsureNotifications();
     void ReadNotifications();

@@ -155,6 +155,22 @@ TEST_P(ProductionIndexTest, AFolderThePanelStopsWatchingStaysWatchedForTheIndex)
     EXPECT_EQ(Indexed("shot late").size(), 1u);
 }
 
+TEST_P(ProductionIndexTest, OpeningWatchesTheRootAtOnceAndTheRestOfTheTreeOnceTheIndexReadIt) {
+    // The main thread never walks the tree (a share's tree is a round trip per folder).
+    host::ProductionIndex::Instance().Open(seenAt);
+    EXPECT_NE(host::DirectoryMonitor::Instance().KindOf(seenAt.string()), host::WatchKind::None);
+    EXPECT_EQ(host::DirectoryMonitor::Instance().KindOf((seenAt / "Day 0").string()),
+              host::WatchKind::None);
+    ASSERT_GE(MillisecondsUntilTheSame(seenAt, Patience()), 0);
+    for (const auto& entry : fs::recursive_directory_iterator(seenAt)) {
+        if (entry.is_directory()) {
+            EXPECT_NE(host::DirectoryMonitor::Instance().KindOf(entry.path().string()),
+                      host::WatchKind::None)
+                << entry.path();
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Places, ProductionIndexTest,
                          ::testing::Values(std::string("local"), std::string(testsupport::kSshfs),
                                            std::string(testsupport::kSmb)),
