@@ -116,38 +116,64 @@ private:
     std::shared_ptr<HandlerTandrel::TandrelTabView> mPanel;
 };
 
+// One typing measured: the text typed until its rows were drawn (the iteration's time), the
+// longest stall and how long until the first rows showed. False when the rows never came.
+struct Typed {
+    double longestStallMs = 0;
+    double firstRowsMs = 0;
+    std::size_t rows = 0;
+};
+bool TypeOnce(benchmark::State& state, Panel& panel, const std::u16string& text, Typed& typed) {
+    panel.Clear();
+    QApplication::processEvents();
+    StallWatch stalls;
+    const auto start = Clock::now();
+    std::optional<Clock::time_point> firstSeen;
+    if (!panel.TypeUntilDrawn(text, [&] {
+            if (!firstSeen && panel.Results().GetRowCount() > 0) {
+                firstSeen = Clock::now();
+            }
+        })) {
+        state.SkipWithError("the rows were never drawn");
+        return false;
+    }
+    state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+    typed.longestStallMs = std::max(typed.longestStallMs, stalls.LongestMs());
+    typed.rows = static_cast<std::size_t>(panel.Results().GetRowCount());
+    typed.firstRowsMs +=
+        std::chrono::duration<double, std::milli>(firstSeen.value_or(Clock::now()) - start).count();
+    return true;
+}
+
+void Report(benchmark::State& state, const Typed& typed) {
+    state.counters["rows"] = static_cast<double>(typed.rows);
+    state.counters["longest_stall_ms"] = typed.longestStallMs;
+    state.counters["first_rows_ms"] =
+        benchmark::Counter(typed.firstRowsMs, benchmark::Counter::kAvgIterations);
+}
+
 void BM_TypeUntilRowsDrawn(benchmark::State& state, const char* text) {
     Panel panel;
     const std::u16string wide = host::ToUTF16(text);
     double hostSearch = 0;
-    double longestStall = 0;
-    std::size_t rows = 0;
+    Typed typed;
     for (auto _ : state) {
-        panel.Clear();
-        QApplication::processEvents();
-        StallWatch stalls;
-        const auto start = Clock::now();
-        if (!panel.TypeUntilDrawn(wide)) {
-            state.SkipWithError("the rows were never drawn");
+        if (!TypeOnce(state, panel, wide, typed)) {
             break;
         }
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-        longestStall = std::max(longestStall, stalls.LongestMs());
-        rows = static_cast<std::size_t>(panel.Results().GetRowCount());
         const auto searchStart = Clock::now();
         const std::size_t found = host::FindFilesOrDirectories(
                                       host::ToUTF16(Production().root.string()), {u".mvproj"}, wide)
                                       .size();
         hostSearch += std::chrono::duration<double, std::milli>(Clock::now() - searchStart).count();
-        if (found != rows) {
+        if (found != typed.rows) {
             state.SkipWithError("the panel shows other rows than the search finds");
             break;
         }
     }
-    state.counters["rows"] = static_cast<double>(rows);
+    Report(state, typed);
     state.counters["host_search_ms"] =
         benchmark::Counter(hostSearch, benchmark::Counter::kAvgIterations);
-    state.counters["longest_stall_ms"] = longestStall;
 }
 
 // range(0): the kept production's projects; range(1): 1 with the index, 0 walking.
@@ -156,34 +182,13 @@ void BM_TypeOnKeptProduction(benchmark::State& state, const char* text) {
     {
         Panel panel(state.range(1) == 1);
         const std::u16string wide = host::ToUTF16(text);
-        double longestStall = 0;
-        double firstRows = 0;
-        std::size_t rows = 0;
+        Typed typed;
         for (auto _ : state) {
-            panel.Clear();
-            QApplication::processEvents();
-            StallWatch stalls;
-            const auto start = Clock::now();
-            std::optional<Clock::time_point> firstSeen;
-            if (!panel.TypeUntilDrawn(wide, [&] {
-                    if (!firstSeen && panel.Results().GetRowCount() > 0) {
-                        firstSeen = Clock::now();
-                    }
-                })) {
-                state.SkipWithError("the rows were never drawn");
+            if (!TypeOnce(state, panel, wide, typed)) {
                 break;
             }
-            state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
-            longestStall = std::max(longestStall, stalls.LongestMs());
-            rows = static_cast<std::size_t>(panel.Results().GetRowCount());
-            firstRows +=
-                std::chrono::duration<double, std::milli>(firstSeen.value_or(Clock::now()) - start)
-                    .count();
         }
-        state.counters["rows"] = static_cast<double>(rows);
-        state.counters["longest_stall_ms"] = longestStall;
-        state.counters["first_rows_ms"] =
-            benchmark::Counter(firstRows, benchmark::Counter::kAvgIterations);
+        Report(state, typed);
     }
     gProduction = nullptr;
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <unordered_set>
 
 namespace host {
@@ -153,6 +154,7 @@ std::shared_ptr<SearchIndexSource> GetSearchIndexSource() {
 }
 
 void NameIndex::Clear() {
+    ++mVersion;
     mFolders.clear();
     mFolders.push_back({kNone, {}, true, {}, {}});
     mProjects.clear();
@@ -187,6 +189,7 @@ void NameIndex::AddProject(std::uint32_t folder, std::string_view name, std::siz
     mFolders[folder].projects.push_back(static_cast<std::uint32_t>(mProjects.size()));
     mProjects.push_back(project);
     ++mAlive;
+    ++mVersion;
 }
 
 void NameIndex::RemoveProject(std::uint32_t id) {
@@ -195,6 +198,7 @@ void NameIndex::RemoveProject(std::uint32_t id) {
         return;
     }
     project.alive = false;
+    ++mVersion;
     std::memset(mFolded.data() + project.foldedAt, 0, project.stemLength);
     mGoneBytes += project.stemLength + 1u + project.nameLength;
     --mAlive;
@@ -395,6 +399,7 @@ void NameIndex::PackWhenSparse() {
             id = renumbered[id];
         }
     }
+    ++mVersion; // the projects are numbered anew
     mProjects = std::move(projects);
     mNames = std::move(names);
     mFolded = std::move(folded);
@@ -416,36 +421,9 @@ std::string NameIndex::PathOf(std::uint32_t folder) const {
     return path;
 }
 
-std::vector<std::string> NameIndex::Find(std::string_view text,
-                                         const std::atomic<bool>* cancelled) const {
-    std::shared_lock guard(mMutex);
-    std::vector<std::string> found;
-    // Each folder's path is made once, when a first project of it is found.
-    std::unordered_map<std::uint32_t, std::string> folders;
-    const auto add = [&](const Project& project) {
-        auto [at, made] = folders.try_emplace(project.folder);
-        if (made) {
-            at->second = PathOf(project.folder);
-            if (at->second.empty() || at->second.back() != '/') {
-                at->second.push_back('/');
-            }
-        }
-        std::string path;
-        path.reserve(at->second.size() + project.nameLength);
-        path.append(at->second).append(mNames, project.nameAt, project.nameLength);
-        found.push_back(std::move(path));
-    };
-    if (text.empty()) {
-        for (const Project& project : mProjects) {
-            if (project.alive) {
-                add(project);
-            }
-        }
-        return found;
-    }
-    if (text.find('\0') != std::string_view::npos) {
-        return found; // no name holds one
-    }
+std::vector<std::uint32_t> NameIndex::Scan(std::string_view text,
+                                           const std::atomic<bool>* cancelled) const {
+    std::vector<std::uint32_t> hits;
     const char* const begin = mFolded.data();
     const char* const end = begin + mFolded.size();
     const char* at = begin;
@@ -463,11 +441,80 @@ std::vector<std::string> NameIndex::Find(std::string_view text,
                                                   return where < p.foldedAt;
                                               }) -
                              1;
-        add(*project);
+        hits.push_back(static_cast<std::uint32_t>(project - mProjects.begin()));
         at = begin + project->foldedAt + project->stemLength + 1;
         if (cancelled != nullptr && (++checked & 0xfffu) == 0 && cancelled->load()) {
             return {};
         }
+    }
+    mExamined = mAlive;
+    return hits;
+}
+
+std::vector<std::uint32_t> NameIndex::Narrow(const std::vector<std::uint32_t>& candidates,
+                                             std::string_view text) const {
+    std::vector<std::uint32_t> hits;
+    for (const std::uint32_t id : candidates) {
+        const Project& project = mProjects[id];
+        if (project.alive && ::memmem(mFolded.data() + project.foldedAt, project.stemLength,
+                                      text.data(), text.size()) != nullptr) {
+            hits.push_back(id);
+        }
+    }
+    mExamined = candidates.size();
+    return hits;
+}
+
+std::vector<std::string> NameIndex::Find(std::string_view text,
+                                         const std::atomic<bool>* cancelled) const {
+    std::shared_lock guard(mMutex);
+    std::vector<std::uint32_t> hits;
+    if (text.empty()) {
+        for (std::uint32_t id = 0; id < mProjects.size(); ++id) {
+            if (mProjects[id].alive) {
+                hits.push_back(id);
+            }
+        }
+        mExamined = mAlive;
+    } else if (text.find('\0') != std::string_view::npos) {
+        mExamined = 0; // no name holds one
+    } else {
+        // A text that holds the last one (a keystroke more, say) can only match among the
+        // last one's hits, as long as nothing changed since.
+        std::optional<std::vector<std::uint32_t>> candidates;
+        {
+            const std::lock_guard last(mLastMutex);
+            if (!mLastText.empty() && mLastVersion == mVersion &&
+                text.find(mLastText) != std::string_view::npos) {
+                candidates = mLastHits;
+            }
+        }
+        hits = candidates ? Narrow(*candidates, text) : Scan(text, cancelled);
+        if (cancelled != nullptr && cancelled->load()) {
+            return {};
+        }
+        const std::lock_guard last(mLastMutex);
+        mLastText = std::string(text);
+        mLastHits = hits;
+        mLastVersion = mVersion;
+    }
+    std::vector<std::string> found;
+    found.reserve(hits.size());
+    // Each folder's path is made once, when a first project of it is found.
+    std::unordered_map<std::uint32_t, std::string> folders;
+    for (const std::uint32_t id : hits) {
+        const Project& project = mProjects[id];
+        auto [at, made] = folders.try_emplace(project.folder);
+        if (made) {
+            at->second = PathOf(project.folder);
+            if (at->second.empty() || at->second.back() != '/') {
+                at->second.push_back('/');
+            }
+        }
+        std::string path;
+        path.reserve(at->second.size() + project.nameLength);
+        path.append(at->second).append(mNames, project.nameAt, project.nameLength);
+        found.push_back(std::move(path));
     }
     return found;
 }

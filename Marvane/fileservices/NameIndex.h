@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <shared_mutex>
 #include <string>
 #include <string_view>
@@ -51,6 +52,9 @@ public:
                                   const std::atomic<bool>* cancelled = nullptr) const;
 
     std::size_t ProjectCount() const;
+    // How many names the last Find looked at: all of them, or only the hits of the text before
+    // it when the new text holds that one and nothing changed since.
+    std::size_t LastExamined() const { return mExamined.load(); }
     // The full paths of every folder it holds below the root (to be watched, say).
     std::vector<std::string> FolderPaths() const;
     // What the index holds in memory, and of that, the bytes of names themselves (original
@@ -90,6 +94,11 @@ private:
     // Callers hold mMutex.
     std::uint32_t FolderAt(const std::vector<std::string>& parts, std::size_t& matched) const;
     std::string PathOf(std::uint32_t folder) const;
+    // The projects whose folded name holds the text: every name scanned, or those given.
+    std::vector<std::uint32_t> Scan(std::string_view text,
+                                    const std::atomic<bool>* cancelled) const;
+    std::vector<std::uint32_t> Narrow(const std::vector<std::uint32_t>& candidates,
+                                      std::string_view text) const;
 
     const std::filesystem::path mRoot;
     const std::vector<std::string> mExtensions; // folded, sorted
@@ -103,6 +112,14 @@ private:
     std::string mFolded;
     std::size_t mGoneBytes = 0; // of mFolded, names of projects that went
     std::size_t mAlive = 0;
+    std::uint64_t mVersion = 0; // changes whenever a project comes, goes or is numbered anew
+
+    // The last text searched and its hits, for a text that narrows it.
+    mutable std::mutex mLastMutex;
+    mutable std::string mLastText;
+    mutable std::vector<std::uint32_t> mLastHits;
+    mutable std::uint64_t mLastVersion = 0;
+    mutable std::atomic<std::size_t> mExamined{0};
 };
 
 // Where the production's search (StartFileSearch) finds a name index to answer from: the open

@@ -100,12 +100,22 @@ ProcessNotes& TheLockNotes() {
     return notes;
 }
 
-void RememberCreatedLock(const std::string& projectPath) {
+std::string CreatedLockKey(const std::string& projectPath) {
+    return fs::path(projectPath).lexically_normal().string();
+}
+
+// noted: the lock was noted before it was placed (a kill between the two must not leave a
+// lock nobody noted); else it is noted now.
+void RememberCreatedLock(const std::string& projectPath, bool noted) {
     {
         const std::lock_guard guard(gCreatedMutex);
-        const std::string project = fs::path(projectPath).lexically_normal().string();
+        const std::string project = CreatedLockKey(projectPath);
         if (gCreatedLocks.insert(project).second) {
-            TheLockNotes().Note(project);
+            if (!noted) {
+                TheLockNotes().Note(project);
+            }
+        } else if (noted) {
+            TheLockNotes().Done(project); // noted once already
         }
     }
     if (MainThreadHasEventLoop() && !gReleaseQueued.exchange(true)) {
@@ -156,7 +166,7 @@ std::size_t ReleaseCreatedLocks() {
 }
 
 void KeepReleasing(const fs::path& projectPath) {
-    RememberCreatedLock(projectPath.string());
+    RememberCreatedLock(projectPath.string(), false);
 }
 
 std::vector<std::string> LocksLeftBehind() {
@@ -489,15 +499,23 @@ ProjectLockFilePtr CreateLockNow(const ByteString& projectPath, const ByteString
             return LockFor(state, content, name, second);
         }
         std::string error;
+        const std::string key = CreatedLockKey(projectPath);
+        const bool noted = TheLockNotes().Note(key);
         switch (PlaceNewFile(lockPath, text, error)) {
         case PlaceResult::Placed:
-            RememberCreatedLock(projectPath);
+            RememberCreatedLock(projectPath, noted);
             return std::make_shared<LockFile>(true, name);
         case PlaceResult::Failed:
+            if (noted) {
+                TheLockNotes().Done(key);
+            }
             Trace("Host", 3, "Could not create a lock file: " + error);
             gLockCreationError = error;
             return nullptr;
         case PlaceResult::Exists:
+            if (noted) {
+                TheLockNotes().Done(key);
+            }
             break;
         }
     }

@@ -178,6 +178,27 @@ INSTANTIATE_TEST_SUITE_P(Places, ProductionIndexTest,
                              return testsupport::ShareKindName(param.param);
                          });
 
+// Runs the search the panel starts to its end; the paths it found, in order.
+std::vector<std::string> SearchedToTheEnd(const fs::path& folder, const std::string& text) {
+    std::vector<std::string> found;
+    bool done = false;
+    const auto search =
+        host::StartFileSearch(host::ToUTF16(folder.string()), Extensions(), host::ToUTF16(text),
+                              [&](std::vector<host::WideString> paths) {
+                                  for (const host::WideString& path : paths) {
+                                      found.push_back(host::ToUTF8(path));
+                                  }
+                                  done = true;
+                              });
+    QElapsedTimer timer;
+    timer.start();
+    while (!done && timer.elapsed() < 10000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+    EXPECT_TRUE(done) << "the search of " << folder << " never ended";
+    return Sorted(std::move(found));
+}
+
 class ProductionIndexSearchTest : public ::testing::Test {
 protected:
     void SetUp() override { testsupport::MakeRandomProduction(production, 5, 6, 60); }
@@ -186,25 +207,8 @@ protected:
         host::ProductionIndex::Instance().Close();
         host::DirectoryMonitor::Instance().Reset();
     }
-    // The search the panel starts, to its end.
-    std::vector<std::string> Searched(const std::string& text) {
-        std::vector<std::string> found;
-        bool done = false;
-        const auto search =
-            host::StartFileSearch(host::ToUTF16(production.string()), Extensions(),
-                                  host::ToUTF16(text), [&](std::vector<host::WideString> paths) {
-                                      for (const host::WideString& path : paths) {
-                                          found.push_back(host::ToUTF8(path));
-                                      }
-                                      done = true;
-                                  });
-        QElapsedTimer timer;
-        timer.start();
-        while (!done && timer.elapsed() < 10000) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        }
-        EXPECT_TRUE(done);
-        return Sorted(std::move(found));
+    std::vector<std::string> Searched(const std::string& text) const {
+        return SearchedToTheEnd(production, text);
     }
 
     const testsupport::TemporaryFolder temporary{"production-index-search"};
@@ -231,20 +235,7 @@ TEST_F(ProductionIndexSearchTest, ASearchOfAnotherFolderOrForOtherExtensionsStil
     ASSERT_GE(MillisecondsUntilTheSame(production, 5000), 0);
     std::atomic<int> foldersWalked{0};
     host::files::SetSearchFolderHookForTesting([&] { ++foldersWalked; });
-    std::vector<std::string> found;
-    bool done = false;
-    const auto search =
-        host::StartFileSearch(host::ToUTF16((production / "Day 0").string()), Extensions(), u"",
-                              [&](std::vector<host::WideString> paths) {
-                                  found.resize(paths.size());
-                                  done = true;
-                              });
-    QElapsedTimer timer;
-    timer.start();
-    while (!done && timer.elapsed() < 10000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    EXPECT_TRUE(done);
+    SearchedToTheEnd(production / "Day 0", "");
     EXPECT_GT(foldersWalked.load(), 0);
 }
 

@@ -150,6 +150,49 @@ TEST_F(NameIndexTest, NamesThatGoAreForgottenAndTheRoomTheyTookIsGivenBack) {
     EXPECT_LT(index.NameBytes(), 500u * 30u); // packed: not the names of 2,000 gone projects
 }
 
+TEST_F(NameIndexTest, ATextThatHoldsTheLastOneLooksOnlyAtTheLastOnesHits) {
+    testsupport::MakeRandomProduction(root, 3, 8, 300);
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    const std::size_t shots = index.Find("sh").size();
+    EXPECT_EQ(index.LastExamined(), index.ProjectCount());
+    ASSERT_GT(shots, 0u);
+    ASSERT_LT(shots, index.ProjectCount());
+    EXPECT_EQ(Sorted(index.Find("sho")), Walked("sho"));
+    EXPECT_EQ(index.LastExamined(), shots);
+    EXPECT_EQ(Sorted(index.Find("shot 1")), Walked("shot 1"));
+    EXPECT_LE(index.LastExamined(), shots);
+    EXPECT_EQ(Sorted(index.Find("promo")), Walked("promo")); // another text: all looked at
+    EXPECT_EQ(index.LastExamined(), index.ProjectCount());
+}
+
+TEST_F(NameIndexTest, AChangeSinceTheLastTextMakesTheNextOneLookAtEveryName) {
+    testsupport::MakeRandomProduction(root, 4, 4, 100);
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    index.Find("sh");
+    Project(root / "Day 0" / "Shot that came.mvproj");
+    index.Refresh(root / "Day 0");
+    EXPECT_EQ(Sorted(index.Find("shot")), Walked("shot"));
+    EXPECT_EQ(index.LastExamined(), index.ProjectCount());
+}
+
+TEST_F(NameIndexTest, TypingLetterByLetterFindsWhatTheWalkFindsAtEachLetter) {
+    testsupport::MakeRandomProduction(root, 5, 8, 300);
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    for (const std::string typed : {"Scène 12", "SHOT 2", "reel 1"}) {
+        for (std::size_t length = 1; length <= typed.size(); ++length) {
+            if (length < typed.size() &&
+                (static_cast<unsigned char>(typed[length]) & 0xc0) == 0x80) {
+                continue; // a letter is typed whole
+            }
+            const std::string text = typed.substr(0, length);
+            EXPECT_EQ(Indexed(index, text), Walked(text)) << "\"" << text << "\"";
+        }
+    }
+}
+
 // Another process makes random changes of every kind and says which folders it touched; after
 // each round the index re-reads those, and must answer as the walk does.
 TEST_F(NameIndexTest, AfterRandomChangesByAnotherProcessTheIndexAnswersAsTheWalk) {

@@ -4,15 +4,14 @@
 #include "Marvane/fileservices/FileWriting.h"
 
 #include "FileBytes.h"
+#include "KilledChild.h"
 #include "Marvane/core/ThisMachine.h"
 #include "TemporaryFolder.h"
 
-#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -29,16 +28,10 @@ protected:
     // Runs the steps in a child process that is then killed with SIGKILL, as by a crash: no
     // destructor runs.
     void KilledWhile(const std::function<void()>& steps) const {
-        const pid_t child = ::fork();
-        if (child == 0) {
+        ASSERT_TRUE(testsupport::KilledAfter([&] {
             host::SetTemporaryFilesFolder(records);
             steps();
-            ::raise(SIGKILL);
-            ::_exit(1);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(status));
+        }));
     }
     // What the next start does.
     std::size_t NextStart() const {

@@ -1,18 +1,17 @@
 // A lock made for a move by a run killed before it could remove it goes at the next start,
 // and no lock anyone else holds now ever does.
 #include "FileBytes.h"
+#include "KilledChild.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "host/ApplicationLayer.h"
 
-#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -36,16 +35,10 @@ protected:
     // Runs the steps in a child process that is then killed with SIGKILL, as by a crash: no
     // destructor runs and the event loop never turns again.
     void KilledWhile(const std::function<void()>& steps) const {
-        const pid_t child = ::fork();
-        if (child == 0) {
+        ASSERT_TRUE(testsupport::KilledAfter([&] {
             host::SetLockNotesFolder(records);
             steps();
-            ::raise(SIGKILL);
-            ::_exit(1);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(status));
+        }));
     }
     void LockForAMove() const {
         if (host::CreateProjectLockFile(project, "Ana Ruiz", "suite-1") == nullptr) {
