@@ -48,36 +48,26 @@ void RunFolderHook() {
 // Projects are found by their extension: a file, or a folder whose extension ends in "d",
 // which is one item and never looked into. Names that begin with a dot are hidden, and so
 // never searched.
-class Search : public TreeVisitor {
+class Search : public ProjectWalkVisitor {
 public:
-    explicit Search(const std::vector<WideString>& extensions) : names(extensions) {}
+    explicit Search(const ProjectNames& names) : ProjectWalkVisitor(names) {}
 
-    ProjectNames names;
     std::string filter; // folded UTF-8
     std::string root;   // the folder searched, as given
     std::vector<WideString> found;
     // Told what was found since it was last told, at most every kProgressEvery.
     std::function<void(std::vector<WideString>)> progress;
 
-    WalkStep Enter(const TreeWalkEntry& entry) override {
-        if (entry.depth == 0) {
-            return WalkStep::kContinue;
+    void Project(const TreeWalkEntry& entry, std::string_view name,
+                 std::size_t stemLength) override {
+        if (ContainsFolded(name.substr(0, stemLength), filter)) {
+            Found(entry);
         }
-        const std::string_view name(entry.name);
-        std::size_t stem = 0;
-        switch (names.KindOf(name, entry.IsFolder(), stem)) {
-        case ProjectNames::Kind::kProject:
-            if (ContainsFolded(name.substr(0, stem), filter)) {
-                Found(entry);
-            }
-            return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
-        case ProjectNames::Kind::kFolder:
-            RunFolderHook();
-            return WalkStep::kContinue;
-        case ProjectNames::Kind::kOther:
-            break;
-        }
-        return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
+    }
+
+    WalkStep Folder(const TreeWalkEntry& /*entry*/, std::string_view /*name*/) override {
+        RunFolderHook();
+        return WalkStep::kContinue;
     }
 
     WalkStep Failed(const TreeWalkEntry& entry, int error) override {
@@ -116,7 +106,8 @@ std::vector<WideString> RunSearch(const WideString& folder,
                                   const std::vector<WideString>& extensions,
                                   const WideString& nameFilter, const std::atomic<bool>* cancelled,
                                   std::function<void(std::vector<WideString>)> progress = {}) {
-    Search search(extensions);
+    const ProjectNames names(extensions);
+    Search search(names);
     search.progress = std::move(progress);
     search.filter = FoldedAscii(ToUTF8(nameFilter));
     search.root = ToUTF8(StripTrailingSlash(folder));

@@ -30,38 +30,32 @@ namespace {
 
 // Collects what a walk meets by the project rule; with `shallow`, the folders inside the
 // folder walked are named, not gone into.
-class Collector : public TreeVisitor {
+class Collector : public ProjectWalkVisitor {
 public:
     Collector(const ProjectNames& rules, bool shallow, NameIndex::Found& found)
-        : mRules(rules), mShallow(shallow), mFound(found) {}
+        : ProjectWalkVisitor(rules), mShallow(shallow), mFound(found) {}
 
-    WalkStep Enter(const TreeWalkEntry& entry) override {
-        if (entry.depth == 0) {
-            mFound.folders.push_back({});
-            mStack.assign(1, 0);
-            return WalkStep::kContinue;
+    WalkStep Root(const TreeWalkEntry& /*entry*/) override {
+        mFound.folders.push_back({});
+        mStack.assign(1, 0);
+        return WalkStep::kContinue;
+    }
+
+    void Project(const TreeWalkEntry& entry, std::string_view name,
+                 std::size_t stemLength) override {
+        mFound.folders[mStack[entry.depth - 1]].projects.emplace_back(std::string(name),
+                                                                      stemLength);
+    }
+
+    WalkStep Folder(const TreeWalkEntry& entry, std::string_view name) override {
+        const auto index = static_cast<std::uint32_t>(mFound.folders.size());
+        mFound.folders.push_back({mStack[entry.depth - 1], std::string(name), !mShallow, {}});
+        if (mShallow) {
+            return WalkStep::kSkip;
         }
-        const std::string_view name(entry.name);
-        const std::uint32_t parent = mStack[entry.depth - 1];
-        std::size_t stem = 0;
-        switch (mRules.KindOf(name, entry.IsFolder(), stem)) {
-        case ProjectNames::Kind::kProject:
-            mFound.folders[parent].projects.emplace_back(std::string(name), stem);
-            return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
-        case ProjectNames::Kind::kFolder: {
-            const auto index = static_cast<std::uint32_t>(mFound.folders.size());
-            mFound.folders.push_back({parent, std::string(name), !mShallow, {}});
-            if (mShallow) {
-                return WalkStep::kSkip;
-            }
-            mStack.resize(entry.depth + 1);
-            mStack[entry.depth] = index;
-            return WalkStep::kContinue;
-        }
-        case ProjectNames::Kind::kOther:
-            break;
-        }
-        return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
+        mStack.resize(entry.depth + 1);
+        mStack[entry.depth] = index;
+        return WalkStep::kContinue;
     }
 
     WalkStep Failed(const TreeWalkEntry& entry, int error) override {
@@ -78,7 +72,6 @@ public:
     bool RootFailed() const { return mRootFailed; }
 
 private:
-    const ProjectNames& mRules;
     const bool mShallow;
     NameIndex::Found& mFound;
     std::vector<std::uint32_t> mStack; // found folder of each depth being walked

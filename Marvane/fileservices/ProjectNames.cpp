@@ -88,4 +88,26 @@ ProjectNames::Kind ProjectNames::KindOf(std::string_view name, bool isFolder,
     return isFolder ? Kind::kFolder : Kind::kOther;
 }
 
+WalkStep ProjectWalkVisitor::Root(const TreeWalkEntry& /*entry*/) {
+    return WalkStep::kContinue;
+}
+
+WalkStep ProjectWalkVisitor::Enter(const TreeWalkEntry& entry) {
+    if (entry.depth == 0) {
+        return Root(entry);
+    }
+    const std::string_view name(entry.name);
+    std::size_t stem = 0;
+    switch (mNames.KindOf(name, entry.IsFolder(), stem)) {
+    case ProjectNames::Kind::kProject:
+        Project(entry, name, stem);
+        break;
+    case ProjectNames::Kind::kFolder:
+        return Folder(entry, name);
+    case ProjectNames::Kind::kOther:
+        break;
+    }
+    return entry.IsFolder() ? WalkStep::kSkip : WalkStep::kContinue;
+}
+
 } // namespace host

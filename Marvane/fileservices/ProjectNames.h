@@ -1,6 +1,7 @@
 #pragma once
 // What the production's search counts as a project and how a project's name matches the text
 // typed: the one rule for the search that walks the disk and for the name index.
+#include "Marvane/fileservices/TreeWalk.h"
 #include "host/CoreTypes.h"
 
 #include <cstddef>
@@ -36,6 +37,24 @@ private:
     const std::string* ExtensionOf(std::string_view name) const;
 
     std::vector<std::string> mExtensions; // folded UTF-8, with their dot
+};
+
+// A walk that meets what a production holds by that rule: each project is handed to Project (a
+// project kept as a folder is never gone into), each folder to Folder, which says whether to go
+// into it; everything else is passed over. The walk's root is handed to Root.
+class ProjectWalkVisitor : public TreeVisitor {
+public:
+    explicit ProjectWalkVisitor(const ProjectNames& names) : mNames(names) {}
+    WalkStep Enter(const TreeWalkEntry& entry) final;
+
+protected:
+    virtual WalkStep Root(const TreeWalkEntry& entry);
+    virtual void Project(const TreeWalkEntry& entry, std::string_view name,
+                         std::size_t stemLength) = 0;
+    virtual WalkStep Folder(const TreeWalkEntry& entry, std::string_view name) = 0;
+
+private:
+    const ProjectNames& mNames;
 };
 
 } // namespace host
