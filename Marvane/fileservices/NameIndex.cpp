@@ -472,12 +472,12 @@ std::vector<std::string> NameIndex::Find(std::string_view text,
     } else if (text.find('\0') != std::string_view::npos) {
         mExamined = 0; // no name holds one
     } else {
-        // A text that holds the last one (a keystroke more, say) can only match among the
-        // last one's hits, as long as nothing changed since.
+        // A longer text that holds the last one (a keystroke more, say) can only match among
+        // the last one's hits, as long as nothing changed since.
         std::optional<std::vector<std::uint32_t>> candidates;
         {
             const std::lock_guard last(mLastMutex);
-            if (!mLastText.empty() && mLastVersion == mVersion &&
+            if (!mLastText.empty() && mLastVersion == mVersion && text.size() > mLastText.size() &&
                 text.find(mLastText) != std::string_view::npos) {
                 candidates = mLastHits;
             }

@@ -53,7 +53,7 @@ public:
 
     std::size_t ProjectCount() const;
     // How many names the last Find looked at: all of them, or only the hits of the text before
-    // it when the new text holds that one and nothing changed since.
+    // it when the new text is longer and holds that one, and nothing changed since.
     std::size_t LastExamined() const { return mExamined.load(); }
     // The full paths of every folder it holds below the root (to be watched, say).
     std::vector<std::string> FolderPaths() const;

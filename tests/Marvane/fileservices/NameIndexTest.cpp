@@ -164,6 +164,8 @@ TEST_F(NameIndexTest, ATextThatHoldsTheLastOneLooksOnlyAtTheLastOnesHits) {
     EXPECT_LE(index.LastExamined(), shots);
     EXPECT_EQ(Sorted(index.Find("promo")), Walked("promo")); // another text: all looked at
     EXPECT_EQ(index.LastExamined(), index.ProjectCount());
+    EXPECT_EQ(Sorted(index.Find("promo")), Walked("promo")); // the same again: all looked at
+    EXPECT_EQ(index.LastExamined(), index.ProjectCount());
 }
 
 TEST_F(NameIndexTest, AChangeSinceTheLastTextMakesTheNextOneLookAtEveryName) {
