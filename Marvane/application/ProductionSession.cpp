@@ -155,7 +155,8 @@ void ProductionSession::Close() {
     const std::string oldPath = mFolder.string();
     mFolder.clear();
     ProductionWatch::Instance().Stop();
-    ProductionIndex::Instance().Close();
+    // A thread held by a share that stopped answering is left to end on its own.
+    ProductionIndex::Instance().Close(kMainThreadAccessDeadline);
     KeepFolderMount({});
     SetFileNameRuleFolder({});
     MessageStation::Get(kPanelFrameworkStation)

@@ -4,6 +4,7 @@
 #include "host/DebugTrace.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <limits>
 #include <mutex>
@@ -60,7 +61,7 @@ public:
 
     WalkStep Failed(const TreeWalkEntry& entry, int error) override {
         if (entry.depth == 0) {
-            mRootFailed = true;
+            mRootError = error;
             return WalkStep::kStop;
         }
         // Left out, as the walking search leaves it out.
@@ -69,18 +70,20 @@ public:
         return WalkStep::kContinue;
     }
 
-    bool RootFailed() const { return mRootFailed; }
+    // Why the folder walked could not be read (errno's number), or 0.
+    int RootError() const { return mRootError; }
 
 private:
     const bool mShallow;
     NameIndex::Found& mFound;
     std::vector<std::uint32_t> mStack; // found folder of each depth being walked
-    bool mRootFailed = false;
+    int mRootError = 0;
 };
 
 // Walks a folder of the index's tree; false when it could not be read or was cancelled.
+// error: why the folder itself could not be read, when it could not.
 bool Walk(const fs::path& folder, const ProjectNames& rules, bool shallow, NameIndex::Found& found,
-          const std::atomic<bool>* cancelled) {
+          const std::atomic<bool>* cancelled, int* error = nullptr) {
     Collector collector(rules, shallow, found);
     TreeWalkOptions options;
     options.dotNames = false;
@@ -88,7 +91,10 @@ bool Walk(const fs::path& folder, const ProjectNames& rules, bool shallow, NameI
     options.followRootLink = true; // a production may be reached through a link
     options.cancelled = cancelled;
     const bool walked = WalkTree(folder, collector, options);
-    return walked && !collector.RootFailed() && !found.folders.empty();
+    if (error != nullptr) {
+        *error = collector.RootError();
+    }
+    return walked && collector.RootError() == 0 && !found.folders.empty();
 }
 
 std::vector<std::string> PartsBelow(const fs::path& root, const fs::path& folder, bool& inside) {
@@ -284,9 +290,18 @@ void NameIndex::Refresh(const fs::path& changed) {
         path /= part;
     }
     Found listing;
-    if (!Walk(path, mRules, true, listing, nullptr)) {
-        // Gone, or not a folder any more: its parent's listing says so.
-        if (folder != 0) {
+    int error = 0;
+    if (!Walk(path, mRules, true, listing, nullptr, &error)) {
+        // Gone, or not a folder any more (its parent's listing says so too), or not readable
+        // now, as the walk would leave it out. Any other failure (a path longer than the
+        // system takes, a share that failed to answer) keeps what is held.
+        const bool gone = error == ENOENT || error == ENOTDIR || error == EACCES;
+        if (!gone) {
+            Trace("Host", 2,
+                  "The name index keeps what it held of " + path.string() + ": " +
+                      std::strerror(error));
+        }
+        if (gone && folder != 0) {
             std::unique_lock guard(mMutex);
             if (mFolders[folder].alive) {
                 RemoveFolder(folder);

@@ -60,6 +60,13 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(millisecondsPerPiece));
         });
     }
+    // The project whose tab is in front, and the one the host works in, is this one.
+    void ExpectInFront(const char* tab, const fs::path& project) const {
+        QTabWidget& tabs = *window->GetProjectTabs();
+        EXPECT_EQ(tabs.tabText(tabs.currentIndex()), QString::fromUtf8(tab));
+        EXPECT_EQ(DocumentManager::Instance().GetActive(),
+                  DocumentManager::Instance().Find(project));
+    }
     host::OpeningPage* OpeningPageAt(int index) const {
         return dynamic_cast<host::OpeningPage*>(window->GetProjectTabs()->widget(index));
     }
@@ -214,9 +221,7 @@ TEST_F(ProjectOpeningTest, AProjectReadAfterAnotherWasAskedForStaysBehindIt) {
     ASSERT_TRUE(testsupport::WaitForOpenings());
     SettleEvents();
     ASSERT_EQ(window->GetProjectTabs()->count(), 2);
-    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
-              QStringLiteral("Trailer"));
-    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+    ExpectInFront("Trailer", small);
 }
 
 TEST_F(ProjectOpeningTest, AProjectAskedForBeforeARefusedOneComesToTheFrontOnceRead) {
@@ -230,9 +235,7 @@ TEST_F(ProjectOpeningTest, AProjectAskedForBeforeARefusedOneComesToTheFrontOnceR
     EXPECT_FALSE(window->OpenProjectFile(root / "notes.txt"));
     ASSERT_TRUE(testsupport::WaitForOpenings());
     SettleEvents();
-    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
-              QStringLiteral("Feature"));
-    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(big));
+    ExpectInFront("Feature", big);
 }
 
 TEST_F(ProjectOpeningTest, ARefusedFileLeavesTheFrontToTheLatestProjectAskedForBeforeIt) {
@@ -247,9 +250,7 @@ TEST_F(ProjectOpeningTest, ARefusedFileLeavesTheFrontToTheLatestProjectAskedForB
     SettleEvents();
     // The big one, read last, stays behind the small one asked for after it.
     ASSERT_EQ(window->GetProjectTabs()->count(), 2);
-    EXPECT_EQ(window->GetProjectTabs()->tabText(window->GetProjectTabs()->currentIndex()),
-              QStringLiteral("Trailer"));
-    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+    ExpectInFront("Trailer", small);
 }
 
 TEST_F(ProjectOpeningTest, AProjectChosenWhileAnotherIsReadKeepsTheFront) {
@@ -271,8 +272,7 @@ TEST_F(ProjectOpeningTest, AProjectChosenWhileAnotherIsReadKeepsTheFront) {
     ASSERT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
     ASSERT_TRUE(testsupport::WaitForOpenings());
     SettleEvents();
-    EXPECT_EQ(tabs.tabText(tabs.currentIndex()), QStringLiteral("Trailer"));
-    EXPECT_EQ(DocumentManager::Instance().GetActive(), DocumentManager::Instance().Find(small));
+    ExpectInFront("Trailer", small);
     EXPECT_NE(DocumentManager::Instance().Find(big), nullptr);
 }
 

@@ -2,17 +2,20 @@
 // is built and after every kind of change another process makes.
 #include "Marvane/fileservices/NameIndex.h"
 
+#include "DeepTrees.h"
 #include "FileBytes.h"
 #include "RandomChanges.h"
 #include "TemporaryFolder.h"
 #include "host/FileServices.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -61,6 +64,7 @@ TEST_F(NameIndexTest, ABuiltIndexFindsWhatTheWalkFinds) {
     Project(root / "Episode 1" / "Day 1" / "Shot 13.mvproj");
     Project(root / "Episode 1" / "scène 4.mvproj");
     Project(root / "Episode 1" / "Bytes \xff\xfe.mvproj");
+    Project(root / "Episode 1" / (std::string(243, 'L') + ".mvproj")); // 250 bytes
     fs::create_directories(root / "Folder Kept.mvprojd" / "inside.mvproj");
     testsupport::WriteBytes(root / "Notes.txt", "not a project");
     testsupport::WriteBytes(root / "A file.mvprojd", "not a project folder");
@@ -116,6 +120,34 @@ TEST_F(NameIndexTest, AChangeBelowAFolderNotHeldYetIsReadFromTheNearestOneHeld) 
     ExpectSameAnswers(index, "after a change deep in a new folder");
     index.Refresh(temporary.Path()); // outside the production: nothing
     EXPECT_EQ(index.ProjectCount(), 1u);
+}
+
+TEST_F(NameIndexTest, AChangeDeeperThanTheLongestPathKeepsWhatTheIndexHeldThere) {
+    // A chain of folders deeper than any path the system takes, a project at its bottom: the
+    // walk reaches it by folder descriptors, a refresh by its path cannot.
+    const std::string name = "Level";
+    const int levels = testsupport::LevelsBeyondTheLongestPath(name);
+    testsupport::MakeDeepChain(root, name, levels, "");
+    int folder = ::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    fs::path deepest = root;
+    for (int level = 0; level < levels && folder >= 0; ++level) {
+        const int inner = ::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        ::close(folder);
+        folder = inner;
+        deepest /= name;
+    }
+    ASSERT_GE(folder, 0);
+    const int project = ::openat(folder, "Shot deep.mvproj", O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_GE(project, 0);
+    ::close(project);
+    ::close(folder);
+
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    ASSERT_EQ(Walked("deep").size(), 1u);
+    EXPECT_EQ(Indexed(index, "deep"), Walked("deep"));
+    index.Refresh(deepest);
+    EXPECT_EQ(Indexed(index, "deep"), Walked("deep"));
 }
 
 TEST_F(NameIndexTest, AProjectReplacedByAFolderOfTheSameNameIsNoProjectAnyMore) {
