@@ -13,10 +13,13 @@
 // - MemoryPerRow: heap and resident memory per row with every folder open;
 // - SelectAll, CommandStatusWithEveryRowSelected and ContextClickWithEveryRowSelected: Select
 //   All, the panel's commands asked for their status, and a right-click, with every row
-//   selected, against the view's own Select All, with the main thread's waits on the disk.
+//   selected, against Qt's own selection selecting every row, with the main thread's waits on
+//   the disk; the kept productions (a hundred projects a folder, 10,000 to 1,000,000) for
+//   memory, opening every folder, Select All and re-sorting as they grow.
 // The counters give, per iteration, the lock-file reads, the stats of the rows' records and
 // the stats of directory listings, next to the rows shown: they must follow what is shown.
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/ProductionIndex.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/documents/DocumentManager.h"
@@ -46,6 +49,8 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QItemSelectionModel>
+#include <QKeyEvent>
 #include <QLocale>
 #include <QStandardItemModel>
 #include <QTreeView>
@@ -313,7 +318,8 @@ public:
                 opened = host::ProductionSession::Instance().Open(root).empty();
                 openCallSeconds += std::chrono::duration<double>(Clock::now() - start).count();
             },
-            [&] { return Tree().GetTopLevelRowCount() == topRows && TopRecordsRead(); }, rowsIn);
+            [&] { return Tree().GetTopLevelRowCount() == topRows && TopRecordsRead(topRows); },
+            rowsIn);
         return opened && drawn;
     }
     void Close() {
@@ -326,9 +332,9 @@ public:
     // production is open (and rows sorted by name keep their places), so each call goes on
     // from the first row not read at the last one: the check costs one look per row in all,
     // not one per row at every signal.
-    bool TopRecordsRead() {
+    bool TopRecordsRead(int topRows) {
         const int rows = Tree().GetTopLevelRowCount();
-        if (rows != kTopLevelProjects + kEpisodes) {
+        if (rows != topRows) {
             return false;
         }
         for (; mReadUpTo < rows; ++mReadUpTo) {
@@ -536,27 +542,189 @@ std::size_t ResidentBytes() {
     return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-void BM_MemoryPerRow(benchmark::State& state) {
+// Opens every folder of a production level by level (the folders of one level at once, then
+// the folders among their rows) and waits until every row is in the tree; whether they all came.
+bool OpenEveryFolderLevelByLevel(Panel& panel, const bench::GeneratedProduction& production) {
+    std::vector<TreeRowPtr> level;
+    for (int index = 0; index < panel.Tree().GetTopLevelRowCount(); ++index) {
+        level.push_back(panel.Tree().GetTopLevelRow(index));
+    }
+    while (!level.empty()) {
+        std::vector<TreeRowPtr> folders;
+        for (const TreeRowPtr& row : level) {
+            if (row->CanHaveChildren()) {
+                panel.Tree().OpenRow(row, true);
+                // The generated folders all hold rows; the production's trash is empty.
+                std::error_code error;
+                if (!fs::is_empty(host::ToUTF8(panel.View().GetRowPath(row)), error)) {
+                    folders.push_back(row);
+                }
+            }
+        }
+        if (!WaitUntil([&] {
+                return std::all_of(folders.begin(), folders.end(), [](const TreeRowPtr& folder) {
+                    return folder->GetChildCount() > 0;
+                });
+            })) {
+            return false;
+        }
+        level.clear();
+        for (const TreeRowPtr& folder : folders) {
+            for (int index = 0; index < folder->GetChildCount(); ++index) {
+                level.push_back(folder->GetChild(index));
+            }
+        }
+    }
+    const std::size_t rows =
+        production.projects.size() + static_cast<std::size_t>(production.folders);
+    if (!WaitUntil([&] { return panel.Tree().GetOpenedRows().size() == rows; })) {
+        return false;
+    }
+    host::WaitForDefaultExecutor(60'000);
+    QApplication::processEvents();
+    return true;
+}
+
+// The benchmark's production: the kept one of a hundred projects a folder when `kept`, else
+// the one of 140 day folders; and its opening with every folder open.
+const bench::GeneratedProduction& ProductionFor(const benchmark::State& state, bool kept,
+                                                int lockEvery = 3) {
     const int size = static_cast<int>(state.range(0));
-    const bench::GeneratedProduction& production = ProductionOf(size);
+    return kept ? bench::KeptProduction(size) : ProductionOf(size, lockEvery);
+}
+
+bool OpenWithEveryFolder(Panel& panel, const bench::GeneratedProduction& production, bool kept) {
+    if (!panel.Open(production.root, kept ? production.topLevel : TopRows())) {
+        return false;
+    }
+    return kept ? OpenEveryFolderLevelByLevel(panel, production)
+                : OpenEveryFolder(panel, production, static_cast<int>(production.projects.size()));
+}
+
+void MeasureMemoryPerRow(benchmark::State& state, bool kept) {
+    const bench::GeneratedProduction& production = ProductionFor(state, kept);
     for (auto _ : state) {
         Panel panel;
         ::malloc_trim(0);
         const std::size_t heapBefore = ::mallinfo2().uordblks;
         const std::size_t residentBefore = ResidentBytes();
-        if (!panel.Open(production.root, TopRows()) || !OpenEveryFolder(panel, production, size)) {
+        if (!OpenWithEveryFolder(panel, production, kept)) {
             state.SkipWithError("not every row appeared");
+            return;
+        }
+        // The production's name index is built meanwhile: its part is given apart.
+        if (!WaitUntil([] { return host::ProductionIndex::Instance().IsCurrent(); })) {
+            state.SkipWithError("the name index was not built");
             return;
         }
         ::malloc_trim(0);
         const double rows = static_cast<double>(panel.Tree().GetOpenedRows().size());
         const std::size_t heapAfter = ::mallinfo2().uordblks;
         const std::size_t residentAfter = ResidentBytes();
+        const auto index = host::ProductionIndex::Instance().Index();
+        const double indexBytes = index ? static_cast<double>(index->MemoryBytes()) : 0.0;
         state.counters["rows"] = rows;
         state.counters["bytes_per_row"] = static_cast<double>(heapAfter - heapBefore) / rows;
+        state.counters["index_bytes_per_row"] = indexBytes / rows;
+        state.counters["tree_bytes_per_row"] =
+            (static_cast<double>(heapAfter - heapBefore) - indexBytes) / rows;
         state.counters["resident_bytes_per_row"] =
             static_cast<double>(residentAfter - residentBefore) / rows;
     }
+}
+
+void BM_MemoryPerRow(benchmark::State& state) {
+    MeasureMemoryPerRow(state, false);
+}
+
+void BM_MemoryPerRowKept(benchmark::State& state) {
+    MeasureMemoryPerRow(state, true);
+}
+
+// Opening every folder of the kept production, level by level, until every row is in the
+// tree; the longest main-thread stall meanwhile.
+void BM_OpenEveryFolderKept(benchmark::State& state) {
+    const bench::GeneratedProduction& production = ProductionFor(state, true);
+    Panel panel;
+    double longestStall = 0;
+    for (auto _ : state) {
+        panel.Close();
+        if (!panel.Open(production.root, production.topLevel)) {
+            state.SkipWithError("the production's rows did not appear");
+            return;
+        }
+        benchsupport::StallWatch stalls;
+        const auto start = Clock::now();
+        if (!OpenEveryFolderLevelByLevel(panel, production)) {
+            state.SkipWithError("not every row appeared");
+            return;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        longestStall = std::max(longestStall, stalls.LongestMs());
+    }
+    state.counters["rows"] = static_cast<double>(panel.Tree().GetOpenedRows().size());
+    state.counters["stall_ms"] = longestStall;
+}
+
+// "Expand all below" (the keypad's `*`) on the first episode of the kept production, timed
+// until every day folder of it is open with its rows; first_rows_ms is when the first day's
+// rows were there, stall_ms the longest the main thread was held meanwhile.
+void BM_ExpandAllBelowKept(benchmark::State& state) {
+    const bench::GeneratedProduction& production = ProductionFor(state, true);
+    Panel panel;
+    double longestStall = 0;
+    double firstRows = 0;
+    std::size_t days = 0;
+    for (auto _ : state) {
+        panel.Close();
+        if (!panel.Open(production.root, production.topLevel)) {
+            state.SkipWithError("the production's rows did not appear");
+            return;
+        }
+        const TreeRowPtr episode = panel.Row(production.root / "Episode 1");
+        if (!episode) {
+            state.SkipWithError("no first episode");
+            return;
+        }
+        panel.Tree().SelectRow(episode, host::RowSelection::kOnlyRow,
+                               host::SelectionNotice::kQuiet);
+        QTreeView& view = *panel.Tree().GetImpl()->view;
+        benchsupport::StallWatch stalls;
+        const auto start = Clock::now();
+        QKeyEvent key(QEvent::KeyPress, Qt::Key_Asterisk, Qt::KeypadModifier, QStringLiteral("*"));
+        QApplication::sendEvent(&view, &key);
+        bool sawFirst = false;
+        const auto everyDayOpen = [&] {
+            if (episode->GetChildCount() == 0) {
+                return false;
+            }
+            bool all = true;
+            for (int index = 0; index < episode->GetChildCount(); ++index) {
+                const TreeRowPtr day = episode->GetChild(index);
+                if (!day->CanHaveChildren()) {
+                    continue;
+                }
+                const bool shown = panel.Tree().IsRowOpen(day) && day->GetChildCount() > 0;
+                if (shown && !sawFirst) {
+                    sawFirst = true;
+                    firstRows =
+                        std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+                }
+                all = all && shown;
+            }
+            return all;
+        };
+        if (!WaitUntil(everyDayOpen)) {
+            state.SkipWithError("not every day folder opened");
+            return;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        longestStall = std::max(longestStall, stalls.LongestMs());
+        days = static_cast<std::size_t>(episode->GetChildCount());
+    }
+    state.counters["days"] = static_cast<double>(days);
+    state.counters["first_rows_ms"] = firstRows;
+    state.counters["stall_ms"] = longestStall;
 }
 
 // The display names of the tree's rows, folder by folder, each folder in its order now.
@@ -582,11 +750,10 @@ std::vector<std::vector<host::WideString>> NamesByFolder(Panel& panel) {
 
 // Opens the benchmark's production with every folder open; false (the benchmark skipped) when
 // not every row appeared.
-bool ShowEveryRow(benchmark::State& state, Panel& panel, int lockEvery = 3) {
-    const int size = static_cast<int>(state.range(0));
-    const bench::GeneratedProduction& production = ProductionOf(size, lockEvery);
+bool ShowEveryRow(benchmark::State& state, Panel& panel, int lockEvery = 3, bool kept = false) {
+    const bench::GeneratedProduction& production = ProductionFor(state, kept, lockEvery);
     panel.Close();
-    if (!panel.Open(production.root, TopRows()) || !OpenEveryFolder(panel, production, size)) {
+    if (!OpenWithEveryFolder(panel, production, kept)) {
         state.SkipWithError("not every row appeared");
         return false;
     }
@@ -595,9 +762,9 @@ bool ShowEveryRow(benchmark::State& state, Panel& panel, int lockEvery = 3) {
 
 // Re-sorting by name with every folder open, timed from the call to the rows drawn, against
 // sorting the same names with the same comparison folder by folder in the same iterations.
-void BM_ResortAllOpen(benchmark::State& state) {
+void MeasureResortAllOpen(benchmark::State& state, bool kept) {
     Panel panel;
-    if (!ShowEveryRow(state, panel)) {
+    if (!ShowEveryRow(state, panel, 3, kept)) {
         return;
     }
     auto& header = panel.View().GetHeaderRow();
@@ -642,11 +809,41 @@ void BM_ResortAllOpen(benchmark::State& state) {
     state.counters["sort_call_ms"] = callSeconds * 1000.0 / iterations;
 }
 
-// The view's own Select All (QTreeView::selectAll), timed: the scale the panel's work with
-// every row selected is measured against.
+void BM_ResortAllOpen(benchmark::State& state) {
+    MeasureResortAllOpen(state, false);
+}
+
+void BM_ResortAllOpenKept(benchmark::State& state) {
+    MeasureResortAllOpen(state, true);
+}
+
+// Qt's own selection selecting every shown row as Qt's tree view asks it to (one range of whole
+// rows per run of rows of a folder, ClearAndSelect | Rows), timed: the scale the panel's work
+// with every row selected is measured against. The tree's own selection is not Qt's, so a
+// selection model of Qt's is made over the same rows for it.
 double ViewSelectAllSeconds(QTreeView& view) {
+    QAbstractItemModel& model = *view.model();
+    QItemSelection every;
+    std::vector<QModelIndex> folders = {QModelIndex()};
+    for (std::size_t next = 0; next < folders.size(); ++next) {
+        const QModelIndex folder = folders[next];
+        const int rows = model.rowCount(folder);
+        if (rows == 0) {
+            continue;
+        }
+        every.append(
+            QItemSelectionRange(model.index(0, 0, folder),
+                                model.index(rows - 1, model.columnCount(folder) - 1, folder)));
+        for (int row = 0; row < rows; ++row) {
+            const QModelIndex child = model.index(row, 0, folder);
+            if (view.isExpanded(child) && model.rowCount(child) > 0) {
+                folders.push_back(child);
+            }
+        }
+    }
+    QItemSelectionModel qtSelection(&model);
     const auto start = Clock::now();
-    view.selectAll();
+    qtSelection.select(every, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
@@ -657,14 +854,14 @@ void CountPerIteration(benchmark::State& state, double baselineSeconds, double d
     state.counters["main_thread_disk_waits"] = diskWaits / iterations;
 }
 
-// Select All with every folder open, timed until the rows are drawn selected, against the
-// view selecting all its rows itself (QTreeView::selectAll) in the same iterations; and how
-// many times the main thread waited on the disk for it. The second argument says how often
+// Select All with every folder open, timed until the rows are drawn selected, against Qt's
+// own selection selecting every row in the same iterations; and how many times the main
+// thread waited on the disk for it. The second argument says how often
 // a project is locked by another editor (0: none is, so no selected item stops the panel's
 // test of whether the selection may go to the trash early).
-void BM_SelectAll(benchmark::State& state) {
+void MeasureSelectAll(benchmark::State& state, bool kept) {
     Panel panel;
-    if (!ShowEveryRow(state, panel, static_cast<int>(state.range(1)))) {
+    if (!ShowEveryRow(state, panel, kept ? 3 : static_cast<int>(state.range(1)), kept)) {
         return;
     }
     QTreeView& view = *panel.Tree().GetImpl()->view;
@@ -692,9 +889,18 @@ void BM_SelectAll(benchmark::State& state) {
     CountPerIteration(state, baselineSeconds, diskWaits);
 }
 
-// Times `action` with every row selected, against the view's own Select All
-// (QTreeView::selectAll) in the same iterations, and counts the main thread's waits on the
-// disk; an action that fails (false) ends the benchmark with an error.
+void BM_SelectAll(benchmark::State& state) {
+    MeasureSelectAll(state, false);
+}
+
+// The same over the kept productions (a hundred projects a folder, a project in three locked).
+void BM_SelectAllKept(benchmark::State& state) {
+    MeasureSelectAll(state, true);
+}
+
+// Times `action` with every row selected, against Qt's own selection of every row in the same
+// iterations, and counts the main thread's waits on the disk; an action that fails (false)
+// ends the benchmark with an error.
 void TimeWithEveryRowSelected(benchmark::State& state, Panel& panel,
                               const std::function<bool()>& action) {
     QTreeView& view = *panel.Tree().GetImpl()->view;
@@ -719,7 +925,7 @@ void TimeWithEveryRowSelected(benchmark::State& state, Panel& panel,
 
 // With every row selected, the status of each of the panel's commands, asked as the main
 // window asks it several times a second to keep its menus and shortcuts right; against the
-// view's own Select All (QTreeView::selectAll), in the same iterations, for scale. The second
+// Qt's own selection of every row, in the same iterations, for scale. The second
 // argument as for BM_SelectAll; the third, how many projects are open (the last ones of the
 // production: commands about open projects look through the selection for them).
 void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
@@ -755,7 +961,7 @@ void BM_CommandStatusWithEveryRowSelected(benchmark::State& state) {
 }
 
 // With every row selected, a right-click on a selected row until its menu is about to show
-// (the menu is then dismissed); against the view's own Select All (QTreeView::selectAll), in
+// (the menu is then dismissed); against Qt's own selection of every row, in
 // the same iterations, for scale; and how many times the main thread waited on the disk.
 void BM_ContextClickWithEveryRowSelected(benchmark::State& state) {
     Panel panel;
@@ -798,6 +1004,11 @@ void AtBothSizes(benchmark::internal::Benchmark* run) {
     run->Arg(10'000)->Arg(100'000)->UseManualTime()->Unit(benchmark::kMillisecond);
 }
 
+// The kept productions of 10,000, 100,000 and 1,000,000 projects, a hundred a folder.
+void AtThreeKeptSizes(benchmark::internal::Benchmark* run) {
+    run->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
+}
+
 // Memory first, in a process that has shown no production yet: what the host keeps of a
 // production outside the panel (caches by path) is counted, as a user opening it pays it.
 BENCHMARK(BM_MemoryPerRow)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond)->Iterations(1);
@@ -809,6 +1020,11 @@ BENCHMARK(BM_ResortAllOpen)->Apply(AtBothSizes)->Iterations(10);
 BENCHMARK(BM_SelectAll)->Apply(AtBothSizesWithAndWithoutLocks);
 BENCHMARK(BM_CommandStatusWithEveryRowSelected)->Apply(AtBothSizesWithAndWithoutOpenProjects);
 BENCHMARK(BM_ContextClickWithEveryRowSelected)->Apply(AtBothSizes)->Iterations(3);
+BENCHMARK(BM_MemoryPerRowKept)->Apply(AtThreeKeptSizes)->Iterations(1);
+BENCHMARK(BM_OpenEveryFolderKept)->Apply(AtThreeKeptSizes)->UseManualTime()->Iterations(1);
+BENCHMARK(BM_ExpandAllBelowKept)->Apply(AtThreeKeptSizes)->UseManualTime()->Iterations(2);
+BENCHMARK(BM_SelectAllKept)->Apply(AtThreeKeptSizes)->UseManualTime()->Iterations(2);
+BENCHMARK(BM_ResortAllOpenKept)->Apply(AtThreeKeptSizes)->UseManualTime()->Iterations(2);
 
 } // namespace
 

@@ -51,14 +51,17 @@ GeneratedProduction Production(const fs::path& root, const ProductionShape& shap
         }
     }
     production.folders = shape.episodes * (1 + shape.daysPerEpisode);
+    production.topLevel = std::min(shape.topLevelProjects, shape.projects) + shape.episodes;
     const std::vector<std::string> kinds = {"Scene", "Shot", "Interview", "Reel", "Promo"};
     production.projects.reserve(static_cast<std::size_t>(shape.projects));
     for (int i = 0; i < shape.projects; ++i) {
         const bool top = i < shape.topLevelProjects;
-        const fs::path folder = top ? production.root
-                                    : production.root /
-                                          ("Episode " + std::to_string(i % shape.episodes + 1)) /
-                                          ("Day " + std::to_string(i % shape.daysPerEpisode + 1));
+        // The rest in turn into every day of every episode.
+        const int day = (i - shape.topLevelProjects) % (shape.episodes * shape.daysPerEpisode);
+        const fs::path folder =
+            top ? production.root
+                : production.root / ("Episode " + std::to_string(day / shape.daysPerEpisode + 1)) /
+                      ("Day " + std::to_string(day % shape.daysPerEpisode + 1));
         const std::string stem = kinds[static_cast<std::size_t>(i) % kinds.size()] + " " +
                                  std::to_string(i) + (i % 3 == 0 ? " v2" : "");
         const fs::path project = folder / (stem + ".mvproj");
@@ -76,8 +79,9 @@ GeneratedProduction Production(const fs::path& root, const ProductionShape& shap
 }
 
 std::string ShapeText(const ProductionShape& shape) {
-    return std::to_string(shape.projects) + " " + std::to_string(shape.topLevelProjects) + " " +
-           std::to_string(shape.episodes) + " " + std::to_string(shape.daysPerEpisode) + " " +
+    // The first number is the layout's: a kept production of an older layout is made again.
+    return "2 " + std::to_string(shape.projects) + " " + std::to_string(shape.topLevelProjects) +
+           " " + std::to_string(shape.episodes) + " " + std::to_string(shape.daysPerEpisode) + " " +
            std::to_string(shape.lockEvery) + " " + std::to_string(shape.ordinaryFilesPerFolder) +
            "\n";
 }

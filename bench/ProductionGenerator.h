@@ -21,6 +21,7 @@ struct GeneratedProduction {
     std::filesystem::path root;
     std::vector<std::filesystem::path> projects;
     int folders = 0;
+    int topLevel = 0; // rows at the top: its projects and episode folders
 };
 
 GeneratedProduction GenerateProduction(const std::string& name, const ProductionShape& shape);

@@ -55,7 +55,7 @@ public:
     TreeRowNode& Node() const { return *std::launder(reinterpret_cast<TreeRowNode*>(mNode)); }
 
 private:
-    static constexpr std::size_t kNodeSize = 144; // what TreeRowNode takes with libstdc++
+    static constexpr std::size_t kNodeSize = 120; // what TreeRowNode takes with libstdc++
     alignas(8) mutable std::byte mNode[kNodeSize];
 };
 using TreeRowPtr = std::shared_ptr<UI_TreeRow>;

@@ -133,7 +133,7 @@ std::string OnTree(QTreeView& tree, const std::vector<std::string>& fields) {
     }
     if ((verb == "open" || verb == "select") && fields.size() >= 4) {
         if (verb == "select") {
-            tree.selectionModel()->clearSelection();
+            tree.selectionModel()->select(QItemSelection(), QItemSelectionModel::Clear);
         }
         for (std::size_t field = 3; field < fields.size(); ++field) {
             const QModelIndex index = RowReading(tree, fields[field]);

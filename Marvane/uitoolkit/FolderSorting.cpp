@@ -145,7 +145,7 @@ void ApplyFolderSort(FolderSortJob& job) {
         // A key that is part of the row's name is not kept: the name is.
         node.sortKeyValid = !job.isOwned.empty() && job.isOwned[from];
         if (node.sortKeyValid) {
-            node.sortKey = std::move(job.owned[from]);
+            node.sortKey.Set(job.owned[from]);
         }
         node.index = static_cast<int>(position);
     }

@@ -6,6 +6,7 @@
 // sort. Only positions are sorted, never the rows: the rows are
 // put in order afterwards on the main thread (Apply). The keys of the sort before are let go
 // of by whichever thread sorts their folder.
+#include "Marvane/uitoolkit/TreeRowNode.h"
 #include "host/MultiColumnTree.h"
 
 #include <condition_variable>
@@ -28,9 +29,9 @@ struct FolderSortJob {
     // while every key is part of a name. A position's key is owned when owned[position] is.
     std::vector<WideString> owned;
     std::vector<bool> isOwned;
-    std::vector<std::uint32_t> order;  // positions, in their new order once sorted
-    std::vector<WideString> discarded; // keys of the sort before, freed off the main thread
-    bool reordered = false;            // whether the order differs from the rows' order
+    std::vector<std::uint32_t> order; // positions, in their new order once sorted
+    std::vector<KeptKey> discarded;   // keys of the sort before, freed off the main thread
+    bool reordered = false;           // whether the order differs from the rows' order
 
     // Adds the next position's key, asked for (rows must be set: it says how many keys the
     // folder will have).

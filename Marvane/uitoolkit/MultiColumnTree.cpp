@@ -6,7 +6,6 @@
 #include <QScrollBar>
 #include <algorithm>
 #include <cmath>
-#include <unordered_map>
 
 namespace host {
 
@@ -66,59 +65,6 @@ void CollectOpened(const TreeModel& model, const QTreeView& view,
     }
 }
 
-// The selected rows of each folder (none for the top), as runs of row numbers in order that
-// neither touch nor overlap.
-using SelectedRuns = std::unordered_map<const TreeRowNode*, std::vector<std::pair<int, int>>>;
-
-// Sorts and joins each folder's runs; returns how many rows they hold.
-std::size_t JoinRuns(SelectedRuns& runs) {
-    std::size_t count = 0;
-    for (auto& [folder, folderRuns] : runs) {
-        std::sort(folderRuns.begin(), folderRuns.end());
-        std::vector<std::pair<int, int>> joined;
-        for (const auto& run : folderRuns) {
-            if (!joined.empty() && run.first <= joined.back().second + 1) {
-                joined.back().second = std::max(joined.back().second, run.second);
-            } else {
-                joined.push_back(run);
-            }
-        }
-        for (const auto& run : joined) {
-            count += static_cast<std::size_t>(run.second - run.first + 1);
-        }
-        folderRuns = std::move(joined);
-    }
-    return count;
-}
-
-// The rows of `runs` under `rows` (the children of `folder`) in display order, deepest last;
-// stops once `count` rows are found.
-void CollectSelected(const std::vector<TreeRowPtr>& rows, const TreeRowNode* folder,
-                     const SelectedRuns& runs, std::size_t count,
-                     std::vector<TreeRowPtr>& selected) {
-    const auto found = runs.find(folder);
-    const std::vector<std::pair<int, int>>* own = found == runs.end() ? nullptr : &found->second;
-    std::size_t run = 0;
-    for (std::size_t index = 0; index < rows.size(); ++index) {
-        if (selected.size() == count) {
-            return;
-        }
-        const TreeRowPtr& row = rows[index];
-        const int number = static_cast<int>(index);
-        if (own != nullptr) {
-            while (run < own->size() && (*own)[run].second < number) {
-                ++run;
-            }
-            if (run < own->size() && (*own)[run].first <= number) {
-                selected.push_back(row);
-            }
-        }
-        if (!row->Node().children.empty()) {
-            CollectSelected(row->Node().children, &row->Node(), runs, count, selected);
-        }
-    }
-}
-
 } // namespace
 
 UI_MultiColumnTree::UI_MultiColumnTree(const ByteString& nodeID)
@@ -146,8 +92,10 @@ UI_MultiColumnTree::UI_MultiColumnTree(const ByteString& nodeID)
     QObject::connect(model, &QAbstractItemModel::rowsMoved, view, changed);
     QObject::connect(model, &QAbstractItemModel::layoutChanged, view, changed);
     QObject::connect(model, &QAbstractItemModel::modelReset, view, changed);
-    QObject::connect(view->selectionModel(), &QItemSelectionModel::selectionChanged, view, [impl] {
+    QObject::connect(impl->selection, &QItemSelectionModel::selectionChanged, view, [impl] {
         ++impl->selectionVersion;
+        // The selection tells the view nothing of which rows changed: they are drawn again.
+        impl->view->viewport()->update();
         if (impl->notifySelection && impl->selectionChanged) {
             impl->selectionChanged();
         }
@@ -353,8 +301,8 @@ void UI_MultiColumnTree::SelectRow(const TreeRowPtr& row, RowSelection how,
         return;
     }
     mImpl->notifySelection = notice == SelectionNotice::kTell;
-    QItemSelectionModel* selection = mImpl->view->selectionModel();
-    const QModelIndex current = selection->currentIndex();
+    MarkedSelection& selection = *mImpl->selection;
+    const QModelIndex current = selection.currentIndex();
     QItemSelection range(index, index);
     if (how == RowSelection::kAddRange && current.isValid()) {
         range = QItemSelection(current, index);
@@ -362,79 +310,37 @@ void UI_MultiColumnTree::SelectRow(const TreeRowPtr& row, RowSelection how,
             range = QItemSelection(index, current);
         }
     }
-    const auto flags = (how == RowSelection::kOnlyRow ? QItemSelectionModel::ClearAndSelect
-                                                      : QItemSelectionModel::Select) |
-                       QItemSelectionModel::Rows;
-    selection->select(range, flags);
-    selection->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    selection.select(range, how == RowSelection::kOnlyRow ? QItemSelectionModel::ClearAndSelect
+                                                          : QItemSelectionModel::Select);
+    selection.setCurrentIndex(index, QItemSelectionModel::NoUpdate);
     mImpl->notifySelection = true;
 }
 
 void UI_MultiColumnTree::SelectRows(const std::vector<TreeRowPtr>& rows, bool notify) {
-    // One selection of ranges, each a run of rows of one folder that follow one another: a
-    // selection made row by row costs the selection model a pass over its ranges per row.
-    QItemSelection selection;
-    QModelIndex first;
-    QModelIndex last;
-    const UI_TreeRow* lastParent = nullptr;
-    for (const TreeRowPtr& row : rows) {
-        const QModelIndex index = mImpl->model.IndexOf(row);
-        if (!index.isValid()) {
-            continue;
-        }
-        const UI_TreeRow* parent = row->GetParent();
-        const bool follows =
-            last.isValid() && parent == lastParent && index.row() == last.row() + 1;
-        lastParent = parent;
-        if (follows) {
-            last = index;
-            continue;
-        }
-        if (first.isValid()) {
-            selection.select(first, last);
-        }
-        first = index;
-        last = index;
-    }
-    if (!first.isValid()) {
+    // The last row of the tree given becomes the current one.
+    const auto last = std::find_if(rows.rbegin(), rows.rend(), [this](const TreeRowPtr& row) {
+        return row && row->Node().tree == &mImpl->model;
+    });
+    if (last == rows.rend()) {
         return;
     }
-    selection.select(first, last);
     mImpl->notifySelection = notify;
-    QItemSelectionModel* model = mImpl->view->selectionModel();
-    model->select(selection, QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    model->setCurrentIndex(last, QItemSelectionModel::NoUpdate);
+    mImpl->selection->SetRows(rows, true); // one change, told once
+    mImpl->selection->setCurrentIndex(mImpl->model.IndexOf(*last), QItemSelectionModel::NoUpdate);
     mImpl->notifySelection = true;
 }
 
 void UI_MultiColumnTree::DeselectAllRows() {
-    mImpl->view->selectionModel()->clearSelection();
+    mImpl->selection->ClearRows();
 }
 
 std::vector<TreeRowPtr> MultiColumnTreeImpl::SelectedRows() const {
     // Rows added, removed, moved or sorted change the version too.
-    if (selectedRowsVersion == selectionVersion) {
-        return selectedRows;
+    if (selectedRowsVersion != selectionVersion) {
+        selectedRows = selection->InDisplayOrder();
+        selectedRowsVersion = selectionVersion;
     }
-    // The selection's ranges by folder, then a walk of the tree to put their rows in display
-    // order: asking the selection model about each row costs a pass over its ranges per row.
-    SelectedRuns runs;
-    for (const QItemSelectionRange& range : view->selectionModel()->selection()) {
-        if (range.top() < 0 || range.bottom() < range.top()) {
-            continue;
-        }
-        const QModelIndex parent = range.parent();
-        runs[static_cast<const TreeRowNode*>(parent.internalPointer())].emplace_back(
-            range.top(), range.bottom());
-    }
-    std::vector<TreeRowPtr> selected;
-    if (const std::size_t count = JoinRuns(runs); count != 0) {
-        selected.reserve(count);
-        CollectSelected(model.ChildrenOf(nullptr), nullptr, runs, count, selected);
-    }
-    selectedRows = selected;
-    selectedRowsVersion = selectionVersion;
-    return selected;
+    return selectedRows;
 }
 
 std::uint64_t UI_MultiColumnTree::GetSelectionVersion() const {

@@ -198,15 +198,15 @@ std::optional<std::u16string_view> TreeModel::KeyInName(const TreeRowPtr& row) c
 std::u16string_view TreeModel::KeyOf(const TreeRowPtr& row) {
     TreeRowNode& node = row->Node();
     if (node.sortKeyValid) {
-        return node.sortKey;
+        return node.sortKey.View();
     }
     if (const std::optional<std::u16string_view> inName = KeyInName(row)) {
         return *inName;
     }
     ++sortDataRequests;
-    node.sortKey = sortData && mHeader ? sortData(row, mHeader->sortColumn) : WideString();
+    node.sortKey.Set(sortData && mHeader ? sortData(row, mHeader->sortColumn) : WideString());
     node.sortKeyValid = true;
-    return node.sortKey;
+    return node.sortKey.View();
 }
 
 bool TreeModel::Before(const TreeRowPtr& a, const TreeRowPtr& b) {
@@ -279,7 +279,7 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
         // A key that is part of the row's name is not kept: the name is.
         node.sortKeyValid = !KeyInName(ordered[index]);
         if (node.sortKeyValid) {
-            node.sortKey = std::move(keys[index]);
+            node.sortKey.Set(keys[index]);
         }
     }
     // One look at the order; rows the owner did not order as the header says are sorted.
@@ -383,6 +383,9 @@ void TreeModel::Detach(const TreeRowPtr& row) {
     TreeRowNode& node = row->Node();
     node.tree = nullptr;
     node.parent = nullptr;
+    node.selected = false; // a row out of the tree is selected in none
+    node.selectedBelow = 0;
+    node.expandBelow = false;
     for (const TreeRowPtr& child : node.children) {
         Detach(child);
     }
@@ -479,7 +482,7 @@ void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const
             const TreeRowPtr& row = rows[position];
             TreeRowNode& node = row->Node();
             if (!node.sortKey.empty()) {
-                job.discarded.push_back(std::exchange(node.sortKey, WideString()));
+                job.discarded.push_back(std::move(node.sortKey));
             }
             node.sortKeyValid = false;
             if (const std::optional<std::u16string_view> inName = KeyInName(row)) {
@@ -512,7 +515,8 @@ void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {
     }
     TreeRowNode& node = row->Node();
     const bool known = node.sortKeyValid;
-    const WideString before = std::exchange(node.sortKey, WideString());
+    const WideString before(node.sortKey.View());
+    node.sortKey.Clear();
     node.sortKeyValid = false;
     if (known && KeyOf(row) == before) {
         return;

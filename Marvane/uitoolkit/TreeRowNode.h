@@ -3,13 +3,48 @@
 // date so that a row finds its model index in constant time), its children, and its cells.
 #include "host/MultiColumnTree.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <map>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace host {
 
 class TreeModel;
+
+// A row's key in the sort column, kept from the last sort when it is not part of the row's
+// name (sorted by name, the default, no row keeps one): one pointer in the row, its length
+// and its text in one block when there is a key.
+class KeptKey {
+public:
+    bool empty() const { return !mText; }
+    std::u16string_view View() const {
+        if (!mText) {
+            return {};
+        }
+        std::uint32_t length = 0;
+        std::memcpy(&length, mText.get(), sizeof length);
+        return {mText.get() + kHead, length};
+    }
+    void Set(std::u16string_view key) {
+        if (key.empty()) {
+            mText.reset();
+            return;
+        }
+        mText = std::make_unique_for_overwrite<char16_t[]>(kHead + key.size());
+        const auto length = static_cast<std::uint32_t>(key.size());
+        std::memcpy(mText.get(), &length, sizeof length);
+        std::copy(key.begin(), key.end(), mText.get() + kHead);
+    }
+    void Clear() { mText.reset(); }
+
+private:
+    static constexpr std::size_t kHead = sizeof(std::uint32_t) / sizeof(char16_t);
+    std::unique_ptr<char16_t[]> mText;
+};
 
 class TreeRowNode {
 public:
@@ -30,8 +65,11 @@ public:
     // The children wait for the last sort until their folder opens: rows nobody sees are not
     // asked for keys.
     bool childrenUnsorted = false;
+    bool selected = false;
+    bool expandBelow = false;        // the folders that come below it open as they come
+    std::uint32_t selectedBelow = 0; // selected rows below this one, at any depth
     std::vector<TreeRowPtr> children;
-    WideString sortKey;
+    KeptKey sortKey;
     WideString name; // the owner's name for the row (a directory view's file name)
     std::unique_ptr<UI_TreeRow::OwnerData> ownerData;
     // Only rows that were drawn have cell views: most rows of a large tree never are.

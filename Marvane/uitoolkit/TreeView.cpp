@@ -139,7 +139,7 @@ void TreeWidget::mousePressEvent(QMouseEvent* event) {
     // is set not to, nothing changes.
     if (!indexAt(mPressedAt).isValid()) {
         if (mTree.deselectOnEmptyClick) {
-            clearSelection();
+            mTree.selection->ClearRows();
         }
         event->accept();
         return;
@@ -151,6 +151,8 @@ void TreeWidget::mousePressEvent(QMouseEvent* event) {
             {static_cast<float>(event->position().x()), static_cast<float>(event->position().y())},
             CurrentModifiers(event->modifiers()), 0);
     }
+    mPressedIndex = indexAt(mPressedAt);
+    mPressedSelected = mTree.selection->IsSelected(mPressedIndex);
     QTreeView::mousePressEvent(event);
 }
 
@@ -196,6 +198,13 @@ void TreeWidget::keyPressEvent(QKeyEvent* event) {
             event->accept();
             return;
         }
+    }
+    // "Expand all below": the folder and the folders below it open as their rows come (Qt's
+    // own opens only the rows already there, all at once).
+    if (event->key() == Qt::Key_Asterisk) {
+        mTree.expandBelow->Start(mTree.model.RowAt(currentIndex()));
+        event->accept();
+        return;
     }
     QTreeView::keyPressEvent(event);
 }
@@ -355,6 +364,117 @@ void TreeWidget::dropEvent(QDropEvent* event) {
     viewport()->update();
 }
 
+void TreeWidget::drawRow(QPainter* painter, const QStyleOptionViewItem& option,
+                         const QModelIndex& index) const {
+    if (!mTree.selection->IsSelected(index)) {
+        QTreeView::drawRow(painter, option, index);
+        return;
+    }
+    QStyleOptionViewItem selected = option;
+    selected.state |= QStyle::State_Selected;
+    QTreeView::drawRow(painter, selected, index);
+}
+
+QItemSelectionModel::SelectionFlags TreeWidget::selectionCommand(const QModelIndex& index,
+                                                                 const QEvent* event) const {
+    if (selectionMode() != QAbstractItemView::ExtendedSelection) {
+        return QTreeView::selectionCommand(index, event);
+    }
+    using Flags = QItemSelectionModel::SelectionFlags;
+    const Flags rows = QItemSelectionModel::Rows;
+    Qt::KeyboardModifiers modifiers = QApplication::keyboardModifiers();
+    const bool selected = mTree.selection->IsSelected(index);
+    switch (event != nullptr ? event->type() : QEvent::None) {
+    case QEvent::MouseMove:
+        modifiers = static_cast<const QMouseEvent*>(event)->modifiers();
+        if (modifiers.testFlag(Qt::ControlModifier)) {
+            return QItemSelectionModel::ToggleCurrent | rows;
+        }
+        break;
+    case QEvent::MouseButtonPress: {
+        const auto* mouse = static_cast<const QMouseEvent*>(event);
+        modifiers = mouse->modifiers();
+        const bool shift = modifiers.testFlag(Qt::ShiftModifier);
+        const bool control = modifiers.testFlag(Qt::ControlModifier);
+        const bool right = mouse->button() == Qt::RightButton;
+        if (!index.isValid() || ((shift || control) && right)) {
+            return QItemSelectionModel::NoUpdate;
+        }
+        // A press on a selected row may start dragging the selection: the release decides.
+        if (selected && (!shift || control)) {
+            return QItemSelectionModel::NoUpdate;
+        }
+        if (control) {
+            return QItemSelectionModel::Select | rows;
+        }
+        break;
+    }
+    case QEvent::MouseButtonRelease: {
+        // The release of a click on a selected row that did not drag: the row alone stays
+        // selected, or with Control it leaves the selection.
+        const auto* mouse = static_cast<const QMouseEvent*>(event);
+        modifiers = mouse->modifiers();
+        if (index != mPressedIndex || !mPressedSelected || state() == DragSelectingState ||
+            modifiers.testFlag(Qt::ShiftModifier) || mouse->button() == Qt::RightButton) {
+            return QItemSelectionModel::NoUpdate;
+        }
+        return (modifiers.testFlag(Qt::ControlModifier) ? QItemSelectionModel::Deselect
+                                                        : QItemSelectionModel::ClearAndSelect) |
+               rows;
+    }
+    case QEvent::KeyPress: {
+        const auto* key = static_cast<const QKeyEvent*>(event);
+        modifiers = key->modifiers();
+        switch (key->key()) {
+        case Qt::Key_Backtab:
+            modifiers &= ~Qt::ShiftModifier;
+            [[fallthrough]];
+        case Qt::Key_Down:
+        case Qt::Key_Up:
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+        case Qt::Key_Home:
+        case Qt::Key_End:
+        case Qt::Key_PageUp:
+        case Qt::Key_PageDown:
+        case Qt::Key_Tab:
+            if (modifiers.testFlag(Qt::ControlModifier)) {
+                return QItemSelectionModel::NoUpdate; // moves the current row only
+            }
+            break;
+        case Qt::Key_Select:
+            return QItemSelectionModel::Toggle | rows;
+        case Qt::Key_Space:
+            return (modifiers.testFlag(Qt::ControlModifier) ? QItemSelectionModel::Toggle
+                                                            : QItemSelectionModel::Select) |
+                   rows;
+        default:
+            break;
+        }
+        break;
+    }
+    default:
+        break;
+    }
+    if (modifiers.testFlag(Qt::ShiftModifier)) {
+        return QItemSelectionModel::SelectCurrent | rows;
+    }
+    if (modifiers.testFlag(Qt::ControlModifier)) {
+        return QItemSelectionModel::Toggle | rows;
+    }
+    if (state() == DragSelectingState) {
+        return QItemSelectionModel::Clear | QItemSelectionModel::SelectCurrent | rows;
+    }
+    return QItemSelectionModel::ClearAndSelect | rows;
+}
+
+QModelIndexList TreeWidget::selectedIndexes() const {
+    // Qt asks this only to know whether a drag may start (the drag itself asks the owner
+    // for the selected rows): one row says so without listing a million.
+    const TreeRowPtr first = mTree.selection->First();
+    return first ? QModelIndexList{mTree.model.IndexOf(first)} : QModelIndexList{};
+}
+
 void TreeWidget::paintEvent(QPaintEvent* event) {
     QTreeView::paintEvent(event);
     if (!mTree.dragFeedbackShown || mDropFeedback.isNull()) {
@@ -410,10 +530,17 @@ MultiColumnTreeImpl::MultiColumnTreeImpl(ByteString id)
         Localize("$$$/Marvane/Host/Access/TreeDescription=Each row names a folder or a project "
                  "and says who holds its lock.")));
     view->setModel(&model);
+    // After the model: giving the view a model gives it a selection of Qt's own.
+    selection = new MarkedSelection(model, view.data());
+    QItemSelectionModel* qtSelection = view->selectionModel();
+    view->setSelectionModel(selection);
+    delete qtSelection;
     view->setItemDelegate(&delegate);
+    expandBelow = std::make_unique<ExpandBelow>(model, *view);
 }
 
 MultiColumnTreeImpl::~MultiColumnTreeImpl() {
+    expandBelow.reset();
     if (view) {
         view->setItemDelegate(nullptr);
         view->setModel(nullptr);

@@ -2,6 +2,8 @@
 // The Qt side of a multi-column tree: a QTreeView over the tree model, with a delegate that
 // draws cell views, and the user's clicks turned into the tree's callbacks.
 #include "Marvane/uitoolkit/CellTextCache.h"
+#include "Marvane/uitoolkit/ExpandBelow.h"
+#include "Marvane/uitoolkit/MarkedSelection.h"
 #include "Marvane/uitoolkit/TreeModel.h"
 
 #include <QLabel>
@@ -52,6 +54,14 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    // Rows are drawn selected by the tree's own selection, which Qt's drawing does not ask.
+    void drawRow(QPainter* painter, const QStyleOptionViewItem& option,
+                 const QModelIndex& index) const override;
+    // What a click, a key or a drag over rows does to the selection, asked of the tree's
+    // own selection where Qt would ask its own.
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event) const override;
+    QModelIndexList selectedIndexes() const override;
 
 private:
     // Asks the owner about a drag event at its position and answers the event.
@@ -65,6 +75,8 @@ private:
     QRect mDropFeedback; // where the feedback is drawn, in the viewport
     QPoint mPressedAt;
     bool mPressedOnBranch = false;
+    QPersistentModelIndex mPressedIndex;
+    bool mPressedSelected = false; // the pressed row was selected before the press
     QPointer<QProgressBar> mBusy;
     QPointer<QLabel> mOverlay;
     void PlaceOverlay();
@@ -79,6 +91,8 @@ public:
     TreeModel model;
     CellDelegate delegate;
     QPointer<TreeWidget> view;
+    MarkedSelection* selection = nullptr; // the view's selection model, owned by the view
+    std::unique_ptr<ExpandBelow> expandBelow;
     UI_MultiColumnTreeHeaderRow* header = nullptr;
     float rowHeight = 24.0f;
     bool notifySelection = true;

@@ -167,9 +167,9 @@ TEST(FolderSortingTest, KeysInNamesAreSortedAndNotKeptKeysAskedForAreKept) {
     host::ApplyFolderSort(sorting.Jobs().front());
     EXPECT_EQ(rows, expected);
     EXPECT_TRUE(rows[0]->Node().sortKeyValid);
-    EXPECT_EQ(rows[0]->Node().sortKey, u"Cut");
+    EXPECT_EQ(rows[0]->Node().sortKey.View(), u"Cut");
     EXPECT_TRUE(rows[1]->Node().sortKeyValid);
-    EXPECT_EQ(rows[1]->Node().sortKey, u"Reel");
+    EXPECT_EQ(rows[1]->Node().sortKey.View(), u"Reel");
     for (const std::size_t shot : {std::size_t{2}, std::size_t{3}}) {
         EXPECT_FALSE(rows[shot]->Node().sortKeyValid);
         EXPECT_TRUE(rows[shot]->Node().sortKey.empty());
@@ -181,12 +181,37 @@ TEST(FolderSortingTest, KeysInNamesAreSortedAndNotKeptKeysAskedForAreKept) {
 TEST(FolderSortingTest, KeysOfTheSortBeforeAreLetGoOf) {
     Folder folder = MakeFolder(64, 2);
     FolderSortJob job = JobFor(folder);
-    job.discarded.assign(64, WideString(40, u'x'));
+    job.discarded.resize(64);
+    for (host::KeptKey& key : job.discarded) {
+        key.Set(WideString(40, u'x'));
+    }
     FolderSorting sorting(nullptr, true, 1);
     sorting.Submit(std::move(job));
     sorting.Finish();
     EXPECT_TRUE(sorting.Jobs().front().discarded.empty());
     EXPECT_EQ(sorting.Jobs().front().discarded.capacity(), 0u);
+}
+
+TEST(FolderSortingTest, AKeptKeyGivesBackExactlyWhatItWasGiven) {
+    host::KeptKey key;
+    EXPECT_TRUE(key.empty());
+    EXPECT_TRUE(key.View().empty());
+    // Any length, and units that are not valid text on their own (a lone surrogate, a zero).
+    WideString odd = u"Reel 10";
+    odd.push_back(u'\0');
+    odd.push_back(static_cast<char16_t>(0xD800));
+    odd += WideString(5000, u'z');
+    key.Set(odd);
+    EXPECT_FALSE(key.empty());
+    EXPECT_EQ(key.View(), odd);
+    key.Set(u"a");
+    EXPECT_EQ(key.View(), u"a");
+    // An empty key keeps nothing.
+    key.Set(u"");
+    EXPECT_TRUE(key.empty());
+    key.Set(u"b");
+    key.Clear();
+    EXPECT_TRUE(key.empty());
 }
 
 } // namespace

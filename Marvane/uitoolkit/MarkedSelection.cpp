@@ -1,0 +1,254 @@
+#include "Marvane/uitoolkit/MarkedSelection.h"
+
+#include <algorithm>
+#include <span>
+
+namespace host {
+
+namespace {
+
+// Unmarks `rows` and every row below them; how many were marked.
+std::size_t UnmarkRows(std::span<const TreeRowPtr> rows) {
+    std::size_t unmarked = 0;
+    for (const TreeRowPtr& row : rows) {
+        TreeRowNode& node = row->Node();
+        if (node.selected) {
+            node.selected = false;
+            ++unmarked;
+        }
+        if (node.selectedBelow != 0) {
+            unmarked += UnmarkRows(node.children);
+            node.selectedBelow = 0;
+        }
+    }
+    return unmarked;
+}
+
+// Adds the marked rows of `rows`, each followed by the marked rows below it, until `count`
+// rows are collected; whether they all are.
+bool CollectMarked(const std::vector<TreeRowPtr>& rows, std::size_t count,
+                   std::vector<TreeRowPtr>& marked) {
+    for (const TreeRowPtr& row : rows) {
+        const TreeRowNode& node = row->Node();
+        if (node.selected) {
+            marked.push_back(row);
+            if (marked.size() == count) {
+                return true;
+            }
+        }
+        if (node.selectedBelow != 0 && CollectMarked(node.children, count, marked)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+MarkedSelection::MarkedSelection(TreeModel& model, QObject* parent)
+    : QItemSelectionModel(&model, parent), mModel(model) {
+    connect(&model, &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            [this](const QModelIndex& folder, int first, int last) {
+                RowsAboutToBeRemoved(folder, first, last);
+            });
+    connect(&model, &QAbstractItemModel::rowsRemoved, this, [this] {
+        if (mRemovedSelected) {
+            mRemovedSelected = false;
+            Changed();
+        }
+    });
+    // A step from the anchor extends what was selected before it; once rows come or go, that
+    // is what is selected now.
+    connect(&model, &QAbstractItemModel::rowsAboutToBeInserted, this,
+            [this] { mAnchoredStep.clear(); });
+    connect(&model, &QAbstractItemModel::modelAboutToBeReset, this, [this] {
+        mAnchoredStep.clear();
+        UnmarkRows(mModel.ChildrenOf(nullptr));
+        mCount = 0;
+    });
+}
+
+bool MarkedSelection::IsSelected(const QModelIndex& index) const {
+    return index.isValid() && index.model() == &mModel &&
+           static_cast<const TreeRowNode*>(index.internalPointer())->selected;
+}
+
+bool MarkedSelection::Mark(TreeRowNode& node, bool selected, bool toggle, int& delta) {
+    const bool now = toggle ? !node.selected : selected;
+    if (now == node.selected) {
+        return false;
+    }
+    node.selected = now;
+    delta += now ? 1 : -1;
+    return true;
+}
+
+void MarkedSelection::Propagate(UI_TreeRow* parent, long long delta) {
+    if (delta == 0) {
+        return;
+    }
+    for (UI_TreeRow* folder = parent; folder != nullptr; folder = folder->Node().parent) {
+        std::uint32_t& below = folder->Node().selectedBelow;
+        below = static_cast<std::uint32_t>(static_cast<long long>(below) + delta);
+    }
+    mCount = static_cast<std::size_t>(static_cast<long long>(mCount) + delta);
+}
+
+void MarkedSelection::SetRows(const std::vector<TreeRowPtr>& rows, bool selected) {
+    mAnchoredStep.clear();
+    bool changed = false;
+    // Rows of one folder mostly follow one another: their folders are told once a run.
+    UI_TreeRow* runParent = nullptr;
+    int delta = 0;
+    for (const TreeRowPtr& row : rows) {
+        if (!row || row->Node().tree != &mModel) {
+            continue;
+        }
+        TreeRowNode& node = row->Node();
+        if (node.parent != runParent) {
+            Propagate(runParent, delta);
+            runParent = node.parent;
+            delta = 0;
+        }
+        changed = Mark(node, selected, false, delta) || changed;
+    }
+    Propagate(runParent, delta);
+    if (changed) {
+        Changed();
+    }
+}
+
+void MarkedSelection::ClearRows() {
+    mAnchoredStep.clear();
+    if (mCount == 0) {
+        return;
+    }
+    UnmarkRows(mModel.ChildrenOf(nullptr));
+    mCount = 0;
+    Changed();
+}
+
+std::vector<TreeRowPtr> MarkedSelection::InDisplayOrder() const {
+    std::vector<TreeRowPtr> selected;
+    if (mCount != 0) {
+        selected.reserve(mCount);
+        CollectMarked(mModel.ChildrenOf(nullptr), mCount, selected);
+    }
+    return selected;
+}
+
+TreeRowPtr MarkedSelection::First() const {
+    std::vector<TreeRowPtr> first;
+    if (mCount != 0) {
+        CollectMarked(mModel.ChildrenOf(nullptr), 1, first);
+    }
+    return first.empty() ? nullptr : first.front();
+}
+
+bool MarkedSelection::UndoAnchoredStep() {
+    bool changed = false;
+    for (auto step = mAnchoredStep.rbegin(); step != mAnchoredStep.rend(); ++step) {
+        TreeRowNode& node = step->first->Node();
+        int delta = 0;
+        if (node.tree == &mModel && Mark(node, step->second, false, delta)) {
+            Propagate(node.parent, delta);
+            changed = true;
+        }
+    }
+    mAnchoredStep.clear();
+    return changed;
+}
+
+void MarkedSelection::select(const QModelIndex& index, SelectionFlags command) {
+    select(QItemSelection(index, index), command);
+}
+
+void MarkedSelection::select(const QItemSelection& selection, SelectionFlags command) {
+    if (command == NoUpdate) {
+        return;
+    }
+    bool changed = false;
+    // Cleared and selected again, the rows that were selected before and are again did not
+    // change: they are compared afterwards.
+    std::vector<TreeRowPtr> cleared;
+    if (command.testFlag(Clear)) {
+        mAnchoredStep.clear();
+    }
+    if (command.testFlag(Clear) && mCount != 0) {
+        cleared = InDisplayOrder();
+        UnmarkRows(mModel.ChildrenOf(nullptr));
+        mCount = 0;
+    }
+    if (command.testFlag(Current)) {
+        changed = UndoAnchoredStep() || changed;
+    }
+    mAnchoredStep.clear();
+    const bool deselect = command.testFlag(Deselect);
+    const bool toggle = !deselect && command.testFlag(Toggle);
+    if (deselect || toggle || command.testFlag(Select)) {
+        for (const QItemSelectionRange& range : selection) {
+            const QModelIndex parentIndex = range.parent();
+            const TreeRowPtr parent = mModel.RowAt(parentIndex);
+            if (!range.isValid() || range.model() != &mModel ||
+                (parentIndex.isValid() && !parent)) {
+                continue;
+            }
+            const std::vector<TreeRowPtr>& rows = mModel.ChildrenOf(parent.get());
+            const int last = std::min(range.bottom(), static_cast<int>(rows.size()) - 1);
+            int delta = 0;
+            for (int number = std::max(range.top(), 0); number <= last; ++number) {
+                const TreeRowPtr& row = rows[static_cast<std::size_t>(number)];
+                const bool before = row->Node().selected;
+                if (Mark(row->Node(), !deselect, toggle, delta)) {
+                    changed = true;
+                    if (command.testFlag(Current)) {
+                        mAnchoredStep.emplace_back(row, before);
+                    }
+                }
+            }
+            Propagate(parent.get(), delta);
+        }
+    }
+    if (!cleared.empty()) {
+        changed = mCount != cleared.size() ||
+                  std::any_of(cleared.begin(), cleared.end(),
+                              [](const TreeRowPtr& row) { return !row->Node().selected; });
+    }
+    if (changed) {
+        Changed();
+    }
+}
+
+void MarkedSelection::clear() {
+    ClearRows();
+    QItemSelectionModel::clear();
+}
+
+void MarkedSelection::reset() {
+    mAnchoredStep.clear();
+    UnmarkRows(mModel.ChildrenOf(nullptr));
+    mCount = 0;
+    QItemSelectionModel::reset();
+}
+
+void MarkedSelection::RowsAboutToBeRemoved(const QModelIndex& folder, int first, int last) {
+    mAnchoredStep.clear();
+    const TreeRowPtr parent = mModel.RowAt(folder);
+    if (mCount == 0 || (folder.isValid() && !parent)) {
+        return;
+    }
+    const std::vector<TreeRowPtr>& rows = mModel.ChildrenOf(parent.get());
+    const auto begin = rows.begin() + std::clamp(first, 0, static_cast<int>(rows.size()));
+    const auto end = rows.begin() + std::clamp(last + 1, 0, static_cast<int>(rows.size()));
+    const std::size_t removed = UnmarkRows(std::span<const TreeRowPtr>(begin, end));
+    if (removed != 0) {
+        Propagate(parent.get(), -static_cast<long long>(removed));
+        mRemovedSelected = true;
+    }
+}
+
+void MarkedSelection::Changed() {
+    emit selectionChanged(QItemSelection(), QItemSelection());
+}
+
+} // namespace host
