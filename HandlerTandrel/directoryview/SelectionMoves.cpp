@@ -73,14 +73,8 @@ void SelectionMoves::MovePageUp() {
     MoveSelectionTo(opened[static_cast<std::size_t>(target)]);
 }
 
-void SelectionMoves::SelectAll(const std::function<bool(const host::TreeRowPtr& row)>& selectable) {
-    std::vector<host::TreeRowPtr> rows;
-    for (const host::TreeRowPtr& row : mTree.GetOpenedRows()) {
-        if (selectable(row)) {
-            rows.push_back(row);
-        }
-    }
-    mTree.SelectRows(rows, true); // one change, told once
+void SelectionMoves::SelectAll(const host::TreeRowPtr& except) {
+    mTree.SelectOpenedRows(except, true); // one change, told once
 }
 
 void SelectionMoves::DeselectAll() {

@@ -5,7 +5,6 @@
 // upwards.
 #include "host/MultiColumnTree.h"
 
-#include <functional>
 #include <vector>
 
 namespace HandlerTandrel {
@@ -18,8 +17,9 @@ public:
     void MoveEnd();
     void MovePageDown();
     void MovePageUp();
-    // Selects every row reachable through open folders that selectable accepts.
-    void SelectAll(const std::function<bool(const host::TreeRowPtr& row)>& selectable);
+    // Selects every row reachable through open folders, but `except` (a top row, or null)
+    // and what it holds.
+    void SelectAll(const host::TreeRowPtr& except);
     void DeselectAll();
     // Whole rows that fit in the tree's visible height.
     int RowsPerPage() const;

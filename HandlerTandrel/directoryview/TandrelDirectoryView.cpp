@@ -345,25 +345,18 @@ void TandrelDirectoryView::SelectAll() {
     // The trash and what it holds are never selected with the rest. The trash is a top row:
     // it is found by its name, and only a row of that name is compared with it on disk (on a
     // share a comparison is a round trip, and there may be many thousand rows).
-    const host::UI_TreeRow* trash = nullptr;
+    host::TreeRowPtr trash;
     const host::WideString trashName =
         host::GetPathFileName(host::GetMvProductionTrashDirectoryPath());
     host::UI_MultiColumnTree& tree = GetTree();
     for (int index = 0; !trashName.empty() && index < tree.GetTopLevelRowCount(); ++index) {
         const host::TreeRowPtr row = tree.GetTopLevelRow(index);
         if (row->GetName() == trashName && host::IsTheMvProductionTrashDirectory(GetRowPath(row))) {
-            trash = row.get();
+            trash = row;
             break;
         }
     }
-    mMoves.SelectAll([trash](const host::TreeRowPtr& row) {
-        for (const host::UI_TreeRow* at = row.get(); at != nullptr; at = at->GetParent()) {
-            if (at == trash) {
-                return false;
-            }
-        }
-        return true;
-    });
+    mMoves.SelectAll(trash);
 }
 
 void TandrelDirectoryView::ApplyStateAfterListing() {

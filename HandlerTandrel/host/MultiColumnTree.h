@@ -155,10 +155,13 @@ public:
     // Selection.
     // Selects the row as said, and makes it the current row.
     void SelectRow(const TreeRowPtr& row, RowSelection how, SelectionNotice notice);
-    // Adds the rows to the selection in one change (rows of one folder side by side make one
-    // range), the last of them becoming the current row. notify: tell the selection callback,
-    // once.
+    // Adds the rows to the selection in one change, the last of them becoming the current
+    // row. notify: tell the selection callback, once.
     void SelectRows(const std::vector<TreeRowPtr>& rows, bool notify);
+    // Adds every row that can be seen (its folders open) to the selection in one change, but
+    // `except` and the rows below it; the last one becomes the current row. Costs one look
+    // at each such row, with no list of them made.
+    void SelectOpenedRows(const TreeRowPtr& except, bool notify);
     void DeselectAllRows();
     // In display order.
     std::vector<TreeRowPtr> GetSelectedRows() const;

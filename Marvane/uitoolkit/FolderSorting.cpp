@@ -127,6 +127,10 @@ void FolderSorting::Sort(FolderSortJob& job) const {
     }
     job.discarded.clear();
     job.discarded.shrink_to_fit();
+    // The rows in their places at once, by whichever thread sorted them: while the helper puts
+    // a folder's rows in order the main thread asks the keys of folders below them, which are
+    // other rows (the main thread waits in Finish, so nothing else reads them meanwhile).
+    ApplyFolderSort(job);
 }
 
 void ApplyFolderSort(FolderSortJob& job) {

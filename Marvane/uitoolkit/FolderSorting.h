@@ -50,7 +50,8 @@ public:
 
     void Submit(FolderSortJob job);
     // Sorts what is left with the helper and waits for it; an exception of a comparison made
-    // by the helper is thrown here.
+    // by the helper is thrown here. Each folder's rows are put in their new order
+    // (ApplyFolderSort) as soon as it is sorted.
     void Finish();
     // The folders in the order they were handed over, each sorted once Finish returned.
     std::deque<FolderSortJob>& Jobs() { return mJobs; }

@@ -118,6 +118,35 @@ void MarkedSelection::SetRows(const std::vector<TreeRowPtr>& rows, bool selected
     }
 }
 
+TreeRowPtr MarkedSelection::SetOpenedRows(const TreeModel::OpenTest& isOpen,
+                                          const UI_TreeRow* except) {
+    mAnchoredStep.clear();
+    TreeRowPtr last;
+    bool changed = false;
+    // Depth first in display order, each folder's marks counted once for the folders above.
+    const auto mark = [&](const auto& self, const std::vector<TreeRowPtr>& rows,
+                          UI_TreeRow* parent) -> void {
+        int delta = 0;
+        for (const TreeRowPtr& row : rows) {
+            if (row.get() == except) {
+                continue;
+            }
+            TreeRowNode& node = row->Node();
+            changed = Mark(node, true, false, delta) || changed;
+            last = row;
+            if (!node.children.empty() && isOpen(row)) {
+                self(self, node.children, row.get());
+            }
+        }
+        Propagate(parent, delta);
+    };
+    mark(mark, mModel.ChildrenOf(nullptr), nullptr);
+    if (changed) {
+        Changed();
+    }
+    return last;
+}
+
 void MarkedSelection::ClearRows() {
     mAnchoredStep.clear();
     if (mCount == 0) {

@@ -27,6 +27,9 @@ public:
     // Adds the rows of the tree among `rows` to the selection (false: takes them out), told
     // as one change when any changed.
     void SetRows(const std::vector<TreeRowPtr>& rows, bool selected);
+    // Adds every row of open folders to the selection, but `except` and the rows below it, as
+    // one change; the last row marked (null when none was there).
+    TreeRowPtr SetOpenedRows(const TreeModel::OpenTest& isOpen, const UI_TreeRow* except);
     // No row is selected any more (told when one was).
     void ClearRows();
     // The selected rows in display order: each folder's rows, each followed by the rows of

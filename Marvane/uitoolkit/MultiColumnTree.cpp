@@ -330,6 +330,15 @@ void UI_MultiColumnTree::SelectRows(const std::vector<TreeRowPtr>& rows, bool no
     mImpl->notifySelection = true;
 }
 
+void UI_MultiColumnTree::SelectOpenedRows(const TreeRowPtr& except, bool notify) {
+    mImpl->notifySelection = notify;
+    if (const TreeRowPtr last = mImpl->selection->SetOpenedRows(mImpl->OpenTest(), except.get())) {
+        mImpl->selection->setCurrentIndex(mImpl->model.IndexOf(last),
+                                          QItemSelectionModel::NoUpdate);
+    }
+    mImpl->notifySelection = true;
+}
+
 void UI_MultiColumnTree::DeselectAllRows() {
     mImpl->selection->ClearRows();
 }

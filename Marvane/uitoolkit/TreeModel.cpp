@@ -462,8 +462,8 @@ void TreeModel::SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> fold
 
 void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen) {
     // Folder by folder, each row is asked for its key once, on this thread; the folders already
-    // asked are sorted meanwhile, on a helper thread once there are many rows, and the rows are
-    // put in their new order here at the end.
+    // asked are sorted meanwhile, on a helper thread once there are many rows, and each folder's
+    // rows are put in their new order by the thread that sorted it.
     FolderSorting sorting(mHeader ? mHeader->stringSorting : nullptr,
                           !mHeader || mHeader->sortAscending, kSortHelperFromRows);
     const UI_MultiColumnTree::ColumnID column = mHeader ? mHeader->sortColumn : 0;
@@ -502,10 +502,7 @@ void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const
         }
         sorting.Submit(std::move(job));
     }
-    sorting.Finish();
-    for (FolderSortJob& job : sorting.Jobs()) {
-        ApplyFolderSort(job);
-    }
+    sorting.Finish(); // every folder's rows are in their new order
 }
 
 void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {

@@ -81,9 +81,6 @@ TEST(FolderSortingTest, ManyFoldersSortedBesideTheMainThreadEndAsAStableSortOfEa
         sorting.Finish();
         EXPECT_TRUE(sorting.UsedHelper());
         EXPECT_GT(comparisons.load(), 0);
-        for (FolderSortJob& job : sorting.Jobs()) {
-            host::ApplyFolderSort(job);
-        }
         for (std::size_t index = 0; index < folders.size(); ++index) {
             EXPECT_EQ(folders[index].rows, expected[index]) << "folder " << index;
             // Each row keeps its key and knows its new place.
@@ -103,7 +100,6 @@ TEST(FolderSortingTest, AFewRowsAreSortedOnTheMainThreadAlone) {
     sorting.Submit(JobFor(folder));
     sorting.Finish();
     EXPECT_FALSE(sorting.UsedHelper());
-    host::ApplyFolderSort(sorting.Jobs().front());
     EXPECT_EQ(folder.rows, expected);
 }
 
@@ -115,7 +111,6 @@ TEST(FolderSortingTest, RowsAlreadyInOrderAreLeftWhereTheyAre) {
     sorting.Submit(JobFor(folder));
     sorting.Finish();
     EXPECT_FALSE(sorting.Jobs().front().reordered);
-    host::ApplyFolderSort(sorting.Jobs().front());
     EXPECT_EQ(folder.rows, before);
 }
 
@@ -164,7 +159,6 @@ TEST(FolderSortingTest, KeysInNamesAreSortedAndNotKeptKeysAskedForAreKept) {
     FolderSorting sorting(nullptr, true, 4096);
     sorting.Submit(std::move(job));
     sorting.Finish();
-    host::ApplyFolderSort(sorting.Jobs().front());
     EXPECT_EQ(rows, expected);
     EXPECT_TRUE(rows[0]->Node().sortKeyValid);
     EXPECT_EQ(rows[0]->Node().sortKey.View(), u"Cut");
