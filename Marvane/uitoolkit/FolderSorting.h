@@ -3,9 +3,9 @@
 // by folder and hands each folder over; once enough rows were handed over, a helper thread
 // sorts the folders already asked while the main thread asks the next ones, and the main thread
 // joins in when it has asked them all. Each folder's keys are copied side by side before its
-// sort. Only positions are sorted, never the rows: the rows are
-// put in order afterwards on the main thread (Apply). The keys of the sort before are let go
-// of by whichever thread sorts their folder.
+// sort. Positions are sorted, then the folder's rows are put in that order (ApplyFolderSort)
+// by the thread that sorted them: the main thread meanwhile reads only other rows. The keys of
+// the sort before are let go of by whichever thread sorts their folder.
 #include "Marvane/uitoolkit/TreeRowNode.h"
 #include "host/MultiColumnTree.h"
 

@@ -1,23 +1,29 @@
 #include "Marvane/uitoolkit/MarkedSelection.h"
 
 #include <algorithm>
+#include <limits>
 #include <span>
 
 namespace host {
 
 namespace {
 
-// Unmarks `rows` and every row below them; how many were marked.
-std::size_t UnmarkRows(std::span<const TreeRowPtr> rows) {
+// Unmarks `rows` and every row below them, stopping once `left` marked rows were found (the
+// selection knows how many there are); how many were marked.
+std::size_t UnmarkRows(std::span<const TreeRowPtr> rows,
+                       std::size_t left = std::numeric_limits<std::size_t>::max()) {
     std::size_t unmarked = 0;
     for (const TreeRowPtr& row : rows) {
+        if (unmarked == left) {
+            break;
+        }
         TreeRowNode& node = row->Node();
         if (node.selected) {
             node.selected = false;
             ++unmarked;
         }
         if (node.selectedBelow != 0) {
-            unmarked += UnmarkRows(node.children);
+            unmarked += UnmarkRows(node.children, left - unmarked);
             node.selectedBelow = 0;
         }
     }
@@ -57,13 +63,11 @@ MarkedSelection::MarkedSelection(TreeModel& model, QObject* parent)
             Changed();
         }
     });
-    // A step from the anchor extends what was selected before it; once rows come or go, that
-    // is what is selected now.
-    connect(&model, &QAbstractItemModel::rowsAboutToBeInserted, this,
-            [this] { mAnchoredStep.clear(); });
+    // Qt's own telling of a change (of the rows it holds too) is counted: see Changed.
+    connect(this, &QItemSelectionModel::selectionChanged, this, [this] { ++mTold; });
     connect(&model, &QAbstractItemModel::modelAboutToBeReset, this, [this] {
         mAnchoredStep.clear();
-        UnmarkRows(mModel.ChildrenOf(nullptr));
+        UnmarkRows(mModel.ChildrenOf(nullptr), mCount);
         mCount = 0;
     });
 }
@@ -152,7 +156,7 @@ void MarkedSelection::ClearRows() {
     if (mCount == 0) {
         return;
     }
-    UnmarkRows(mModel.ChildrenOf(nullptr));
+    UnmarkRows(mModel.ChildrenOf(nullptr), mCount);
     mCount = 0;
     Changed();
 }
@@ -205,7 +209,7 @@ void MarkedSelection::select(const QItemSelection& selection, SelectionFlags com
     }
     if (command.testFlag(Clear) && mCount != 0) {
         cleared = InDisplayOrder();
-        UnmarkRows(mModel.ChildrenOf(nullptr));
+        UnmarkRows(mModel.ChildrenOf(nullptr), mCount);
         mCount = 0;
     }
     if (command.testFlag(Current)) {
@@ -255,14 +259,23 @@ void MarkedSelection::clear() {
 
 void MarkedSelection::reset() {
     mAnchoredStep.clear();
-    UnmarkRows(mModel.ChildrenOf(nullptr));
+    UnmarkRows(mModel.ChildrenOf(nullptr), mCount);
     mCount = 0;
     QItemSelectionModel::reset();
 }
 
 void MarkedSelection::RowsAboutToBeRemoved(const QModelIndex& folder, int first, int last) {
-    mAnchoredStep.clear();
+    // Qt heard of the removal first and told of its part, the rows mirrored, if any went.
+    const bool qtTold = mTold != mToldSeen;
+    mToldSeen = mTold;
     const TreeRowPtr parent = mModel.RowAt(folder);
+    // A step from the anchor goes on over rows that stay (rows below these are passed over
+    // when the step is undone: they are out of the tree by then).
+    std::erase_if(mAnchoredStep, [&](const auto& step) {
+        const TreeRowNode& node = step.first->Node();
+        return node.tree != &mModel ||
+               (node.parent == parent.get() && node.index >= first && node.index <= last);
+    });
     if (mCount == 0 || (folder.isValid() && !parent)) {
         return;
     }
@@ -272,12 +285,33 @@ void MarkedSelection::RowsAboutToBeRemoved(const QModelIndex& folder, int first,
     const std::size_t removed = UnmarkRows(std::span<const TreeRowPtr>(begin, end));
     if (removed != 0) {
         Propagate(parent.get(), -static_cast<long long>(removed));
-        mRemovedSelected = true;
+        mRemovedSelected = !qtTold;
+    }
+}
+
+void MarkedSelection::Mirror() {
+    if (mCount <= kMirroredRows) {
+        QItemSelection rows;
+        for (const TreeRowPtr& row : InDisplayOrder()) {
+            const QModelIndex first = mModel.IndexOf(row);
+            rows.append(QItemSelectionRange(
+                first, first.siblingAtColumn(mModel.columnCount(first.parent()) - 1)));
+        }
+        QItemSelectionModel::select(rows, ClearAndSelect);
+    } else if (QItemSelectionModel::hasSelection()) {
+        QItemSelectionModel::select(QItemSelection(), Clear);
     }
 }
 
 void MarkedSelection::Changed() {
-    emit selectionChanged(QItemSelection(), QItemSelection());
+    // Qt tells of its own part when it changed, with the rows that did; else the view is
+    // told here that something changed, without which.
+    const std::uint64_t told = mTold;
+    Mirror();
+    if (mTold == told) {
+        emit selectionChanged(QItemSelection(), QItemSelection());
+    }
+    mToldSeen = mTold;
 }
 
 } // namespace host

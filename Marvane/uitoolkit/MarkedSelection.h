@@ -7,11 +7,13 @@
 // Qt's own selection keeps ranges of rows, one or more per folder, and compares ranges with
 // each other and with every row it draws: with thousands of folders open that grows with the
 // square of their number. The view still talks to this class as to any selection model
-// (clicks, keys and its Select All come through select()); Qt's part of it stays empty.
+// (clicks, keys and its Select All come through select()); Qt's part of it holds the
+// selection only while it is small.
 #include "Marvane/uitoolkit/TreeModel.h"
 
 #include <QItemSelectionModel>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -53,6 +55,9 @@ private:
     // they were before it; whether any changed.
     bool UndoAnchoredStep();
     void RowsAboutToBeRemoved(const QModelIndex& parent, int first, int last);
+    // A small selection is also given to Qt's own part, which screen readers, the folder
+    // lines and the focus frame read; a big one is not (that is what costs).
+    void Mirror();
     void Changed();
 
     TreeModel& mModel;
@@ -61,6 +66,9 @@ private:
     // changed, each row with whether it was selected before: the next such step replaces it.
     std::vector<std::pair<TreeRowPtr, bool>> mAnchoredStep;
     bool mRemovedSelected = false;
+    static constexpr std::size_t kMirroredRows = 64;
+    std::uint64_t mTold = 0;     // times a change was told, by this class or by Qt's part
+    std::uint64_t mToldSeen = 0; // mTold when this class last looked
 };
 
 } // namespace host

@@ -5,6 +5,7 @@
 #include "Marvane/uitoolkit/PlainToolTip.h"
 
 #include <algorithm>
+#include <exception>
 #include <numeric>
 #include <unordered_set>
 #include <utility>
@@ -450,7 +451,14 @@ void TreeModel::SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> fold
     for (const QModelIndex& index : before) {
         places.emplace_back(NodeOf(index), index.column());
     }
-    SortFolders(std::move(folders), isOpen);
+    // Folders are put in order as they are sorted: should a key or a comparison fail, the
+    // ones already sorted have moved, and the view hears of it all the same.
+    std::exception_ptr failure;
+    try {
+        SortFolders(std::move(folders), isOpen);
+    } catch (...) {
+        failure = std::current_exception();
+    }
     QModelIndexList after;
     after.reserve(before.size());
     for (const auto& [node, column] : places) {
@@ -458,6 +466,9 @@ void TreeModel::SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> fold
     }
     changePersistentIndexList(before, after);
     emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
 }
 
 void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen) {

@@ -388,7 +388,10 @@ QItemSelectionModel::SelectionFlags TreeWidget::selectionCommand(const QModelInd
     case QEvent::MouseMove:
         modifiers = static_cast<const QMouseEvent*>(event)->modifiers();
         if (modifiers.testFlag(Qt::ControlModifier)) {
-            return QItemSelectionModel::ToggleCurrent | rows;
+            // Dragging over rows with Control does to each what the press did to the first.
+            return (mPressedSelected ? QItemSelectionModel::Deselect
+                                     : QItemSelectionModel::Select) |
+                   QItemSelectionModel::Current | rows;
         }
         break;
     case QEvent::MouseButtonPress: {
@@ -400,8 +403,12 @@ QItemSelectionModel::SelectionFlags TreeWidget::selectionCommand(const QModelInd
         if (!index.isValid() || ((shift || control) && right)) {
             return QItemSelectionModel::NoUpdate;
         }
+        // Shift extends from the anchor, with Control or not.
+        if (shift) {
+            break;
+        }
         // A press on a selected row may start dragging the selection: the release decides.
-        if (selected && (!shift || control)) {
+        if (selected) {
             return QItemSelectionModel::NoUpdate;
         }
         if (control) {

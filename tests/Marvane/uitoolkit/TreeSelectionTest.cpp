@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QHeaderView>
 #include <QImage>
+#include <QItemSelectionModel>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <cstdlib>
@@ -203,6 +204,35 @@ TEST_F(TreeSelectionTest, ShiftClicksFromOneAnchorReplaceEachOtherAcrossFolders)
     EXPECT_EQ(SelectedNames(), (std::vector<std::u16string>{u"f0-00", u"f0-01", u"f0-02"}));
     Key(Qt::Key_Down, Qt::ShiftModifier);
     EXPECT_EQ(SelectedNames(), (std::vector<std::u16string>{u"f0-01", u"f0-02"}));
+}
+
+TEST_F(TreeSelectionTest, ControlShiftClickExtendsFromTheAnchorKeepingTheRest) {
+    const std::vector<TreeRowPtr> folders = Folders(1, 8);
+    Click(folders[0]->GetChild(0));
+    Click(folders[0]->GetChild(3), Qt::ControlModifier);
+    Click(folders[0]->GetChild(5), Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(SelectedNames(),
+              (std::vector<std::u16string>{u"f0-00", u"f0-03", u"f0-04", u"f0-05"}));
+}
+
+TEST_F(TreeSelectionTest, ASmallSelectionIsAlsoQtsOwnForScreenReadersAndABigOneIsNot) {
+    const std::vector<TreeRowPtr> folders = Folders(2, 60);
+    QItemSelectionModel& qt = *view()->selectionModel();
+    const auto index = [&](const TreeRowPtr& row) { return tree.GetImpl()->model.IndexOf(row); };
+    tree.SelectRows({folders[0]->GetChild(2), folders[1]->GetChild(7)}, true);
+    EXPECT_TRUE(qt.isSelected(index(folders[0]->GetChild(2))));
+    EXPECT_TRUE(qt.isSelected(index(folders[1]->GetChild(7))));
+    EXPECT_FALSE(qt.isSelected(index(folders[1]->GetChild(8))));
+    const int toldBefore = told;
+    view()->selectAll(); // 122 rows: too many to give Qt, told once all the same
+    EXPECT_EQ(told, toldBefore + 1);
+    EXPECT_EQ(tree.GetSelectedRows().size(), 122u);
+    EXPECT_FALSE(qt.hasSelection());
+    // Back to a few: Qt's part holds them again.
+    Click(folders[1]->GetChild(1));
+    EXPECT_EQ(SelectedNames(), std::vector<std::u16string>{u"f1-01"});
+    EXPECT_TRUE(qt.isSelected(index(folders[1]->GetChild(1))));
+    EXPECT_EQ(qt.selectedRows().size(), 1);
 }
 
 TEST_F(TreeSelectionTest, ArrowKeysMoveTheSelectionAndControlSpaceTogglesTheCurrentRow) {
