@@ -1,8 +1,6 @@
 // "Expand all below" on a tree whose folders are listed when they open, as the production's
 // are: the rows of a folder arrive after it opens, in a later turn of the event loop.
-#include "Marvane/uitoolkit/TreeView.h"
-#include "ViewTestSupport.h"
-#include "host/MultiColumnTree.h"
+#include "NamedRowsTree.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -15,24 +13,11 @@
 namespace {
 
 using host::TreeRowPtr;
-using host::UI_MultiColumnTree;
 
-constexpr UI_MultiColumnTree::ColumnID kName = 1;
-
-class ExpandBelowTest : public ::testing::Test {
+class ExpandBelowTest : public testsupport::NamedRowsTree {
 protected:
     void SetUp() override {
-        header.AppendColumn("Name", kName);
-        header.SetSortColumn(kName);
-        header.SetSortDirection(true);
-        header.SetStringSortingCallback(
-            [](std::u16string_view a, std::u16string_view b) { return a < b; });
-        tree.SetHeaderRow(&header);
-        tree.SetSortDataCallback(
-            [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) { return Name(row); });
-        tree.SetCellTextCallback(
-            [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) { return Name(row); });
-        tree.SetRowHeight(20);
+        NamedRowsTree::SetUp();
         // A folder opened for the first time is listed a turn later: three folders and two
         // projects, three levels deep.
         tree.SetDisclosureChangedCallback([this](const TreeRowPtr& row, bool open) {
@@ -42,16 +27,7 @@ protected:
             listed[row.get()] = true;
             QTimer::singleShot(0, view(), [this, row] { List(row); });
         });
-        view()->resize(400, 300);
-        view()->show();
-        SettleEvents();
-    }
-    QTreeView* view() const { return tree.GetImpl()->view.data(); }
-    std::u16string Name(const TreeRowPtr& row) const { return names.at(row.get()); }
-    TreeRowPtr Row(const std::u16string& name, bool folder) {
-        auto row = std::make_shared<host::UI_TreeRow>(folder);
-        names[row.get()] = name;
-        return row;
+        Show();
     }
     int Depth(const TreeRowPtr& row) const {
         int depth = 0;
@@ -97,9 +73,6 @@ protected:
         QApplication::sendEvent(view(), &key);
     }
 
-    host::UI_MultiColumnTreeHeaderRow header;
-    UI_MultiColumnTree tree{"Test.ExpandBelow"};
-    std::map<const host::UI_TreeRow*, std::u16string> names;
     std::map<const host::UI_TreeRow*, bool> listed;
     int listings = 0;
     TreeRowPtr closeOnceListed;

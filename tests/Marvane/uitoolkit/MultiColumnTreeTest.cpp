@@ -1,6 +1,7 @@
 #include "host/MultiColumnTree.h"
 #include "Marvane/uitoolkit/CellTextCache.h"
 #include "Marvane/uitoolkit/TreeView.h"
+#include "NamedRowsTree.h"
 #include "ViewTestSupport.h"
 
 #include <QAbstractItemModelTester>
@@ -47,10 +48,7 @@ protected:
     void SetUp() override {
         header.AppendColumn("Name", kName);
         header.AppendColumn("Size", kSize);
-        header.SetSortColumn(kName);
-        header.SetSortDirection(true);
-        header.SetStringSortingCallback(
-            [](std::u16string_view a, std::u16string_view b) { return a < b; });
+        testsupport::SortAscendingBy(header, kName);
         tree.SetHeaderRow(&header);
         tree.SetSortDataCallback(
             [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column) {

@@ -1,8 +1,6 @@
 // The tree's selection as the person makes it (clicks, Shift and Control, keys, the view's own
 // Select All) and as it follows the rows (removed, sorted), drawn where the rows are.
-#include "Marvane/uitoolkit/TreeView.h"
-#include "ViewTestSupport.h"
-#include "host/MultiColumnTree.h"
+#include "NamedRowsTree.h"
 
 #include <QApplication>
 #include <QHeaderView>
@@ -19,36 +17,14 @@
 namespace {
 
 using host::TreeRowPtr;
-using host::UI_MultiColumnTree;
 
-constexpr UI_MultiColumnTree::ColumnID kName = 1;
-
-class TreeSelectionTest : public ::testing::Test {
+class TreeSelectionTest : public testsupport::NamedRowsTree {
 protected:
     void SetUp() override {
-        header.AppendColumn("Name", kName);
-        header.SetSortColumn(kName);
-        header.SetSortDirection(true);
-        header.SetStringSortingCallback(
-            [](std::u16string_view a, std::u16string_view b) { return a < b; });
-        tree.SetHeaderRow(&header);
-        tree.SetSortDataCallback(
-            [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) { return Name(row); });
-        tree.SetCellTextCallback(
-            [this](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID) { return Name(row); });
-        tree.SetRowHeight(20);
+        NamedRowsTree::SetUp();
         tree.SetAllowsMultipleSelection(true);
         tree.SetSelectionChangedCallback([this] { ++told; });
-        view()->resize(400, 300);
-        view()->show();
-        SettleEvents();
-    }
-    QTreeView* view() const { return tree.GetImpl()->view.data(); }
-    std::u16string Name(const TreeRowPtr& row) const { return names.at(row.get()); }
-    TreeRowPtr Row(const std::u16string& name, bool folder = false) {
-        auto row = std::make_shared<host::UI_TreeRow>(folder);
-        names[row.get()] = name;
-        return row;
+        Show();
     }
     // Folders "f0".."fN" of rows "fX-00".."fX-NN", every one open.
     std::vector<TreeRowPtr> Folders(int folders, int rowsEach) {
@@ -98,9 +74,6 @@ protected:
         QApplication::sendEvent(view(), &event);
     }
 
-    host::UI_MultiColumnTreeHeaderRow header;
-    UI_MultiColumnTree tree{"Test.Selection"};
-    std::map<const host::UI_TreeRow*, std::u16string> names;
     int told = 0;
 };
 
