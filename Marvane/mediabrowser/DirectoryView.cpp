@@ -38,6 +38,9 @@ namespace host {
 
 namespace {
 
+// An entry that is a link (to whatever it leads to): only this view reads it.
+constexpr std::string_view kIsLinkField = "isLink";
+
 struct Listing {
     DirectoryContent content;
     std::string snapshot; // as the directory monitor compares a polled folder; empty: unread
@@ -160,10 +163,12 @@ Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
     std::unordered_map<std::string, LockFileSeen> names; // what was seen of each entry
     std::vector<std::string> entryNames;
     std::vector<std::string> paths;
+    std::vector<bool> links;
     const bool read = ForEachFolderEntry(
-        folder, [&](const std::string& name, const std::string& path, unsigned char) {
+        folder, [&](const std::string& name, const std::string& path, unsigned char type) {
             entryNames.push_back(name);
             paths.push_back(path);
+            links.push_back(type == DT_LNK);
         });
     if (!read) {
         listing.error = errno != 0 ? errno : EIO;
@@ -183,6 +188,9 @@ Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
         entry.fields.emplace(std::string(kPathField), ToUTF16(paths[index]));
         entry.fields.emplace(std::string(kIsDirectoryField),
                              found.known && S_ISDIR(status.stx_mode));
+        if (links[index]) {
+            entry.fields.emplace(std::string(kIsLinkField), true);
+        }
         if (found.known) {
             entry.fields.emplace(std::string(kSizeField),
                                  static_cast<std::int64_t>(status.stx_size));
@@ -403,6 +411,8 @@ void MediaBrowserDirectoryView::InsertDirectoryContent(const TreeRowPtr& row, co
             continue;
         }
         auto child = std::make_shared<UI_TreeRow>(RowCanHaveChildren(entry));
+        // A link to a folder can lead back up the tree: opening everything below stops there.
+        child->Node().throughLink = EntryFlag(entry, kIsLinkField);
         AddRowToMaps(child, path);
         fresh.push_back(std::move(child));
     }

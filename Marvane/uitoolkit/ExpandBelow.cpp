@@ -11,6 +11,12 @@ namespace {
 // view at once.
 constexpr qint64 kTurnMs = 20;
 
+// Whether the opening goes on into the row: a folder, and not a link to one (which may lead
+// back up the tree, or anywhere).
+bool Follows(const UI_TreeRow& row) {
+    return row.CanHaveChildren() && !row.Node().throughLink;
+}
+
 void StopBelow(const TreeRowPtr& row) {
     TreeRowNode& node = row->Node();
     if (!node.expandBelow) {
@@ -60,8 +66,7 @@ void ExpandBelow::RowsInserted(const QModelIndex& parent, int first, int last) {
     const std::vector<TreeRowPtr>& rows = folder->Node().children;
     for (int number = first; number <= last && static_cast<std::size_t>(number) < rows.size();
          ++number) {
-        const TreeRowPtr& row = rows[static_cast<std::size_t>(number)];
-        if (row->CanHaveChildren()) {
+        if (const TreeRowPtr& row = rows[static_cast<std::size_t>(number)]; Follows(*row)) {
             Queue(row);
         }
     }
@@ -89,7 +94,7 @@ void ExpandBelow::OpenSome() {
         }
         // Rows it already had are not inserted again: their folders wait their turn now.
         for (const TreeRowPtr& row : folder->Node().children) {
-            if (row->CanHaveChildren() && !row->Node().expandBelow) {
+            if (Follows(*row) && !row->Node().expandBelow) {
                 Queue(row);
             }
         }

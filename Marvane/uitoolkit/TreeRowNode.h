@@ -67,6 +67,7 @@ public:
     bool childrenUnsorted = false;
     bool selected = false;
     bool expandBelow = false;        // the folders that come below it open as they come
+    bool throughLink = false;        // a link to a folder: "expand all below" does not go into it
     std::uint32_t selectedBelow = 0; // selected rows below this one, at any depth
     std::vector<TreeRowPtr> children;
     KeptKey sortKey;
