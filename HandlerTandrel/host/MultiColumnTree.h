@@ -165,6 +165,13 @@ public:
     void DeselectAllRows();
     // In display order.
     std::vector<TreeRowPtr> GetSelectedRows() const;
+    std::size_t GetSelectedRowCount() const;
+    bool IsRowSelected(const TreeRowPtr& row) const;
+    // Calls visit with each selected row in display order until it answers false; whether it
+    // never did. With `outermost`, the rows below a selected row are not visited: a selected
+    // folder stands for what it holds. No list of the rows is made.
+    bool VisitSelectedRows(const std::function<bool(const TreeRowPtr&)>& visit,
+                           bool outermost) const;
     // A number that changes whenever the selection, or the rows, may have changed: what was
     // made of the selected rows at one value still holds while it stays.
     std::uint64_t GetSelectionVersion() const;

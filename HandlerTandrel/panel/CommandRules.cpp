@@ -29,10 +29,6 @@ host::ProjectPtr OpenProjectAt(const host::WideString& path) {
     return host::FindOpenProject(host::ToUTF8(path));
 }
 
-bool AnyOf(const std::vector<host::WideString>& paths, bool (*test)(const host::WideString&)) {
-    return std::any_of(paths.begin(), paths.end(), test);
-}
-
 // The last part of a path; empty when that part may name something else once normalised.
 std::u16string_view PlainFileName(std::u16string_view path) {
     while (path.size() > 1 && path.back() == u'/') {
@@ -59,24 +55,28 @@ public:
             path = host::WideString(PlainFileName(path));
         }
     }
-    host::ProjectPtr Find(const host::WideString& path) const {
-        const std::u16string_view name = PlainFileName(path);
+    // Whether an item of this name may be one of the open projects.
+    bool MayBeOne(std::u16string_view name) const {
         // A name with surrogates may be spelled otherwise once made UTF-8: the host decides.
-        const bool mayBeOne =
-            name.empty() ||
-            std::any_of(name.begin(), name.end(),
-                        [](char16_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }) ||
-            std::find(mNames.begin(), mNames.end(), name) != mNames.end();
-        return mayBeOne ? OpenProjectAt(path) : nullptr;
+        return name.empty() || name == u"." || name == u".." ||
+               std::any_of(name.begin(), name.end(),
+                           [](char16_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }) ||
+               std::find(mNames.begin(), mNames.end(), name) != mNames.end();
     }
-    // Whether any of the paths is an open project that passes the test.
-    bool AnyOf(const std::vector<host::WideString>& paths,
+    // Whether any of the items is an open project that passes the test; only the items named
+    // as one of them are looked for among the open projects, and they are found once for the
+    // same selection and the same open projects.
+    bool AnyOf(const SelectedItems& selected,
                bool (*test)(const host::ProjectPtr&) = nullptr) const {
-        return !mNames.empty() &&
-               std::any_of(paths.begin(), paths.end(), [&](const host::WideString& path) {
-                   const host::ProjectPtr project = Find(path);
-                   return project && (test == nullptr || test(project));
-               });
+        if (mNames.empty()) {
+            return false;
+        }
+        const std::vector<host::WideString>& named = selected.PathsNamed(
+            mNames, [this](std::u16string_view name) { return MayBeOne(name); });
+        return std::any_of(named.begin(), named.end(), [test](const host::WideString& path) {
+            const host::ProjectPtr project = OpenProjectAt(path);
+            return project && (test == nullptr || test(project));
+        });
     }
 
 private:
@@ -108,23 +108,29 @@ std::vector<host::ProjectPtr> ProjectsOfTheProduction() {
 
 // Every selected path an open project, all read-only or all read-write, and over read-only
 // ones no other editor holding a lock. The menu text offers the other mode.
-bool DecideLockToggle(const std::vector<host::WideString>& selected, host::CommandStatus& status) {
+bool DecideLockToggle(const SelectedItems& selected, host::CommandStatus& status) {
     if (selected.empty() || !host::HasDocumentManager()) {
         return false;
     }
+    // One visit, stopping at the first item that is no open project or is in the other mode
+    // (a Select All stops at its first row).
     std::optional<bool> readOnly;
-    for (const host::WideString& path : selected) {
+    const bool notAllAlike = selected.AnyOf([&readOnly](const host::WideString& path) {
         const host::ProjectPtr project = OpenProjectAt(path);
         if (!project) {
-            return false;
+            return true;
         }
         const bool thisReadOnly = host::GetIsReadOnly(project);
         if (readOnly && *readOnly != thisReadOnly) {
-            return false;
+            return true;
         }
         readOnly = thisReadOnly;
+        return false;
+    });
+    if (notAllAlike || !readOnly) {
+        return false;
     }
-    if (*readOnly && AnyOf(selected, &Utils::IsLockedByOtherUser)) {
+    if (*readOnly && selected.AnyOf(&Utils::IsLockedByOtherUser)) {
         return false;
     }
     status.label = host::Localize(*readOnly ? kReadWriteModeKey : kReadOnlyModeKey);
@@ -135,71 +141,76 @@ bool DecideLockToggle(const std::vector<host::WideString>& selected, host::Comma
 
 namespace Rules {
 
-bool MakesItems(const CommandFacts& facts, const SelectedPaths& selected, host::CommandStatus&) {
+bool MakesItems(const CommandFacts& facts, const SelectedItems& selected, host::CommandStatus&) {
     return CanCreateForSelection(selected, !facts.production.empty());
 }
 
-bool MovesToTrash(const CommandFacts& facts, const SelectedPaths& selected, host::CommandStatus&) {
-    return facts.movable ? *facts.movable : Utils::CanMoveItems(selected);
+bool MovesToTrash(const CommandFacts& facts, const SelectedItems& selected, host::CommandStatus&) {
+    // What lies in a selected folder goes with it, and the test looks through the folder.
+    return facts.movable ? *facts.movable : Utils::CanMoveItems(*selected.Outermost());
 }
 
-bool AlwaysOn(const CommandFacts&, const SelectedPaths&, host::CommandStatus&) {
+bool AlwaysOn(const CommandFacts&, const SelectedItems&, host::CommandStatus&) {
     return true;
 }
 
-bool OpensClosedProjects(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
-    return host::HasDocumentManager() && AnyOf(selected, &IsClosedProject);
+bool OpensClosedProjects(const CommandFacts&, const SelectedItems& selected, host::CommandStatus&) {
+    return host::HasDocumentManager() && selected.AnyOf(&IsClosedProject);
 }
 
-bool ClosesOpenProjects(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
+bool ClosesOpenProjects(const CommandFacts&, const SelectedItems& selected, host::CommandStatus&) {
     return host::HasDocumentManager() && host::OpenProjectCount() > 0 &&
            OpenProjectFinder().AnyOf(selected);
 }
 
-bool ClosesSomeOfTheOpenProjects(const CommandFacts&, const SelectedPaths& selected,
+bool ClosesSomeOfTheOpenProjects(const CommandFacts&, const SelectedItems& selected,
                                  host::CommandStatus&) {
     return host::HasDocumentManager() && host::OpenProjectCount() > 1 &&
            OpenProjectFinder().AnyOf(selected);
 }
 
-bool RefreshesOutOfDateProjects(const CommandFacts&, const SelectedPaths& selected,
+bool RefreshesOutOfDateProjects(const CommandFacts&, const SelectedItems& selected,
                                 host::CommandStatus&) {
     return host::HasDocumentManager() && host::OpenProjectCount() > 0 &&
            OpenProjectFinder().AnyOf(selected, &IsOutOfDateReadOnly);
 }
 
-bool RenamesOneFreeItem(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
-    return selected.size() == 1 && !Utils::IsLockedByOtherUser(selected.front()) &&
-           !host::DoesDirectoryContainLockedProjects(host::ToUTF8(selected.front()), true, true);
+bool RenamesOneFreeItem(const CommandFacts&, const SelectedItems& selected, host::CommandStatus&) {
+    if (selected.size() != 1) {
+        return false;
+    }
+    const host::WideString only = selected.Only();
+    return !Utils::IsLockedByOtherUser(only) &&
+           !host::DoesDirectoryContainLockedProjects(host::ToUTF8(only), true, true);
 }
 
-bool TogglesTheLock(const CommandFacts&, const SelectedPaths& selected,
+bool TogglesTheLock(const CommandFacts&, const SelectedItems& selected,
                     host::CommandStatus& status) {
     return DecideLockToggle(selected, status);
 }
 
-bool NeedsAProduction(const CommandFacts& facts, const SelectedPaths&, host::CommandStatus&) {
+bool NeedsAProduction(const CommandFacts& facts, const SelectedItems&, host::CommandStatus&) {
     return !facts.production.empty();
 }
 
-bool NeedsASelection(const CommandFacts&, const SelectedPaths& selected, host::CommandStatus&) {
+bool NeedsASelection(const CommandFacts&, const SelectedItems& selected, host::CommandStatus&) {
     return !selected.empty();
 }
 
-bool RefreshesTheProductionsOutOfDateProjects(const CommandFacts&, const SelectedPaths&,
+bool RefreshesTheProductionsOutOfDateProjects(const CommandFacts&, const SelectedItems&,
                                               host::CommandStatus&) {
     const auto projects = ProjectsOfTheProduction();
     return std::any_of(projects.begin(), projects.end(), &IsOutOfDateReadOnly);
 }
 
-bool SavesTheProductionsProjects(const CommandFacts&, const SelectedPaths&, host::CommandStatus&) {
+bool SavesTheProductionsProjects(const CommandFacts&, const SelectedItems&, host::CommandStatus&) {
     const auto projects = ProjectsOfTheProduction();
     return std::any_of(projects.begin(), projects.end(), [](const host::ProjectPtr& project) {
         return !host::GetIsReadOnly(project);
     });
 }
 
-bool ClosesTheProductionsProjects(const CommandFacts&, const SelectedPaths&, host::CommandStatus&) {
+bool ClosesTheProductionsProjects(const CommandFacts&, const SelectedItems&, host::CommandStatus&) {
     return !ProjectsOfTheProduction().empty();
 }
 
@@ -207,11 +218,11 @@ bool ClosesTheProductionsProjects(const CommandFacts&, const SelectedPaths&, hos
 
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
                          host::CommandStatus& status) {
-    return DecideCommandStatus(id, facts, facts.selected, status);
+    return DecideCommandStatus(id, facts, SelectedItems(facts.selected), status);
 }
 
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
-                         const SelectedPaths& selected, host::CommandStatus& status) {
+                         const SelectedItems& selected, host::CommandStatus& status) {
     status.checked = false;
     const PanelCommand* command = FindPanelCommand(id);
     if (command == nullptr || (command->before == Before::kHostRules && !facts.created)) {

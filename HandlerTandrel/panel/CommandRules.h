@@ -26,50 +26,50 @@ struct CommandFacts {
 // text is set with its status.
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
                          host::CommandStatus& status);
-// The same with the selected paths given apart (facts.selected is not looked at): a caller
-// that keeps a big selection's paths need not copy them for each command.
+// The same with the selected items given apart (facts.selected is not looked at): the panel
+// reads a big selection per folder rather than as a list of paths.
 bool DecideCommandStatus(host::CommandID id, const CommandFacts& facts,
-                         const SelectedPaths& selected, host::CommandStatus& status);
+                         const SelectedItems& selected, host::CommandStatus& status);
 
 // The rules the commands' records name: whether a command is enabled.
 namespace Rules {
 // New Folder, New Project, Add Project: where the selection lets an item be made.
-bool MakesItems(const CommandFacts& facts, const SelectedPaths& selected,
+bool MakesItems(const CommandFacts& facts, const SelectedItems& selected,
                 host::CommandStatus& status);
 // Nothing selected is in the trash, held by another editor or holds their projects.
-bool MovesToTrash(const CommandFacts& facts, const SelectedPaths& selected,
+bool MovesToTrash(const CommandFacts& facts, const SelectedItems& selected,
                   host::CommandStatus& status);
-bool AlwaysOn(const CommandFacts& facts, const SelectedPaths& selected,
+bool AlwaysOn(const CommandFacts& facts, const SelectedItems& selected,
               host::CommandStatus& status);
 // A selected project is closed.
-bool OpensClosedProjects(const CommandFacts& facts, const SelectedPaths& selected,
+bool OpensClosedProjects(const CommandFacts& facts, const SelectedItems& selected,
                          host::CommandStatus& status);
 // A selected project is open.
-bool ClosesOpenProjects(const CommandFacts& facts, const SelectedPaths& selected,
+bool ClosesOpenProjects(const CommandFacts& facts, const SelectedItems& selected,
                         host::CommandStatus& status);
 // A selected project is open, and it is not the only open project.
-bool ClosesSomeOfTheOpenProjects(const CommandFacts& facts, const SelectedPaths& selected,
+bool ClosesSomeOfTheOpenProjects(const CommandFacts& facts, const SelectedItems& selected,
                                  host::CommandStatus& status);
 // A selected project is open read-only and changed on disk since.
-bool RefreshesOutOfDateProjects(const CommandFacts& facts, const SelectedPaths& selected,
+bool RefreshesOutOfDateProjects(const CommandFacts& facts, const SelectedItems& selected,
                                 host::CommandStatus& status);
 // One item is selected, and neither it nor anything in it is held by another editor.
-bool RenamesOneFreeItem(const CommandFacts& facts, const SelectedPaths& selected,
+bool RenamesOneFreeItem(const CommandFacts& facts, const SelectedItems& selected,
                         host::CommandStatus& status);
 // Every selected item an open project, all in one mode; the menu text offers the other.
-bool TogglesTheLock(const CommandFacts& facts, const SelectedPaths& selected,
+bool TogglesTheLock(const CommandFacts& facts, const SelectedItems& selected,
                     host::CommandStatus& status);
-bool NeedsAProduction(const CommandFacts& facts, const SelectedPaths& selected,
+bool NeedsAProduction(const CommandFacts& facts, const SelectedItems& selected,
                       host::CommandStatus& status);
-bool NeedsASelection(const CommandFacts& facts, const SelectedPaths& selected,
+bool NeedsASelection(const CommandFacts& facts, const SelectedItems& selected,
                      host::CommandStatus& status);
 // The production's open projects: one out of date, one that can be saved, any at all.
 bool RefreshesTheProductionsOutOfDateProjects(const CommandFacts& facts,
-                                              const SelectedPaths& selected,
+                                              const SelectedItems& selected,
                                               host::CommandStatus& status);
-bool SavesTheProductionsProjects(const CommandFacts& facts, const SelectedPaths& selected,
+bool SavesTheProductionsProjects(const CommandFacts& facts, const SelectedItems& selected,
                                  host::CommandStatus& status);
-bool ClosesTheProductionsProjects(const CommandFacts& facts, const SelectedPaths& selected,
+bool ClosesTheProductionsProjects(const CommandFacts& facts, const SelectedItems& selected,
                                   host::CommandStatus& status);
 } // namespace Rules
 

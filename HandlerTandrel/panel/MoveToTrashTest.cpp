@@ -63,9 +63,9 @@ MoveToTrashTest::~MoveToTrashTest() {
     }
 }
 
-std::optional<bool> MoveToTrashTest::Answer(const Paths& paths) {
+std::optional<bool> MoveToTrashTest::Answer(const Paths& paths, std::size_t items) {
     State& state = *mState;
-    if (paths->size() <= kTestedAtOnce) {
+    if (std::max(items, paths->size()) <= kTestedAtOnce) {
         if (state.testing) {
             state.stop->store(true); // a big selection's test is of no use now
         }

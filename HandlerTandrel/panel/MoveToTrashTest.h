@@ -34,7 +34,10 @@ public:
     MoveToTrashTest& operator=(const MoveToTrashTest&) = delete;
 
     // The answer for these paths; none while a worker is still testing them.
-    std::optional<bool> Answer(const Paths& paths);
+    std::optional<bool> Answer(const Paths& paths) { return Answer(paths, paths->size()); }
+    // The same for paths that stand for `items` selected items (a selected folder stands for
+    // the selected rows in it): a few paths for many items are tested on a worker too.
+    std::optional<bool> Answer(const Paths& paths, std::size_t items);
     // What the items hold may have changed (rows were listed again, another production
     // opened): a kept answer is tested again the next time it is asked for.
     void Forget();

@@ -4,6 +4,7 @@
 // that carries it out. A command without a record is the host's: its default status and action.
 #include "host/CoreTypes.h"
 #include "host/UIFramework.h"
+#include "panel/SelectedItems.h"
 
 #include <cstdint>
 #include <span>
@@ -31,7 +32,7 @@ enum class Before : std::uint8_t {
 
 using SelectedPaths = std::vector<host::WideString>;
 // Whether the command is enabled; may also set its menu text (status.label).
-using StatusRule = bool (*)(const CommandFacts& facts, const SelectedPaths& selected,
+using StatusRule = bool (*)(const CommandFacts& facts, const SelectedItems& selected,
                             host::CommandStatus& status);
 // Carries the command out; selected is empty for a command whose rule never reads it.
 using CommandAction = void (*)(TandrelTabView& panel, const SelectedPaths& selected);

@@ -4,11 +4,11 @@
 
 namespace HandlerTandrel {
 
-bool CanCreateForSelection(const std::vector<host::WideString>& selected, bool productionOpen) {
+bool CanCreateForSelection(const SelectedItems& selected, bool productionOpen) {
     if (selected.empty()) {
         return productionOpen;
     }
-    return selected.size() == 1 && !host::IsInMvProductionTrash(selected.front(), true);
+    return selected.size() == 1 && !host::IsInMvProductionTrash(selected.Only(), true);
 }
 
 } // namespace HandlerTandrel

@@ -29,11 +29,12 @@ bool TandrelTabView::FindCommandStatus(const host::Command& command, host::Comma
     CommandFacts facts;
     facts.created = IsCreated() && mTreeView != nullptr;
     facts.production = Utils::OpenProductionFolder();
-    static const SelectedPaths kNone;
-    const SelectedPaths& selected = RuleReadsSelection(*record) ? SelectedPathsForStatus() : kNone;
+    static const SelectedItems kNone;
+    const SelectedItems& selected = RuleReadsSelection(*record) ? SelectionForStatus() : kNone;
     if (command.id == kCmdMoveToTrash && facts.created && mMoveTest) {
         // Not known yet: the command may be chosen, and carrying it out tests.
-        facts.movable = mMoveTest->Answer(SharedSelectedPathsForStatus()).value_or(true);
+        const SelectedItems& moved = SelectionForStatus();
+        facts.movable = mMoveTest->Answer(moved.Outermost(), moved.size()).value_or(true);
     }
     if (DecideCommandStatus(command.id, facts, selected, status)) {
         return true;

@@ -21,28 +21,27 @@ std::vector<host::WideString> TandrelTabView::GetSelectedPaths() const {
                                     : mDirectoryView->GetSelectedPaths();
 }
 
-const std::vector<host::WideString>& TandrelTabView::SelectedPathsForStatus() {
-    return *SharedSelectedPathsForStatus();
-}
-
-std::shared_ptr<const std::vector<host::WideString>>
-TandrelTabView::SharedSelectedPathsForStatus() {
+const SelectedItems& TandrelTabView::SelectionForStatus() {
     if (!mTreeView) {
-        mStatusPaths.reset();
-        static const auto none = std::make_shared<const std::vector<host::WideString>>();
+        mStatusSelection.reset();
+        static const SelectedItems none;
         return none;
     }
     const bool searchResults = IsShowingSearchResults();
     const std::uint64_t version = searchResults
                                       ? mSearchResultsView->GetTree().GetSelectionVersion()
                                       : mDirectoryView->GetTree().GetSelectionVersion();
-    if (!mStatusPaths || mStatusPaths->searchResults != searchResults ||
-        mStatusPaths->version != version) {
-        mStatusPaths =
-            StatusPaths{searchResults, version,
-                        std::make_shared<const std::vector<host::WideString>>(GetSelectedPaths())};
+    if (!mStatusSelection || mStatusSelection->searchResults != searchResults ||
+        mStatusSelection->version != version) {
+        // Search results are few enough to be listed; the tree's rows are read where they are.
+        mStatusSelection = StatusSelection{
+            searchResults, version,
+            searchResults
+                ? SelectedItems(mSearchResultsView->GetSelectedPaths())
+                : SelectedItems::OfRows(
+                      std::weak_ptr<const host::MediaBrowserDirectoryView>(mDirectoryView))};
     }
-    return mStatusPaths->paths;
+    return mStatusSelection->items;
 }
 
 float TandrelTabView::GetStackedDimensionHeight() const {

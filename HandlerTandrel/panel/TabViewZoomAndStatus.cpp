@@ -25,9 +25,7 @@ void TandrelTabView::UpdateStatusText() {
     }
     const int total = IsShowingSearchResults() ? mSearchResultsView->GetRowCount()
                                                : mDirectoryView->GetItemCount();
-    // The paths the buttons and menus read are made once per selection; counting them here
-    // costs nothing more (a Select All of 100,000 rows makes them once, not twice).
-    const auto selected = static_cast<int>(SelectedPathsForStatus().size());
+    const auto selected = static_cast<int>(SelectionForStatus().size());
     mStatusText->SetValue(StatusTextFor(total, selected));
 }
 
@@ -39,11 +37,10 @@ void TandrelTabView::UpdateButtons() {
     CommandFacts facts;
     facts.created = IsCreated();
     facts.production = Utils::OpenProductionFolder();
-    const auto shared = SharedSelectedPathsForStatus();
-    const std::vector<host::WideString>& selected = *shared;
+    const SelectedItems& selected = SelectionForStatus();
     if (facts.created && mMoveTest) {
         // The button waits for the answer.
-        facts.movable = mMoveTest->Answer(shared).value_or(false);
+        facts.movable = mMoveTest->Answer(selected.Outermost(), selected.size()).value_or(false);
     }
     const auto enable = [&facts, &selected](host::PictureButton& button, host::CommandID id) {
         host::CommandStatus status;

@@ -9,6 +9,7 @@
 #include "host/UIControls.h"
 #include "host/UIFramework.h"
 #include "panel/PanelLayout.h"
+#include "panel/SelectedItems.h"
 #include "state/ProductionSettingsStore.h"
 #include "state/TabViewStateData.h"
 
@@ -137,12 +138,10 @@ private:
     void AnswerDropOnTrashButton(host::DropRequest& request);
     // What the selected items hold may have changed: the kept move-to-trash answer is old.
     void ForgetMoveTest();
-    // The selected paths for the commands' status: made once while the selection and the rows
+    // The selected items for the commands' status: made once while the selection and the rows
     // stay as they are (the host asks for several commands' status in a row, and again
-    // several times a second).
-    const std::vector<host::WideString>& SelectedPathsForStatus();
-    // The same, shared (with a test of the selection that runs on a worker).
-    std::shared_ptr<const std::vector<host::WideString>> SharedSelectedPathsForStatus();
+    // several times a second). The tree's are read from its rows when a rule asks.
+    const SelectedItems& SelectionForStatus();
 
     PanelMetrics mMetrics;
     double mZoomStep = 0.25;
@@ -153,14 +152,14 @@ private:
     host::WideString mLastSearchText;
     bool mUpdatePending = false;
     std::unique_ptr<MoveToTrashTest> mMoveTest;
-    // The selected paths as the commands' status last saw them, and for which selection: the
-    // host asks the status of many commands in a row.
-    struct StatusPaths {
+    // The selection as the commands' status last saw it, and which one: the host asks the
+    // status of many commands in a row.
+    struct StatusSelection {
         bool searchResults = false;
         std::uint64_t version = 0;
-        std::shared_ptr<const std::vector<host::WideString>> paths;
+        SelectedItems items;
     };
-    std::optional<StatusPaths> mStatusPaths;
+    std::optional<StatusSelection> mStatusSelection;
 
     const std::shared_ptr<ProductionSettingsStore> mSettings;
     std::shared_ptr<TandrelDirectoryView> mDirectoryView;

@@ -49,6 +49,23 @@ bool CollectMarked(const std::vector<TreeRowPtr>& rows, std::size_t count,
     return false;
 }
 
+// Visits the marked rows of `rows`, each followed by the marked rows below it (not below a
+// marked row when `outermost`); false when the visit asked to stop.
+bool VisitMarked(const std::vector<TreeRowPtr>& rows,
+                 const std::function<bool(const TreeRowPtr&)>& visit, bool outermost) {
+    for (const TreeRowPtr& row : rows) {
+        const TreeRowNode& node = row->Node();
+        if (node.selected && !visit(row)) {
+            return false;
+        }
+        if (node.selectedBelow != 0 && !(outermost && node.selected) &&
+            !VisitMarked(node.children, visit, outermost)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 MarkedSelection::MarkedSelection(TreeModel& model, QObject* parent)
@@ -176,6 +193,11 @@ TreeRowPtr MarkedSelection::First() const {
         CollectMarked(mModel.ChildrenOf(nullptr), 1, first);
     }
     return first.empty() ? nullptr : first.front();
+}
+
+bool MarkedSelection::Visit(const std::function<bool(const TreeRowPtr&)>& visit,
+                            bool outermost) const {
+    return mCount == 0 || VisitMarked(mModel.ChildrenOf(nullptr), visit, outermost);
 }
 
 bool MarkedSelection::UndoAnchoredStep() {

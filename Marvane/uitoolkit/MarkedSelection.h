@@ -14,6 +14,7 @@
 #include <QItemSelectionModel>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -39,6 +40,9 @@ public:
     std::vector<TreeRowPtr> InDisplayOrder() const;
     // The first selected row in display order; null when none is.
     TreeRowPtr First() const;
+    // Calls visit with the selected rows in display order until it answers false (whether it
+    // never did); with `outermost`, not the rows below a selected row.
+    bool Visit(const std::function<bool(const TreeRowPtr&)>& visit, bool outermost) const;
 
     void select(const QModelIndex& index, SelectionFlags command) override;
     void select(const QItemSelection& selection, SelectionFlags command) override;

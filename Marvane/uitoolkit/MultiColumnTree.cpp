@@ -360,6 +360,19 @@ std::vector<TreeRowPtr> UI_MultiColumnTree::GetSelectedRows() const {
     return mImpl->SelectedRows();
 }
 
+std::size_t UI_MultiColumnTree::GetSelectedRowCount() const {
+    return mImpl->selection->Count();
+}
+
+bool UI_MultiColumnTree::IsRowSelected(const TreeRowPtr& row) const {
+    return row && row->Node().tree == &mImpl->model && MarkedSelection::IsSelected(*row);
+}
+
+bool UI_MultiColumnTree::VisitSelectedRows(const std::function<bool(const TreeRowPtr&)>& visit,
+                                           bool outermost) const {
+    return mImpl->selection->Visit(visit, outermost);
+}
+
 void UI_MultiColumnTree::SetSortDataCallback(SortDataCallback callback) {
     mImpl->model.sortData = std::move(callback);
 }

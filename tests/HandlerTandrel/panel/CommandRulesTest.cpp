@@ -4,11 +4,14 @@
 
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/core/DefaultExecutor.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "base/ProductionCommands.h"
+#include "host/FileServices.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
+#include "panel/MoveToTrashTest.h"
 
 #include <filesystem>
 #include <fstream>
@@ -224,6 +227,136 @@ TEST_F(CommandRulesTest, MovingZoomingRevealingAndCopyingFollowOnlyTheSelectionO
     EXPECT_TRUE(Enabled(kCmdMakeACopy, {scene4, scene12}));
     EXPECT_TRUE(Enabled(kHostCmdSelectAll, {}));
     EXPECT_TRUE(Enabled(kHostCmdDeselectAll, {scene4}));
+}
+
+// A selection as a tree gives it: its items visited in order, each path made when asked for,
+// and the items in no other selected item given apart. Counts what it is asked.
+class CountedSelection final : public SelectedItems::Source {
+public:
+    CountedSelection(std::vector<host::WideString> all, std::vector<host::WideString> outermost)
+        : mAll(std::move(all)), mOutermost(std::move(outermost)) {}
+    std::size_t Count() const override { return mAll.size(); }
+    bool AnyOf(const SelectedItems::NameTest& mayMatch,
+               const SelectedItems::PathTest& test) const override {
+        for (const host::WideString& path : mAll) {
+            ++visited;
+            if (mayMatch && !mayMatch(host::GetPathFileName(path))) {
+                continue;
+            }
+            ++made;
+            if (test(path)) {
+                return true;
+            }
+        }
+        return false;
+    }
+    std::vector<host::WideString> Outermost() const override {
+        ++outermostAsked;
+        return mOutermost;
+    }
+    std::vector<host::WideString> All() const override {
+        ADD_FAILURE() << "a rule asked for every path";
+        return mAll;
+    }
+    mutable int visited = 0;
+    mutable int made = 0;
+    mutable int outermostAsked = 0;
+
+private:
+    std::vector<host::WideString> mAll;
+    std::vector<host::WideString> mOutermost;
+};
+
+// A thousand takes in "Dailies", selected with the folder, and the two scenes.
+std::shared_ptr<CountedSelection> EveryTakeSelected(const fs::path& pilot, const fs::path& first,
+                                                    const fs::path& last) {
+    std::vector<host::WideString> all{host::ToUTF16(first.string()),
+                                      host::ToUTF16((pilot / "Dailies").string())};
+    for (int take = 0; take < 1000; ++take) {
+        all.push_back(host::ToUTF16(
+            (pilot / "Dailies" / ("Take " + std::to_string(take) + ".mvproj")).string()));
+    }
+    all.push_back(host::ToUTF16(last.string()));
+    return std::make_shared<CountedSelection>(
+        all, std::vector<host::WideString>{all[0], all[1], all.back()});
+}
+
+TEST_F(CommandRulesTest, RulesAboutOpenProjectsMakeOnlyPathsNamedAsOneAndOncePerSelection) {
+    const auto counted = EveryTakeSelected(pilot, scene12, scene4);
+    const SelectedItems selected{std::shared_ptr<const SelectedItems::Source>(counted)};
+    testsupport::OpenProject(scene4);
+    CommandFacts facts{true, {}, W(pilot)};
+    host::CommandStatus status;
+    ASSERT_TRUE(DecideCommandStatus(kCmdCloseProject, facts, selected, status));
+    EXPECT_TRUE(status.enabled);
+    // Every item was visited by name; only the one named as the open project had a path.
+    EXPECT_EQ(counted->visited, 1003);
+    EXPECT_EQ(counted->made, 1);
+    // Asked again, and by the other rules about open projects, nothing is visited again.
+    ASSERT_TRUE(DecideCommandStatus(kCmdCloseProject, facts, selected, status));
+    ASSERT_TRUE(DecideCommandStatus(kCmdRefreshProject, facts, selected, status));
+    EXPECT_FALSE(status.enabled);
+    EXPECT_EQ(counted->visited, 1003);
+    // Another project opened is another question.
+    testsupport::OpenProject(shot);
+    ASSERT_TRUE(DecideCommandStatus(kHostCmdCloseProjects, facts, selected, status));
+    EXPECT_TRUE(status.enabled);
+    EXPECT_EQ(counted->visited, 2006);
+}
+
+TEST_F(CommandRulesTest, RulesOverABigSelectionStopAtTheFirstItemThatAnswers) {
+    testsupport::OpenProject(scene12);
+    const auto counted = EveryTakeSelected(pilot, scene12, scene4);
+    const SelectedItems selected{std::shared_ptr<const SelectedItems::Source>(counted)};
+    CommandFacts facts{true, {}, W(pilot)};
+    host::CommandStatus status;
+    // The first item is open, the folder after it is no project: the toggle is off there.
+    ASSERT_TRUE(DecideCommandStatus(kCmdToggleLock, facts, selected, status));
+    EXPECT_FALSE(status.enabled);
+    EXPECT_EQ(counted->made, 2);
+    // The first take is a closed project: Open is on there.
+    counted->made = 0;
+    ASSERT_TRUE(DecideCommandStatus(kCmdOpenProject, facts, selected, status));
+    EXPECT_TRUE(status.enabled);
+    EXPECT_EQ(counted->made, 3);
+    // Counting needs no path at all.
+    counted->made = 0;
+    for (const host::CommandID id : {kCmdNewFolder, kCmdRenameItem, kCmdRevealItemInSystem}) {
+        ASSERT_TRUE(DecideCommandStatus(id, facts, selected, status));
+    }
+    EXPECT_EQ(counted->made, 0);
+}
+
+TEST_F(CommandRulesTest, MoveToTrashOfABigSelectionLooksThroughItsOutermostFoldersOnly) {
+    const auto counted = EveryTakeSelected(pilot, scene12, scene4);
+    const SelectedItems selected{std::shared_ptr<const SelectedItems::Source>(counted)};
+    CommandFacts facts{true, {}, W(pilot)};
+    host::CommandStatus status;
+    ASSERT_TRUE(DecideCommandStatus(kCmdMoveToTrash, facts, selected, status));
+    EXPECT_TRUE(status.enabled);
+    // A project another editor holds inside the selected folder keeps it all out of the trash.
+    LockAs(shot, "Ben Ode");
+    const SelectedItems again{std::shared_ptr<const SelectedItems::Source>(counted)};
+    ASSERT_TRUE(DecideCommandStatus(kCmdMoveToTrash, facts, again, status));
+    EXPECT_FALSE(status.enabled);
+    EXPECT_EQ(counted->made, 0);
+    EXPECT_EQ(counted->outermostAsked, 2);
+}
+
+TEST_F(CommandRulesTest, AFewFoldersStandingForManySelectedItemsAreTestedOnAWorker) {
+    {
+        MoveToTrashTest test([] {});
+        const auto dailies =
+            std::make_shared<const std::vector<host::WideString>>(1, W(pilot / "Dailies"));
+        // One folder selected alone is tested at once.
+        EXPECT_EQ(test.Answer(dailies, 1), std::optional<bool>(true));
+        EXPECT_FALSE(test.IsTesting());
+        // The same folder standing for the thousands of rows selected in it is not: looking
+        // through it may take a while, and the window keeps turning meanwhile.
+        EXPECT_EQ(test.Answer(dailies, 5000), std::nullopt);
+        EXPECT_TRUE(test.IsTesting());
+    }
+    EXPECT_TRUE(host::WaitForDefaultExecutor(10000));
 }
 
 TEST_F(CommandRulesTest, SomeCommandsAreTheHostsWhileThePanelIsNotCreated) {
