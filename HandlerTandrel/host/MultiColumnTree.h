@@ -3,7 +3,9 @@
 // header row, one selection. The tree orders rows itself: for each sort it asks its owner once
 // per row for that row's key in the sort column and compares keys with the header row's
 // string sorting callback. Cells are drawn from the owner's text, or from a cell view (a
-// UI_SubView) the owner makes for the cell. All rows have one height. Main thread only.
+// UI_SubView) the owner makes for the cell. All rows have one height. Main thread only; a big
+// tree sorts on worker threads, which call only the header's comparison and the callback of
+// SetSortKeyInNameCallback.
 #include "host/CoreTypes.h"
 #include "host/DataTransfer.h"
 #include "host/UINodes.h"
@@ -86,7 +88,8 @@ public:
     // How many code units at the start of the row's name (GetName) are its key in the column,
     // when its key is the start of its name; none when it is not (the key is then asked of the
     // sort data callback). Such keys are neither asked for nor kept: a re-sort copies a
-    // folder's keys into one block for the time of its sort.
+    // folder's keys into one block for the time of its sort. A big tree is re-sorted on worker
+    // threads, which call this too: it must read nothing but the row's name.
     using SortKeyInNameCallback =
         std::function<std::optional<std::size_t>(const TreeRowPtr& row, ColumnID column)>;
     using CellTextCallback = std::function<WideString(const TreeRowPtr& row, ColumnID column)>;

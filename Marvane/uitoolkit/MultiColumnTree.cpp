@@ -42,6 +42,9 @@ const WideString& UI_TreeRow::GetName() const {
 }
 
 void UI_TreeRow::SetName(WideString name) {
+    if (Node().tree != nullptr) {
+        Node().tree->NameChanging(); // a sort on worker threads may be reading it
+    }
     Node().name = std::move(name);
 }
 

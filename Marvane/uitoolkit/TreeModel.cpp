@@ -14,23 +14,11 @@ namespace host {
 
 namespace {
 
-// A re-sort of this many rows or more sorts on a second thread while the keys are asked.
-constexpr std::size_t kSortHelperFromRows = 4096;
-
-// How many rows ahead a walk in order starts loading the nodes (and then the names) it reads.
-constexpr std::size_t kNodesAhead = 8;
-
 TreeRowNode* NodeOf(const QModelIndex& index) {
     return index.isValid() ? static_cast<TreeRowNode*>(index.internalPointer()) : nullptr;
 }
 
 } // namespace
-
-TreeModel::~TreeModel() {
-    for (const TreeRowPtr& row : mTopLevel) {
-        Detach(row);
-    }
-}
 
 QModelIndex TreeModel::index(int row, int column, const QModelIndex& parent) const {
     const TreeRowNode* parentNode = NodeOf(parent);
@@ -221,6 +209,14 @@ bool TreeModel::Before(const TreeRowPtr& a, const TreeRowPtr& b) {
     return ascending ? first < second : second < first;
 }
 
+std::size_t TreeModel::RowsAtAndBelow(const std::vector<TreeRowPtr>& rows) {
+    std::size_t count = rows.size();
+    for (const TreeRowPtr& row : rows) {
+        count += RowsAtAndBelow(row->Node().children);
+    }
+    return count;
+}
+
 void TreeModel::Reindex(std::vector<TreeRowPtr>& rows, std::size_t from) {
     for (std::size_t position = from; position < rows.size(); ++position) {
         rows[position]->Node().index = static_cast<int>(position);
@@ -272,6 +268,7 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
         Insert(parent, rows);
         return;
     }
+    RowsChanging();
     std::vector<TreeRowPtr> ordered = rows;
     for (std::size_t index = 0; index < ordered.size(); ++index) {
         TreeRowNode& node = ordered[index]->Node();
@@ -300,6 +297,7 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
         }
         const int first = static_cast<int>(siblings.size());
         beginInsertRows(IndexOf(parent), first, first + static_cast<int>(ordered.size()) - 1);
+        mRowCount += RowsAtAndBelow(ordered);
         siblings.insert(siblings.end(), ordered.begin(), ordered.end());
         Reindex(siblings, static_cast<std::size_t>(first));
         endInsertRows();
@@ -314,6 +312,7 @@ void TreeModel::InsertInOrder(const TreeRowPtr& parent, const std::vector<TreeRo
         SortChildren(ordered, false);
     }
     beginInsertRows(IndexOf(parent), 0, static_cast<int>(ordered.size()) - 1);
+    mRowCount += RowsAtAndBelow(ordered);
     siblings = std::move(ordered);
     endInsertRows();
 }
@@ -338,6 +337,8 @@ void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& 
         }
         return;
     }
+    RowsChanging();
+    mRowCount += RowsAtAndBelow(fresh);
     for (const TreeRowPtr& row : fresh) {
         row->Node().tree = this;
         row->Node().parent = parent.get();
@@ -380,16 +381,18 @@ void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& 
     }
 }
 
-void TreeModel::Detach(const TreeRowPtr& row) {
+std::size_t TreeModel::Detach(const TreeRowPtr& row) {
     TreeRowNode& node = row->Node();
     node.tree = nullptr;
     node.parent = nullptr;
     node.selected = false; // a row out of the tree is selected in none
     node.selectedBelow = 0;
     node.expandBelow = false;
+    std::size_t detached = 1;
     for (const TreeRowPtr& child : node.children) {
-        Detach(child);
+        detached += Detach(child);
     }
+    return detached;
 }
 
 void TreeModel::Remove(const TreeRowPtr& row) {
@@ -397,12 +400,13 @@ void TreeModel::Remove(const TreeRowPtr& row) {
         return;
     }
     std::vector<TreeRowPtr>& siblings = MutableChildrenOf(row->Node().parent);
+    RowsChanging();
     const int position = row->Node().index;
     beginRemoveRows(IndexOf(row->Node().parent), position, position);
     const TreeRowPtr keep = row; // the row may be held only by its parent
     siblings.erase(siblings.begin() + position);
     Reindex(siblings, static_cast<std::size_t>(position));
-    Detach(keep);
+    mRowCount -= Detach(keep);
     endRemoveRows();
 }
 
@@ -414,11 +418,12 @@ void TreeModel::RemoveChildren(const UI_TreeRow* parent) {
     if (rows.empty()) {
         return;
     }
+    RowsChanging();
     beginRemoveRows(IndexOf(parent), 0, static_cast<int>(rows.size()) - 1);
     std::vector<TreeRowPtr> gone;
     gone.swap(rows);
     for (const TreeRowPtr& row : gone) {
-        Detach(row);
+        mRowCount -= Detach(row);
     }
     endRemoveRows();
 }
@@ -429,91 +434,6 @@ void TreeModel::SetCustomChild(const TreeRowPtr& row, bool custom) {
     }
     row->Node().customChild = custom;
     RowChanged(row);
-}
-
-void TreeModel::Resort(const OpenTest& isOpen) {
-    SortInOneLayoutChange({&mTopLevel}, isOpen);
-}
-
-void TreeModel::SortOpenedFolder(const TreeRowPtr& folder, const OpenTest& isOpen) {
-    if (folder && folder->Node().tree == this && folder->Node().childrenUnsorted) {
-        folder->Node().childrenUnsorted = false; // in order from now on, rows added too
-        SortInOneLayoutChange({&folder->Node().children}, isOpen);
-    }
-}
-
-void TreeModel::SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> folders,
-                                      const OpenTest& isOpen) {
-    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-    const QModelIndexList before = persistentIndexList();
-    std::vector<std::pair<TreeRowNode*, int>> places;
-    places.reserve(static_cast<std::size_t>(before.size()));
-    for (const QModelIndex& index : before) {
-        places.emplace_back(NodeOf(index), index.column());
-    }
-    // Folders are put in order as they are sorted: should a key or a comparison fail, the
-    // ones already sorted have moved, and the view hears of it all the same.
-    std::exception_ptr failure;
-    try {
-        SortFolders(std::move(folders), isOpen);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    QModelIndexList after;
-    after.reserve(before.size());
-    for (const auto& [node, column] : places) {
-        after.push_back(node ? createIndex(node->index, column, node) : QModelIndex());
-    }
-    changePersistentIndexList(before, after);
-    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
-}
-
-void TreeModel::SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen) {
-    // Folder by folder, each row is asked for its key once, on this thread; the folders already
-    // asked are sorted meanwhile, on a helper thread once there are many rows, and each folder's
-    // rows are put in their new order by the thread that sorted it.
-    FolderSorting sorting(mHeader ? mHeader->stringSorting : nullptr,
-                          !mHeader || mHeader->sortAscending, kSortHelperFromRows);
-    const UI_MultiColumnTree::ColumnID column = mHeader ? mHeader->sortColumn : 0;
-    for (std::size_t next = 0; next < folders.size(); ++next) {
-        std::vector<TreeRowPtr>& rows = *folders[next];
-        FolderSortJob job;
-        job.rows = &rows;
-        job.keys.reserve(rows.size());
-        for (std::size_t position = 0; position < rows.size(); ++position) {
-            if (position + 2 * kNodesAhead < rows.size()) {
-                PrefetchNode(*rows[position + 2 * kNodesAhead]);
-            }
-            if (position + kNodesAhead < rows.size()) {
-                PrefetchName(*rows[position + kNodesAhead]);
-            }
-            const TreeRowPtr& row = rows[position];
-            TreeRowNode& node = row->Node();
-            if (!node.sortKey.empty()) {
-                job.discarded.push_back(std::move(node.sortKey));
-            }
-            node.sortKeyValid = false;
-            if (const std::optional<std::u16string_view> inName = KeyInName(row)) {
-                job.keys.push_back(*inName);
-            } else {
-                ++sortDataRequests;
-                job.AddOwnedKey(sortData && mHeader ? sortData(row, column) : WideString());
-            }
-            node.childrenUnsorted = false;
-            if (!node.children.empty()) {
-                if (isOpen && !isOpen(row)) {
-                    node.childrenUnsorted = true; // sorted when it opens
-                } else {
-                    folders.push_back(&node.children);
-                }
-            }
-        }
-        sorting.Submit(std::move(job));
-    }
-    sorting.Finish(); // every folder's rows are in their new order
 }
 
 void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {
@@ -529,6 +449,7 @@ void TreeModel::MoveToSortedPlace(const TreeRowPtr& row) {
     if (known && KeyOf(row) == before) {
         return;
     }
+    RowsChanging();
     std::vector<TreeRowPtr>& siblings = MutableChildrenOf(node.parent);
     const auto from = siblings.begin() + node.index;
     const auto less = [this](const TreeRowPtr& a, const TreeRowPtr& b) { return Before(a, b); };

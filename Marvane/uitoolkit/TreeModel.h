@@ -6,18 +6,22 @@
 #include <QAbstractItemModel>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 namespace host {
 
+class BackgroundSorting;
 class HeaderRowImpl;
 
 class TreeModel final : public QAbstractItemModel {
 public:
-    explicit TreeModel(QObject* parent = nullptr) : QAbstractItemModel(parent) {}
+    explicit TreeModel(QObject* parent = nullptr);
     ~TreeModel() override;
+    TreeModel(const TreeModel&) = delete;
+    TreeModel& operator=(const TreeModel&) = delete;
 
     QModelIndex index(int row, int column,
                       const QModelIndex& parent = QModelIndex()) const override;
@@ -55,8 +59,20 @@ public:
     // Whether a row is open in the view.
     using OpenTest = std::function<bool(const TreeRowPtr& row)>;
     // Orders the rows again, every row that can be seen asked for its key once. Folders that
-    // are closed keep their rows as they are until they open (SortOpenedFolder).
-    void Resort(const OpenTest& isOpen);
+    // are closed keep their rows as they are until they open (SortOpenedFolder). A big tree
+    // whose keys are the starts of its rows' names is sorted on worker threads, its rows as
+    // they were until the sort is done; then they change places at once. `done` is called
+    // when the rows are in their new order: at once, or once the workers are done. A change of
+    // the rows meanwhile starts the sort again; another Resort replaces it.
+    void Resort(const OpenTest& isOpen, std::function<void()> done = nullptr);
+    // Whether a sort goes on on worker threads.
+    bool IsSorting() const { return mBackground != nullptr || mSortRestartDue; }
+    // Trees of this many rows or more are sorted on worker threads when they can be.
+    void SetSortInBackgroundFrom(std::size_t rows) { mBackgroundFrom = rows; }
+    // The rows in the tree, at any depth.
+    std::size_t RowCount() const { return mRowCount; }
+    // A row's name is about to change: a sort that reads names starts again.
+    void NameChanging();
     // A folder opened: rows of it, and of its open folders, that wait for a sort are sorted.
     void SortOpenedFolder(const TreeRowPtr& folder, const OpenTest& isOpen);
     // Asks the row for its key again and moves it to its place when the key changed.
@@ -81,14 +97,38 @@ private:
     // Orders the rows of the folders, the first ones given first, and of the open folders below
     // them, by the header's sort; closed folders are marked to be sorted when they open.
     void SortFolders(std::vector<std::vector<TreeRowPtr>*> folders, const OpenTest& isOpen);
-    // Sorts what SortFolders sorts, in one layout change with the persistent indexes kept.
+    // Puts rows in a new order, in one layout change with the persistent indexes kept.
+    void InOneLayoutChange(const std::function<void()>& reorder);
+    // Sorts what SortFolders sorts, in one layout change.
     void SortInOneLayoutChange(std::vector<std::vector<TreeRowPtr>*> folders,
                                const OpenTest& isOpen);
     static void Reindex(std::vector<TreeRowPtr>& rows, std::size_t from = 0);
-    void Detach(const TreeRowPtr& row);
+    // How many rows these are with the rows below them.
+    static std::size_t RowsAtAndBelow(const std::vector<TreeRowPtr>& rows);
+    // Takes the row and the rows below it out of the tree; how many there were.
+    std::size_t Detach(const TreeRowPtr& row);
+    // Starts the sort asked for by Resort: on worker threads when it can, else at once.
+    void StartSorting();
+    // The workers are done: the rows change places, or are sorted here when they could not be.
+    void BackgroundSortEnded(std::uint64_t sorting);
+    void SortingDone();
+    // The rows are about to change: a sort on worker threads stops, and starts again after.
+    void RowsChanging();
 
     std::vector<TreeRowPtr> mTopLevel;
     HeaderRowImpl* mHeader = nullptr;
+    std::size_t mRowCount = 0;
+    std::size_t mBackgroundFrom;
+    // The sort asked for last: how it tells open folders, whom to tell once done, how many
+    // times it started again because the rows changed under it.
+    OpenTest mSortIsOpen;
+    std::function<void()> mSortDone;
+    int mSortRestarts = 0;
+    bool mSortRestartDue = false; // stopped by a change, it starts again at the next turn
+    std::uint64_t mSortings = 0;  // sorts started, telling a message of the workers whose it is
+    std::unique_ptr<BackgroundSorting> mBackground;
+    // A sort applied, its workers freeing what the rows no longer need.
+    std::unique_ptr<BackgroundSorting> mFreeing;
 };
 
 } // namespace host

@@ -77,6 +77,9 @@ public:
     std::unique_ptr<CellViews> cells;
 };
 
+// How many rows ahead a walk in order starts loading the nodes (and then the names) it reads.
+inline constexpr std::size_t kNodesAhead = 8;
+
 // Starts loading a row's node ahead of its use. Rows live all over the heap: a walk over many
 // of them in order (a relayout asking each row's flags, a sort asking each row's key) would
 // otherwise wait for each one in turn.

@@ -565,10 +565,12 @@ void MultiColumnTreeImpl::Resort() {
     if (view && view->verticalScrollBar()->value() > 0) {
         top = view->indexAt(QPoint(0, 0));
     }
-    model.Resort(OpenTest());
-    if (top.isValid()) {
-        view->scrollTo(top, QAbstractItemView::PositionAtTop);
-    }
+    // The row at the top stays there once the rows are in their new order.
+    model.Resort(OpenTest(), [this, top] {
+        if (top.isValid() && view) {
+            view->scrollTo(top, QAbstractItemView::PositionAtTop);
+        }
+    });
 }
 
 UI_SubView* MultiColumnTreeImpl::CellView(const TreeRowPtr& row,
