@@ -163,7 +163,8 @@ void PrintJson(const std::vector<LockReport>& reports, const fs::path& productio
 
 int ListLocks(const LockCommandOptions& options, std::ostream& out, std::ostream& err) {
     fs::path production = options.target;
-    if (production.empty()) {
+    const bool lastOpened = production.empty();
+    if (lastOpened) {
         production = HostSession::Instance().preferences.lastProduction;
     }
     std::error_code error;
@@ -181,7 +182,16 @@ int ListLocks(const LockCommandOptions& options, std::ostream& out, std::ostream
     }
     const std::vector<LockReport> reports = ListProductionLocks(production, SilentAfter());
     if (options.json) {
-        PrintJson(reports, production, out);
+        PrintJson(reports, production, out); // the listing names its production
+        return 0;
+    }
+    if (lastOpened) {
+        // Nobody named it: which production this is, before its locks.
+        out << "Locks of \"" << TerminalText(production.string())
+            << "\", the production opened last:\n";
+    }
+    if (reports.empty()) {
+        out << "No project of it is locked.\n";
     } else {
         PrintTable(reports, production, out);
     }
@@ -192,7 +202,12 @@ int Unlock(const LockCommandOptions& options, std::ostream& out, std::ostream& e
     const fs::path project = fs::absolute(options.target).lexically_normal();
     LockReport report;
     if (!InspectLock(project, SilentAfter(), report)) {
-        err << "marvane: \"" << TerminalText(project.string()) << "\" has no lock.\n";
+        // A lock left behind by a project that went is removed like any other; a name that
+        // is neither is most likely mistyped.
+        std::error_code missing;
+        const bool exists = fs::exists(fs::symlink_status(project, missing));
+        err << "marvane: \"" << TerminalText(project.string()) << "\" "
+            << (exists ? "has no lock" : "does not exist, and no lock of that name does") << ".\n";
         return 1;
     }
     const bool breakable =

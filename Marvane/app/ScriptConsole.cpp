@@ -216,6 +216,14 @@ const std::vector<ScriptConsole::Command>& ScriptConsole::Commands() {
          [](ScriptConsole& console, const Fields& fields, const Project&) {
              return RunWidgetCommand(console.mWindow, fields);
          }},
+        {"help", kAnyCount, kNoProject,
+         [](ScriptConsole&, const Fields&, const Project&) {
+             std::string names;
+             for (const Command& command : Commands()) {
+                 names += (names.empty() ? "" : "|") + std::string(command.name);
+             }
+             return "ok commands=" + names;
+         }},
         {"quit", kAnyCount, kNoProject,
          [](ScriptConsole& console, const Fields&, const Project&) {
              console.mQuitting = true;

@@ -10,7 +10,7 @@
 //   take-over PATH | break-lock PATH   clicks the page's button (the same answer as lock)
 //   answer N | text T | files PATH... (the next open-files dialog's choice; none cancels)
 //   dialogs (ok count=N last=TITLE) | panels (ok TITLE|TITLE)
-//   recovered (ok count=N) | quit
+//   recovered (ok count=N) | quit | help (ok commands=NAME|NAME...)
 //   stall                  ok longest=MS (the longest the event loop stood still since asked)
 //   move-to-trash PATH...  ok allowed | ok refused (what the production panel decided)
 //   ui VERB NAME ...       what a user does to a widget of the window (ScriptWidgets.h)

@@ -178,6 +178,42 @@ TEST_F(LockCommandsTest, UnlockRefusesYoursAndUnreadableLocksAndProjectsWithoutO
     EXPECT_TRUE(AuditLines().empty());
 }
 
+TEST_F(LockCommandsTest, UnlockOfAProjectThatDoesNotExistSaysSoButRemovesALockItLeft) {
+    const ProcessResult mistyped =
+        Run({"unlock", (production / "Reels" / "Abandonned.mvproj").string()});
+    EXPECT_EQ(mistyped.exitCode, 1);
+    EXPECT_NE(mistyped.err.find("does not exist, and no lock of that name does"), std::string::npos)
+        << mistyped.err;
+    // A project that went and left its lock behind: the lock is removed like any other.
+    const fs::path gone = production / "Reels" / "Abandoned.mvproj";
+    fs::remove(gone);
+    const ProcessResult removed = Run({"unlock", gone.string()});
+    EXPECT_EQ(removed.exitCode, 0) << removed.err;
+    EXPECT_FALSE(fs::exists(gone.string() + ".lock"));
+    EXPECT_EQ(AuditLines().size(), 1u);
+}
+
+TEST_F(LockCommandsTest, TheListingWithoutAFolderNamesTheProductionOpenedLast) {
+    fs::create_directories(profile);
+    std::ofstream(profile / "preferences.json")
+        << nlohmann::json{{"lastProduction", production.string()}}.dump();
+    const ProcessResult listed = Run({"locks"});
+    ASSERT_EQ(listed.exitCode, 0) << listed.err;
+    EXPECT_EQ(listed.out.rfind("Locks of \"" + production.string() +
+                                   "\", the production opened last:\nPROJECT",
+                               0),
+              0u)
+        << listed.out;
+    EXPECT_NE(listed.out.find("Reels/Live.mvproj"), std::string::npos) << listed.out;
+    // Named, it is the table alone; a production without locks says so.
+    EXPECT_EQ(Run({"locks", production.string()}).out.rfind("PROJECT", 0), 0u);
+    const fs::path quiet = temporary.Path() / "Quiet";
+    WriteProject(quiet / "Reel.mvproj");
+    const ProcessResult none = Run({"locks", quiet.string()});
+    EXPECT_EQ(none.exitCode, 0) << none.err;
+    EXPECT_EQ(none.out, "No project of it is locked.\n");
+}
+
 TEST_F(LockCommandsTest, AFolderAtTheLocksNameIsNeverRemovedEvenByForce) {
     const fs::path free = production / "Reels" / "Free.mvproj";
     fs::create_directories(free.string() + ".lock");

@@ -153,6 +153,28 @@ TEST(MarvaneHost, VersionGivesTheProjectsVersionWithoutAWindow) {
     EXPECT_NE(RunMarvane({"--help"}).out.find("--version"), std::string::npos);
 }
 
+TEST(MarvaneHost, TheHelpNamesNoSourceFileAndTheScriptListsItsOwnCommands) {
+    const std::string help = RunMarvane({"--help"}).out;
+    EXPECT_NE(help.find("--script"), std::string::npos) << help;
+    for (const char* source : {".h)", ".h ", ".h\n", ".cpp"}) {
+        EXPECT_EQ(help.find(source), std::string::npos) << source << " in:\n" << help;
+    }
+    EXPECT_NE(help.find("\"help\" lists the commands"), std::string::npos) << help;
+    const testsupport::TemporaryFolder temporary("e2e-script-help");
+    const fs::path folder = temporary.Path();
+    fs::create_directories(folder / "Pilot");
+    ScriptedMarvane marvane(
+        {"--production", (folder / "Pilot").string(), "--profile", (folder / "profile").string()});
+    ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
+    const std::string commands = marvane.Send({"help"});
+    ASSERT_EQ(commands.rfind("ok commands=", 0), 0u) << commands;
+    for (const char* command : {"|open|", "|status|", "|quit|", "|help|", "|move-to-trash|"}) {
+        EXPECT_NE(("|" + commands.substr(12) + "|").find(command), std::string::npos)
+            << command << " in " << commands;
+    }
+    EXPECT_EQ(marvane.Finish(), 0);
+}
+
 TEST(MarvaneHost, AScriptRunWithoutADisplaySaysNothingAboutWindowHints) {
     const testsupport::TemporaryFolder temporary("e2e-quiet");
     const fs::path folder = temporary.Path();
