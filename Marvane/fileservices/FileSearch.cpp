@@ -125,15 +125,30 @@ std::vector<WideString> RunSearch(const WideString& folder,
 std::optional<std::vector<WideString>>
 AnswerFromIndex(const std::shared_ptr<SearchIndexSource>& source, std::uint64_t ticket,
                 const WideString& folder, const std::vector<WideString>& extensions,
-                const WideString& nameFilter, const std::atomic<bool>* cancelled) {
+                const WideString& nameFilter, const std::atomic<bool>* cancelled,
+                const std::function<void(std::vector<WideString>)>& tellFirst) {
     const std::shared_ptr<const NameIndex> index =
         source ? source->IndexFor(ticket, ToUTF8(StripTrailingSlash(folder)), extensions, cancelled)
                : nullptr;
     if (index == nullptr) {
         return std::nullopt;
     }
+    // Many results take a while to make and put in order: the first of them show meanwhile,
+    // told as soon as the index found them all.
+    const auto first = [&tellFirst](const std::vector<std::string>& found) {
+        std::vector<WideString> paths;
+        paths.reserve(found.size());
+        for (const std::string& path : found) {
+            paths.push_back(ToUTF16(path));
+        }
+        tellFirst(std::move(paths));
+    };
+    const std::vector<std::string> found =
+        tellFirst ? index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled, kFirstToTell, first)
+                  : index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled);
     std::vector<WideString> paths;
-    for (const std::string& path : index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled)) {
+    paths.reserve(found.size());
+    for (const std::string& path : found) {
         paths.push_back(ToUTF16(path));
     }
     return paths;
@@ -170,13 +185,8 @@ public:
                 };
             }
             std::optional<std::vector<WideString>> indexed =
-                AnswerFromIndex(source, ticket, folder, extensions, nameFilter, cancelled.get());
-            // Many results take a while to put in order: the first of them show meanwhile.
-            if (indexed && tell && arrange && indexed->size() > kFirstToTell) {
-                tell(std::vector<WideString>(indexed->begin(),
-                                             indexed->begin() +
-                                                 static_cast<std::ptrdiff_t>(kFirstToTell)));
-            }
+                AnswerFromIndex(source, ticket, folder, extensions, nameFilter, cancelled.get(),
+                                arrange ? tell : nullptr);
             auto paths = std::make_shared<std::vector<WideString>>(
                 indexed
                     ? std::move(*indexed)

@@ -473,8 +473,9 @@ std::vector<std::uint32_t> NameIndex::Narrow(const std::vector<std::uint32_t>& c
     return hits;
 }
 
-std::vector<std::string> NameIndex::Find(std::string_view text,
-                                         const std::atomic<bool>* cancelled) const {
+std::vector<std::string>
+NameIndex::Find(std::string_view text, const std::atomic<bool>* cancelled, std::size_t firstCount,
+                const std::function<void(const std::vector<std::string>& first)>& first) const {
     std::shared_lock guard(mMutex);
     std::vector<std::uint32_t> hits;
     if (text.empty()) {
@@ -523,6 +524,9 @@ std::vector<std::string> NameIndex::Find(std::string_view text,
         path.reserve(at->second.size() + project.nameLength);
         path.append(at->second).append(mNames, project.nameAt, project.nameLength);
         found.push_back(std::move(path));
+        if (first && found.size() == firstCount && hits.size() > firstCount) {
+            first(found);
+        }
     }
     return found;
 }

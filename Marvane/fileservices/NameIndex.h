@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
@@ -47,9 +48,13 @@ public:
 
     // The full paths (root joined with the path below it, UTF-8) of the projects whose name
     // without the extension holds the folded text as one run; every project for an empty
-    // text. In the order the projects came into the index.
-    std::vector<std::string> Find(std::string_view foldedText,
-                                  const std::atomic<bool>* cancelled = nullptr) const;
+    // text. In the order the projects came into the index. When there are more than
+    // `firstCount`, `first` is given the first of them as soon as they are made, before the
+    // paths of the others.
+    std::vector<std::string>
+    Find(std::string_view foldedText, const std::atomic<bool>* cancelled = nullptr,
+         std::size_t firstCount = 0,
+         const std::function<void(const std::vector<std::string>& first)>& first = {}) const;
 
     std::size_t ProjectCount() const;
     // How many names the last Find looked at: all of them, or only the hits of the text before

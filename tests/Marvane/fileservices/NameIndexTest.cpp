@@ -250,3 +250,27 @@ TEST_F(NameIndexTest, AfterRandomChangesByAnotherProcessTheIndexAnswersAsTheWalk
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(NameIndexTest, TheFirstOfManyResultsAreGivenBeforeTheOthersAreMade) {
+    for (int shot = 1; shot <= 12; ++shot) {
+        Project(root / "Day 1" / ("Shot " + std::to_string(shot) + ".mvproj"));
+    }
+    Project(root / "Scene 1.mvproj");
+    host::NameIndex index(root, kExtensions);
+    ASSERT_TRUE(index.Build());
+    std::vector<std::vector<std::string>> told;
+    const auto tell = [&told](const std::vector<std::string>& first) { told.push_back(first); };
+    const std::vector<std::string> all = index.Find(host::FoldedAscii("shot"), nullptr, 5, tell);
+    ASSERT_EQ(all.size(), 12u);
+    ASSERT_EQ(told.size(), 1u); // once
+    EXPECT_EQ(told[0], std::vector<std::string>(all.begin(), all.begin() + 5));
+    // As many results as the first, or fewer: nothing is told before the answer.
+    told.clear();
+    EXPECT_EQ(index.Find(host::FoldedAscii("shot"), nullptr, 12, tell).size(), 12u);
+    EXPECT_EQ(index.Find(host::FoldedAscii("scene"), nullptr, 5, tell).size(), 1u);
+    EXPECT_TRUE(told.empty());
+}
+
+} // namespace
