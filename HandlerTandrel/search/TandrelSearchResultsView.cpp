@@ -87,7 +87,7 @@ void TandrelSearchResultsView::Find(const host::WideString& searchText) {
         mSearch.reset();
     }
     ++mGeneration;
-    mPending.reset();
+    FreeOnWorker(std::move(mPending));
     mFoundSoFar = 0;
     if (searchText.empty() || !host::IsTandrelManagerActive()) {
         mTree.SetBusy(false);
@@ -171,6 +171,15 @@ void TandrelSearchResultsView::OrderByName(std::vector<host::WideString>& paths,
     paths = std::move(ordered);
 }
 
+void TandrelSearchResultsView::FreeOnWorker(std::unique_ptr<PendingRows> pending) {
+    // Hundreds of thousands of strings (what the rows were made of, or results a new text
+    // made useless) are freed on a worker, not between two turns of the window.
+    if (pending) {
+        host::RunOnDefaultExecutor(
+            [done = std::shared_ptr<PendingRows>(std::move(pending))]() mutable { done.reset(); });
+    }
+}
+
 void TandrelSearchResultsView::RemoveAllRows() {
     mTree.RemoveAllRows();
     mRecords.Clear();
@@ -235,16 +244,20 @@ void TandrelSearchResultsView::ShowNextPart() {
     } while (pending.next < pending.paths.size() &&
              std::chrono::steady_clock::now() - began < kTimePerTurn);
     if (pending.next >= pending.paths.size()) {
-        mPending.reset();
+        FreeOnWorker(std::move(mPending));
         mTree.SetBusy(false);
     } else {
         const std::weak_ptr<TandrelSearchResultsView> self = weak_from_this();
         const std::uint64_t generation = mGeneration;
-        host::CallAsyncOnMainThread([self, generation] {
-            if (const auto view = self.lock(); view && view->mGeneration == generation) {
-                view->ShowNextPart();
-            }
-        });
+        // After a timer, not at once: the window's input, its timers and its drawing come
+        // between two turns, however many parts are still to come.
+        host::CallAsyncOnMainThread(
+            [self, generation] {
+                if (const auto view = self.lock(); view && view->mGeneration == generation) {
+                    view->ShowNextPart();
+                }
+            },
+            1);
     }
     if (mResultsShown) {
         mResultsShown();

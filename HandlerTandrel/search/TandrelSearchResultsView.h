@@ -96,6 +96,7 @@ private:
         std::size_t next = 0;
     };
     std::unique_ptr<PendingRows> mPending;
+    static void FreeOnWorker(std::unique_ptr<PendingRows> pending);
     std::uint64_t mGeneration = 0; // a new text: parts of older results are not shown
     std::size_t mFoundSoFar = 0;
     std::unique_ptr<host::UI_MultiColumnTreeHeaderRow> mHeaderRow;
