@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QCursor>
 #include <QDragEnterEvent>
 #include <QDragLeaveEvent>
 #include <QDragMoveEvent>
@@ -199,6 +200,15 @@ void TreeWidget::keyPressEvent(QKeyEvent* event) {
             return;
         }
     }
+    // Shift+F10 opens the menu of the current row, as the Menu key does.
+    if (event->key() == Qt::Key_F10 &&
+        (event->modifiers() & ~Qt::KeypadModifier) == Qt::ShiftModifier) {
+        QContextMenuEvent menu(QContextMenuEvent::Keyboard, QPoint(), QCursor::pos(),
+                               Qt::NoModifier);
+        contextMenuEvent(&menu);
+        event->accept();
+        return;
+    }
     // "Expand all below": the folder and the folders below it open as their rows come (Qt's
     // own opens only the rows already there, all at once).
     if (event->key() == Qt::Key_Asterisk) {
@@ -225,9 +235,20 @@ void TreeWidget::contextMenuEvent(QContextMenuEvent* event) {
         QTreeView::contextMenuEvent(event);
         return;
     }
-    const QPoint at = event->pos();
-    mTree.contextClick(mTree.model.RowAt(indexAt(at)),
-                       {static_cast<float>(at.x()), static_cast<float>(at.y())},
+    QPoint at = event->pos();
+    TreeRowPtr row = mTree.model.RowAt(indexAt(at));
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        // From the keyboard, the menu is the current row's (the empty area's when there is
+        // none), wherever the pointer is; the row is shown first.
+        const QModelIndex current = currentIndex();
+        row = mTree.model.RowAt(current);
+        at = QPoint();
+        if (current.isValid()) {
+            scrollTo(current);
+            at = visualRect(current).center();
+        }
+    }
+    mTree.contextClick(row, {static_cast<float>(at.x()), static_cast<float>(at.y())},
                        CurrentModifiers(event->modifiers()), 0);
     event->accept();
 }

@@ -5,8 +5,10 @@
 #include "ViewTestSupport.h"
 
 #include <QAbstractItemModelTester>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QImage>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
@@ -687,6 +689,34 @@ TEST_F(MultiColumnTreeTest, ClicksReachTheCallbacksWithTheirRowAndModifiers) {
     QApplication::sendEvent(target, &twice);
     EXPECT_EQ(calls, (std::vector<std::string>{"down:4:0", "up:4:0", "double:4:0"}));
     EXPECT_EQ(tree.GetSelectedRows(), std::vector<TreeRowPtr>{row});
+}
+
+TEST_F(MultiColumnTreeTest, ShiftF10AndTheMenuKeyOpenTheMenuOfTheCurrentRow) {
+    std::vector<TreeRowPtr> rows;
+    for (const char16_t* name : {u"A", u"B", u"C"}) {
+        rows.push_back(Row(name));
+    }
+    tree.InsertRows(nullptr, rows);
+    SettleEvents();
+    std::vector<TreeRowPtr> menus;
+    tree.SetContextClickCallback([&menus](const TreeRowPtr& row, host::UI_Point, std::uint32_t,
+                                          std::uint32_t) { menus.push_back(row); });
+    // No current row: the menu of the empty area, whatever row lies under the pointer.
+    QKeyEvent shiftF10(QEvent::KeyPress, Qt::Key_F10, Qt::ShiftModifier);
+    QApplication::sendEvent(view(), &shiftF10);
+    ASSERT_EQ(menus.size(), 1u);
+    EXPECT_EQ(menus[0], nullptr);
+    view()->setCurrentIndex(tree.GetImpl()->model.IndexOf(rows[1]));
+    QApplication::sendEvent(view(), &shiftF10);
+    // The Menu key's event comes with a point of its own (the top row's, here): the current
+    // row's menu all the same.
+    QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(5, 5),
+                              view()->viewport()->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(view()->viewport(), &menuKey);
+    // F10 alone is not the menu.
+    QKeyEvent f10(QEvent::KeyPress, Qt::Key_F10, Qt::NoModifier);
+    QApplication::sendEvent(view(), &f10);
+    EXPECT_EQ(menus, (std::vector<TreeRowPtr>{nullptr, rows[1], rows[1]}));
 }
 
 TEST_F(MultiColumnTreeTest, TheHeaderKeepsItsWidthsAndTitlesInTheTree) {
