@@ -6,6 +6,7 @@
 #include "Marvane/app/OpeningPage.h"
 #include "Marvane/app/ProductionOutage.h"
 #include "Marvane/app/ProjectWindow.h"
+#include "Marvane/app/WindowTitle.h"
 #include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/application/ProductionWatch.h"
@@ -192,7 +193,7 @@ void MainWindow::UpdateProductionDisplay() {
     if (production.IsOpen()) {
         mProductionError.clear();
         const std::string name = production.GetFolder().filename().string();
-        setWindowTitle(QStringLiteral("Marvane — %1").arg(QString::fromStdString(name)));
+        setWindowTitle(QString::fromStdString(MainWindowTitle(name, HostSession::Instance())));
         text = Localize("$$$/Marvane/Host/ProductionOpen=The production \"@0\" is open (@1).",
                         {name, production.GetFolder().string()}) +
                "\n" +
@@ -203,7 +204,7 @@ void MainWindow::UpdateProductionDisplay() {
                         "panel to open it here, or choose File > Open Production… to open "
                         "another folder of projects.");
     } else {
-        setWindowTitle(QStringLiteral("Marvane"));
+        setWindowTitle(QString::fromStdString(MainWindowTitle({}, HostSession::Instance())));
         text = Localize(
             "$$$/Marvane/Host/NoProduction=No production is open. Choose File > Open Production… "
             "to open a folder of projects.");
