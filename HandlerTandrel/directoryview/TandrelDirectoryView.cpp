@@ -268,10 +268,7 @@ void TandrelDirectoryView::UpdateFromStateData(const DirectoryViewStateData& sta
 }
 
 void TandrelDirectoryView::ShowNewItem(const host::WideString& path) {
-    const std::size_t slash = path.find_last_of(u'/');
-    if (slash != host::WideString::npos && slash > 0) {
-        OnDirectoryChanged(host::ToUTF8(path.substr(0, slash)));
-    }
+    SelectWhenListed({path}, path);
 }
 
 void TandrelDirectoryView::SelectWhenListed(std::vector<host::WideString> paths,
@@ -282,11 +279,29 @@ void TandrelDirectoryView::SelectWhenListed(std::vector<host::WideString> paths,
     DirectoryViewStateData state = GetStateData();
     state.mSelectedRowPaths = std::move(paths);
     state.mTopVisibleRowPath.clear(); // the first of them comes into view instead
+    // The folder the item is made in opens, so that the item can be seen.
+    const std::size_t slash = awaited.find_last_of(u'/');
+    const host::WideString folder = slash != host::WideString::npos && slash > 0
+                                        ? awaited.substr(0, slash)
+                                        : host::WideString();
+    const host::TreeRowPtr folderRow = folder.empty() ? nullptr : GetRowForPath(folder);
+    const bool opensFolder = folderRow && !GetTree().IsRowOpen(folderRow);
+    if (opensFolder) {
+        state.mOpenFolderPaths.push_back(folder);
+    }
     mStateAfterListing = std::move(state);
     mRenamedPath = awaited;
-    // A selection the person makes before the copies arrive is theirs: it stays.
+    // A selection the person makes before the items arrive is theirs: it stays.
     mSelectionWhileAwaiting = GetSelectedPaths();
-    ShowNewItem(awaited);
+    if (opensFolder) {
+        GetTree().OpenRow(folderRow, true);
+    }
+    // The folder is read again now, so that the item shows without waiting for the directory
+    // monitor; an item that is listed already is selected at once.
+    if (!folder.empty()) {
+        OnDirectoryChanged(host::ToUTF8(folder));
+    }
+    ApplyStateAfterListing();
 }
 
 DirectoryViewStateData TandrelDirectoryView::GetStateData() const {

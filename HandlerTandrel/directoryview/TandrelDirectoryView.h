@@ -102,8 +102,9 @@ public:
         mRefresher.RefreshRow(row, onlyIfStale, parentOpen);
     }
 
-    // An item was just made at the path: its folder is read again now, so that it shows
-    // without waiting for the directory monitor.
+    // An item was just made at the path: its folder opens and is read again now, so that it
+    // shows without waiting for the directory monitor, and it is selected and scrolled into
+    // view once it is listed.
     void ShowNewItem(const host::WideString& path);
     // Items on their way (copies made in the background): once the row for awaited is listed,
     // those at the paths are selected and the first is scrolled into view.

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
+#include <string_view>
 #include <unistd.h>
 
 namespace host {
@@ -513,31 +514,71 @@ ReadOnlyResult DocumentManager::SetReadOnly(const OpenProjectPtr& project, bool 
     return result;
 }
 
-OpenResult DocumentManager::CreateNewProject(const fs::path& folder) {
-    const std::string base = "Untitled Project";
-    constexpr int kMostAttempts = 1000;
-    for (int number = 1; number <= kMostAttempts; ++number) {
-        const std::string name = number == 1 ? base : base + " " + std::to_string(number);
-        const fs::path path = folder / (name + std::string(kProjectFileExtension));
-        std::error_code ignored;
-        if (fs::exists(LockFilePathFor(path), ignored)) {
-            continue;
+namespace {
+
+constexpr std::string_view kNewProjectBase = "Untitled Project";
+constexpr int kMostNumberedNames = 1000;
+
+std::string NumberedNewProjectName(int number) {
+    return number == 1 ? std::string(kNewProjectBase)
+                       : std::string(kNewProjectBase) + " " + std::to_string(number);
+}
+
+fs::path NewProjectPath(const fs::path& folder, const std::string& name) {
+    return folder / (name + std::string(kProjectFileExtension));
+}
+
+bool NewProjectNameTaken(const fs::path& folder, const std::string& name) {
+    const fs::path path = NewProjectPath(folder, name);
+    std::error_code ignored;
+    return fs::exists(fs::symlink_status(path, ignored)) ||
+           fs::exists(fs::symlink_status(LockFilePathFor(path), ignored));
+}
+
+} // namespace
+
+std::string DocumentManager::OfferedNewProjectName(const fs::path& folder) {
+    for (int number = 1; number <= kMostNumberedNames; ++number) {
+        if (std::string name = NumberedNewProjectName(number); !NewProjectNameTaken(folder, name)) {
+            return name;
         }
-        ProjectContent content;
-        content.name = name;
-        std::string error;
-        // Put in place only where nothing is: an existing project is never replaced.
-        switch (PlaceNewFile(path, SerialiseProjectContent(content), error)) {
-        case PlaceResult::Placed:
-            return Open(path);
-        case PlaceResult::Exists:
-            continue;
-        case PlaceResult::Failed:
-            return {nullptr, "A new project could not be made in \"" + folder.string() + "\" (" +
-                                 error + ")."};
+    }
+    return std::string(kNewProjectBase);
+}
+
+OpenResult DocumentManager::CreateNewProject(const fs::path& folder) {
+    for (int number = 1; number <= kMostNumberedNames; ++number) {
+        OpenResult result = CreateNewProject(folder, NumberedNewProjectName(number));
+        if (!result.nameTaken) {
+            return result;
         }
     }
     return {nullptr, "\"" + folder.string() + "\" has no free name for a new project."};
+}
+
+OpenResult DocumentManager::CreateNewProject(const fs::path& folder, const std::string& name) {
+    const fs::path path = NewProjectPath(folder, name);
+    const std::string taken =
+        "\"" + path.filename().string() + "\" already exists in \"" + folder.string() + "\".";
+    std::error_code ignored;
+    // A lock with no project beside it still names a project being made or moved.
+    if (fs::exists(fs::symlink_status(LockFilePathFor(path), ignored))) {
+        return {nullptr, taken, true};
+    }
+    ProjectContent content;
+    content.name = name;
+    std::string error;
+    // Put in place only where nothing is: an existing project is never replaced.
+    switch (PlaceNewFile(path, SerialiseProjectContent(content), error)) {
+    case PlaceResult::Placed:
+        return Open(path);
+    case PlaceResult::Exists:
+        return {nullptr, taken, true};
+    case PlaceResult::Failed:
+        break;
+    }
+    return {nullptr,
+            "A new project could not be made in \"" + folder.string() + "\" (" + error + ")."};
 }
 
 OpenProjectPtr DocumentManager::Find(const fs::path& projectPath) const {

@@ -29,7 +29,8 @@ enum class OpenMode {
 
 struct OpenResult {
     OpenProjectPtr project;
-    std::string error; // for the user, when project is empty
+    std::string error;      // for the user, when project is empty
+    bool nameTaken = false; // a new project's name was taken: nothing was made
 };
 
 // An opening under way: the project's lock taken (when it is to be), its content not read yet.
@@ -111,6 +112,12 @@ public:
     ReadOnlyResult SetReadOnly(const OpenProjectPtr& project, bool readOnly);
     // Makes "Untitled Project.mvproj" (or the next free number) in the folder and opens it.
     OpenResult CreateNewProject(const std::filesystem::path& folder);
+    // Makes "<name>.mvproj" in the folder and opens it. Nothing that is there is replaced: a
+    // name a project or a lock file takes gives nameTaken and no project.
+    OpenResult CreateNewProject(const std::filesystem::path& folder, const std::string& name);
+    // The name a new project in the folder is offered under: "Untitled Project", or the first
+    // numbered one that no project or lock file takes.
+    static std::string OfferedNewProjectName(const std::filesystem::path& folder);
 
     // Where copies of unsaved changes go when a lock is lost ("<data folder>/Recovery").
     void SetDataDirectory(std::filesystem::path folder) { mDataDirectory = std::move(folder); }

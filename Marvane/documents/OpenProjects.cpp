@@ -6,7 +6,13 @@
 #include "Marvane/documents/DocumentManager.h"
 #include "Marvane/documents/PersonQuestions.h"
 #include "Marvane/documents/ProjectItemsTransfer.h"
+#include "Marvane/projectbackend/ProjectFormats.h"
+#include "host/FileServices.h"
 #include "host/Localizer.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
 
 namespace host {
 
@@ -99,14 +105,55 @@ bool SetOpenProjectReadOnly(const ProjectPtr& project, bool readOnly, bool& need
     return result.changed;
 }
 
-ByteString CreateNewProjectIn(const ByteString& folderPath) {
-    const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath);
-    if (!result.project) {
-        AskPerson(Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
-                  result.error, {}, Telling::kFailure, 0);
-        return ByteString();
+namespace {
+
+// What the person typed, without the project file's extension if they typed it too.
+ByteString WithoutProjectExtension(ByteString name) {
+    const std::string_view extension = kProjectFileExtension;
+    if (name.size() > extension.size() &&
+        std::equal(extension.begin(), extension.end(),
+                   name.begin() + static_cast<std::ptrdiff_t>(name.size() - extension.size()),
+                   [](char wanted, char typed) {
+                       return wanted == (typed >= 'A' && typed <= 'Z' ? typed - 'A' + 'a' : typed);
+                   })) {
+        name.resize(name.size() - extension.size());
     }
-    return result.project->GetPath();
+    return name;
+}
+
+} // namespace
+
+ByteString CreateNewProjectIn(const ByteString& folderPath) {
+    const ByteString title = Localize("$$$/Marvane/Host/NewProject/Title=New Project");
+    const ByteString label = Localize("$$$/Marvane/Host/NewProject/Label=Name of the new project:");
+    ByteString name = DocumentManager::OfferedNewProjectName(folderPath);
+    while (const std::optional<ByteString> entered = AskPersonForText(title, label, name)) {
+        name = WithoutProjectExtension(*entered);
+        if (name.empty()) {
+            continue; // nothing typed: asked again
+        }
+        if (!IsValidFileName(ToUTF16(name + ByteString(kProjectFileExtension)))) {
+            AskPerson(Localize("$$$/Marvane/Host/NewProject/InvalidTitle=Invalid Name"),
+                      Localize("$$$/Marvane/Host/NewProject/Invalid=A project's name cannot be "
+                               "empty or hold any of these characters:\n@0",
+                               {ToUTF8(GetIllegalFilenameCharacters())}),
+                      {}, Telling::kWarning, 0);
+            continue;
+        }
+        const OpenResult result = DocumentManager::Instance().CreateNewProject(folderPath, name);
+        if (result.nameTaken) {
+            AskPerson(Localize("$$$/Marvane/Host/NewProject/TakenTitle=Name Taken"), result.error,
+                      {}, Telling::kWarning, 0);
+            continue; // asked again with the same name, to be changed
+        }
+        if (!result.project) {
+            AskPerson(Localize("$$$/Marvane/Host/NewProjectFailed=Cannot Make a New Project"),
+                      result.error, {}, Telling::kFailure, 0);
+            return ByteString();
+        }
+        return result.project->GetPath();
+    }
+    return ByteString(); // cancelled: nothing made
 }
 
 ProjectPtr GetActiveProject() {

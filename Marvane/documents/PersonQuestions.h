@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace host {
@@ -27,5 +28,14 @@ using PersonQuestion =
 void SetPersonQuestion(PersonQuestion ask);
 int AskPerson(const ByteString& title, const ByteString& text,
               const std::vector<ByteString>& buttons, Telling kind, int defaultButton);
+
+// One line of text asked with a title, a label and the text the field starts with; nothing
+// when the person cancels. Until one is installed, every question is cancelled.
+using PersonTextQuestion = std::function<std::optional<ByteString>(
+    const ByteString& title, const ByteString& label, const ByteString& initialText)>;
+
+void SetPersonTextQuestion(PersonTextQuestion ask);
+std::optional<ByteString> AskPersonForText(const ByteString& title, const ByteString& label,
+                                           const ByteString& initialText);
 
 } // namespace host

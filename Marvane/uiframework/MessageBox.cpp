@@ -227,6 +227,7 @@ namespace {
 // The documents layer asks and tells the person through the message box.
 [[maybe_unused]] const bool gPersonQuestionInstalled = [] {
     SetPersonQuestion(&AskWithMessageBox);
+    SetPersonTextQuestion(&AskForText);
     return true;
 }();
 

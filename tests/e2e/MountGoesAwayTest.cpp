@@ -60,6 +60,7 @@ TEST(MountGoesAwayTest, TheFolderBeneathIsNotTakenForTheProductionAndASaveWrites
     EXPECT_EQ(testsupport::ReadBytes(root / "Server" / "Scene 1.mvproj"), onShare);
     EXPECT_NE(ana.Send({"status", scene.string()}).find("modified=1"), std::string::npos);
     // Nor does a new project or a new folder land there.
+    ASSERT_EQ(ana.Send({"text", "Scene 2"}), "ok");
     EXPECT_EQ(ana.Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
     EXPECT_EQ(ana.Send({"dialogs"}), "ok count=1 last=Cannot Make a New Project");
     ASSERT_EQ(ana.Send({"text", "Rushes"}), "ok");

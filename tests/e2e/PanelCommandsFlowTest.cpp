@@ -46,8 +46,9 @@ TEST_F(PanelCommandsFlowTest, AFolderAProjectATrashMoveAndTheReadOnlyToggleAsAnE
     EXPECT_EQ(ana->SendUntil({"ui", "rows", kTree}, "ok count=4 Dailies|Rushes|Scene 4|Trash"),
               "ok count=4 Dailies|Rushes|Scene 4|Trash");
 
-    // New Project in the selected folder.
+    // New Project in the selected folder, under the name it offers.
     ASSERT_EQ(ana->Send({"ui", "select", kTree, "Rushes"}), "ok");
+    ASSERT_EQ(ana->Send({"text", "Untitled Project"}), "ok");
     EXPECT_EQ(ana->Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
     EXPECT_TRUE(fs::exists(production / "Rushes" / "Untitled Project.mvproj"));
 

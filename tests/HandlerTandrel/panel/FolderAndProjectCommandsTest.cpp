@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,6 +57,23 @@ protected:
     static constexpr int kChainDepth = 900; // 900 x "/Level" is past 4,095 bytes
 
     host::ScriptedDialogResponder& Responder() const { return *panel.responder; }
+    // Whether the item's row is drawn in the tree's viewport.
+    bool InView(const fs::path& path) const {
+        const QTreeView& view = *panel.Tree().GetImpl()->view;
+        const host::TreeRowPtr row = panel.Row(path);
+        return row != nullptr && view.viewport()->rect().intersects(
+                                     view.visualRect(panel.Tree().GetImpl()->model.IndexOf(row)));
+    }
+    bool OnlySelected(const fs::path& path) const {
+        const std::vector<host::WideString> selected = panel.View().GetSelectedPaths();
+        return selected.size() == 1 && host::ToUTF8(selected[0]) == path.string();
+    }
+    // Enough projects at the top that the list scrolls.
+    void AddTakes(const fs::path& folder) const {
+        for (int take = 1; take <= 80; ++take) {
+            testsupport::WriteProject(folder / ("Take " + std::to_string(100 + take) + ".mvproj"));
+        }
+    }
     std::string Folders(const fs::path& folder) const {
         std::vector<std::string> names;
         for (const auto& entry : fs::directory_iterator(folder)) {
@@ -139,13 +157,68 @@ TEST_F(FolderAndProjectCommandsTest, AnInvalidNameIsRefusedWithTheCharactersAndA
     EXPECT_EQ(Folders(pilot), before);
 }
 
-TEST_F(FolderAndProjectCommandsTest,
-       NewProjectMakesAnUntitledProjectInTheSelectedFolderAndOpensIt) {
+TEST_F(FolderAndProjectCommandsTest, NewProjectOffersUntitledProjectInTheSelectedFolderAndOpensIt) {
     panel.Select({pilot / "Dailies"});
+    Responder().AddText("Untitled Project");
     ASSERT_TRUE(panel.Obey(kCmdNewProject));
+    ASSERT_EQ(Responder().GetTextRequests().size(), 1u);
+    EXPECT_EQ(Responder().GetTextRequests()[0].title, "New Project");
+    EXPECT_EQ(Responder().GetTextRequests()[0].label, "Name of the new project:");
+    EXPECT_EQ(Responder().GetTextRequests()[0].initialText, "Untitled Project");
     const fs::path made = pilot / "Dailies" / "Untitled Project.mvproj";
     EXPECT_TRUE(fs::exists(made));
     EXPECT_NE(host::FindOpenProject(made.string()), nullptr);
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewProjectOffersTheNextNumberWhenUntitledProjectIsTaken) {
+    testsupport::WriteProject(pilot / "Untitled Project.mvproj");
+    // A lock left without its project still takes the name.
+    std::ofstream(pilot / "Untitled Project 2.mvproj.lock") << "Ben Okafor\n";
+    Responder().AddText("Untitled Project 3");
+    ASSERT_TRUE(panel.Obey(kCmdNewProject));
+    ASSERT_EQ(Responder().GetTextRequests().size(), 1u);
+    EXPECT_EQ(Responder().GetTextRequests()[0].initialText, "Untitled Project 3");
+    EXPECT_TRUE(fs::exists(pilot / "Untitled Project 3.mvproj"));
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewProjectCancelledMakesNothingAndSaysNothing) {
+    const auto names = [&] {
+        std::set<std::string> all;
+        for (const auto& entry : fs::directory_iterator(pilot)) {
+            all.insert(entry.path().filename().string());
+        }
+        return all;
+    };
+    const std::set<std::string> before = names();
+    ASSERT_TRUE(panel.Obey(kCmdNewProject));
+    EXPECT_EQ(Responder().GetTextRequests().size(), 1u);
+    EXPECT_TRUE(Responder().GetRequests().empty());
+    EXPECT_EQ(names(), before);
+    EXPECT_EQ(host::OpenProjectCount(), 0u);
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewProjectUnderATakenNameSaysSoReplacesNothingAndAsksAgain) {
+    const std::string scene = testsupport::ReadBytes(pilot / "Scene 4.mvproj");
+    Responder().AddText("Scene 4");
+    ASSERT_TRUE(panel.Obey(kCmdNewProject)); // then cancelled
+    ASSERT_TRUE(panel.Said("Name Taken"));
+    EXPECT_NE(Responder().GetRequests()[0].text.find("\"Scene 4.mvproj\" already exists"),
+              std::string::npos)
+        << Responder().GetRequests()[0].text;
+    ASSERT_EQ(Responder().GetTextRequests().size(), 2u);
+    EXPECT_EQ(Responder().GetTextRequests()[1].initialText, "Scene 4");
+    EXPECT_EQ(testsupport::ReadBytes(pilot / "Scene 4.mvproj"), scene);
+    EXPECT_EQ(host::FindOpenProject((pilot / "Scene 4.mvproj").string()), nullptr);
+}
+
+TEST_F(FolderAndProjectCommandsTest, NewProjectRefusesAnInvalidNameAndTakesATypedExtensionOnce) {
+    Responder().AddText("Reel/1");
+    Responder().AddText("Reel 1.MVPROJ");
+    ASSERT_TRUE(panel.Obey(kCmdNewProject));
+    EXPECT_TRUE(panel.Said("Invalid Name"));
+    EXPECT_FALSE(fs::exists(pilot / "Reel"));
+    EXPECT_TRUE(fs::exists(pilot / "Reel 1.mvproj"));
+    EXPECT_FALSE(fs::exists(pilot / "Reel 1.MVPROJ.mvproj"));
 }
 
 TEST_F(FolderAndProjectCommandsTest, NewFolderAndNewProjectAreOffInTheTrash) {
@@ -212,32 +285,47 @@ TEST_F(FolderAndProjectCommandsTest, MakeACopyOfTwoProjectsCopiesEachBesideItsel
 
 TEST_F(FolderAndProjectCommandsTest, TheCopyMadeIsSelectedAndScrolledIntoView) {
     // Enough rows that the top of the list is out of view once scrolled to the end.
-    for (int take = 1; take <= 80; ++take) {
-        testsupport::WriteProject(pilot / ("Take " + std::to_string(100 + take) + ".mvproj"));
-    }
+    AddTakes(pilot);
     const fs::path first = pilot / "Scene 12.mvproj";
     ASSERT_TRUE(WaitUntil([&] { return panel.Tree().GetTopLevelRowCount() == 84; }));
     panel.Select({first});
-    const auto& tree = panel.Tree();
-    QTreeView& view = *tree.GetImpl()->view;
-    const auto& model = tree.GetImpl()->model;
-    const auto inView = [&](const fs::path& path) {
-        const host::TreeRowPtr row = panel.Row(path);
-        return row != nullptr &&
-               view.viewport()->rect().intersects(view.visualRect(model.IndexOf(row)));
-    };
-    view.scrollToBottom();
-    ASSERT_TRUE(WaitUntil([&] { return !inView(first); })) << "the list is too short to scroll";
+    panel.Tree().GetImpl()->view->scrollToBottom();
+    ASSERT_TRUE(WaitUntil([&] { return !InView(first); })) << "the list is too short to scroll";
     ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
     ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
     const fs::path copy = pilot / "Scene 12_1.mvproj";
     ASSERT_TRUE(fs::exists(copy));
-    EXPECT_TRUE(WaitUntil([&] {
-        const std::vector<host::WideString> selected = panel.View().GetSelectedPaths();
-        return selected.size() == 1 && host::ToUTF8(selected[0]) == copy.string();
-    })) << "the copy was not selected";
-    EXPECT_TRUE(WaitUntil([&] { return inView(copy); })) << "the copy is out of view";
+    EXPECT_TRUE(WaitUntil([&] { return OnlySelected(copy); })) << "the copy was not selected";
+    EXPECT_TRUE(WaitUntil([&] { return InView(copy); })) << "the copy is out of view";
     testsupport::StopProjectImport();
+}
+
+TEST_F(FolderAndProjectCommandsTest, ANewFolderInAClosedFolderOpensItAndIsSelectedInView) {
+    AddTakes(pilot / "Dailies");
+    panel.Select({pilot / "Dailies"});
+    ASSERT_FALSE(panel.Tree().IsRowOpen(panel.Row(pilot / "Dailies")));
+    Responder().AddText("Wrap Day"); // after every take: below the view's end once listed
+    ASSERT_TRUE(panel.Obey(kCmdNewFolder));
+    const fs::path made = pilot / "Dailies" / "Wrap Day";
+    ASSERT_TRUE(fs::is_directory(made));
+    EXPECT_TRUE(WaitUntil([&] { return OnlySelected(made); })) << "the folder was not selected";
+    EXPECT_TRUE(panel.Tree().IsRowOpen(panel.Row(pilot / "Dailies")));
+    EXPECT_TRUE(WaitUntil([&] { return InView(made); })) << "the folder is out of view";
+    EXPECT_FALSE(InView(pilot / "Dailies" / "Take 101.mvproj")) << "the list did not scroll";
+}
+
+TEST_F(FolderAndProjectCommandsTest, ANewProjectIsSelectedAndScrolledIntoView) {
+    AddTakes(pilot);
+    ASSERT_TRUE(WaitUntil([&] { return panel.Tree().GetTopLevelRowCount() == 84; }));
+    panel.Tree().DeselectAllRows();
+    panel.Tree().GetImpl()->view->scrollToTop();
+    Responder().AddText("Wrap Party");
+    ASSERT_TRUE(panel.Obey(kCmdNewProject));
+    const fs::path made = pilot / "Wrap Party.mvproj";
+    ASSERT_TRUE(fs::exists(made));
+    EXPECT_TRUE(WaitUntil([&] { return OnlySelected(made); })) << "the project was not selected";
+    EXPECT_TRUE(WaitUntil([&] { return InView(made); })) << "the project is out of view";
+    EXPECT_FALSE(InView(pilot / "Dailies")) << "the list did not scroll";
 }
 
 TEST_F(FolderAndProjectCommandsTest, ASelectionMadeBeforeTheCopyArrivesStays) {

@@ -148,6 +148,7 @@ TEST_F(RefusalMessagesTest, NewProjectThatCannotBeWrittenNamesTheProjectNotAPriv
     if (!readOnly.Mounted()) {
         GTEST_SKIP() << "a read-only bind mount needs root and the mount command";
     }
+    Responder().AddText("Untitled Project");
     ASSERT_TRUE(panel->Obey(kCmdNewProject));
     const std::optional<host::MessageBoxRequest> box = Box("Cannot Make a New Project");
     ASSERT_TRUE(box.has_value());

@@ -394,6 +394,25 @@ TEST_F(DocumentManagerTest, ABatchCloseOffersToApplyTheAnswerToAll) {
     EXPECT_EQ(host::OpenProjectCount(), 0u);
 }
 
+TEST_F(DocumentManagerTest, ANewProjectUnderATakenNameReplacesNothing) {
+    const std::string before = ReadBytes(scene);
+    const auto taken =
+        DocumentManager::Instance().CreateNewProject(scene.parent_path(), scene.stem().string());
+    EXPECT_EQ(taken.project, nullptr);
+    EXPECT_TRUE(taken.nameTaken);
+    EXPECT_EQ(ReadBytes(scene), before);
+    // A lock with no project beside it: the name is someone's project on its way.
+    std::ofstream(root / "Opening.mvproj.lock") << "Ben Okafor\n";
+    const auto locked = DocumentManager::Instance().CreateNewProject(root, "Opening");
+    EXPECT_TRUE(locked.nameTaken);
+    EXPECT_FALSE(fs::exists(root / "Opening.mvproj"));
+    EXPECT_EQ(DocumentManager::OfferedNewProjectName(root), "Untitled Project");
+    const auto made = DocumentManager::Instance().CreateNewProject(root, "Titles");
+    ASSERT_NE(made.project, nullptr) << made.error;
+    EXPECT_EQ(made.project->Path(), root / "Titles.mvproj");
+    EXPECT_EQ(made.project->Content().name, "Titles");
+}
+
 TEST_F(DocumentManagerTest, ANewProjectTakesTheNextFreeName) {
     testsupport::WriteProject(root / "Untitled Project.mvproj");
     const auto result = DocumentManager::Instance().CreateNewProject(root);
