@@ -136,6 +136,10 @@ public:
     bool UI_DoTimerNotify(host::UI_TimerID id);
     void RowClickDown(const host::TreeRowPtr& row);
     void RowClickUp(const host::TreeRowPtr& row, host::UI_Point point, std::uint32_t value);
+    // Keys the view leaves alone go to this handler (the panel's own keys) before the tree.
+    void SetPanelKeyHandler(std::function<bool(const host::KeyboardEvent&)> handler) {
+        mPanelKeys = std::move(handler);
+    }
     // Starts renaming a row in place the way the keys and the slow click do (through the
     // handler, which is InstallNameEditText unless replaced).
     void InstallNameEdit(const host::TreeRowPtr& row) { mRename.Start(row); }
@@ -221,6 +225,7 @@ private:
     bool mRootDelivered = false;
     SelectionMoves mMoves{GetTree()};
     RenameTrigger mRename;
+    std::function<bool(const host::KeyboardEvent&)> mPanelKeys;
     InPlaceRename mNameEdit{*this};
     std::optional<DirectoryViewStateData> mStateAfterListing;
     RowDragAndDrop mDrops{*this};

@@ -72,7 +72,7 @@ bool TandrelDirectoryView::UI_DoKeyboardEvent(const host::KeyboardEvent& event) 
         mRename.Start(RenamableSelectedRow());
         return true;
     default:
-        return false;
+        return mPanelKeys && mPanelKeys(event);
     }
 }
 

@@ -67,6 +67,23 @@ void TandrelTabView::ZoomOut() {
     ApplyZoom();
 }
 
+void TandrelTabView::ResetZoom() {
+    mZoom = 0.0;
+    if (mZoomSlider) {
+        mZoomSlider->SetValue(mZoom);
+    }
+    ApplyZoom();
+}
+
+bool TandrelTabView::DoPanelKey(const host::KeyboardEvent& event) {
+    if (event.actionKeyDown && event.keyCode == host::KeyCodeOfLetter('0') &&
+        event.modifiers == host::kModifierControl) {
+        ResetZoom();
+        return true;
+    }
+    return false;
+}
+
 void TandrelTabView::OnZoomSliderChanged() {
     if (mZoomSlider) {
         mZoom = mZoomSlider->GetValue();

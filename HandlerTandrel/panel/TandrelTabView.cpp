@@ -133,6 +133,12 @@ void TandrelTabView::BuildChildren() {
     };
     mDirectoryView->GetTree().SetWheelCallback(wheel);
     mSearchResultsView->GetTree().SetWheelCallback(wheel);
+    const auto panelKeys = [weakSelf](const host::KeyboardEvent& event) {
+        const auto panel = weakSelf.lock();
+        return panel && panel->DoPanelKey(event);
+    };
+    mDirectoryView->SetPanelKeyHandler(panelKeys);
+    mSearchResultsView->GetTree().SetKeyboardCallback(panelKeys);
     mSearchResultsView->GetTree().SetSelectionChangedCallback([weakSelf] {
         if (const auto panel = weakSelf.lock()) {
             panel->UpdateSoon();

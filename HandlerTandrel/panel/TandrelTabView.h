@@ -63,6 +63,10 @@ public:
     void UpdateSoon();
     void ZoomIn();
     void ZoomOut();
+    // Back to the smallest rows, where a new panel starts (Ctrl+0).
+    void ResetZoom();
+    // The keys that act on the panel whichever of its views has the focus; true when used.
+    bool DoPanelKey(const host::KeyboardEvent& event);
     void OnZoomSliderChanged();
     // Sets both views' row height for the zoom and rescales the shown view's columns.
     void ApplyZoom();

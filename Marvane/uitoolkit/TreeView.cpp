@@ -1,8 +1,10 @@
 #include "Marvane/uitoolkit/TreeView.h"
 #include "host/Localizer.h"
 
+#include "Marvane/uitoolkit/CutCellText.h"
 #include "Marvane/uitoolkit/DragAndDrop.h"
 #include "Marvane/uitoolkit/PictureImpl.h"
+#include "Marvane/uitoolkit/PlainToolTip.h"
 #include "Marvane/uitoolkit/TextMetrics.h"
 
 #include <QApplication>
@@ -13,11 +15,13 @@
 #include <QDragMoveEvent>
 #include <QDropEvent>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyleOption>
+#include <QToolTip>
 
 namespace host {
 
@@ -110,6 +114,48 @@ QSize CellDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelInd
     QSize size = QStyledItemDelegate::sizeHint(option, index);
     size.setHeight(static_cast<int>(mTree.rowHeight));
     return size;
+}
+
+bool CellDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                             const QStyleOptionViewItem& option, const QModelIndex& index) {
+    if (event == nullptr || view == nullptr || event->type() != QEvent::ToolTip) {
+        return QStyledItemDelegate::helpEvent(event, view, option, index);
+    }
+    const QString tip = index.isValid() ? ToolTipFor(option, index) : QString();
+    // Nothing to say hides the tooltip shown for another cell.
+    QToolTip::showText(event->globalPos(), tip.isEmpty() ? tip : PlainToolTip(tip),
+                       view->viewport(), option.rect);
+    event->setAccepted(!tip.isEmpty());
+    return event->isAccepted();
+}
+
+QString CellDelegate::ToolTipFor(const QStyleOptionViewItem& option,
+                                 const QModelIndex& index) const {
+    const QString said = mTree.model.SourceText(index, Qt::ToolTipRole).toString();
+    const QString cut = CutText(option, index);
+    if (cut.isEmpty() || cut == said) {
+        return said;
+    }
+    return said.isEmpty() ? cut : cut + QStringLiteral("\n") + said;
+}
+
+QString CellDelegate::CutText(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    const TreeRowPtr row = mTree.model.RowAt(index);
+    if (!row) {
+        return {};
+    }
+    if (UI_SubView* cell = mTree.CellView(row, mTree.model.ColumnAt(index.column()))) {
+        // Laid out as it is drawn at this width.
+        cell->BoundsChanged({0, 0, static_cast<float>(option.rect.width()),
+                             static_cast<float>(option.rect.height())});
+        return CutTextsOf(*cell);
+    }
+    QStyleOptionViewItem item = option;
+    initStyleOption(&item, index);
+    const QWidget* widget = option.widget;
+    const QStyle* style = widget ? widget->style() : QApplication::style();
+    const QRect area = style->subElementRect(QStyle::SE_ItemViewItemText, &item, widget);
+    return IsDrawnCut(item.text, item.font, area.width()) ? item.text : QString();
 }
 
 TreeWidget::TreeWidget(MultiColumnTreeImpl& tree) : mTree(tree) {

@@ -22,9 +22,16 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    // The pointer resting on a cell shows ToolTipFor's text.
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
+    // What a cell's tooltip says: the cell's whole text when it is drawn cut (or hidden for
+    // want of room), then what the tree's owner says of the cell.
+    QString ToolTipFor(const QStyleOptionViewItem& option, const QModelIndex& index) const;
 
 private:
     void DrawGridLine(QPainter& painter, const QRect& cell) const;
+    QString CutText(const QStyleOptionViewItem& option, const QModelIndex& index) const;
 
     MultiColumnTreeImpl& mTree;
     mutable CellTextCache mTexts;

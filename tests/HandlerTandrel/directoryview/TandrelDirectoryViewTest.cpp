@@ -12,10 +12,13 @@
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
 
+#include <QApplication>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QTest>
+#include <QToolTip>
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
@@ -873,6 +876,44 @@ TEST_F(TandrelDirectoryViewTest, ClickingAColumnTitleSortsByItAndASecondClickRev
     const auto state = View().GetStateData();
     EXPECT_EQ(state.mHeaderRowData.mSortColumnID, HandlerTandrel::Columns::kSizeColumn);
     EXPECT_TRUE(state.mHeaderRowData.mSortAscending);
+}
+
+TEST_F(TandrelDirectoryViewTest, ANameCutByANarrowColumnShowsWholeInItsToolTip) {
+    OpenPanel(5);
+    host::UI_MultiColumnTree& tree = View().GetTree();
+    QTreeView& view = *tree.GetImpl()->view;
+    const auto& model = tree.GetImpl()->model;
+    // The tooltip the pointer resting on the row's name brings up; empty for none.
+    const auto tipOver = [&](const fs::path& path) {
+        const QModelIndex index = model.IndexOf(RowOf(path));
+        const QPoint at = view.visualRect(index).center();
+        QHelpEvent help(QEvent::ToolTip, at, view.viewport()->mapToGlobal(at));
+        QApplication::sendEvent(view.viewport(), &help);
+        return help.isAccepted() ? QToolTip::text().toStdString() : std::string();
+    };
+    const auto nameOf = [&](const fs::path& path) {
+        auto* cell = dynamic_cast<HandlerTandrel::Columns::NameCellView*>(
+            tree.GetCellView(RowOf(path), HandlerTandrel::Columns::kNameColumn));
+        return cell ? host::ToUTF8(cell->Text().GetValue()) : std::string();
+    };
+    const fs::path promo = production / "Promo.mvproj";
+    const fs::path scene = production / "Scene 12.mvproj";
+    View().GetHeaderRow().SetColumnWidth(HandlerTandrel::Columns::kNameColumn, 600);
+    SettleEvents();
+    EXPECT_EQ(tipOver(promo), "") << "a whole name needs no tooltip";
+    View().GetHeaderRow().SetColumnWidth(HandlerTandrel::Columns::kNameColumn, 60);
+    SettleEvents();
+    ASSERT_FALSE(nameOf(promo).empty());
+    EXPECT_EQ(tipOver(promo), nameOf(promo));
+    // A row the view has more to say of: the whole name first, then the rest.
+    const std::string said =
+        model.SourceText(model.IndexOf(RowOf(scene)), Qt::ToolTipRole).toString().toStdString();
+    ASSERT_FALSE(said.empty());
+    EXPECT_EQ(tipOver(scene), nameOf(scene) + "\n" + said);
+    // Too narrow for any of the name: the tooltip still gives it.
+    View().GetHeaderRow().SetColumnWidth(HandlerTandrel::Columns::kNameColumn, 24);
+    SettleEvents();
+    EXPECT_EQ(tipOver(promo), nameOf(promo));
 }
 
 TEST_F(TandrelDirectoryViewTest, AProjectRowsToolTipSaysWhetherItsHolderIsStillThere) {

@@ -12,6 +12,7 @@
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/DockWorkspace.h"
+#include "Marvane/uitoolkit/TreeView.h"
 #include "TestProjects.h"
 #include "base/ProductionCommands.h"
 #include "base/TandrelIDs.h"
@@ -25,6 +26,7 @@
 #include <QApplication>
 #include <QDockWidget>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QTreeView>
 #include <QWheelEvent>
@@ -419,6 +421,33 @@ TEST_F(TandrelTabViewTest, ZoomInAndOutMoveTheSliderAndTheRowHeight) {
     EXPECT_EQ(Results().GetTree().GetRowHeight(), 47.5f);
     panel->ZoomOut();
     EXPECT_EQ(panel->GetZoom(), 0.25);
+}
+
+TEST_F(TandrelTabViewTest, ControlZeroResetsTheZoomFromEitherView) {
+    const auto panel = Panel();
+    const auto pressControlZero = [](host::UI_MultiColumnTree& tree) {
+        QTreeView& view = *tree.GetImpl()->view;
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_0, Qt::ControlModifier, QStringLiteral("0"));
+        QApplication::sendEvent(&view, &press);
+        return press.isAccepted();
+    };
+    panel->ZoomIn();
+    panel->ZoomIn();
+    panel->ZoomIn();
+    ASSERT_EQ(panel->GetZoom(), 0.75);
+    EXPECT_TRUE(pressControlZero(Tree()));
+    EXPECT_EQ(panel->GetZoom(), 0.0);
+    EXPECT_EQ(panel->GetZoomSlider()->GetValue(), 0.0);
+    EXPECT_EQ(Tree().GetRowHeight(), 25.0f);
+    EXPECT_EQ(Results().GetTree().GetRowHeight(), 25.0f);
+    // The same from the search results, and a 0 without Control changes nothing.
+    panel->ZoomIn();
+    QKeyEvent plain(QEvent::KeyPress, Qt::Key_0, Qt::NoModifier, QStringLiteral("0"));
+    QApplication::sendEvent(Results().GetTree().GetImpl()->view, &plain);
+    EXPECT_EQ(panel->GetZoom(), 0.25);
+    EXPECT_TRUE(pressControlZero(Results().GetTree()));
+    EXPECT_EQ(panel->GetZoom(), 0.0);
+    EXPECT_EQ(Results().GetTree().GetRowHeight(), 25.0f);
 }
 
 TEST_F(TandrelTabViewTest, TheZoomCommandsAreThePanels) {

@@ -5,14 +5,17 @@
 #include "ViewTestSupport.h"
 
 #include <QAbstractItemModelTester>
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QImage>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
 #include <QSignalSpy>
+#include <QToolTip>
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <map>
@@ -779,6 +782,36 @@ TEST(IconSet, EveryBadgeAndTheFolderIconHaveAPicture) {
     }
     EXPECT_NE(host::GetGenericFolderIcon(256, 256), nullptr);
     EXPECT_EQ(host::MakeIconSetImageHandler("NoSuchBadge"), nullptr);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(MultiColumnTreeTest, ATextCutByItsColumnShowsWholeInItsToolTipBeforeTheOwnersWords) {
+    const TreeRowPtr row = Row(u"Assembly", false, u"1,234,567,890 bytes on the shared drive");
+    tree.InsertRows(nullptr, {row});
+    tree.SetToolTipCallback([&](const TreeRowPtr& of, UI_MultiColumnTree::ColumnID) {
+        return of == row ? std::u16string(u"Held by Ben Okafor") : std::u16string();
+    });
+    header.SetColumnWidth(kName, 200);
+    header.SetColumnWidth(kSize, 60);
+    SettleEvents();
+    const auto tipOver = [&](UI_MultiColumnTree::ColumnID column) {
+        const QModelIndex index =
+            tree.GetImpl()->model.IndexOf(row, header.GetIndexOfColumn(column));
+        const QPoint at = view()->visualRect(index).center();
+        QHelpEvent help(QEvent::ToolTip, at, view()->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(view()->viewport(), &help);
+        return help.isAccepted() ? QToolTip::text().toStdString() : std::string();
+    };
+    EXPECT_EQ(tipOver(kName), "Held by Ben Okafor") << "a whole name adds nothing";
+    EXPECT_EQ(tipOver(kSize), "1,234,567,890 bytes on the shared drive\nHeld by Ben Okafor");
+    header.SetColumnWidth(kSize, 390);
+    SettleEvents();
+    EXPECT_EQ(tipOver(kSize), "Held by Ben Okafor");
+    tree.SetToolTipCallback(nullptr);
+    EXPECT_EQ(tipOver(kSize), "") << "nothing to say: no tooltip";
 }
 
 } // namespace
