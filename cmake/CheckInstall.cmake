@@ -16,7 +16,9 @@ foreach(file IN ITEMS
         share/applications/org.marvane.Marvane.desktop
         share/metainfo/org.marvane.Marvane.metainfo.xml
         share/icons/hicolor/scalable/apps/org.marvane.Marvane.svg
-        share/man/man1/marvane.1)
+        share/man/man1/marvane.1
+        share/mime/packages/org.marvane.Marvane.xml
+        share/icons/hicolor/scalable/mimetypes/application-x-marvane-project.svg)
     if(NOT EXISTS ${PREFIX}/${file})
         message(FATAL_ERROR "not installed: ${file}")
     endif()
@@ -38,6 +40,28 @@ run("appstreamcli validate" appstreamcli validate --no-net --pedantic
 run("man" man --warnings -l -Tutf8 ${PREFIX}/share/man/man1/marvane.1)
 if(NOT output MATCHES "organise a shared production")
     message(FATAL_ERROR "the man page does not read as expected:\n${output}")
+endif()
+
+# The project file type: a .mvproj file is known as one, marvane is what opens it, and a
+# folder is not claimed (the file manager keeps opening folders itself). Asked as a desktop
+# asks, with the prefix's data first and no one's own choices.
+run("update-mime-database" update-mime-database ${PREFIX}/share/mime)
+run("update-desktop-database" update-desktop-database ${PREFIX}/share/applications)
+file(WRITE "${PREFIX}/check/Scene 1.mvproj" "{\"formatVersion\":1,\"name\":\"Scene 1\"}\n")
+set(desktop env -u XDG_CURRENT_DESKTOP -u DESKTOP_SESSION -u KDE_FULL_SESSION
+    -u GNOME_DESKTOP_SESSION_ID XDG_DATA_DIRS=${PREFIX}/share:/usr/share
+    XDG_DATA_HOME=${PREFIX}/check/data XDG_CONFIG_HOME=${PREFIX}/check/config)
+run("xdg-mime query filetype" ${desktop} xdg-mime query filetype "${PREFIX}/check/Scene 1.mvproj")
+if(NOT output MATCHES "^application/x-marvane-project")
+    message(FATAL_ERROR "a .mvproj file is not known as a project: ${output}")
+endif()
+run("xdg-mime query default" ${desktop} xdg-mime query default application/x-marvane-project)
+if(NOT output MATCHES "^org.marvane.Marvane.desktop")
+    message(FATAL_ERROR "marvane does not open projects: ${output}")
+endif()
+run("xdg-mime query default" ${desktop} xdg-mime query default inode/directory)
+if(output MATCHES "org.marvane.Marvane")
+    message(FATAL_ERROR "marvane claims folders: ${output}")
 endif()
 
 # The installed program, through its link in bin, from a folder of its own.

@@ -1,6 +1,6 @@
 # What `cmake --install` puts under the prefix: the program with its library and plug-ins in
 # lib/marvane (the program finds both beside itself), a link to it in bin, and the desktop
-# entry, AppStream metainfo, icon and man page in their standard places.
+# entry, AppStream metainfo, icon, man page and the project file type in their standard places.
 include(GNUInstallDirs)
 
 set(MARVANE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/marvane)
@@ -26,6 +26,11 @@ install(FILES ${CMAKE_BINARY_DIR}/install/org.marvane.Marvane.metainfo.xml
 install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.svg
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 install(FILES ${CMAKE_BINARY_DIR}/install/marvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+# The project file type (shared-mime-info) and its icon.
+install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.mime.xml
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages RENAME org.marvane.Marvane.xml)
+install(FILES ${MARVANE_INSTALL_SOURCES}/application-x-marvane-project.svg
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/mimetypes)
 
 if(MARVANE_BUILD_TESTS)
     # Installs into a folder of the build, checks every file with the system's validators,

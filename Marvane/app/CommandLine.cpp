@@ -1,5 +1,7 @@
 #include "Marvane/app/CommandLine.h"
 
+#include "host/ProjectBackEnd.h"
+
 #include <array>
 #include <filesystem>
 
@@ -23,6 +25,27 @@ const std::array<ValueOption, 5> kValueOptions{{
     {"--screenshot", "a file name",
      [](CommandLineOptions& o, const std::string& v) { o.screenshot = v; }},
 }};
+
+// A folder named without --production that is not a project (as a file manager opens a folder
+// with marvane) is the production to open: one at most, and not beside --production.
+void TakeProductionFolder(CommandLineResult& result) {
+    std::vector<std::filesystem::path> projects;
+    for (std::filesystem::path& argument : result.options.projects) {
+        std::error_code ignored;
+        if (!std::filesystem::is_directory(argument, ignored) ||
+            IsMarvaneProjectFile(argument.string())) {
+            projects.push_back(std::move(argument));
+            continue;
+        }
+        if (result.options.production) {
+            result.error = "one production at a time: \"" + result.options.production->string() +
+                           "\" and \"" + argument.string() + "\" were both given";
+            return;
+        }
+        result.options.production = std::move(argument);
+    }
+    result.options.projects = std::move(projects);
+}
 
 } // namespace
 
@@ -64,6 +87,9 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
             option->store(result.options, arguments[++i]);
         }
     }
+    if (result.error.empty()) {
+        TakeProductionFolder(result);
+    }
     // A profile is a folder the host keeps its files in: a file there is a mistake to say, not
     // to write beside.
     if (result.error.empty() && result.options.profile) {
@@ -82,7 +108,7 @@ std::string VersionText() {
 }
 
 std::string UsageText() {
-    return "Usage: marvane [options] [PROJECT ...]\n"
+    return "Usage: marvane [options] [FOLDER] [PROJECT ...]\n"
            "  --production FOLDER   open FOLDER as the production\n"
            "  --user NAME           lock projects under NAME (another editor on this machine)\n"
            "  --profile DIR         keep preferences and panel settings in DIR\n"
@@ -94,7 +120,8 @@ std::string UsageText() {
            "                        answer each with a line (\"help\" lists the commands)\n"
            "  --help                show this text\n"
            "  --version             show the version\n"
-           "Without --production the last production opens, or the demo production.\n"
+           "A FOLDER given without --production is the production to open.\n"
+           "Without either the last production opens, or the demo production.\n"
            "PROJECT files (.mvproj) or folders (.mvprojd) open once the production is shown.\n"
            "\n"
            "       marvane locks [--json] [--user NAME] [--profile DIR] [PRODUCTION]\n"

@@ -1,7 +1,7 @@
 #pragma once
 // marvane [--production FOLDER] [--user NAME] [--profile DIR] [--plugins DIR]
 //         [--list-commands] [--screenshot FILE.png] [--script] [--help] [--version]
-//         [PROJECT ...]
+//         [FOLDER] [PROJECT ...]
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -15,7 +15,8 @@ struct CommandLineOptions {
     std::optional<std::filesystem::path> profile;
     std::optional<std::filesystem::path> plugins;
     std::optional<std::filesystem::path> screenshot;
-    std::vector<std::filesystem::path> projects; // opened after the production
+    // Opened after the production; a folder that is not a project is taken as the production.
+    std::vector<std::filesystem::path> projects;
     bool listCommands = false;
     bool script = false;
     bool help = false;

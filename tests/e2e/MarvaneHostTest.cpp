@@ -1,4 +1,5 @@
 // The real marvane process, started offscreen.
+#include "E2eProjects.h"
 #include "MarvaneProcess.h"
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
@@ -337,6 +338,20 @@ TEST(MarvaneHost, TheEmptyAreaSaysHowToBeginAndListsTheRecentProductions) {
     EXPECT_EQ(RunOnce(profile, std::nullopt, {"ui", "actions", "OpenRecentMenu"}),
               "ok &1 Trailer  (" + trailer.string() + ")|&2 Pilot  (" + pilot.string() +
                   ")|Clear Menu");
+}
+
+TEST(MarvaneHost, AFolderOpenedWithMarvaneIsTheProduction) {
+    const TwoProductions two("e2e-folder-argument");
+    std::ofstream(two.trailer / "Promo.mvproj") << "{\"formatVersion\":1,\"name\":\"Promo\"}\n";
+    RunOnce(two.profile, two.pilot, {"status"}); // Pilot is the last production
+    ScriptedMarvane marvane({two.trailer.string(), "--profile", two.profile.string()});
+    ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
+    EXPECT_EQ(marvane.SendUntil({"ui", "rows", e2e::kTree}, "ok count=1 Promo"),
+              "ok count=1 Promo");
+    marvane.Send({"quit"});
+    EXPECT_EQ(marvane.Finish(), 0) << marvane.ErrorOutput();
+    EXPECT_EQ(marvane.ErrorOutput().find("not a project"), std::string::npos)
+        << marvane.ErrorOutput();
 }
 
 TEST(MarvaneHost, OpenRecentOpensTheProductionChosen) {

@@ -196,6 +196,35 @@ TEST(CommandLine, AnUnknownArgumentIsAnError) {
     EXPECT_EQ(host::ParseCommandLine({"--frobnicate"}).error, "unknown argument \"--frobnicate\"");
 }
 
+TEST(CommandLine, AFolderGivenWithoutProductionIsTheProductionAndProjectsStayProjects) {
+    const testsupport::TemporaryFolder temporary("command-line-folder");
+    const fs::path pilot = temporary.Path() / "Pilot";
+    const fs::path titles = pilot / "Titles.mvprojd";
+    const fs::path scene = pilot / "Scene 1.mvproj";
+    fs::create_directories(titles);
+    std::ofstream(scene) << "{}\n";
+    const auto parsed = host::ParseCommandLine({scene.string(), pilot.string(), titles.string()});
+    ASSERT_EQ(parsed.error, "");
+    EXPECT_EQ(parsed.options.production, pilot);
+    EXPECT_EQ(parsed.options.projects, (std::vector<fs::path>{scene, titles}));
+    // A name that is not there stays a project, to be refused as one.
+    const auto missing = host::ParseCommandLine({(temporary.Path() / "Gone").string()});
+    EXPECT_EQ(missing.options.production, std::nullopt);
+    EXPECT_EQ(missing.options.projects.size(), 1u);
+}
+
+TEST(CommandLine, TwoProductionsAtOnceAreAnError) {
+    const testsupport::TemporaryFolder temporary("command-line-two");
+    fs::create_directories(temporary.Path() / "Pilot");
+    fs::create_directories(temporary.Path() / "Trailer");
+    const std::string pilot = (temporary.Path() / "Pilot").string();
+    const std::string trailer = (temporary.Path() / "Trailer").string();
+    EXPECT_EQ(host::ParseCommandLine({"--production", pilot, trailer}).error,
+              "one production at a time: \"" + pilot + "\" and \"" + trailer +
+                  "\" were both given");
+    EXPECT_NE(host::ParseCommandLine({pilot, trailer}).error, "");
+}
+
 TEST(Paths, NamePartsOfAPath) {
     EXPECT_EQ(host::GetFilePart(u"/a/Scene 12.mvproj"), u"Scene 12");
     EXPECT_EQ(host::GetFilePart(u"/a/v1.2 cut.mvproj"), u"v1.2 cut");
