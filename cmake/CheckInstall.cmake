@@ -10,13 +10,15 @@ endif()
 
 foreach(file IN ITEMS
         bin/marvane
-        lib/marvane/marvane
-        lib/marvane/libMarvane.so
-        lib/marvane/plugins/HandlerTandrel.so
+        libexec/marvane/marvane
+        libexec/marvane/libMarvane.so
+        libexec/marvane/plugins/HandlerTandrel.so
         share/applications/org.marvane.Marvane.desktop
         share/metainfo/org.marvane.Marvane.metainfo.xml
         share/icons/hicolor/scalable/apps/org.marvane.Marvane.svg
-        share/man/man1/marvane.1
+        share/man/man1/marvane.1.gz
+        share/doc/marvane/copyright
+        share/doc/marvane/changelog.gz
         share/mime/packages/org.marvane.Marvane.xml
         share/icons/hicolor/scalable/mimetypes/application-x-marvane-project.svg)
     if(NOT EXISTS ${PREFIX}/${file})
@@ -37,7 +39,7 @@ run("desktop-file-validate" desktop-file-validate
     ${PREFIX}/share/applications/org.marvane.Marvane.desktop)
 run("appstreamcli validate" appstreamcli validate --no-net --pedantic
     ${PREFIX}/share/metainfo/org.marvane.Marvane.metainfo.xml)
-run("man" man --warnings -l -Tutf8 ${PREFIX}/share/man/man1/marvane.1)
+run("man" man --warnings -l -Tutf8 ${PREFIX}/share/man/man1/marvane.1.gz)
 if(NOT output MATCHES "organise a shared production")
     message(FATAL_ERROR "the man page does not read as expected:\n${output}")
 endif()

@@ -1,9 +1,9 @@
 # What `cmake --install` puts under the prefix: the program with its library and plug-ins in
-# lib/marvane (the program finds both beside itself), a link to it in bin, and the desktop
+# libexec/marvane (the program finds both beside itself), a link to it in bin, and the desktop
 # entry, AppStream metainfo, icon, man page and the project file type in their standard places.
 include(GNUInstallDirs)
 
-set(MARVANE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/marvane)
+set(MARVANE_INSTALL_DIR ${CMAKE_INSTALL_LIBEXECDIR}/marvane)
 set(MARVANE_INSTALL_SOURCES ${PROJECT_SOURCE_DIR}/Marvane/resources/install)
 
 set_target_properties(marvane PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -19,13 +19,28 @@ install(CODE "
 configure_file(${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.metainfo.xml
     ${CMAKE_BINARY_DIR}/install/org.marvane.Marvane.metainfo.xml @ONLY)
 configure_file(${MARVANE_INSTALL_SOURCES}/marvane.1 ${CMAKE_BINARY_DIR}/install/marvane.1 @ONLY)
+configure_file(${MARVANE_INSTALL_SOURCES}/changelog
+    ${CMAKE_BINARY_DIR}/install/changelog @ONLY)
+# Manual pages and changelogs are installed compressed, as the system's are; -n keeps the
+# archive the same from one build to the next.
+find_program(MARVANE_GZIP gzip REQUIRED)
+foreach(document marvane.1 changelog)
+    add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/install/${document}.gz
+        COMMAND ${MARVANE_GZIP} -9nf -k ${CMAKE_BINARY_DIR}/install/${document}
+        DEPENDS ${CMAKE_BINARY_DIR}/install/${document}
+        COMMENT "Compressing ${document}")
+    list(APPEND MARVANE_COMPRESSED_DOCUMENTS ${CMAKE_BINARY_DIR}/install/${document}.gz)
+endforeach()
+add_custom_target(marvane_compressed_documents ALL DEPENDS ${MARVANE_COMPRESSED_DOCUMENTS})
 install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.desktop
     DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${CMAKE_BINARY_DIR}/install/org.marvane.Marvane.metainfo.xml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.svg
     DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
-install(FILES ${CMAKE_BINARY_DIR}/install/marvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${CMAKE_BINARY_DIR}/install/marvane.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${MARVANE_INSTALL_SOURCES}/copyright ${CMAKE_BINARY_DIR}/install/changelog.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/marvane)
 # The project file type (shared-mime-info) and its icon.
 install(FILES ${MARVANE_INSTALL_SOURCES}/org.marvane.Marvane.mime.xml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages RENAME org.marvane.Marvane.xml)
@@ -40,4 +55,10 @@ if(MARVANE_BUILD_TESTS)
                 -DPREFIX=${CMAKE_BINARY_DIR}/install-check
                 -DVERSION=${PROJECT_VERSION}
                 -P ${PROJECT_SOURCE_DIR}/cmake/CheckInstall.cmake)
+    # Makes the Debian package, checks it and installs it into a root of its own.
+    add_test(NAME DebianPackageIsCleanInstallsIntoAnEmptyRootAndRuns
+        COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${CMAKE_BINARY_DIR} -DVERSION=${PROJECT_VERSION}
+                -P ${PROJECT_SOURCE_DIR}/cmake/CheckPackage.cmake)
+    set_tests_properties(DebianPackageIsCleanInstallsIntoAnEmptyRootAndRuns PROPERTIES
+        RESOURCE_LOCK package-check TIMEOUT 300)
 endif()
