@@ -69,6 +69,10 @@ CommandLineResult ParseCommandLine(const std::vector<std::string>& arguments) {
             result.options.script = true;
             continue;
         }
+        if (argument == "--demo-editor") {
+            result.options.demoEditor = true;
+            continue;
+        }
         if (!argument.empty() && argument[0] != '-') {
             result.options.projects.emplace_back(argument);
             continue;
@@ -118,6 +122,8 @@ std::string UsageText() {
            "                        is shown, then exit (works without a display)\n"
            "  --script              take commands from standard input, one a line, and\n"
            "                        answer each with a line (\"help\" lists the commands)\n"
+           "  --demo-editor         on the demo production, start a second editor, with no\n"
+           "                        window, that holds a project while this run lasts\n"
            "  --help                show this text\n"
            "  --version             show the version\n"
            "A FOLDER given without --production is the production to open.\n"

@@ -1,6 +1,7 @@
 #pragma once
 // marvane [--production FOLDER] [--user NAME] [--profile DIR] [--plugins DIR]
-//         [--list-commands] [--screenshot FILE.png] [--script] [--help] [--version]
+//         [--list-commands] [--screenshot FILE.png] [--script] [--demo-editor] [--help]
+//         [--version]
 //         [FOLDER] [PROJECT ...]
 #include <filesystem>
 #include <optional>
@@ -18,6 +19,7 @@ struct CommandLineOptions {
     // Opened after the production; a folder that is not a project is taken as the production.
     std::vector<std::filesystem::path> projects;
     bool listCommands = false;
+    bool demoEditor = false; // on the demo production, a second editor holds a project
     bool script = false;
     bool help = false;
     bool version = false;

@@ -1,5 +1,6 @@
 #include "Marvane/app/HostApplication.h"
 
+#include "Marvane/app/DemoEditor.h"
 #include "Marvane/app/EmergencyStop.h"
 #include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
@@ -271,6 +272,29 @@ void StartLockHeartbeat(MainWindow& window) {
     heartbeat->start();
 }
 
+// With --demo-editor on the demo production, a second editor holds one of its projects while
+// this run lasts.
+void StartDemoEditorOnTheDemo(const CommandLineOptions& options, DemoEditor& editor,
+                              std::ostream& err) {
+    const HostSession& session = HostSession::Instance();
+    const std::filesystem::path demo = session.dataDirectory / kDemoProductionName;
+    std::error_code ignored;
+    if (!options.demoEditor || ProductionSession::Instance().GetFolder().empty() ||
+        !std::filesystem::equivalent(ProductionSession::Instance().GetFolder(), demo, ignored)) {
+        return;
+    }
+    std::string error;
+    if (!editor.Start(demo, session.dataDirectory / "Demo Editor", error)) {
+        err << "marvane: the demo's second editor did not start: " << error << "\n";
+        return;
+    }
+    // A picture taken at once shows the project held; a window shows it when it is.
+    constexpr int kHoldingMs = 10000;
+    if (options.screenshot && !editor.WaitUntilHolding(kHoldingMs)) {
+        err << "marvane: the demo's second editor did not open its project in time\n";
+    }
+}
+
 // Tells a script driver that commands are taken from now on.
 void TellScriptReady(const CommandLineOptions& options) {
     if (options.script) {
@@ -320,6 +344,7 @@ void StopKeepingChanges(MainWindow& window, PluginLoader& loader, std::ostream& 
 int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::ostream& err) {
     int exitCode = 0;
     MainWindow window;
+    DemoEditor demoEditor;
     // From here until the orderly stop is over, an uncaught exception keeps unsaved changes
     // and removes our locks before the run aborts.
     const EmergencyStop emergencyStop(err);
@@ -338,6 +363,7 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
     OpenStartProjects(options, window, err);
     OfferRecoveredCopies(window);
     StartLockHeartbeat(window);
+    StartDemoEditorOnTheDemo(options, demoEditor, err);
     TellScriptReady(options);
     if (options.screenshot) {
         TakeScreenshotSoon(window, *options.screenshot, exitCode, err);
@@ -349,6 +375,7 @@ int RunMainWindow(const CommandLineOptions& options, PluginLoader& loader, std::
     if (!options.screenshot) {
         SaveWindowState(window, HostSession::Instance().profileDirectory);
     }
+    demoEditor.Stop();
     StopKeepingChanges(window, loader, err);
     return exitCode;
 }

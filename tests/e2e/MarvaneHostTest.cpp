@@ -342,7 +342,7 @@ TEST(MarvaneHost, TheEmptyAreaSaysHowToBeginAndListsTheRecentProductions) {
 
 TEST(MarvaneHost, AFolderOpenedWithMarvaneIsTheProduction) {
     const TwoProductions two("e2e-folder-argument");
-    std::ofstream(two.trailer / "Promo.mvproj") << "{\"formatVersion\":1,\"name\":\"Promo\"}\n";
+    e2e::WriteProject(two.trailer / "Promo.mvproj");
     RunOnce(two.profile, two.pilot, {"status"}); // Pilot is the last production
     ScriptedMarvane marvane({two.trailer.string(), "--profile", two.profile.string()});
     ASSERT_EQ(marvane.ReadLine(), "ready") << marvane.ErrorOutput();
