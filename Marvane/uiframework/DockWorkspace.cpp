@@ -1,4 +1,5 @@
 #include "Marvane/uiframework/DockWorkspace.h"
+#include "Marvane/uiframework/PanelTitleBar.h"
 
 #include "Marvane/uiframework/CommandDispatch.h"
 #include "Marvane/uiframework/MenuResources.h"
@@ -139,6 +140,12 @@ void DockWorkspace::OpenTab(HandlerID handlerID) {
             dispatcher.SetFocusedTabView(nullptr);
         }
     });
+    // The panel menu opens from a button on the title bar too, not only by a right-click.
+    std::function<void(QPoint)> showMenu;
+    if (!tabView->GetPanelMenuID().empty()) {
+        showMenu = [this, handlerID](QPoint at) { ShowPanelMenu(handlerID, at); };
+    }
+    dock->setTitleBarWidget(new PanelTitleBar(*dock, std::move(showMenu)));
     dock->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(dock, &QWidget::customContextMenuRequested, this, [this, handlerID, dock](QPoint at) {
         ShowPanelMenu(handlerID, dock->mapToGlobal(at));

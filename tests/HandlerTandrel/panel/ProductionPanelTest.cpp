@@ -3,6 +3,7 @@
 #include "Marvane/panelframework/Registries.h"
 #include "Marvane/uiframework/DockWorkspace.h"
 #include "Marvane/uiframework/MenuResources.h"
+#include "Marvane/uiframework/PanelTitleBar.h"
 #include "TestProjects.h"
 #include "base/ProductionCommands.h"
 #include "base/TandrelIDs.h"
@@ -11,6 +12,7 @@
 
 #include <QApplication>
 #include <QDockWidget>
+#include <QMenu>
 #include <QMenuBar>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -145,6 +147,37 @@ TEST_F(ProductionPanelTest, ThePanelMenuComesFromTheHostsMenuResource) {
     // A command's key follows its text after a tab.
     EXPECT_TRUE(texts.contains(QStringLiteral("New Project…\tCtrl+Alt+N")))
         << texts.join(", ").toStdString();
+}
+
+TEST_F(ProductionPanelTest, AButtonOnTheTitleBarOpensThePanelMenu) {
+    ASSERT_EQ(host::ProductionSession::Instance().Open(root / "Pilot"), "");
+    SettleEvents();
+    ASSERT_NE(PanelDock(), nullptr);
+    auto* bar = dynamic_cast<host::PanelTitleBar*>(PanelDock()->titleBarWidget());
+    ASSERT_NE(bar, nullptr);
+    EXPECT_EQ(bar->Title(), QStringLiteral("Production: Pilot"));
+    ASSERT_TRUE(bar->MenuButton()->isVisible());
+    EXPECT_EQ(bar->MenuButton()->toolTip(), QStringLiteral("Panel Menu"));
+    bar->MenuButton()->click();
+    SettleEvents();
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr) << "no menu opened";
+    QStringList texts;
+    for (QAction* action : menu->actions()) {
+        texts << action->text();
+    }
+    EXPECT_TRUE(texts.contains(QStringLiteral("Zoom In"))) << texts.join(", ").toStdString();
+    // It opens below the button.
+    EXPECT_GE(menu->pos().y(), bar->MenuButton()->mapToGlobal(QPoint(0, 0)).y());
+    menu->close();
+    SettleEvents();
+    // The title follows the production; the close button closes the panel.
+    host::ProductionSession::Instance().Close();
+    SettleEvents();
+    EXPECT_EQ(bar->Title(), QStringLiteral("Production"));
+    bar->CloseButton()->click();
+    SettleEvents();
+    EXPECT_FALSE(Workspace().TabIsShown(kMvProductionFolderHandlerID));
 }
 
 TEST_F(ProductionPanelTest, EveryContextMenuOfThePanelExistsInTheMenuResource) {
