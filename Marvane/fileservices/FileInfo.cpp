@@ -5,6 +5,7 @@
 #include "Marvane/fileservices/FileWriting.h"
 #include "Marvane/fileservices/HostFolders.h"
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/fileservices/KeptCreation.h"
 #include "host/FileServices.h"
 
 #include <fcntl.h>
@@ -25,21 +26,27 @@ FileInfo::FileInfo(const WideString& path) {
     const std::string utf8 = ToUTF8(path);
     CountFileInfoStat();
     // A file on a share that does not answer in time is taken as not there.
-    const std::optional<struct statx> found = files::Bounded<struct statx>(utf8, [utf8] {
+    struct Found {
         struct statx status {};
+        std::int64_t created = 0;
+    };
+    const std::optional<Found> found = files::Bounded<Found>(utf8, [utf8] {
+        Found asked;
         if (::statx(AT_FDCWD, utf8.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
-                    &status) != 0) {
-            status.stx_mask = 0;
+                    &asked.status) != 0) {
+            asked.status.stx_mask = 0;
+            return asked;
         }
-        return status;
+        asked.created = CreatedTicksOfFile(utf8, asked.status);
+        return asked;
     });
-    if (!found || found->stx_mask == 0) {
+    if (!found || found->status.stx_mask == 0) {
         return;
     }
-    const struct statx& status = *found;
+    const struct statx& status = found->status;
     mExists = true;
     mModified = TicksOf(status.stx_mtime);
-    mCreated = CreatedTicksOf(status);
+    mCreated = found->created;
     mSize = status.stx_size;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Marvane/core/ThisMachine.h"
 #include "Marvane/fileservices/FolderMount.h"
+#include "Marvane/fileservices/KeptCreation.h"
 #include "Marvane/fileservices/NameClaim.h"
 #include "Marvane/fileservices/TemporaryFiles.h"
 #include "host/DebugTrace.h"
@@ -233,6 +234,8 @@ bool ReplaceFile(const fs::path& target, const std::string& text, std::string& e
     if (!WriteSibling(sibling, target, text, mode, error)) {
         return false;
     }
+    // The file replaced was made before: the new one says so ("Date Created" stays).
+    CarryCreation(target.string(), sibling.string());
     if (::rename(sibling.c_str(), target.c_str()) != 0) {
         error = Reason(target, errno);
         ::unlink(sibling.c_str());

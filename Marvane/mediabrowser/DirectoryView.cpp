@@ -195,7 +195,8 @@ Listing ReadDirectory(const std::string& folder, const LockReading& locks) {
             entry.fields.emplace(std::string(kSizeField),
                                  static_cast<std::int64_t>(status.stx_size));
             entry.fields.emplace(std::string(kModifiedField), TicksOf(status.stx_mtime));
-            entry.fields.emplace(std::string(kCreatedField), CreatedTicksOf(status));
+            entry.fields.emplace(std::string(kCreatedField),
+                                 found.keptCreated.value_or(CreatedTicksOf(status)));
         }
         listing.content.push_back(std::move(entry));
     }

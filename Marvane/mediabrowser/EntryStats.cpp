@@ -2,7 +2,9 @@
 
 #include "Marvane/fileservices/FileSystemTypes.h"
 #include "Marvane/fileservices/IoCounters.h"
+#include "Marvane/fileservices/KeptCreation.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
+#include "host/ProjectBackEnd.h"
 
 #include <algorithm>
 #include <atomic>
@@ -31,6 +33,10 @@ void StatEntry(const std::string& path, EntryStatus& entry) {
         CountListingStat();
         entry.known =
             ::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, kWanted, &entry.status) == 0;
+    }
+    // A project's "Date Created" survives its saves: only project files are asked.
+    if (entry.known && S_ISREG(entry.status.stx_mode) && IsMarvaneProjectFile(path)) {
+        entry.keptCreated = KeptCreatedTicks(path);
     }
 }
 

@@ -5,6 +5,8 @@
 // on a local disk, and while the kernel answers, one after the other.
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -16,6 +18,8 @@ struct EntryStatus {
     struct statx own {};    // the entry itself (a link: the link)
     bool known = false;     // what the entry is could be asked (a link: what it points to)
     struct statx status {}; // what the entry is
+    // When a project file was first made, where the file keeps it (see KeptCreation.h).
+    std::optional<std::int64_t> keptCreated;
 };
 
 // From this many entries on, a listing on a share asks for them several at a time.

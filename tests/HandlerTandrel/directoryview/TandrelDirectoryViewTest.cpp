@@ -2,6 +2,7 @@
 
 #include "GoneProcess.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/documents/DocumentManager.h"
 #include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/projectbackend/LockFiles.h"
@@ -20,10 +21,12 @@
 #include <QTest>
 #include <QToolTip>
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace {
 
@@ -120,6 +123,34 @@ TEST_F(TandrelDirectoryViewTest, ARecordMadeFromTheListingHoldsWhatTheDiskSays) 
     EXPECT_EQ(View().GetRowMetadata(RowOf(production / "Promo.mvproj"))->lockOwner, u"Ben Okafor");
     EXPECT_EQ(View().GetRowMetadata(RowOf(production / "Scene 12.mvproj"))->lockOwner,
               host::ToUTF16(std::string(host::kUnreadableLockHolder)));
+}
+
+TEST_F(TandrelDirectoryViewTest, ASavedProjectKeepsItsDateCreated) {
+    OpenPanel(5);
+    const fs::path promo = production / "Promo.mvproj";
+    const auto before = View().GetRowMetadata(RowOf(promo));
+    ASSERT_TRUE(before && before->hasCreatedTime);
+    // Dates are shown to the second: the save comes in a later one.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    const auto project = testsupport::OpenProject(promo);
+    host::ProjectContent content = project->Content();
+    content.sequences.push_back("Saved later");
+    project->EditContent(content);
+    std::string error;
+    ASSERT_TRUE(host::DocumentManager::Instance().Save(project, error)) << error;
+    // The listing that follows the save, and a look at the file itself, say the same.
+    ASSERT_TRUE(WaitUntil([&] {
+        const auto now = View().GetRowMetadata(RowOf(promo));
+        return now && now->modifiedTime > before->modifiedTime;
+    }));
+    EXPECT_EQ(View().GetRowMetadata(RowOf(promo))->createdTime, before->createdTime);
+    HandlerTandrel::Columns::FileMetadata read(W(promo));
+    read.Update(true, HandlerTandrel::Columns::kNameColumn);
+    EXPECT_EQ(read.createdTime, before->createdTime);
+    struct statx status {};
+    ASSERT_EQ(::statx(AT_FDCWD, promo.c_str(), 0, STATX_BTIME, &status), 0);
+    EXPECT_GT(static_cast<std::int64_t>(status.stx_btime.tv_sec), before->createdTime)
+        << "the save made a new file, born later";
 }
 
 TEST_F(TandrelDirectoryViewTest, RowsUnderAClosedFolderGetTheirLockStatusWhenItOpens) {

@@ -1,0 +1,47 @@
+#include "Marvane/fileservices/KeptCreation.h"
+
+#include "Marvane/fileservices/FileTimes.h"
+
+#include <charconv>
+#include <fcntl.h>
+#include <sys/xattr.h>
+
+namespace host {
+
+std::optional<std::int64_t> KeptCreatedTicks(const std::string& path) {
+    char text[24] = {};
+    const ssize_t length = ::getxattr(path.c_str(), kCreatedAttribute, text, sizeof(text));
+    if (length <= 0) {
+        return std::nullopt;
+    }
+    std::int64_t ticks = 0;
+    const char* end = text + length;
+    const auto [stop, problem] = std::from_chars(text, end, ticks);
+    // Anything but a whole number (written by hand, cut short) is not a time kept.
+    if (problem != std::errc() || stop != end) {
+        return std::nullopt;
+    }
+    return ticks;
+}
+
+std::int64_t CreatedTicksOfFile(const std::string& path, const struct statx& status) {
+    if (S_ISREG(status.stx_mode)) {
+        if (const std::optional<std::int64_t> kept = KeptCreatedTicks(path)) {
+            return *kept;
+        }
+    }
+    return CreatedTicksOf(status);
+}
+
+bool CarryCreation(const std::string& target, const std::string& replacement) {
+    struct statx status {};
+    if (::statx(AT_FDCWD, target.c_str(), AT_STATX_SYNC_AS_STAT,
+                STATX_TYPE | STATX_BTIME | STATX_CTIME, &status) != 0 ||
+        !S_ISREG(status.stx_mode)) {
+        return false;
+    }
+    const std::string ticks = std::to_string(CreatedTicksOfFile(target, status));
+    return ::setxattr(replacement.c_str(), kCreatedAttribute, ticks.data(), ticks.size(), 0) == 0;
+}
+
+} // namespace host
