@@ -1,5 +1,6 @@
 #include "Marvane/app/HostCommands.h"
 
+#include "Marvane/app/TrashCommands.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "host/Localizer.h"
@@ -26,6 +27,8 @@ void DeclareHostCommands(ShortcutManager& shortcutManager) {
     declare("cmd.edit.cut", kCmdCut, "$$$/Marvane/Host/Commands/Cut=Cut");
     declare("cmd.edit.copy", kCmdCopy, "$$$/Marvane/Host/Commands/Copy=Copy");
     declare("cmd.edit.paste", kCmdPaste, "$$$/Marvane/Host/Commands/Paste=Paste");
+    declare("cmd.edit.restorefromtrash", kCmdRestoreFromTrash,
+            "$$$/Marvane/Host/Commands/RestoreFromTrash=Restore from Trash");
     declare("cmd.file.closeselectedprojects", kCmdCloseSelectedProjects,
             "$$$/Marvane/Host/Commands/CloseSelectedProjects=Close Selected Projects");
     declare("cmd.edit.selectall", kCmdSelectAll, "$$$/Marvane/Host/Commands/SelectAll=Select All");
@@ -52,6 +55,9 @@ bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus
         return true;
     case kCmdCloseProduction:
         status.enabled = ProductionSession::Instance().IsOpen();
+        return true;
+    case kCmdRestoreFromTrash:
+        status.enabled = CanRestoreSelection();
         return true;
     default:
         // Edit commands belong to the focused panel; nobody else can do them.
@@ -81,6 +87,8 @@ bool HostCommandHandler::ObeyCommand(const Command& command) {
         return run(mActions.saveProject);
     case kCmdCloseProject:
         return run(mActions.closeProject);
+    case kCmdRestoreFromTrash:
+        return run(&RestoreSelection);
     default:
         return false;
     }

@@ -17,6 +17,7 @@ enum HostCommandID : CommandID {
     kCmdCut = 1101,
     kCmdCopy = 1102,
     kCmdPaste = 1103,
+    kCmdRestoreFromTrash = 1104,
     // Answered by the focused panel; the host itself does nothing with them.
     kCmdSelectAll = 57642,
     kCmdDeselectAll = 11303,

@@ -46,6 +46,8 @@ void MainWindow::BuildMenus() {
     add(edit, "cmd.edit.copy", QKeySequence::Copy);
     add(edit, "cmd.edit.paste", QKeySequence::Paste);
     edit->addSeparator();
+    add(edit, "cmd.edit.restorefromtrash", QKeySequence());
+    edit->addSeparator();
     add(edit, "cmd.edit.selectall", QKeySequence::SelectAll);
     add(edit, "cmd.edit.deselectall", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A));
 

@@ -8,6 +8,7 @@
 #include "Marvane/fileservices/FolderMount.h"
 #include "Marvane/fileservices/LongWork.h"
 #include "Marvane/fileservices/MoveJournal.h"
+#include "Marvane/fileservices/MovedItems.h"
 #include "Marvane/fileservices/ProjectItemRules.h"
 #include "Marvane/fileservices/TreeWalk.h"
 #include "host/DebugTrace.h"
@@ -441,7 +442,13 @@ void Copy(const WideString& from, const WideString& to) {
 }
 
 int Move(const WideString& source, const WideString& destination) {
-    return MoveOrNote(Native(StripTrailingSlash(source)), Native(StripTrailingSlash(destination)));
+    const fs::path from = Native(StripTrailingSlash(source));
+    const fs::path to = Native(StripTrailingSlash(destination));
+    const int result = MoveOrNote(from, to);
+    if (result >= 0) {
+        TellMoved(from, to);
+    }
+    return result;
 }
 
 Directory::Directory(WideString path) : mPath(StripTrailingSlash(path)) {}

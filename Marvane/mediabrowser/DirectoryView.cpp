@@ -7,6 +7,7 @@
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/mediabrowser/EntryStats.h"
 #include "Marvane/mediabrowser/ListedLocks.h"
+#include "Marvane/mediabrowser/ShownDirectoryViews.h"
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockStates.h"
@@ -256,6 +257,7 @@ bool EntryIsDirectory(const DirectoryEntry& entry) {
 
 MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeID)
     : mTree(std::make_unique<UI_MultiColumnTree>(treeNodeID)) {
+    NoteDirectoryViewMade(this);
     mTree->SetDisclosureChangedCallback(
         [this](const TreeRowPtr& row, bool open) { RowDisclosureChanged(row, open); });
     // A project's lock, in words: who holds it, since when they were seen, whether anyone
@@ -286,6 +288,7 @@ MediaBrowserDirectoryView::MediaBrowserDirectoryView(const ByteString& treeNodeI
 }
 
 MediaBrowserDirectoryView::~MediaBrowserDirectoryView() {
+    NoteDirectoryViewGone(this);
     StopWatchingFolders();
     if (mListening) {
         MessageStation::Get(kDirectoryMonitorStation)->Unsubscribe(this);

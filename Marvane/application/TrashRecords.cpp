@@ -1,0 +1,219 @@
+#include "Marvane/application/TrashRecords.h"
+
+#include "Marvane/application/ProductionSession.h"
+#include "Marvane/core/JsonText.h"
+#include "Marvane/fileservices/FileReading.h"
+#include "Marvane/fileservices/FileWriting.h"
+#include "Marvane/fileservices/MovedItems.h"
+#include "Marvane/projectbackend/LockFiles.h"
+#include "Marvane/projectbackend/LockingIdentity.h"
+#include "host/FileServices.h"
+#include "host/Localizer.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kRecordsFolder = "trash";
+constexpr const char* kTrashName = "Trash";
+
+// A name's hash, the same on every machine and in every run (FNV-1a, 64 bits).
+std::string NameHash(const std::string& name) {
+    std::uint64_t hash = 14695981039346656037ULL;
+    for (const char character : name) {
+        hash = (hash ^ static_cast<unsigned char>(character)) * 1099511628211ULL;
+    }
+    char text[17];
+    std::snprintf(text, sizeof(text), "%016llx", static_cast<unsigned long long>(hash));
+    return text;
+}
+
+bool IsRealFolder(const fs::path& folder) {
+    std::error_code ignored;
+    return fs::is_directory(fs::symlink_status(folder, ignored));
+}
+
+// The folder of records, made when missing; never through a symbolic link.
+std::optional<fs::path> RecordsFolder(const fs::path& production) {
+    const fs::path own = production / ".marvane";
+    const fs::path records = own / kRecordsFolder;
+    std::error_code ignored;
+    fs::create_directory(own, ignored);
+    if (!IsRealFolder(own)) {
+        return std::nullopt;
+    }
+    fs::create_directory(records, ignored);
+    return IsRealFolder(records) ? std::optional<fs::path>(records) : std::nullopt;
+}
+
+std::string UtcNow() {
+    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char text[32];
+    std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return text;
+}
+
+// A place inside the production: relative, and never climbing out of it.
+bool StaysInside(const fs::path& relative) {
+    if (relative.empty() || relative.is_absolute()) {
+        return false;
+    }
+    for (const fs::path& part : relative.lexically_normal()) {
+        if (part == "..") {
+            return false;
+        }
+    }
+    return true;
+}
+
+fs::path TrashOf(const fs::path& production) {
+    return production / kTrashName;
+}
+
+} // namespace
+
+fs::path TrashRecordFile(const fs::path& production, const std::string& nameInTrash) {
+    return production / ".marvane" / kRecordsFolder / (NameHash(nameInTrash) + ".json");
+}
+
+bool RecordTrashed(const fs::path& production, const fs::path& from, const fs::path& inTrash,
+                   const std::string& by) {
+    const std::optional<fs::path> folder = RecordsFolder(production);
+    const fs::path relative = from.lexically_relative(production);
+    if (!folder || !StaysInside(relative)) {
+        return false;
+    }
+    const std::string name = inTrash.filename().string();
+    nlohmann::json record;
+    record["name"] = name;
+    record["from"] = relative.generic_string();
+    record["when"] = UtcNow();
+    record["by"] = by;
+    std::string error;
+    return ReplaceFile(TrashRecordFile(production, name), JsonText(record, 2) + "\n", error);
+}
+
+std::optional<TrashRecord> FindTrashRecord(const fs::path& production,
+                                           const std::string& nameInTrash) {
+    const fs::path file = TrashRecordFile(production, nameInTrash);
+    std::error_code ignored;
+    if (!fs::is_regular_file(fs::symlink_status(file, ignored))) {
+        return std::nullopt; // a link at its name leads elsewhere: not a record
+    }
+    const nlohmann::json json = ReadJsonFile(file);
+    if (!json.is_object()) {
+        return std::nullopt;
+    }
+    const auto field = [&json](const char* key) {
+        const auto found = json.find(key);
+        return found != json.end() && found->is_string() ? found->get<std::string>()
+                                                         : std::string();
+    };
+    TrashRecord record{field("name"), fs::path(field("from")), field("when"), field("by")};
+    // Another name's record (hashes can meet), or a place that leaves the production.
+    if (record.name != nameInTrash || !StaysInside(record.from)) {
+        return std::nullopt;
+    }
+    return record;
+}
+
+void ForgetTrashed(const fs::path& production, const std::string& nameInTrash) {
+    std::error_code ignored;
+    fs::remove(TrashRecordFile(production, nameInTrash), ignored);
+}
+
+void RecordMovesOfTheTrash() {
+    SetMovedListener([](const fs::path& from, const fs::path& to) {
+        const fs::path production = ProductionSession::Instance().GetFolder();
+        if (production.empty()) {
+            return;
+        }
+        const fs::path trash = TrashOf(production);
+        const bool intoTrash = to.parent_path().lexically_normal() == trash.lexically_normal();
+        const bool outOfTrash = from.parent_path().lexically_normal() == trash.lexically_normal();
+        if (outOfTrash) {
+            ForgetTrashed(production, from.filename().string());
+        }
+        if (intoTrash && !outOfTrash) {
+            RecordTrashed(production, from, to, CurrentLockingIdentity().name);
+        }
+    });
+}
+
+namespace {
+
+// Installed while the library loads, as the other sources are.
+[[maybe_unused]] const bool gTrashMovesRecorded = [] {
+    RecordMovesOfTheTrash();
+    return true;
+}();
+
+} // namespace
+
+RestoreResult RestoreFromTrash(const fs::path& production, const fs::path& item) {
+    RestoreResult result;
+    const std::string name = item.filename().string();
+    if (item.parent_path().lexically_normal() != TrashOf(production).lexically_normal()) {
+        result.refusal =
+            Localize("$$$/Marvane/Host/Restore/NotInTrash=\"@0\" is not in the trash.", {name});
+        return result;
+    }
+    const std::optional<TrashRecord> record = FindTrashRecord(production, name);
+    if (!record) {
+        result.refusal =
+            Localize("$$$/Marvane/Host/Restore/NoRecord=\"@0\" cannot be put back: there "
+                     "is no record of where it came from (it went into the trash "
+                     "before such records were kept, or not through marvane).",
+                     {name});
+        return result;
+    }
+    const fs::path destination = production / record->from;
+    const fs::path folder = destination.parent_path();
+    const std::string folderName =
+        folder == production ? production.filename().string() : record->from.parent_path().string();
+    if (!IsRealFolder(folder)) {
+        result.refusal =
+            Localize("$$$/Marvane/Host/Restore/FolderGone=\"@0\" cannot be put back: the folder it "
+                     "came from, \"@1\", is not there any more.",
+                     {name, folderName});
+        return result;
+    }
+    std::error_code ignored;
+    if (fs::exists(fs::symlink_status(destination, ignored))) {
+        result.refusal = Localize("$$$/Marvane/Host/Restore/NameTaken=\"@0\" cannot be put back: "
+                                  "\"@1\" already holds an item named \"@2\".",
+                                  {name, folderName, destination.filename().string()});
+        return result;
+    }
+    if (fs::exists(fs::symlink_status(LockFilePathFor(item), ignored))) {
+        result.refusal = Localize("$$$/Marvane/Host/Restore/Locked=\"@0\" cannot be put back while "
+                                  "someone holds its lock.",
+                                  {name});
+        return result;
+    }
+    // The move never replaces anything, and tells the record to go.
+    if (Move(ToUTF16(item.string()), ToUTF16(destination.string())) < 0) {
+        result.refusal =
+            Localize("$$$/Marvane/Host/Restore/Failed=\"@0\" could not be put back into "
+                     "\"@1\".",
+                     {name, folderName});
+        return result;
+    }
+    ForgetTrashed(production, name);
+    result.restored = destination;
+    return result;
+}
+
+} // namespace host
