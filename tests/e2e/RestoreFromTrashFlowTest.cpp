@@ -1,0 +1,86 @@
+// Restore from Trash in the real marvane, with a second editor's marvane changing the
+// production between the move to the trash and the restore.
+#include "E2eProjects.h"
+#include "FileBytes.h"
+#include "ScriptedMarvane.h"
+#include "TemporaryFolder.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace e2e;
+
+class RestoreFromTrashFlowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteProject(production / "Scene 4.mvproj");
+        WriteProject(production / "Dailies" / "Shot 1.mvproj", "Ana's take");
+        fs::create_directories(production / "Trash");
+    }
+    std::unique_ptr<ScriptedMarvane> Start(const std::string& user) const {
+        return StartEditorOn(production, root, user);
+    }
+
+    const testsupport::TemporaryFolder temporary{"e2e-restore"};
+    const fs::path root = temporary.Path();
+    const fs::path production = root / "Pilot";
+    const fs::path shot = production / "Dailies" / "Shot 1.mvproj";
+};
+
+TEST_F(RestoreFromTrashFlowTest, AnItemGoesBackOnlyOnceItsNameIsFreeAgain) {
+    auto ana = Start("Ana Ruiz");
+    auto ben = Start("Ben Okafor");
+    const std::string taken = testsupport::ReadBytes(shot);
+    ASSERT_EQ(ana->Send({"move-to-trash", shot.string()}), "ok allowed");
+    ASSERT_TRUE(fs::exists(production / "Trash" / "Shot 1.mvproj"));
+
+    // Meanwhile Ben makes a new "Shot 1" where it was.
+    ASSERT_EQ(ben->SendUntil({"ui", "select", kTree, "Dailies"}, "ok"), "ok");
+    ASSERT_EQ(ben->Send({"text", "Shot 1"}), "ok");
+    ASSERT_EQ(ben->Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
+    ASSERT_TRUE(fs::exists(shot));
+    const std::string bens = testsupport::ReadBytes(shot);
+
+    // Ana's restore is refused: nothing of Ben's is replaced, hers stays in the trash.
+    ASSERT_EQ(ana->Send({"ui", "open", kTree, "Trash"}), "ok");
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Shot 1"}, "ok"), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.restorefromtrash"}), "ok");
+    EXPECT_EQ(ana->Send({"dialogs"}), "ok count=1 last=Not Put Back");
+    EXPECT_EQ(testsupport::ReadBytes(shot), bens);
+    EXPECT_EQ(testsupport::ReadBytes(production / "Trash" / "Shot 1.mvproj"), taken);
+
+    // Ben puts his in the trash too, under a name of its own there; now Ana's goes back.
+    ASSERT_EQ(ben->Send({"close", shot.string()}), "ok");
+    ASSERT_EQ(ben->Send({"move-to-trash", shot.string()}), "ok allowed");
+    ASSERT_FALSE(fs::exists(shot));
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Shot 1"}, "ok"), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.restorefromtrash"}), "ok");
+    EXPECT_EQ(ana->Send({"dialogs"}), "ok count=1 last=Not Put Back") << "no new refusal";
+    EXPECT_EQ(testsupport::ReadBytes(shot), taken);
+    EXPECT_FALSE(fs::exists(production / "Trash" / "Shot 1.mvproj"));
+    // Ben's stays in the trash, with its own record.
+    bool bensInTrash = false;
+    for (const auto& entry : fs::directory_iterator(production / "Trash")) {
+        bensInTrash = bensInTrash || testsupport::ReadBytes(entry.path()) == bens;
+    }
+    EXPECT_TRUE(bensInTrash);
+
+    EXPECT_EQ(ana->Send({"quit"}), "ok");
+    EXPECT_EQ(ben->Send({"quit"}), "ok");
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+    EXPECT_EQ(ben->Finish(), 0) << ben->ErrorOutput();
+}
+
+TEST_F(RestoreFromTrashFlowTest, RestoreIsOffUnlessTheSelectionIsInTheTrash) {
+    auto ana = Start("Ana Ruiz");
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Scene 4"}, "ok"), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.restorefromtrash"}), "error disabled");
+    EXPECT_TRUE(fs::exists(production / "Scene 4.mvproj"));
+    EXPECT_EQ(ana->Send({"quit"}), "ok");
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+}
+
+} // namespace
