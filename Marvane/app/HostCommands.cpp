@@ -29,6 +29,8 @@ void DeclareHostCommands(ShortcutManager& shortcutManager) {
     declare("cmd.edit.paste", kCmdPaste, "$$$/Marvane/Host/Commands/Paste=Paste");
     declare("cmd.edit.restorefromtrash", kCmdRestoreFromTrash,
             "$$$/Marvane/Host/Commands/RestoreFromTrash=Restore from Trash");
+    declare("cmd.edit.emptytrash", kCmdEmptyTrash,
+            "$$$/Marvane/Host/Commands/EmptyTrash=Empty Trash…");
     declare("cmd.file.closeselectedprojects", kCmdCloseSelectedProjects,
             "$$$/Marvane/Host/Commands/CloseSelectedProjects=Close Selected Projects");
     declare("cmd.edit.selectall", kCmdSelectAll, "$$$/Marvane/Host/Commands/SelectAll=Select All");
@@ -58,6 +60,9 @@ bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus
         return true;
     case kCmdRestoreFromTrash:
         status.enabled = CanRestoreSelection();
+        return true;
+    case kCmdEmptyTrash:
+        status.enabled = CanEmptyTrash();
         return true;
     default:
         // Edit commands belong to the focused panel; nobody else can do them.
@@ -89,6 +94,8 @@ bool HostCommandHandler::ObeyCommand(const Command& command) {
         return run(mActions.closeProject);
     case kCmdRestoreFromTrash:
         return run(&RestoreSelection);
+    case kCmdEmptyTrash:
+        return run(&EmptyTrashAfterAsking);
     default:
         return false;
     }

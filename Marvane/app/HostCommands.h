@@ -18,6 +18,7 @@ enum HostCommandID : CommandID {
     kCmdCopy = 1102,
     kCmdPaste = 1103,
     kCmdRestoreFromTrash = 1104,
+    kCmdEmptyTrash = 1105,
     // Answered by the focused panel; the host itself does nothing with them.
     kCmdSelectAll = 57642,
     kCmdDeselectAll = 11303,

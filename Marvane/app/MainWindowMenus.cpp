@@ -47,6 +47,7 @@ void MainWindow::BuildMenus() {
     add(edit, "cmd.edit.paste", QKeySequence::Paste);
     edit->addSeparator();
     add(edit, "cmd.edit.restorefromtrash", QKeySequence());
+    add(edit, "cmd.edit.emptytrash", QKeySequence());
     edit->addSeparator();
     add(edit, "cmd.edit.selectall", QKeySequence::SelectAll);
     add(edit, "cmd.edit.deselectall", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A));

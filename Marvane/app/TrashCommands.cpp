@@ -1,8 +1,10 @@
 #include "Marvane/app/TrashCommands.h"
 
 #include "Marvane/application/ProductionSession.h"
+#include "Marvane/application/TrashEmptying.h"
 #include "Marvane/application/TrashRecords.h"
 #include "Marvane/mediabrowser/ShownDirectoryViews.h"
+#include "Marvane/projectbackend/LockFiles.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 
@@ -54,6 +56,58 @@ void RestoreSelection() {
     if (!refusals.empty()) {
         ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Not Put Back"), refusals, {},
                        kWarningIcon, 0);
+    }
+}
+
+bool CanEmptyTrash() {
+    const fs::path production = ProductionSession::Instance().GetFolder();
+    return !production.empty() && !TrashItems(production).empty();
+}
+
+void EmptyTrashAfterAsking() {
+    const fs::path production = ProductionSession::Instance().GetFolder();
+    std::size_t count = 0;
+    for (const fs::path& item : TrashItems(production)) {
+        if (!IsProjectLockFileName(item.filename().string())) {
+            ++count;
+        }
+    }
+    if (count == 0) {
+        return;
+    }
+    const int answer = ShowMessageBox(
+        Localize("$$$/Marvane/Host/EmptyTrash/Title=Empty Trash"),
+        Localize("$$$/Marvane/Host/EmptyTrash/Question=Remove the @0 item(s) in the trash of "
+                 "\"@1\" for good? This cannot be undone. Projects that someone holds stay.",
+                 {std::to_string(count), production.filename().string()}),
+        {Localize("$$$/Marvane/Host/EmptyTrash/Empty=Empty Trash"),
+         Localize("$$$/Marvane/Host/EmptyTrash/Cancel=Cancel")},
+        kWarningIcon, 1);
+    if (answer != 0) {
+        return;
+    }
+    const EmptyTrashResult result = EmptyTrash(production);
+    std::string told;
+    const auto list = [](const std::vector<std::string>& names) {
+        std::string text;
+        for (const std::string& name : names) {
+            text += (text.empty() ? "" : ", ") + ("\"" + name + "\"");
+        }
+        return text;
+    };
+    if (!result.keptLocked.empty()) {
+        told = Localize("$$$/Marvane/Host/EmptyTrash/Kept=Kept because someone holds them: @0.",
+                        {list(result.keptLocked)});
+    }
+    if (!result.failed.empty()) {
+        told += (told.empty() ? "" : "\n") +
+                Localize("$$$/Marvane/Host/EmptyTrash/Failed=Could not be removed: @0.",
+                         {list(result.failed)});
+    }
+    if (!told.empty()) {
+        ShowMessageBox(
+            Localize("$$$/Marvane/Host/EmptyTrash/Stayed=Some Items Stayed in the Trash"), told, {},
+            kWarningIcon, 0);
     }
 }
 

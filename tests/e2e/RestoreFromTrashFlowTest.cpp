@@ -83,4 +83,41 @@ TEST_F(RestoreFromTrashFlowTest, RestoreIsOffUnlessTheSelectionIsInTheTrash) {
     EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
 }
 
+TEST_F(RestoreFromTrashFlowTest, EmptyTrashAsksThenKeepsTheProjectAnotherEditorHolds) {
+    auto ana = Start("Ana Ruiz");
+    auto ben = Start("Ben Okafor");
+    ASSERT_EQ(ana->Send({"move-to-trash", shot.string()}), "ok allowed");
+    ASSERT_EQ(ana->Send({"move-to-trash", (production / "Scene 4.mvproj").string()}), "ok allowed");
+    // Ben opens Scene 4 where it lies now, in the trash: he holds it.
+    const fs::path held = production / "Trash" / "Scene 4.mvproj";
+    ASSERT_EQ(ben->Send({"open", held.string()}), "ok");
+    ASSERT_TRUE(fs::exists(production / "Trash" / "Scene 4.mvproj.lock"));
+
+    // Cancelled, nothing goes.
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Trash"}, "ok"), "ok");
+    ASSERT_EQ(ana->Send({"answer", "1"}), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.emptytrash"}), "ok");
+    EXPECT_EQ(ana->Send({"last-dialog"})
+                  .rfind("ok Empty Trash\tRemove the 2 item(s) in the trash "
+                         "of \"Pilot\" for good?",
+                         0),
+              0u);
+    EXPECT_TRUE(fs::exists(production / "Trash" / "Shot 1.mvproj"));
+
+    // Emptied: Shot 1 goes, Ben's Scene 4 stays, and Ana is told so.
+    ASSERT_EQ(ana->Send({"answer", "0"}), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.emptytrash"}), "ok");
+    EXPECT_NE(
+        ana->Send({"last-dialog"}).find("Kept because someone holds them: \"Scene 4.mvproj\""),
+        std::string::npos);
+    EXPECT_FALSE(fs::exists(production / "Trash" / "Shot 1.mvproj"));
+    EXPECT_TRUE(fs::exists(held));
+    EXPECT_EQ(ben->Send({"status", held.string()}).rfind("ok read-only=0", 0), 0u);
+
+    EXPECT_EQ(ana->Send({"quit"}), "ok");
+    EXPECT_EQ(ben->Send({"quit"}), "ok");
+    EXPECT_EQ(ana->Finish(), 0) << ana->ErrorOutput();
+    EXPECT_EQ(ben->Finish(), 0) << ben->ErrorOutput();
+}
+
 } // namespace

@@ -116,11 +116,13 @@ protected:
         return mime;
     }
     // The files below the production by content, wherever they are. Lock files are left
-    // out: a move locks the destination of a closed project for the rest of the session.
+    // out: a move locks the destination of a closed project for the rest of the session; so
+    // is the host's own folder, where it notes where items put in the trash came from.
     std::map<std::string, int> Contents() const {
         testsupport::Inventory inventory = testsupport::TakeInventory(production);
         std::erase_if(inventory, [](const auto& entry) {
-            return host::IsProjectLockFileName(fs::path(entry.first).filename().string());
+            return host::IsProjectLockFileName(fs::path(entry.first).filename().string()) ||
+                   entry.first.rfind(".marvane", 0) == 0;
         });
         return testsupport::ContentCounts(inventory);
     }

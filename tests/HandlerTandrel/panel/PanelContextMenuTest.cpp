@@ -1,5 +1,6 @@
 // Right-clicks in the panel of a real main window over a real production: how the selection
 // follows the click, which menu opens, the states of its entries, and what choosing does.
+#include "Marvane/app/HostCommands.h"
 #include "PanelWindow.h"
 #include "ProjectOpenings.h"
 #include "TemporaryFolder.h"
@@ -33,6 +34,8 @@ protected:
         return pilot;
     }
     void SetUp() override {
+        // The menus hold the host's own commands too (Empty Trash…), declared as the host does.
+        host::DeclareHostCommands(host::ShortcutManager::Instance());
         Tree().OpenRow(Row(pilot / "Trash"), true);
         ASSERT_TRUE(WaitUntil([&] { return Row(pilot / "Trash" / "Old Cut.mvproj") != nullptr; }));
     }
@@ -251,7 +254,9 @@ TEST_F(PanelContextMenuTest, RenameIsOffForAProjectAnotherEditorHolds) {
 
 TEST_F(PanelContextMenuTest, TheRealTrashAndNoSelectionMenusEnableWhatTheyAllow) {
     Select({pilot / "Trash"});
-    EXPECT_EQ(RealMenu(HandlerTandrel::kTrashContextMenuID), "Reveal in File Browser+");
+    // The host's Empty Trash… comes first: the trash holds Old Cut.
+    EXPECT_EQ(RealMenu(HandlerTandrel::kTrashContextMenuID),
+              "Empty Trash…+|Reveal in File Browser+");
     Select({});
     EXPECT_EQ(RealMenu(HandlerTandrel::kNoSelectionContextMenuID),
               "New Project…+|New Folder+|Add Project…+|Reveal Production in File Browser+");
