@@ -7,6 +7,7 @@
 #include "directoryview/TreeIntents.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
+#include "host/Localizer.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
@@ -48,6 +49,13 @@ TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> results
             return record->GetDisplayString(column);
         }
         return column == Columns::kNameColumn ? DisplayNameOf(path) : host::WideString();
+    });
+    // A result that lies in the trash says so: the search finds what the trash holds too.
+    mTree.SetToolTipCallback([this](const host::TreeRowPtr& row, Columns::ColumnID) {
+        return host::IsInMvProductionTrash(GetRowPath(row), false)
+                   ? host::LocalizeWide("$$$/Marvane/Handlers/MvProductionFolder/Search/InTrash="
+                                        "This project lies in the Trash.")
+                   : host::WideString();
     });
     mTree.SetCellViewCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column)
                                   -> std::unique_ptr<host::UI_SubView> {

@@ -3,12 +3,14 @@
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/application/TrashEmptying.h"
 #include "Marvane/application/TrashRecords.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/mediabrowser/ShownDirectoryViews.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "host/Localizer.h"
 #include "host/UIFramework.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,35 +46,66 @@ bool CanRestoreSelection() {
     return !SelectedItemsOfTheTrash().empty();
 }
 
+// Said when the production's folder did not answer in time: the work goes on by itself.
+void TellNotAnswering() {
+    ShowMessageBox(Localize("$$$/Marvane/Host/Trash/NotAnsweringTitle=The Production Does Not "
+                            "Answer"),
+                   Localize("$$$/Marvane/Host/Trash/NotAnswering=The production's folder did not "
+                            "answer in time. What was asked finishes by itself once it answers; "
+                            "look at the trash again then."),
+                   {}, kWarningIcon, 0);
+}
+
 void RestoreSelection() {
     const fs::path production = ProductionSession::Instance().GetFolder();
-    std::string refusals;
-    for (const fs::path& item : SelectedItemsOfTheTrash()) {
-        const RestoreResult result = RestoreFromTrash(production, item);
-        if (!result.restored) {
-            refusals += (refusals.empty() ? "" : "\n") + result.refusal;
-        }
+    const std::vector<fs::path> items = SelectedItemsOfTheTrash();
+    // On a share that stops answering, the window keeps turning: the moves run bounded.
+    const std::optional<std::string> refusals = files::Bounded<std::string>(
+        production,
+        [production, items] {
+            std::string told;
+            for (const fs::path& item : items) {
+                const RestoreResult result = RestoreFromTrash(production, item);
+                if (!result.restored) {
+                    told += (told.empty() ? "" : "\n") + result.refusal;
+                }
+            }
+            return told;
+        },
+        files::kLongAccess);
+    if (!refusals) {
+        TellNotAnswering();
+        return;
     }
-    if (!refusals.empty()) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Not Put Back"), refusals, {},
+    if (!refusals->empty()) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Not Put Back"), *refusals, {},
                        kWarningIcon, 0);
     }
 }
 
 bool CanEmptyTrash() {
-    const fs::path production = ProductionSession::Instance().GetFolder();
-    return !production.empty() && !TrashItems(production).empty();
+    // Asked whenever menus and buttons are brought up to date: nothing is read from disk here.
+    return ProductionSession::Instance().IsOpen();
 }
 
 void EmptyTrashAfterAsking() {
     const fs::path production = ProductionSession::Instance().GetFolder();
+    const std::optional<std::vector<fs::path>> items = files::Bounded<std::vector<fs::path>>(
+        production, [production] { return TrashItems(production); });
+    if (!items) {
+        TellNotAnswering();
+        return;
+    }
     std::size_t count = 0;
-    for (const fs::path& item : TrashItems(production)) {
+    for (const fs::path& item : *items) {
         if (!IsProjectLockFileName(item.filename().string())) {
             ++count;
         }
     }
     if (count == 0) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/EmptyTrash/Title=Empty Trash"),
+                       Localize("$$$/Marvane/Host/EmptyTrash/Nothing=The trash is empty."), {},
+                       kInformationIcon, 0);
         return;
     }
     const int answer = ShowMessageBox(
@@ -86,7 +119,13 @@ void EmptyTrashAfterAsking() {
     if (answer != 0) {
         return;
     }
-    const EmptyTrashResult result = EmptyTrash(production);
+    const std::optional<EmptyTrashResult> emptied = files::Bounded<EmptyTrashResult>(
+        production, [production] { return EmptyTrash(production); }, files::kLongAccess);
+    if (!emptied) {
+        TellNotAnswering();
+        return;
+    }
+    const EmptyTrashResult& result = *emptied;
     std::string told;
     const auto list = [](const std::vector<std::string>& names) {
         std::string text;

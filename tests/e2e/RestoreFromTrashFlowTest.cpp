@@ -5,8 +5,10 @@
 #include "ScriptedMarvane.h"
 #include "TemporaryFolder.h"
 
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -88,10 +90,17 @@ TEST_F(RestoreFromTrashFlowTest, EmptyTrashAsksThenKeepsTheProjectAnotherEditorH
     auto ben = Start("Ben Okafor");
     ASSERT_EQ(ana->Send({"move-to-trash", shot.string()}), "ok allowed");
     ASSERT_EQ(ana->Send({"move-to-trash", (production / "Scene 4.mvproj").string()}), "ok allowed");
-    // Ben opens Scene 4 where it lies now, in the trash: he holds it.
+    // Ben opens Scene 4 where it lies now, in the trash: he holds it. (Ana's move holds it
+    // for a moment too: Ben waits until she lets go, or he would open it read-only.)
     const fs::path held = production / "Trash" / "Scene 4.mvproj";
+    const fs::path lock = production / "Trash" / "Scene 4.mvproj.lock";
+    for (int attempt = 0; attempt < 200 && fs::exists(lock); ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    ASSERT_FALSE(fs::exists(lock)) << "Ana's move kept its lock";
     ASSERT_EQ(ben->Send({"open", held.string()}), "ok");
-    ASSERT_TRUE(fs::exists(production / "Trash" / "Scene 4.mvproj.lock"));
+    ASSERT_EQ(ben->Send({"status", held.string()}).rfind("ok read-only=0", 0), 0u);
+    ASSERT_TRUE(fs::exists(lock));
 
     // Cancelled, nothing goes.
     ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Trash"}, "ok"), "ok");

@@ -4,6 +4,7 @@
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
+#include "Marvane/uitoolkit/TreeView.h"
 #include "TemporaryFolder.h"
 #include "ViewTestSupport.h"
 #include "host/OpenProjects.h"
@@ -63,6 +64,21 @@ TEST_F(TandrelSearchResultsViewTest, SearchingForAbcFindsItsProjectsInAnyAsciiCa
     const host::WideString path = host::ToUTF16((root / "Day 1" / "xAbCx.mvproj").string());
     ASSERT_NE(view->GetRowForPath(path), nullptr);
     EXPECT_EQ(view->GetRowPath(view->GetRowForPath(path)), path);
+}
+
+TEST_F(TandrelSearchResultsViewTest, AResultInTheTrashSaysSoInItsToolTip) {
+    Touch("Trash/abc old.mvproj");
+    EXPECT_EQ(FindAndWait(u"abc"),
+              (std::vector<std::string>{"abc old.mvproj", "ABC_Final.mvproj", "xAbCx.mvproj"}));
+    const auto& model = view->GetTree().GetImpl()->model;
+    const auto tip = [&](const fs::path& path) {
+        const host::TreeRowPtr row = view->GetRowForPath(host::ToUTF16(path.string()));
+        return row ? model.data(model.IndexOf(row), Qt::ToolTipRole).toString().toStdString()
+                   : std::string("no row");
+    };
+    EXPECT_EQ(tip(root / "Trash" / "abc old.mvproj"), "This project lies in the Trash.");
+    EXPECT_EQ(tip(root / "ABC_Final.mvproj"), "");
+    EXPECT_EQ(tip(root / "Day 1" / "xAbCx.mvproj"), "");
 }
 
 TEST_F(TandrelSearchResultsViewTest, SearchingForTheProjectExtensionFindsNothing) {
