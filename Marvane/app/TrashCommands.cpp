@@ -56,29 +56,69 @@ void TellNotAnswering() {
                    {}, kWarningIcon, 0);
 }
 
+// Where an item cannot go back as it was, the person may choose another way: a numbered
+// name beside the item that took its name, or its folder made again. Nothing when they leave
+// it in the trash.
+std::optional<RestoreChoice> AskAnotherWay(const RestoreResult& refused) {
+    const bool taken = refused.why == RestoreRefusal::kNameTaken;
+    if (!taken && refused.why != RestoreRefusal::kFolderGone) {
+        return std::nullopt;
+    }
+    const int answer = ShowMessageBox(
+        Localize("$$$/Marvane/Host/Restore/AnotherWayTitle=Put Back Another Way?"), refused.refusal,
+        {taken ? Localize("$$$/Marvane/Host/Restore/KeepBoth=Keep Both")
+               : Localize("$$$/Marvane/Host/Restore/MakeFolder=Make the Folder Again"),
+         Localize("$$$/Marvane/Host/Restore/Leave=Leave in Trash")},
+        kQuestionIcon, 0);
+    if (answer != 0) {
+        return std::nullopt;
+    }
+    return taken ? RestoreChoice::kKeepBoth : RestoreChoice::kMakeTheFolder;
+}
+
 void RestoreSelection() {
     const fs::path production = ProductionSession::Instance().GetFolder();
     const std::vector<fs::path> items = SelectedItemsOfTheTrash();
     // On a share that stops answering, the window keeps turning: the moves run bounded.
-    const std::optional<std::string> refusals = files::Bounded<std::string>(
-        production,
-        [production, items] {
-            std::string told;
-            for (const fs::path& item : items) {
-                const RestoreResult result = RestoreFromTrash(production, item);
-                if (!result.restored) {
-                    told += (told.empty() ? "" : "\n") + result.refusal;
+    const auto restore = [&production](std::vector<fs::path> some, RestoreChoice choice) {
+        return files::Bounded<std::vector<RestoreResult>>(
+            production,
+            [production, some = std::move(some), choice] {
+                std::vector<RestoreResult> results;
+                for (const fs::path& item : some) {
+                    results.push_back(RestoreFromTrash(production, item, choice));
                 }
-            }
-            return told;
-        },
-        files::kLongAccess);
-    if (!refusals) {
+                return results;
+            },
+            files::kLongAccess);
+    };
+    const std::optional<std::vector<RestoreResult>> results =
+        restore(items, RestoreChoice::kAsItWas);
+    if (!results) {
         TellNotAnswering();
         return;
     }
-    if (!refusals->empty()) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Not Put Back"), *refusals, {},
+    std::string refusals;
+    for (std::size_t index = 0; index < items.size(); ++index) {
+        RestoreResult result = (*results)[index];
+        if (const std::optional<RestoreChoice> choice =
+                result.restored ? std::nullopt : AskAnotherWay(result)) {
+            const auto again = restore({items[index]}, *choice);
+            if (!again) {
+                TellNotAnswering();
+                return;
+            }
+            result = again->front();
+        } else if (!result.restored && (result.why == RestoreRefusal::kNameTaken ||
+                                        result.why == RestoreRefusal::kFolderGone)) {
+            continue; // the person chose to leave it in the trash: nothing more to say
+        }
+        if (!result.restored) {
+            refusals += (refusals.empty() ? "" : "\n") + result.refusal;
+        }
+    }
+    if (!refusals.empty()) {
+        ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Not Put Back"), refusals, {},
                        kWarningIcon, 0);
     }
 }

@@ -162,54 +162,67 @@ namespace {
 
 } // namespace
 
-RestoreResult RestoreFromTrash(const fs::path& production, const fs::path& item) {
+RestoreResult RestoreFromTrash(const fs::path& production, const fs::path& item,
+                               RestoreChoice choice) {
     RestoreResult result;
+    const auto refuse = [&result](RestoreRefusal why, std::string text) {
+        result.why = why;
+        result.refusal = std::move(text);
+        return result;
+    };
     const std::string name = item.filename().string();
     if (item.parent_path().lexically_normal() != TrashOf(production).lexically_normal()) {
-        result.refusal =
-            Localize("$$$/Marvane/Host/Restore/NotInTrash=\"@0\" is not in the trash.", {name});
-        return result;
+        return refuse(
+            RestoreRefusal::kNotInTrash,
+            Localize("$$$/Marvane/Host/Restore/NotInTrash=\"@0\" is not in the trash.", {name}));
     }
     const std::optional<TrashRecord> record = FindTrashRecord(production, name);
     if (!record) {
-        result.refusal =
-            Localize("$$$/Marvane/Host/Restore/NoRecord=\"@0\" cannot be put back: there "
-                     "is no record of where it came from (it went into the trash "
-                     "before such records were kept, or not through marvane).",
-                     {name});
-        return result;
+        return refuse(RestoreRefusal::kNoRecord,
+                      Localize("$$$/Marvane/Host/Restore/NoRecord=\"@0\" cannot be put back: "
+                               "there is no record of where it came from (it went into the "
+                               "trash before such records were kept, or not through marvane).",
+                               {name}));
     }
-    const fs::path destination = production / record->from;
+    fs::path destination = production / record->from;
     const fs::path folder = destination.parent_path();
     const std::string folderName =
         folder == production ? production.filename().string() : record->from.parent_path().string();
-    if (!IsRealFolder(folder)) {
-        result.refusal =
-            Localize("$$$/Marvane/Host/Restore/FolderGone=\"@0\" cannot be put back: the folder it "
-                     "came from, \"@1\", is not there any more.",
-                     {name, folderName});
-        return result;
-    }
     std::error_code ignored;
-    if (fs::exists(fs::symlink_status(destination, ignored))) {
-        result.refusal = Localize("$$$/Marvane/Host/Restore/NameTaken=\"@0\" cannot be put back: "
-                                  "\"@1\" already holds an item named \"@2\".",
-                                  {name, folderName, destination.filename().string()});
-        return result;
-    }
     if (fs::exists(fs::symlink_status(LockFilePathFor(item), ignored))) {
-        result.refusal = Localize("$$$/Marvane/Host/Restore/Locked=\"@0\" cannot be put back while "
-                                  "someone holds its lock.",
-                                  {name});
-        return result;
+        return refuse(RestoreRefusal::kLocked,
+                      Localize("$$$/Marvane/Host/Restore/Locked=\"@0\" cannot be put back while "
+                               "someone holds its lock.",
+                               {name}));
     }
-    // The move never replaces anything, and tells the record to go.
+    if (!IsRealFolder(folder)) {
+        // Made again only where nothing else has its name, and inside the production.
+        if (choice != RestoreChoice::kMakeTheFolder ||
+            fs::exists(fs::symlink_status(folder, ignored)) ||
+            !EnsureDirectoryExists(ToUTF16(folder.string())) || !IsRealFolder(folder)) {
+            return refuse(RestoreRefusal::kFolderGone,
+                          Localize("$$$/Marvane/Host/Restore/FolderGone=\"@0\" cannot be put "
+                                   "back: the folder it came from, \"@1\", is not there any more.",
+                                   {name, folderName}));
+        }
+    }
+    if (fs::exists(fs::symlink_status(destination, ignored))) {
+        if (choice != RestoreChoice::kKeepBoth) {
+            return refuse(RestoreRefusal::kNameTaken,
+                          Localize("$$$/Marvane/Host/Restore/NameTaken=\"@0\" cannot be put "
+                                   "back: \"@1\" already holds an item named \"@2\".",
+                                   {name, folderName, destination.filename().string()}));
+        }
+        destination =
+            fs::path(ToUTF8(MakeUniqueFilename(ToUTF16(destination.string()), 1, u"_", {})));
+    }
+    // The move never replaces anything (a name taken meanwhile fails it), and tells the
+    // record to go.
     if (Move(ToUTF16(item.string()), ToUTF16(destination.string())) < 0) {
-        result.refusal =
-            Localize("$$$/Marvane/Host/Restore/Failed=\"@0\" could not be put back into "
-                     "\"@1\".",
-                     {name, folderName});
-        return result;
+        return refuse(RestoreRefusal::kFailed,
+                      Localize("$$$/Marvane/Host/Restore/Failed=\"@0\" could not be put back "
+                               "into \"@1\".",
+                               {name, folderName}));
     }
     ForgetTrashed(production, name);
     result.restored = destination;

@@ -35,11 +35,25 @@ void RecordMovesOfTheTrash();
 // Puts an item of the trash back where it came from. Never replaces anything: a name taken
 // there, a folder that is gone, an item with no record or locked by someone is refused with
 // the reason for the person. Returns the place it went back to, or nothing.
+enum class RestoreRefusal {
+    kNone,
+    kNotInTrash,
+    kNoRecord,
+    kFolderGone,
+    kNameTaken,
+    kLocked,
+    kFailed
+};
+// What to do where the item cannot go back as it was: a name taken there is answered with a
+// numbered name beside it ("Shot 1_1.mvproj"); a folder that is gone is made again.
+enum class RestoreChoice { kAsItWas, kKeepBoth, kMakeTheFolder };
 struct RestoreResult {
     std::optional<std::filesystem::path> restored;
     std::string refusal; // when not restored
+    RestoreRefusal why = RestoreRefusal::kNone;
 };
 RestoreResult RestoreFromTrash(const std::filesystem::path& production,
-                               const std::filesystem::path& item);
+                               const std::filesystem::path& item,
+                               RestoreChoice choice = RestoreChoice::kAsItWas);
 
 } // namespace host

@@ -32,7 +32,7 @@ protected:
     const fs::path shot = production / "Dailies" / "Shot 1.mvproj";
 };
 
-TEST_F(RestoreFromTrashFlowTest, AnItemGoesBackOnlyOnceItsNameIsFreeAgain) {
+TEST_F(RestoreFromTrashFlowTest, AnItemWhoseNameWasTakenMeanwhileGoesBackBesideItOnlyIfAsked) {
     auto ana = Start("Ana Ruiz");
     auto ben = Start("Ben Okafor");
     const std::string taken = testsupport::ReadBytes(shot);
@@ -46,29 +46,25 @@ TEST_F(RestoreFromTrashFlowTest, AnItemGoesBackOnlyOnceItsNameIsFreeAgain) {
     ASSERT_TRUE(fs::exists(shot));
     const std::string bens = testsupport::ReadBytes(shot);
 
-    // Ana's restore is refused: nothing of Ben's is replaced, hers stays in the trash.
+    // Ana's restore says why it cannot go back as it was; left in the trash, nothing moves.
     ASSERT_EQ(ana->Send({"ui", "open", kTree, "Trash"}), "ok");
     ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Shot 1"}, "ok"), "ok");
+    ASSERT_EQ(ana->Send({"answer", "1"}), "ok"); // Leave in Trash
     EXPECT_EQ(ana->Send({"command", "cmd.edit.restorefromtrash"}), "ok");
-    EXPECT_EQ(ana->Send({"dialogs"}), "ok count=1 last=Not Put Back");
+    EXPECT_EQ(ana->Send({"last-dialog"}),
+              "ok Put Back Another Way?\t\"Shot 1.mvproj\" cannot be put back: \"Dailies\" "
+              "already holds an item named \"Shot 1.mvproj\".\t");
     EXPECT_EQ(testsupport::ReadBytes(shot), bens);
     EXPECT_EQ(testsupport::ReadBytes(production / "Trash" / "Shot 1.mvproj"), taken);
 
-    // Ben puts his in the trash too, under a name of its own there; now Ana's goes back.
-    ASSERT_EQ(ben->Send({"close", shot.string()}), "ok");
-    ASSERT_EQ(ben->Send({"move-to-trash", shot.string()}), "ok allowed");
-    ASSERT_FALSE(fs::exists(shot));
+    // Asked again, Keep Both: hers goes back beside his under a numbered name.
     ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Shot 1"}, "ok"), "ok");
+    ASSERT_EQ(ana->Send({"answer", "0"}), "ok"); // Keep Both
     EXPECT_EQ(ana->Send({"command", "cmd.edit.restorefromtrash"}), "ok");
-    EXPECT_EQ(ana->Send({"dialogs"}), "ok count=1 last=Not Put Back") << "no new refusal";
-    EXPECT_EQ(testsupport::ReadBytes(shot), taken);
+    EXPECT_EQ(ana->Send({"dialogs"}), "ok count=2 last=Put Back Another Way?") << "no refusal";
+    EXPECT_EQ(testsupport::ReadBytes(shot), bens);
+    EXPECT_EQ(testsupport::ReadBytes(production / "Dailies" / "Shot 1_1.mvproj"), taken);
     EXPECT_FALSE(fs::exists(production / "Trash" / "Shot 1.mvproj"));
-    // Ben's stays in the trash, with its own record.
-    bool bensInTrash = false;
-    for (const auto& entry : fs::directory_iterator(production / "Trash")) {
-        bensInTrash = bensInTrash || testsupport::ReadBytes(entry.path()) == bens;
-    }
-    EXPECT_TRUE(bensInTrash);
 
     EXPECT_EQ(ana->Send({"quit"}), "ok");
     EXPECT_EQ(ben->Send({"quit"}), "ok");

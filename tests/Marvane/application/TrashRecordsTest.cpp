@@ -81,6 +81,35 @@ TEST_F(TrashRecordsTest, RestoreIntoAFolderThatIsGoneIsRefused) {
     EXPECT_FALSE(fs::exists(production / "Dailies"));
 }
 
+TEST_F(TrashRecordsTest, KeepBothPutsTheItemBesideTheOneThatTookItsName) {
+    const fs::path inTrash = Trash(shot);
+    std::ofstream(shot) << "a new shot one\n";
+    const host::RestoreResult taken = host::RestoreFromTrash(production, inTrash);
+    EXPECT_EQ(taken.why, host::RestoreRefusal::kNameTaken);
+    const host::RestoreResult result =
+        host::RestoreFromTrash(production, inTrash, host::RestoreChoice::kKeepBoth);
+    ASSERT_TRUE(result.restored.has_value()) << result.refusal;
+    EXPECT_EQ(*result.restored, production / "Dailies" / "Shot 1_1.mvproj");
+    EXPECT_EQ(testsupport::ReadBytes(production / "Dailies" / "Shot 1_1.mvproj"), "shot one\n");
+    EXPECT_EQ(testsupport::ReadBytes(shot), "a new shot one\n");
+    EXPECT_FALSE(fs::exists(inTrash));
+}
+
+TEST_F(TrashRecordsTest, AFolderThatIsGoneIsMadeAgainOnlyWhenAskedAndNeverOverAFile) {
+    const fs::path inTrash = Trash(shot);
+    fs::remove_all(production / "Dailies");
+    std::ofstream(production / "Dailies") << "a file took the folder's name\n";
+    EXPECT_EQ(host::RestoreFromTrash(production, inTrash, host::RestoreChoice::kMakeTheFolder).why,
+              host::RestoreRefusal::kFolderGone);
+    EXPECT_EQ(testsupport::ReadBytes(production / "Dailies"), "a file took the folder's name\n");
+    fs::remove(production / "Dailies");
+    EXPECT_EQ(host::RestoreFromTrash(production, inTrash).why, host::RestoreRefusal::kFolderGone);
+    const host::RestoreResult result =
+        host::RestoreFromTrash(production, inTrash, host::RestoreChoice::kMakeTheFolder);
+    ASSERT_TRUE(result.restored.has_value()) << result.refusal;
+    EXPECT_EQ(testsupport::ReadBytes(shot), "shot one\n");
+}
+
 TEST_F(TrashRecordsTest, AnItemWithoutARecordOrLockedStaysInTheTrash) {
     std::ofstream(trash / "Old Cut.mvproj") << "old\n";
     const host::RestoreResult unknown =
