@@ -26,14 +26,7 @@ foreach(file IN ITEMS
     endif()
 endforeach()
 
-function(run what)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out
-        ERROR_VARIABLE err)
-    if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${what} failed (${result}):\n${out}\n${err}")
-    endif()
-    set(output "${out}${err}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/CheckRun.cmake)
 
 run("desktop-file-validate" desktop-file-validate
     ${PREFIX}/share/applications/org.marvane.Marvane.desktop)

@@ -6,14 +6,7 @@ set(OUT ${BUILD_DIR}/package-check)
 file(REMOVE_RECURSE ${OUT})
 file(MAKE_DIRECTORY ${OUT})
 
-function(run what)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out
-        ERROR_VARIABLE err)
-    if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${what} failed (${result}):\n${out}\n${err}")
-    endif()
-    set(output "${out}${err}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/CheckRun.cmake)
 
 run("cpack" cpack -G DEB --config ${BUILD_DIR}/CPackConfig.cmake -B ${OUT}/made)
 run("dpkg --print-architecture" dpkg --print-architecture)
