@@ -1,6 +1,5 @@
 #include "Marvane/application/TrashRecords.h"
 
-#include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/JsonText.h"
 #include "Marvane/fileservices/FileReading.h"
 #include "Marvane/fileservices/FileWriting.h"
@@ -134,20 +133,36 @@ void ForgetTrashed(const fs::path& production, const std::string& nameInTrash) {
     fs::remove(TrashRecordFile(production, nameInTrash), ignored);
 }
 
+namespace {
+
+// The production whose trash directly holds the path: the folder above a "Trash" that has a
+// production's own ".marvane" folder beside it. Worked out from the path alone, so that a
+// move on any thread is recorded without asking the session.
+std::optional<fs::path> ProductionOfTrashItem(const fs::path& item) {
+    const fs::path trash = item.parent_path();
+    if (trash.filename() != kTrashName) {
+        return std::nullopt;
+    }
+    const fs::path production = trash.parent_path();
+    if (!IsRealFolder(production / ".marvane")) {
+        return std::nullopt;
+    }
+    return production;
+}
+
+} // namespace
+
 void RecordMovesOfTheTrash() {
     SetMovedListener([](const fs::path& from, const fs::path& to) {
-        const fs::path production = ProductionSession::Instance().GetFolder();
-        if (production.empty()) {
-            return;
+        const fs::path source = from.lexically_normal();
+        const fs::path target = to.lexically_normal();
+        const std::optional<fs::path> left = ProductionOfTrashItem(source);
+        if (left) {
+            ForgetTrashed(*left, source.filename().string());
         }
-        const fs::path trash = TrashOf(production);
-        const bool intoTrash = to.parent_path().lexically_normal() == trash.lexically_normal();
-        const bool outOfTrash = from.parent_path().lexically_normal() == trash.lexically_normal();
-        if (outOfTrash) {
-            ForgetTrashed(production, from.filename().string());
-        }
-        if (intoTrash && !outOfTrash) {
-            RecordTrashed(production, from, to, CurrentLockingIdentity().name);
+        const std::optional<fs::path> entered = ProductionOfTrashItem(target);
+        if (entered && !(left && *left == *entered)) {
+            RecordTrashed(*entered, source, target, CurrentLockingIdentity().name);
         }
     });
 }

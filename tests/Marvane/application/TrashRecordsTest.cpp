@@ -110,6 +110,25 @@ TEST_F(TrashRecordsTest, AFolderThatIsGoneIsMadeAgainOnlyWhenAskedAndNeverOverAF
     EXPECT_EQ(testsupport::ReadBytes(shot), "shot one\n");
 }
 
+TEST_F(TrashRecordsTest, EveryMoveIntoAProductionsTrashIsRecordedAndEveryMoveOutForgotten) {
+    fs::create_directories(production / ".marvane");
+    const auto move = [](const fs::path& from, const fs::path& to) {
+        return host::Move(host::ToUTF16(from.string()), host::ToUTF16(to.string()));
+    };
+    ASSERT_GE(move(shot, trash / "Shot 1.mvproj"), 0);
+    const auto record = host::FindTrashRecord(production, "Shot 1.mvproj");
+    ASSERT_TRUE(record.has_value());
+    EXPECT_EQ(record->from, fs::path("Dailies/Shot 1.mvproj"));
+    ASSERT_GE(move(trash / "Shot 1.mvproj", production / "Shot 1.mvproj"), 0);
+    EXPECT_EQ(host::FindTrashRecord(production, "Shot 1.mvproj"), std::nullopt);
+    // A folder named Trash that is no production's trash keeps no records.
+    const fs::path loose = temporary.Path() / "Loose";
+    fs::create_directories(loose / "Trash");
+    std::ofstream(loose / "Take.mvproj") << "take\n";
+    ASSERT_GE(move(loose / "Take.mvproj", loose / "Trash" / "Take.mvproj"), 0);
+    EXPECT_FALSE(fs::exists(loose / ".marvane"));
+}
+
 TEST_F(TrashRecordsTest, AnItemWithoutARecordOrLockedStaysInTheTrash) {
     std::ofstream(trash / "Old Cut.mvproj") << "old\n";
     const host::RestoreResult unknown =
