@@ -1,5 +1,6 @@
 #include "Marvane/app/HostCommands.h"
 
+#include "Marvane/app/ClipboardCommands.h"
 #include "Marvane/app/TrashCommands.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/documents/DocumentManager.h"
@@ -64,6 +65,12 @@ bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus
     case kCmdEmptyTrash:
         status.enabled = CanEmptyTrash();
         return true;
+    case kCmdCopy:
+        status.enabled = CanCopySelectedItems();
+        return true;
+    case kCmdPaste:
+        status.enabled = CanPasteItems();
+        return true;
     default:
         // Edit commands belong to the focused panel; nobody else can do them.
         return false;
@@ -96,6 +103,10 @@ bool HostCommandHandler::ObeyCommand(const Command& command) {
         return run(&RestoreSelection);
     case kCmdEmptyTrash:
         return run(&EmptyTrashAfterAsking);
+    case kCmdCopy:
+        return run(&CopySelectedItems);
+    case kCmdPaste:
+        return run(&PasteItems);
     default:
         return false;
     }

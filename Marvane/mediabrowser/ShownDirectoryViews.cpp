@@ -26,14 +26,19 @@ void NoteDirectoryViewGone(MediaBrowserDirectoryView* view) {
     views.erase(std::remove(views.begin(), views.end(), view), views.end());
 }
 
-std::vector<WideString> SelectedPathsOfShownDirectoryView() {
+MediaBrowserDirectoryView* ShownDirectoryView() {
     for (MediaBrowserDirectoryView* view : Views()) {
         const auto* tree = view->GetTree().GetImpl();
         if (tree != nullptr && tree->view && tree->view->isVisible()) {
-            return view->GetSelectedPaths();
+            return view;
         }
     }
-    return {};
+    return nullptr;
+}
+
+std::vector<WideString> SelectedPathsOfShownDirectoryView() {
+    const MediaBrowserDirectoryView* view = ShownDirectoryView();
+    return view ? view->GetSelectedPaths() : std::vector<WideString>();
 }
 
 } // namespace host

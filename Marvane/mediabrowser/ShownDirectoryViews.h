@@ -11,7 +11,9 @@ class MediaBrowserDirectoryView;
 
 void NoteDirectoryViewMade(MediaBrowserDirectoryView* view);
 void NoteDirectoryViewGone(MediaBrowserDirectoryView* view);
-// The paths selected in the directory view whose tree is shown on screen (the first such).
+// The directory view whose tree is shown on screen (the first such), or null.
+MediaBrowserDirectoryView* ShownDirectoryView();
+// The paths selected in it (none without one).
 std::vector<WideString> SelectedPathsOfShownDirectoryView();
 
 } // namespace host

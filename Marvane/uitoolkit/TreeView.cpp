@@ -255,6 +255,13 @@ void TreeWidget::keyPressEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
+    // Copy, Cut and Paste are the window's Edit commands, which act on the selected items:
+    // the tree never copies a cell's text instead.
+    if (event->matches(QKeySequence::Copy) || event->matches(QKeySequence::Cut) ||
+        event->matches(QKeySequence::Paste)) {
+        event->ignore();
+        return;
+    }
     // "Expand all below": the folder and the folders below it open as their rows come (Qt's
     // own opens only the rows already there, all at once).
     if (event->key() == Qt::Key_Asterisk) {
