@@ -68,6 +68,13 @@ inline constexpr std::string_view kProgressStation = "zkr.progress";
 using TryToMoveToTrashFn =
     std::function<bool(const std::vector<WideString>& paths, bool flagA, bool flagB)>;
 void SetTryToMoveToTandrelTrashFn(TryToMoveToTrashFn function);
+// The host's Cut and Paste: the panel moves the items into the folder of the production with
+// the rules of a drop of its rows there (none may be held by another editor; nothing is
+// written over). With an empty folder it only answers whether the items may move. An empty
+// function removes it.
+using MoveItemsIntoFolderFn =
+    std::function<bool(const std::vector<WideString>& paths, const WideString& folder)>;
+void SetMoveItemsIntoFolderFn(MoveItemsIntoFolderFn function);
 // Scripting: how scripts pause and resume the panel's reaction to changes on disk.
 using NotifyPauseFn = std::function<void(bool paused)>;
 void SetTandrelNotifyPauseFn(NotifyPauseFn function);

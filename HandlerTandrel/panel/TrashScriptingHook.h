@@ -16,7 +16,13 @@ bool TryToMoveToTrash(const std::weak_ptr<host::TabView>& panel,
                       const std::vector<host::WideString>& paths, bool saveWithoutAsking,
                       bool offerApplyToAll);
 
-// Registers TryToMoveToTrash for the panel, holding it weakly.
+// The host's Cut and Paste: moves the items into the folder as a drop of their rows there
+// would (an empty folder: only whether they may move). False when refused.
+bool MoveItemsIntoFolder(const std::weak_ptr<host::TabView>& panel,
+                         const std::vector<host::WideString>& paths,
+                         const host::WideString& folder);
+
+// Registers TryToMoveToTrash and MoveItemsIntoFolder for the panel, holding it weakly.
 void RegisterTrashScriptingHook(const std::weak_ptr<host::TabView>& panel);
 // Removes the panel's scripting functions (at teardown).
 void ClearScriptingHooks();

@@ -15,10 +15,14 @@ namespace host {
 
 bool CanCopySelectedItems();
 void CopySelectedItems();
+// Cut marks the selected items to be moved by the next Paste in the production (with a drop's
+// rules; refused at once when one may not move), and offers them to file managers with the
+// desktop's cut marker.
+void CutSelectedItems();
 bool CanPasteItems();
 void PasteItems();
 
-// What Copy puts on the clipboard for the paths (tests read it back).
-QMimeData* ClipboardDataForPaths(const std::vector<WideString>& paths);
+// What Copy (or Cut) puts on the clipboard for the paths (tests read it back).
+QMimeData* ClipboardDataForPaths(const std::vector<WideString>& paths, bool cut = false);
 
 } // namespace host

@@ -66,6 +66,7 @@ bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus
         status.enabled = CanEmptyTrash();
         return true;
     case kCmdCopy:
+    case kCmdCut:
         status.enabled = CanCopySelectedItems();
         return true;
     case kCmdPaste:
@@ -105,6 +106,8 @@ bool HostCommandHandler::ObeyCommand(const Command& command) {
         return run(&EmptyTrashAfterAsking);
     case kCmdCopy:
         return run(&CopySelectedItems);
+    case kCmdCut:
+        return run(&CutSelectedItems);
     case kCmdPaste:
         return run(&PasteItems);
     default:

@@ -9,6 +9,11 @@ TryToMoveToTrashFn& TryToMove() {
     return function;
 }
 
+MoveItemsIntoFolderFn& MoveIntoFolder() {
+    static MoveItemsIntoFolderFn function;
+    return function;
+}
+
 NotifyPauseFn& NotifyPause() {
     static NotifyPauseFn function;
     return function;
@@ -18,6 +23,14 @@ NotifyPauseFn& NotifyPause() {
 
 void SetTryToMoveToTandrelTrashFn(TryToMoveToTrashFn function) {
     TryToMove() = std::move(function);
+}
+
+void SetMoveItemsIntoFolderFn(MoveItemsIntoFolderFn function) {
+    MoveIntoFolder() = std::move(function);
+}
+
+MoveItemsIntoFolderFn GetMoveItemsIntoFolderFn() {
+    return MoveIntoFolder();
 }
 
 void SetTandrelNotifyPauseFn(NotifyPauseFn function) {

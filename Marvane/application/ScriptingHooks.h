@@ -6,6 +6,7 @@ namespace host {
 
 // The registered function, or empty when none is.
 TryToMoveToTrashFn GetTryToMoveToTandrelTrashFn();
+MoveItemsIntoFolderFn GetMoveItemsIntoFolderFn();
 NotifyPauseFn GetTandrelNotifyPauseFn();
 
 } // namespace host

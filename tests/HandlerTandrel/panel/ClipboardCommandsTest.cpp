@@ -130,4 +130,32 @@ TEST_F(ClipboardCommandsTest, ControlCInTheTreeCopiesTheSelectedItems) {
               QString::fromStdString((pilot / "Scene 4.mvproj").string()));
 }
 
+TEST_F(ClipboardCommandsTest, CutThenPasteMovesTheItemsIntoTheSelectedFolderOnce) {
+    const std::string scene = testsupport::ReadBytes(pilot / "Scene 4.mvproj");
+    panel.Select({pilot / "Scene 4.mvproj"});
+    ASSERT_TRUE(panel.Obey(host::kCmdCut));
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_TRUE(
+        data->data(QStringLiteral("x-special/gnome-copied-files")).startsWith("cut\nfile://"));
+    EXPECT_TRUE(fs::exists(pilot / "Scene 4.mvproj")) << "nothing moves until the paste";
+    panel.Select({pilot / "Dailies"});
+    ASSERT_TRUE(panel.Obey(host::kCmdPaste));
+    ASSERT_TRUE(WaitUntil([&] { return fs::exists(pilot / "Dailies" / "Scene 4.mvproj"); }));
+    EXPECT_EQ(testsupport::ReadBytes(pilot / "Dailies" / "Scene 4.mvproj"), scene);
+    EXPECT_FALSE(fs::exists(pilot / "Scene 4.mvproj"));
+    EXPECT_FALSE(panel.Said("Add Projects to Production")) << "moved, not added as a copy";
+    EXPECT_FALSE(panel.IsEnabled(host::kCmdPaste)) << "a cut is pasted once";
+}
+
+TEST_F(ClipboardCommandsTest, AnItemAnotherEditorHoldsIsNotCut) {
+    testsupport::LockAsAnotherEditor(pilot / "Scene 4.mvproj", "Ben Okafor");
+    panel.Select({pilot / "Scene 4.mvproj"});
+    ASSERT_TRUE(panel.Obey(host::kCmdCut));
+    EXPECT_TRUE(panel.Said("Cannot Cut"));
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    EXPECT_TRUE(data == nullptr || !data->hasUrls()) << "a file manager could move it";
+    EXPECT_TRUE(fs::exists(pilot / "Scene 4.mvproj"));
+}
+
 } // namespace
