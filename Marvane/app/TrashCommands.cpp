@@ -59,7 +59,7 @@ void TellNotAnswering() {
 // Where an item cannot go back as it was, the person may choose another way: a numbered
 // name beside the item that took its name, or its folder made again. Nothing when they leave
 // it in the trash.
-std::optional<RestoreChoice> AskAnotherWay(const RestoreResult& refused) {
+std::optional<RestoreChoice> AskAnotherWay(const TrashRestoreResult& refused) {
     const bool taken = refused.why == RestoreRefusal::kNameTaken;
     if (!taken && refused.why != RestoreRefusal::kFolderGone) {
         return std::nullopt;
@@ -81,10 +81,10 @@ void RestoreSelection() {
     const std::vector<fs::path> items = SelectedItemsOfTheTrash();
     // On a share that stops answering, the window keeps turning: the moves run bounded.
     const auto restore = [&production](std::vector<fs::path> some, RestoreChoice choice) {
-        return files::Bounded<std::vector<RestoreResult>>(
+        return files::Bounded<std::vector<TrashRestoreResult>>(
             production,
             [production, some = std::move(some), choice] {
-                std::vector<RestoreResult> results;
+                std::vector<TrashRestoreResult> results;
                 for (const fs::path& item : some) {
                     results.push_back(RestoreFromTrash(production, item, choice));
                 }
@@ -92,7 +92,7 @@ void RestoreSelection() {
             },
             files::kLongAccess);
     };
-    const std::optional<std::vector<RestoreResult>> results =
+    const std::optional<std::vector<TrashRestoreResult>> results =
         restore(items, RestoreChoice::kAsItWas);
     if (!results) {
         TellNotAnswering();
@@ -100,7 +100,7 @@ void RestoreSelection() {
     }
     std::string refusals;
     for (std::size_t index = 0; index < items.size(); ++index) {
-        RestoreResult result = (*results)[index];
+        TrashRestoreResult result = (*results)[index];
         if (const std::optional<RestoreChoice> choice =
                 result.restored ? std::nullopt : AskAnotherWay(result)) {
             const auto again = restore({items[index]}, *choice);

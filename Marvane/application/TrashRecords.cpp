@@ -177,9 +177,9 @@ namespace {
 
 } // namespace
 
-RestoreResult RestoreFromTrash(const fs::path& production, const fs::path& item,
-                               RestoreChoice choice) {
-    RestoreResult result;
+TrashRestoreResult RestoreFromTrash(const fs::path& production, const fs::path& item,
+                                    RestoreChoice choice) {
+    TrashRestoreResult result;
     const auto refuse = [&result](RestoreRefusal why, std::string text) {
         result.why = why;
         result.refusal = std::move(text);

@@ -47,13 +47,13 @@ enum class RestoreRefusal {
 // What to do where the item cannot go back as it was: a name taken there is answered with a
 // numbered name beside it ("Shot 1_1.mvproj"); a folder that is gone is made again.
 enum class RestoreChoice { kAsItWas, kKeepBoth, kMakeTheFolder };
-struct RestoreResult {
+struct TrashRestoreResult {
     std::optional<std::filesystem::path> restored;
     std::string refusal; // when not restored
     RestoreRefusal why = RestoreRefusal::kNone;
 };
-RestoreResult RestoreFromTrash(const std::filesystem::path& production,
-                               const std::filesystem::path& item,
-                               RestoreChoice choice = RestoreChoice::kAsItWas);
+TrashRestoreResult RestoreFromTrash(const std::filesystem::path& production,
+                                    const std::filesystem::path& item,
+                                    RestoreChoice choice = RestoreChoice::kAsItWas);
 
 } // namespace host

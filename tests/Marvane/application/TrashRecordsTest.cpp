@@ -49,7 +49,7 @@ TEST_F(TrashRecordsTest, AnItemPutInTheTrashSaysWhereItCameFromAndWhoPutItThere)
 
 TEST_F(TrashRecordsTest, RestorePutsTheItemBackAndForgetsTheRecord) {
     const fs::path inTrash = Trash(shot);
-    const host::RestoreResult result = host::RestoreFromTrash(production, inTrash);
+    const host::TrashRestoreResult result = host::RestoreFromTrash(production, inTrash);
     ASSERT_TRUE(result.restored.has_value()) << result.refusal;
     EXPECT_EQ(*result.restored, shot);
     EXPECT_EQ(testsupport::ReadBytes(shot), "shot one\n");
@@ -60,7 +60,7 @@ TEST_F(TrashRecordsTest, RestorePutsTheItemBackAndForgetsTheRecord) {
 TEST_F(TrashRecordsTest, RestoreNeverReplacesAnItemThatTookTheName) {
     const fs::path inTrash = Trash(shot);
     std::ofstream(shot) << "a new shot one\n";
-    const host::RestoreResult result = host::RestoreFromTrash(production, inTrash);
+    const host::TrashRestoreResult result = host::RestoreFromTrash(production, inTrash);
     EXPECT_FALSE(result.restored.has_value());
     EXPECT_EQ(result.refusal, "\"Shot 1.mvproj\" cannot be put back: \"Dailies\" already holds an "
                               "item named \"Shot 1.mvproj\".");
@@ -72,7 +72,7 @@ TEST_F(TrashRecordsTest, RestoreNeverReplacesAnItemThatTookTheName) {
 TEST_F(TrashRecordsTest, RestoreIntoAFolderThatIsGoneIsRefused) {
     const fs::path inTrash = Trash(shot);
     fs::remove_all(production / "Dailies");
-    const host::RestoreResult result = host::RestoreFromTrash(production, inTrash);
+    const host::TrashRestoreResult result = host::RestoreFromTrash(production, inTrash);
     EXPECT_FALSE(result.restored.has_value());
     EXPECT_NE(result.refusal.find("the folder it came from, \"Dailies\", is not there any more"),
               std::string::npos)
@@ -84,9 +84,9 @@ TEST_F(TrashRecordsTest, RestoreIntoAFolderThatIsGoneIsRefused) {
 TEST_F(TrashRecordsTest, KeepBothPutsTheItemBesideTheOneThatTookItsName) {
     const fs::path inTrash = Trash(shot);
     std::ofstream(shot) << "a new shot one\n";
-    const host::RestoreResult taken = host::RestoreFromTrash(production, inTrash);
+    const host::TrashRestoreResult taken = host::RestoreFromTrash(production, inTrash);
     EXPECT_EQ(taken.why, host::RestoreRefusal::kNameTaken);
-    const host::RestoreResult result =
+    const host::TrashRestoreResult result =
         host::RestoreFromTrash(production, inTrash, host::RestoreChoice::kKeepBoth);
     ASSERT_TRUE(result.restored.has_value()) << result.refusal;
     EXPECT_EQ(*result.restored, production / "Dailies" / "Shot 1_1.mvproj");
@@ -104,7 +104,7 @@ TEST_F(TrashRecordsTest, AFolderThatIsGoneIsMadeAgainOnlyWhenAskedAndNeverOverAF
     EXPECT_EQ(testsupport::ReadBytes(production / "Dailies"), "a file took the folder's name\n");
     fs::remove(production / "Dailies");
     EXPECT_EQ(host::RestoreFromTrash(production, inTrash).why, host::RestoreRefusal::kFolderGone);
-    const host::RestoreResult result =
+    const host::TrashRestoreResult result =
         host::RestoreFromTrash(production, inTrash, host::RestoreChoice::kMakeTheFolder);
     ASSERT_TRUE(result.restored.has_value()) << result.refusal;
     EXPECT_EQ(testsupport::ReadBytes(shot), "shot one\n");
@@ -131,13 +131,13 @@ TEST_F(TrashRecordsTest, EveryMoveIntoAProductionsTrashIsRecordedAndEveryMoveOut
 
 TEST_F(TrashRecordsTest, AnItemWithoutARecordOrLockedStaysInTheTrash) {
     std::ofstream(trash / "Old Cut.mvproj") << "old\n";
-    const host::RestoreResult unknown =
+    const host::TrashRestoreResult unknown =
         host::RestoreFromTrash(production, trash / "Old Cut.mvproj");
     EXPECT_FALSE(unknown.restored.has_value());
     EXPECT_NE(unknown.refusal.find("no record of where it came from"), std::string::npos);
     const fs::path inTrash = Trash(shot);
     std::ofstream(trash / "Shot 1.mvproj.lock") << "Ben Okafor\n";
-    const host::RestoreResult locked = host::RestoreFromTrash(production, inTrash);
+    const host::TrashRestoreResult locked = host::RestoreFromTrash(production, inTrash);
     EXPECT_FALSE(locked.restored.has_value());
     EXPECT_NE(locked.refusal.find("while someone holds its lock"), std::string::npos);
     EXPECT_FALSE(fs::exists(shot));
