@@ -1,3 +1,4 @@
+#include "Marvane/app/HostCommands.h"
 #include "Marvane/app/MainWindow.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/panelframework/Registries.h"
@@ -181,6 +182,8 @@ TEST_F(ProductionPanelTest, AButtonOnTheTitleBarOpensThePanelMenu) {
 }
 
 TEST_F(ProductionPanelTest, EveryContextMenuOfThePanelExistsInTheMenuResource) {
+    // The menus hold the host's own commands too (Empty Trash…), declared as the host does.
+    host::DeclareHostCommands(host::ShortcutManager::Instance());
     for (std::string_view id :
          {HandlerTandrel::kWingMenuID, HandlerTandrel::kFolderContextMenuID,
           HandlerTandrel::kProjectContextMenuID, HandlerTandrel::kMixedSelectionContextMenuID,
