@@ -1,6 +1,12 @@
-# Fails when a localisation key used in the sources has no entry in a translation table.
+# Fails when a localisation key used in the sources has no entry in a translation table, when
+# the table holds a key twice, or when one key is used with two different texts (one of the two
+# would show the other's words).
 cmake_minimum_required(VERSION 3.25)
 # Run as: cmake -DSOURCE_DIR=<project> -DTABLE=<table.json> -P CheckTranslations.cmake
+# (without TABLE, the table is SOURCE_DIR/table.json, as in the fixtures that show the refusals)
+if(NOT DEFINED TABLE)
+    set(TABLE "${SOURCE_DIR}/table.json")
+endif()
 file(GLOB_RECURSE _sources "${SOURCE_DIR}/HandlerTandrel/*.cpp" "${SOURCE_DIR}/HandlerTandrel/*.h"
      "${SOURCE_DIR}/Marvane/*.cpp" "${SOURCE_DIR}/Marvane/*.h"
      "${SOURCE_DIR}/Marvane/resources/menus/*.json")
@@ -9,12 +15,22 @@ foreach(_file IN LISTS _sources)
     # Comment lines name keys as examples; only code counts.
     file(STRINGS "${_file}" _lines REGEX "\\$\\$\\$/")
     list(FILTER _lines EXCLUDE REGEX "^[ \t]*(//|\\*)")
-    string(REGEX MATCHALL "\\$\\$\\$/[A-Za-z0-9/_.-]+=" _keys "${_lines}")
-    foreach(_key IN LISTS _keys)
-        string(REGEX REPLACE "=$" "" _key "${_key}")
+    string(REGEX MATCHALL "\\$\\$\\$/[A-Za-z0-9/_.-]+=[^\";\\\\]*" _keys "${_lines}")
+    foreach(_keyAndText IN LISTS _keys)
+        string(REGEX REPLACE "=.*$" "" _key "${_keyAndText}")
+        string(REGEX REPLACE "^[^=]*=" "" _text "${_keyAndText}")
         list(APPEND _used "${_key}")
+        # The text's first line is enough to tell two texts apart.
+        string(MD5 _id "${_key}")
+        if(DEFINED _text_${_id} AND NOT "${_text_${_id}}" STREQUAL "${_text}")
+            string(APPEND _conflicts "  ${_key}: \"${_text_${_id}}\" and \"${_text}\"\n")
+        endif()
+        set(_text_${_id} "${_text}")
     endforeach()
 endforeach()
+if(_conflicts)
+    message(FATAL_ERROR "Keys used with two different texts:\n${_conflicts}")
+endif()
 list(REMOVE_DUPLICATES _used)
 file(READ "${TABLE}" _table)
 string(REGEX MATCHALL "\"\\$\\$\\$/[^\"]+\"[ \t]*:" _entries "${_table}")
@@ -22,6 +38,13 @@ set(_translated "")
 foreach(_entry IN LISTS _entries)
     string(REGEX REPLACE "^\"([^\"]+)\".*$" "\\1" _entry "${_entry}")
     list(APPEND _translated "${_entry}")
+endforeach()
+set(_seen "")
+foreach(_entry IN LISTS _translated)
+    if(_entry IN_LIST _seen)
+        message(FATAL_ERROR "${TABLE} holds ${_entry} twice")
+    endif()
+    list(APPEND _seen "${_entry}")
 endforeach()
 set(_missing "")
 foreach(_key IN LISTS _used)

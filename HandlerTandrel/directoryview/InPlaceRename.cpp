@@ -63,6 +63,14 @@ constexpr std::string_view kProjectInUseMessageKey =
     "$$$/Marvane/Handlers/MvProduction/Rename/ProjectInUse/Message=\"@0\" was not renamed: "
     "@1 has it open. Try again once they have closed it.";
 
+// Tells the host of the rename, so that Edit > Undo can give the item its old name back.
+void RecordRename(const host::WideString& oldPath, const host::WideString& newPath) {
+    host::OrganisingStep step;
+    step.kind = host::OrganisingStepKind::kRename;
+    step.moved.emplace_back(host::StripTrailingSlash(oldPath), host::StripTrailingSlash(newPath));
+    host::RecordOrganisingStep(step);
+}
+
 void ShowInvalidName() {
     host::ShowMessageBox(host::Localize(kInvalidNameTitleKey),
                          host::Localize(kInvalidNameMessageKey,
@@ -215,6 +223,7 @@ void InPlaceRename::RenameFolder(const host::WideString& oldPath, const host::Wi
         return;
     }
     const host::WideString newPath = folder.FullPath();
+    RecordRename(oldPath, newPath);
     // Projects open from inside the folder now live there, with their locks.
     Utils::RelocateOpenProjects(host::StripTrailingSlash(oldPath), newPath);
     MoveFolderInState(state, oldPath, newPath);
@@ -245,6 +254,7 @@ void InPlaceRename::RenameProject(const host::WideString& oldPath,
     DirectoryViewStateData state = mOwner.StateNow();
     Utils::MoveProjectFile(oldPath, newPath);
     if (host::FileOrDirExists(newPath) && !host::FileOrDirExists(oldPath)) {
+        RecordRename(oldPath, newPath);
         MoveProjectInState(state, oldPath, newPath);
         mOwner.PutBackOnceListed(std::move(state), newPath);
     }

@@ -4,10 +4,12 @@
 #include "host/Messaging.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <future>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -75,6 +77,22 @@ void SetTryToMoveToTandrelTrashFn(TryToMoveToTrashFn function);
 using MoveItemsIntoFolderFn =
     std::function<bool(const std::vector<WideString>& paths, const WideString& folder)>;
 void SetMoveItemsIntoFolderFn(MoveItemsIntoFolderFn function);
+// Edit > Undo and Redo. The panel tells the host of each organising step once it is done:
+// which items moved where (a rename is a move within one folder) and which it made. Steps
+// told while the host itself undoes or redoes one are not steps of their own.
+enum class OrganisingStepKind : std::uint8_t { kMove, kRename, kMoveToTrash, kNewFolder, kCopy };
+struct OrganisingStep {
+    OrganisingStepKind kind = OrganisingStepKind::kMove;
+    std::vector<std::pair<WideString, WideString>> moved; // each item's path before and after
+    std::vector<WideString> made;                         // new folders, copies
+};
+void RecordOrganisingStep(const OrganisingStep& step);
+// The panel's own move of one item to another path, as its rename does it: a project with its
+// lock and side data, a folder with the projects open inside it. It never writes over
+// anything and refuses what another editor holds, having told the person why; true when the
+// item is at its new path. An empty function removes it.
+using MoveItemToPathFn = std::function<bool(const WideString& from, const WideString& to)>;
+void SetMoveItemToPathFn(MoveItemToPathFn function);
 // Scripting: how scripts pause and resume the panel's reaction to changes on disk.
 using NotifyPauseFn = std::function<void(bool paused)>;
 void SetTandrelNotifyPauseFn(NotifyPauseFn function);

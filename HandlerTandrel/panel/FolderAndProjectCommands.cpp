@@ -124,6 +124,10 @@ void TandrelTabView::OnNewFolderCommand() {
                 continue;
             }
             if (host::EnsureDirectoryExists(path)) {
+                host::OrganisingStep step;
+                step.kind = host::OrganisingStepKind::kNewFolder;
+                step.made.push_back(path);
+                host::RecordOrganisingStep(step);
                 mDirectoryView->ShowNewItem(path);
             }
             return;
@@ -152,12 +156,15 @@ void TandrelTabView::OnMakeACopyCommand() {
     try {
         std::vector<host::WideString> chosen; // two copies made at once never share a name
         host::WideString lastProjectCopy;
+        host::OrganisingStep made; // for Edit > Undo
+        made.kind = host::OrganisingStepKind::kCopy;
         bool copying = false;
         for (const host::WideString& path : GetSelectedPaths()) {
             const host::WideString copy = host::GetMvProductionItemCopyPath(path, chosen);
             chosen.push_back(copy);
             if (!Utils::IsFolderItem(path)) {
                 host::AddProjectToMvProduction(path, copy);
+                made.made.push_back(copy);
                 lastProjectCopy = copy;
                 copying = true;
                 continue;
@@ -178,6 +185,7 @@ void TandrelTabView::OnMakeACopyCommand() {
             if (!host::EnsureDirectoryExists(copy)) {
                 continue;
             }
+            made.made.push_back(copy);
             Utils::CopyDirectoryTree(path, copy);
             std::vector<host::WideString> extensions = {
                 host::WideString(host::kProjectFileExtension16)};
@@ -190,6 +198,9 @@ void TandrelTabView::OnMakeACopyCommand() {
                 host::AddProjectsToMvProduction(projects, copy, path);
                 copying = true;
             }
+        }
+        if (!made.made.empty()) {
+            host::RecordOrganisingStep(made);
         }
         if (copying) {
             Utils::NotifyProgressPanel();

@@ -2,6 +2,7 @@
 
 #include "host/ApplicationLayer.h"
 #include "host/FileServices.h"
+#include "host/ProjectBackEnd.h"
 #include "utils/CopyFiles.h"
 #include "utils/MoveItems.h"
 
@@ -47,6 +48,26 @@ bool MoveItemsIntoFolder(const std::weak_ptr<host::TabView>& panel,
     return true;
 }
 
+// Undo and Redo: the item goes to its path the way the panel's own moves take it, and never
+// while another editor holds it (or holds anything inside it).
+// Items may come out of the trash this way, which the panel's own moves never take.
+bool MoveItemToPath(const std::weak_ptr<host::TabView>& panel, const host::WideString& from,
+                    const host::WideString& to) {
+    if (!panel.lock() || host::IsTheMvProductionTrashDirectory(from)) {
+        return false;
+    }
+    host::ByteString lockName;
+    host::ByteString lockSecond;
+    host::GetProjectLockingPrefs(lockName, lockSecond);
+    const host::ByteString utf8 = host::ToUTF8(from);
+    const host::ProjectLockFilePtr lock = host::ReadProjectLockFile(utf8, lockName, lockSecond);
+    if ((lock && lock->GetOwnerName() != lockName) ||
+        host::DoesDirectoryContainLockedProjects(utf8, true, true)) {
+        return false;
+    }
+    return Utils::MoveOneItem(from, to);
+}
+
 void RegisterTrashScriptingHook(const std::weak_ptr<host::TabView>& panel) {
     host::SetTryToMoveToTandrelTrashFn(
         [panel](const std::vector<host::WideString>& paths, bool flagA, bool flagB) {
@@ -56,11 +77,15 @@ void RegisterTrashScriptingHook(const std::weak_ptr<host::TabView>& panel) {
         [panel](const std::vector<host::WideString>& paths, const host::WideString& folder) {
             return MoveItemsIntoFolder(panel, paths, folder);
         });
+    host::SetMoveItemToPathFn([panel](const host::WideString& from, const host::WideString& to) {
+        return MoveItemToPath(panel, from, to);
+    });
 }
 
 void ClearScriptingHooks() {
     host::SetTryToMoveToTandrelTrashFn({});
     host::SetMoveItemsIntoFolderFn({});
+    host::SetMoveItemToPathFn({});
     host::SetTandrelNotifyPauseFn({});
 }
 

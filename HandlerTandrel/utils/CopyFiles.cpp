@@ -57,13 +57,33 @@ void Execute(const Plan& plan, Transfer transfer, host::ItemByItemWork* work) {
         }
         if (transfer == Transfer::kCopy) {
             host::Copy(source, destination); // a folder is copied with all it holds
-        } else if (host::ProductionSupportsMarvaneProjectFile(source)) {
-            MoveProjectFile(source, destination);
-        } else if (MoveFileOrFolder(source, destination) &&
-                   !host::ProductionSupportsMarvaneProjectFile(destination) &&
-                   host::DirectoryExists(destination)) {
-            RelocateOpenProjects(source, destination);
+        } else {
+            MoveOneItem(source, destination);
         }
+    }
+}
+
+// Tells the host what the batch did, so that Edit > Undo can take it back: the items that
+// reached their destination (a batch stopped part-way is the part that was done).
+void RecordDone(const Plan& plan, Transfer transfer, const host::WideString& destinationFolder) {
+    host::OrganisingStep step;
+    if (transfer == Transfer::kCopy) {
+        step.kind = host::OrganisingStepKind::kCopy;
+    } else if (host::IsTheMvProductionTrashDirectory(destinationFolder)) {
+        step.kind = host::OrganisingStepKind::kMoveToTrash;
+    }
+    for (const auto& [source, destination] : plan) {
+        if (!host::FileOrDirExists(destination)) {
+            continue;
+        }
+        if (transfer == Transfer::kCopy) {
+            step.made.push_back(destination);
+        } else if (!host::FileOrDirExists(source)) {
+            step.moved.emplace_back(source, destination);
+        }
+    }
+    if (!step.moved.empty() || !step.made.empty()) {
+        host::RecordOrganisingStep(step);
     }
 }
 
@@ -118,9 +138,22 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
         Execute(plan, transfer, work);
     } catch (const host::FileException& error) {
         host::LogException("HandlerTandrel::Utils::CopyFiles", error);
+        RecordDone(plan, transfer, destinationFolder);
         return false;
     }
+    RecordDone(plan, transfer, destinationFolder);
     return true;
+}
+
+bool MoveOneItem(const host::WideString& source, const host::WideString& destination) {
+    if (host::ProductionSupportsMarvaneProjectFile(source)) {
+        MoveProjectFile(source, destination);
+    } else if (MoveFileOrFolder(source, destination) &&
+               !host::ProductionSupportsMarvaneProjectFile(destination) &&
+               host::DirectoryExists(destination)) {
+        RelocateOpenProjects(source, destination);
+    }
+    return host::FileOrDirExists(destination) && !host::FileOrDirExists(source);
 }
 
 void CopyDirectoryTree(const host::WideString& sourceFolder,

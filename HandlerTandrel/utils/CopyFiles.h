@@ -29,6 +29,10 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
                const host::WideString& destinationFolder, Transfer transfer, TakenName taken,
                host::ItemByItemWork* work = nullptr);
 
+// Moves one item to the destination path as a batch moves it: a project with its lock and side
+// data, a folder with the projects open inside it. True when the item is there now.
+bool MoveOneItem(const host::WideString& source, const host::WideString& destination);
+
 // Makes, under destinationFolder, every folder found below sourceFolder (folders only, no
 // files). A folder that cannot be made is logged and the rest are still made.
 void CopyDirectoryTree(const host::WideString& sourceFolder,

@@ -2,6 +2,7 @@
 
 #include "Marvane/app/ClipboardCommands.h"
 #include "Marvane/app/TrashCommands.h"
+#include "Marvane/app/UndoCommands.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/documents/DocumentManager.h"
 #include "host/Localizer.h"
@@ -25,6 +26,8 @@ void DeclareHostCommands(ShortcutManager& shortcutManager) {
     declare("cmd.file.closeproject", kCmdCloseProject,
             "$$$/Marvane/Host/Commands/CloseProject=Close Project");
     declare("cmd.file.quit", kCmdQuit, "$$$/Marvane/Host/Commands/Quit=Quit");
+    declare("cmd.edit.undo", kCmdUndo, "$$$/Marvane/Host/Commands/Undo=Undo");
+    declare("cmd.edit.redo", kCmdRedo, "$$$/Marvane/Host/Commands/Redo=Redo");
     declare("cmd.edit.cut", kCmdCut, "$$$/Marvane/Host/Commands/Cut=Cut");
     declare("cmd.edit.copy", kCmdCopy, "$$$/Marvane/Host/Commands/Copy=Copy");
     declare("cmd.edit.paste", kCmdPaste, "$$$/Marvane/Host/Commands/Paste=Paste");
@@ -65,6 +68,14 @@ bool HostCommandHandler::FindCommandStatus(const Command& command, CommandStatus
     case kCmdEmptyTrash:
         status.enabled = CanEmptyTrash();
         return true;
+    case kCmdUndo:
+        status.enabled = CanUndoStep();
+        status.label = UndoStepLabel();
+        return true;
+    case kCmdRedo:
+        status.enabled = CanRedoStep();
+        status.label = RedoStepLabel();
+        return true;
     case kCmdCopy:
     case kCmdCut:
         status.enabled = CanCopySelectedItems();
@@ -104,6 +115,10 @@ bool HostCommandHandler::ObeyCommand(const Command& command) {
         return run(&RestoreSelection);
     case kCmdEmptyTrash:
         return run(&EmptyTrashAfterAsking);
+    case kCmdUndo:
+        return run(&UndoStep);
+    case kCmdRedo:
+        return run(&RedoStep);
     case kCmdCopy:
         return run(&CopySelectedItems);
     case kCmdCut:

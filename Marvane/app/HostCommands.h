@@ -19,6 +19,8 @@ enum HostCommandID : CommandID {
     kCmdPaste = 1103,
     kCmdRestoreFromTrash = 1104,
     kCmdEmptyTrash = 1105,
+    kCmdUndo = 1106,
+    kCmdRedo = 1107,
     // Answered by the focused panel; the host itself does nothing with them.
     kCmdSelectAll = 57642,
     kCmdDeselectAll = 11303,

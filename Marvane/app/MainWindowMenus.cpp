@@ -42,6 +42,9 @@ void MainWindow::BuildMenus() {
     add(file, "cmd.file.quit", QKeySequence::Quit);
 
     QMenu* edit = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/Edit=&Edit"));
+    add(edit, "cmd.edit.undo", QKeySequence::Undo);
+    add(edit, "cmd.edit.redo", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
+    edit->addSeparator();
     add(edit, "cmd.edit.cut", QKeySequence::Cut);
     add(edit, "cmd.edit.copy", QKeySequence::Copy);
     add(edit, "cmd.edit.paste", QKeySequence::Paste);

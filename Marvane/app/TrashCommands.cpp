@@ -65,10 +65,10 @@ std::optional<RestoreChoice> AskAnotherWay(const TrashRestoreResult& refused) {
         return std::nullopt;
     }
     const int answer = ShowMessageBox(
-        Localize("$$$/Marvane/Host/Restore/AnotherWayTitle=Put Back Another Way?"), refused.refusal,
-        {taken ? Localize("$$$/Marvane/Host/Restore/KeepBoth=Keep Both")
-               : Localize("$$$/Marvane/Host/Restore/MakeFolder=Make the Folder Again"),
-         Localize("$$$/Marvane/Host/Restore/Leave=Leave in Trash")},
+        Localize("$$$/Marvane/Host/PutBack/AnotherWayTitle=Put Back Another Way?"), refused.refusal,
+        {taken ? Localize("$$$/Marvane/Host/PutBack/KeepBoth=Keep Both")
+               : Localize("$$$/Marvane/Host/PutBack/MakeFolder=Make the Folder Again"),
+         Localize("$$$/Marvane/Host/PutBack/Leave=Leave in Trash")},
         kQuestionIcon, 0);
     if (answer != 0) {
         return std::nullopt;
@@ -118,7 +118,7 @@ void RestoreSelection() {
         }
     }
     if (!refusals.empty()) {
-        ShowMessageBox(Localize("$$$/Marvane/Host/Restore/Title=Not Put Back"), refusals, {},
+        ShowMessageBox(Localize("$$$/Marvane/Host/PutBack/Title=Not Put Back"), refusals, {},
                        kWarningIcon, 0);
     }
 }

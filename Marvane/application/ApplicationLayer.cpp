@@ -3,6 +3,7 @@
 #include "host/ApplicationLayer.h"
 
 #include "Marvane/application/HostSession.h"
+#include "Marvane/application/OrganisingHistory.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/application/ProjectImport.h"
 #include "Marvane/documents/DocumentManager.h"
@@ -107,6 +108,10 @@ void AddProjectsToMvProduction(const std::vector<WideString>& projectPaths,
 void AddProjectToMvProduction(const WideString& projectPath, const WideString& destinationPath) {
     ProjectImport::Instance().AddAs(std::filesystem::path(ToUTF8(StripTrailingSlash(projectPath))),
                                     std::filesystem::path(ToUTF8(destinationPath)));
+}
+
+void RecordOrganisingStep(const OrganisingStep& step) {
+    OrganisingHistory::Instance().Record(step, ProductionSession::Instance().GetFolder());
 }
 
 } // namespace host

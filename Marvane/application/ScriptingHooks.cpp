@@ -14,6 +14,11 @@ MoveItemsIntoFolderFn& MoveIntoFolder() {
     return function;
 }
 
+MoveItemToPathFn& MoveToPath() {
+    static MoveItemToPathFn function;
+    return function;
+}
+
 NotifyPauseFn& NotifyPause() {
     static NotifyPauseFn function;
     return function;
@@ -31,6 +36,14 @@ void SetMoveItemsIntoFolderFn(MoveItemsIntoFolderFn function) {
 
 MoveItemsIntoFolderFn GetMoveItemsIntoFolderFn() {
     return MoveIntoFolder();
+}
+
+void SetMoveItemToPathFn(MoveItemToPathFn function) {
+    MoveToPath() = std::move(function);
+}
+
+MoveItemToPathFn GetMoveItemToPathFn() {
+    return MoveToPath();
 }
 
 void SetTandrelNotifyPauseFn(NotifyPauseFn function) {

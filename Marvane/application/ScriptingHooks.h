@@ -7,6 +7,7 @@ namespace host {
 // The registered function, or empty when none is.
 TryToMoveToTrashFn GetTryToMoveToTandrelTrashFn();
 MoveItemsIntoFolderFn GetMoveItemsIntoFolderFn();
+MoveItemToPathFn GetMoveItemToPathFn();
 NotifyPauseFn GetTandrelNotifyPauseFn();
 
 } // namespace host

@@ -189,12 +189,12 @@ TrashRestoreResult RestoreFromTrash(const fs::path& production, const fs::path& 
     if (item.parent_path().lexically_normal() != TrashOf(production).lexically_normal()) {
         return refuse(
             RestoreRefusal::kNotInTrash,
-            Localize("$$$/Marvane/Host/Restore/NotInTrash=\"@0\" is not in the trash.", {name}));
+            Localize("$$$/Marvane/Host/PutBack/NotInTrash=\"@0\" is not in the trash.", {name}));
     }
     const std::optional<TrashRecord> record = FindTrashRecord(production, name);
     if (!record) {
         return refuse(RestoreRefusal::kNoRecord,
-                      Localize("$$$/Marvane/Host/Restore/NoRecord=\"@0\" cannot be put back: "
+                      Localize("$$$/Marvane/Host/PutBack/NoRecord=\"@0\" cannot be put back: "
                                "there is no record of where it came from (it went into the "
                                "trash before such records were kept, or not through marvane).",
                                {name}));
@@ -206,7 +206,7 @@ TrashRestoreResult RestoreFromTrash(const fs::path& production, const fs::path& 
     std::error_code ignored;
     if (fs::exists(fs::symlink_status(LockFilePathFor(item), ignored))) {
         return refuse(RestoreRefusal::kLocked,
-                      Localize("$$$/Marvane/Host/Restore/Locked=\"@0\" cannot be put back while "
+                      Localize("$$$/Marvane/Host/PutBack/Locked=\"@0\" cannot be put back while "
                                "someone holds its lock.",
                                {name}));
     }
@@ -216,7 +216,7 @@ TrashRestoreResult RestoreFromTrash(const fs::path& production, const fs::path& 
             fs::exists(fs::symlink_status(folder, ignored)) ||
             !EnsureDirectoryExists(ToUTF16(folder.string())) || !IsRealFolder(folder)) {
             return refuse(RestoreRefusal::kFolderGone,
-                          Localize("$$$/Marvane/Host/Restore/FolderGone=\"@0\" cannot be put "
+                          Localize("$$$/Marvane/Host/PutBack/FolderGone=\"@0\" cannot be put "
                                    "back: the folder it came from, \"@1\", is not there any more.",
                                    {name, folderName}));
         }
@@ -224,7 +224,7 @@ TrashRestoreResult RestoreFromTrash(const fs::path& production, const fs::path& 
     if (fs::exists(fs::symlink_status(destination, ignored))) {
         if (choice != RestoreChoice::kKeepBoth) {
             return refuse(RestoreRefusal::kNameTaken,
-                          Localize("$$$/Marvane/Host/Restore/NameTaken=\"@0\" cannot be put "
+                          Localize("$$$/Marvane/Host/PutBack/NameTaken=\"@0\" cannot be put "
                                    "back: \"@1\" already holds an item named \"@2\".",
                                    {name, folderName, destination.filename().string()}));
         }
@@ -235,7 +235,7 @@ TrashRestoreResult RestoreFromTrash(const fs::path& production, const fs::path& 
     // record to go.
     if (Move(ToUTF16(item.string()), ToUTF16(destination.string())) < 0) {
         return refuse(RestoreRefusal::kFailed,
-                      Localize("$$$/Marvane/Host/Restore/Failed=\"@0\" could not be put back "
+                      Localize("$$$/Marvane/Host/PutBack/Failed=\"@0\" could not be put back "
                                "into \"@1\".",
                                {name, folderName}));
     }
