@@ -42,6 +42,7 @@ void MainWindow::BuildMenus() {
     add(file, "cmd.file.quit", QKeySequence::Quit);
 
     QMenu* edit = menuBar()->addMenu(Text("$$$/Marvane/Host/Menus/Edit=&Edit"));
+    edit->setObjectName(QStringLiteral("EditMenu"));
     add(edit, "cmd.edit.undo", QKeySequence::Undo);
     add(edit, "cmd.edit.redo", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z));
     edit->addSeparator();

@@ -1,0 +1,120 @@
+// Edit > Undo in the real marvane, with a second editor's marvane changing the production
+// between a step and its undoing.
+#include "E2eProjects.h"
+#include "FileBytes.h"
+#include "ScriptedMarvane.h"
+#include "TemporaryFolder.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace e2e;
+
+class UndoFlowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WriteProject(production / "Scene 4.mvproj");
+        WriteProject(production / "Dailies" / "Shot 1.mvproj", "Ana's take");
+        fs::create_directories(production / "Trash");
+    }
+    std::unique_ptr<ScriptedMarvane> Start(const std::string& user) const {
+        return StartEditorOn(production, root, user);
+    }
+    static void Finish(ScriptedMarvane& editor) {
+        EXPECT_EQ(editor.Send({"quit"}), "ok");
+        EXPECT_EQ(editor.Finish(), 0) << editor.ErrorOutput();
+    }
+
+    const testsupport::TemporaryFolder temporary{"e2e-undo"};
+    const fs::path root = temporary.Path();
+    const fs::path production = root / "Pilot";
+    const fs::path shot = production / "Dailies" / "Shot 1.mvproj";
+};
+
+TEST_F(UndoFlowTest, AMoveToTrashIsNotUndoneOverTheNewItemAnotherEditorMadeThere) {
+    auto ana = Start("Ana Ruiz");
+    auto ben = Start("Ben Okafor");
+    const std::string hers = testsupport::ReadBytes(shot);
+    ASSERT_EQ(ana->Send({"move-to-trash", shot.string()}), "ok allowed");
+    const fs::path trashed = production / "Trash" / "Shot 1.mvproj";
+    ASSERT_TRUE(fs::exists(trashed));
+    const std::string menu = ana->Send({"ui", "actions", "EditMenu"});
+    EXPECT_NE(menu.find("Undo Move to Trash of \"Shot 1\""), std::string::npos) << menu;
+
+    // Meanwhile Ben makes a new "Shot 1" where hers was.
+    ASSERT_EQ(ben->SendUntil({"ui", "select", kTree, "Dailies"}, "ok"), "ok");
+    ASSERT_EQ(ben->Send({"text", "Shot 1"}), "ok");
+    ASSERT_EQ(ben->Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
+    ASSERT_TRUE(fs::exists(shot));
+    const std::string his = testsupport::ReadBytes(shot);
+
+    // Her undo says why and writes over nothing.
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "ok");
+    EXPECT_EQ(ana->Send({"last-dialog"}),
+              "ok Cannot Undo\t\"Shot 1\" cannot go back: \"Dailies\" already holds an item "
+              "named \"Shot 1.mvproj\".\t");
+    EXPECT_EQ(testsupport::ReadBytes(shot), his);
+    EXPECT_EQ(testsupport::ReadBytes(trashed), hers);
+
+    // Once Ben has put his in the trash too, hers goes back.
+    ASSERT_EQ(ben->Send({"move-to-trash", shot.string()}), "ok allowed");
+    ASSERT_FALSE(fs::exists(shot));
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "ok");
+    EXPECT_EQ(testsupport::ReadBytes(shot), hers);
+    EXPECT_EQ(testsupport::ReadBytes(production / "Trash" / "Shot 1_1.mvproj"), his);
+    EXPECT_EQ(ana->Send({"dialogs"}), "ok count=1 last=Cannot Undo") << "no second refusal";
+
+    Finish(*ana);
+    Finish(*ben);
+}
+
+TEST_F(UndoFlowTest, AMoveIsNotUndoneWhileAnotherEditorHasTheProjectOpen) {
+    auto ana = Start("Ana Ruiz");
+    auto ben = Start("Ben Okafor");
+    ASSERT_EQ(ana->SendUntil({"ui", "select", kTree, "Scene 4"}, "ok"), "ok");
+    ASSERT_EQ(ana->Send({"command", "cmd.edit.cut"}), "ok");
+    ASSERT_EQ(ana->Send({"ui", "select", kTree, "Dailies"}), "ok");
+    ASSERT_EQ(ana->Send({"command", "cmd.edit.paste"}), "ok");
+    const fs::path moved = production / "Dailies" / "Scene 4.mvproj";
+    ASSERT_TRUE(fs::exists(moved));
+
+    ASSERT_EQ(ben->Send({"open", moved.string()}), "ok") << ben->ErrorOutput();
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "ok");
+    EXPECT_EQ(ana->Send({"last-dialog"}), "ok Cannot Undo\t\"Scene 4\" is open by Ben Okafor.\t");
+    EXPECT_TRUE(fs::exists(moved));
+
+    ASSERT_EQ(ben->Send({"close", moved.string()}), "ok");
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "ok");
+    EXPECT_TRUE(fs::exists(production / "Scene 4.mvproj"));
+    EXPECT_FALSE(fs::exists(moved));
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "error disabled") << "nothing more to undo";
+
+    Finish(*ana);
+    Finish(*ben);
+}
+
+TEST_F(UndoFlowTest, ANewFolderIsNotTakenAwayOnceAnotherEditorPutAProjectInIt) {
+    auto ana = Start("Ana Ruiz");
+    auto ben = Start("Ben Okafor");
+    ASSERT_EQ(ana->Send({"text", "Music"}), "ok");
+    ASSERT_EQ(ana->Send({"command", "cmd.mediabrowser.newfolder"}), "ok");
+    ASSERT_TRUE(fs::is_directory(production / "Music"));
+
+    ASSERT_EQ(ben->SendUntil({"ui", "select", kTree, "Music"}, "ok"), "ok");
+    ASSERT_EQ(ben->Send({"text", "Cue 1"}), "ok");
+    ASSERT_EQ(ben->Send({"command", "cmd.mvproductionfolder.newproject"}), "ok");
+    ASSERT_TRUE(fs::exists(production / "Music" / "Cue 1.mvproj"));
+
+    EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "ok");
+    EXPECT_EQ(ana->Send({"last-dialog"}),
+              "ok Cannot Undo\t\"Music\" is no longer empty: something was put in it.\t");
+    EXPECT_TRUE(fs::exists(production / "Music" / "Cue 1.mvproj"));
+
+    Finish(*ana);
+    Finish(*ben);
+}
+
+} // namespace
