@@ -29,10 +29,10 @@ protected:
     static host::WideString W(const fs::path& path) { return host::ToUTF16(path.string()); }
     // Moves the items as the panel would, and tells the history of the step.
     void MoveAndRecord(host::OrganisingStepKind kind,
-                       const std::vector<std::pair<fs::path, fs::path>>& moves) {
+                       const std::vector<std::pair<fs::path, fs::path>>& items) {
         host::OrganisingStep step;
         step.kind = kind;
-        for (const auto& [from, to] : moves) {
+        for (const auto& [from, to] : items) {
             ASSERT_EQ(host::Move(W(from), W(to)), 0);
             step.moved.emplace_back(W(from), W(to));
         }
