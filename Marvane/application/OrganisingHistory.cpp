@@ -1,5 +1,6 @@
 #include "Marvane/application/OrganisingHistory.h"
 
+#include "Marvane/application/ProjectImport.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/FileServices.h"
@@ -229,6 +230,8 @@ std::string OrganisingHistory::StepName(const Step& step) {
 std::vector<std::string> OrganisingHistory::Refusals(const Step& step, Direction direction) {
     std::vector<std::string> refusals;
     const bool back = direction == Direction::kBack;
+    const bool copying =
+        ProjectImport::Instance().Progress().state == ImportProgress::State::Running;
     const auto refuse = [&refusals](std::string reason) {
         if (!reason.empty()) {
             refusals.push_back(std::move(reason));
@@ -260,7 +263,13 @@ std::vector<std::string> OrganisingHistory::Refusals(const Step& step, Direction
             }
             break;
         case Role::kMadeCopy:
-            if (back) {
+            if (copying) {
+                // Projects still arrive in the copy, at the place it had: moved now, the copy
+                // would be split between two places.
+                refuse(Localize("$$$/Marvane/Host/Undo/StillCopying=\"@0\" is still being "
+                                "copied: try again once the copies are done.",
+                                {ShownName(item.after)}));
+            } else if (back) {
                 const fs::path trash = TrashOf(step.production);
                 if (Exists(trash) && !IsRealFolder(trash)) {
                     refuse(Localize("$$$/Marvane/Host/Undo/TrashNotAFolder=The production's "

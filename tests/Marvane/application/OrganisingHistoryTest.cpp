@@ -2,14 +2,18 @@
 // and its undoing.
 #include "Marvane/application/OrganisingHistory.h"
 #include "FileBytes.h"
+#include "Marvane/application/ProjectImport.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "host/FileServices.h"
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -196,6 +200,35 @@ TEST_F(OrganisingHistoryTest, UndoOfACopyPutsTheCopyInTheTrashBesideWhatIsThereA
     ASSERT_TRUE(history.Redo(production, mover).done);
     EXPECT_EQ(testsupport::ReadBytes(copy), "Shot 1.mvproj\n");
     EXPECT_FALSE(fs::exists(production / "Trash" / "Shot 1 copy_1.mvproj"));
+}
+
+TEST_F(OrganisingHistoryTest, ACopyIsNotUndoneWhileProjectsAreStillBeingCopied) {
+    const fs::path copy = production / "Dailies 2";
+    fs::create_directory(copy);
+    history.Record({host::OrganisingStepKind::kCopy, {}, {W(copy)}}, production);
+    // A copy of a project into it is under way, held at its start.
+    std::atomic<bool> release{false};
+    host::ProjectImport& import = host::ProjectImport::Instance();
+    import.SetCopyHookForTesting([&release] {
+        while (!release.load()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+} // namespace
+);
+import.Add({shot(1)}, copy);
+
+const host::HistoryOutcome outcome = history.Undo(production, mover);
+EXPECT_EQ(outcome.refusal, "\"Dailies 2\" is still being copied: try again once the copies "
+                           "are done.");
+EXPECT_TRUE(fs::is_directory(copy));
+release = true;
+ASSERT_TRUE(import.Wait(30000));
+import.SetCopyHookForTesting({});
+import.ClearFinished();
+
+EXPECT_TRUE(history.Undo(production, mover).done);
+EXPECT_EQ(testsupport::ReadBytes(production / "Trash" / "Dailies 2" / "Shot 1.mvproj"),
+          "Shot 1.mvproj\n");
 }
 
 TEST_F(OrganisingHistoryTest, ANewStepClearsWhatCouldBeRedone) {
