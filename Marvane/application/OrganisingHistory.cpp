@@ -130,14 +130,6 @@ std::string MoveReason(const fs::path& production, const fs::path& from, const f
     return HeldReason(from, GoesIntoTheTrash(production, to));
 }
 
-std::string CountedName(std::string_view oneKey, std::string_view manyKey,
-                        const std::vector<std::string>& names) {
-    if (names.size() == 1) {
-        return Localize(oneKey, {names.front()});
-    }
-    return Localize(manyKey, {std::to_string(names.size())});
-}
-
 } // namespace
 
 OrganisingHistory& OrganisingHistory::Instance() {
@@ -207,24 +199,34 @@ std::string OrganisingHistory::StepName(const Step& step) {
     for (const Item& item : step.items) {
         names.push_back(ShownName(item.role == Role::kMoved ? item.before : item.after));
     }
-    switch (step.kind) {
-    case OrganisingStepKind::kRename:
-        return CountedName("$$$/Marvane/Host/Undo/RenameOne=Rename of \"@0\"",
-                           "$$$/Marvane/Host/Undo/RenameMany=Rename of @0 Items", names);
-    case OrganisingStepKind::kMoveToTrash:
-        return CountedName("$$$/Marvane/Host/Undo/TrashOne=Move to Trash of \"@0\"",
-                           "$$$/Marvane/Host/Undo/TrashMany=Move to Trash of @0 Items", names);
-    case OrganisingStepKind::kNewFolder:
-        return CountedName("$$$/Marvane/Host/Undo/NewFolderOne=New Folder \"@0\"",
-                           "$$$/Marvane/Host/Undo/NewFolderMany=New Folders (@0)", names);
-    case OrganisingStepKind::kCopy:
-        return CountedName("$$$/Marvane/Host/Undo/CopyOne=Copy of \"@0\"",
-                           "$$$/Marvane/Host/Undo/CopyMany=Copy of @0 Items", names);
-    case OrganisingStepKind::kMove:
-    default:
-        return CountedName("$$$/Marvane/Host/Undo/MoveOne=Move of \"@0\"",
-                           "$$$/Marvane/Host/Undo/MoveMany=Move of @0 Items", names);
+    // The step's words, for one item and for several.
+    struct Words {
+        OrganisingStepKind kind;
+        std::string_view one;
+        std::string_view many;
+    };
+    static constexpr Words kWords[] = {
+        {OrganisingStepKind::kMove, "$$$/Marvane/Host/Undo/MoveOne=Move of \"@0\"",
+         "$$$/Marvane/Host/Undo/MoveMany=Move of @0 Items"},
+        {OrganisingStepKind::kRename, "$$$/Marvane/Host/Undo/RenameOne=Rename of \"@0\"",
+         "$$$/Marvane/Host/Undo/RenameMany=Rename of @0 Items"},
+        {OrganisingStepKind::kMoveToTrash, "$$$/Marvane/Host/Undo/TrashOne=Move to Trash of \"@0\"",
+         "$$$/Marvane/Host/Undo/TrashMany=Move to Trash of @0 Items"},
+        {OrganisingStepKind::kNewFolder, "$$$/Marvane/Host/Undo/NewFolderOne=New Folder \"@0\"",
+         "$$$/Marvane/Host/Undo/NewFolderMany=New Folders (@0)"},
+        {OrganisingStepKind::kCopy, "$$$/Marvane/Host/Undo/CopyOne=Copy of \"@0\"",
+         "$$$/Marvane/Host/Undo/CopyMany=Copy of @0 Items"},
+    };
+    const Words* words = &kWords[0];
+    for (const Words& candidate : kWords) {
+        if (candidate.kind == step.kind) {
+            words = &candidate;
+        }
     }
+    if (names.size() == 1) {
+        return Localize(words->one, {names.front()});
+    }
+    return Localize(words->many, {std::to_string(names.size())});
 }
 
 std::vector<std::string> OrganisingHistory::Refusals(const Step& step, Direction direction) {

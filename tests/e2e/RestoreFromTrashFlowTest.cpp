@@ -1,9 +1,7 @@
 // Restore from Trash in the real marvane, with a second editor's marvane changing the
 // production between the move to the trash and the restore.
-#include "E2eProjects.h"
 #include "FileBytes.h"
-#include "ScriptedMarvane.h"
-#include "TemporaryFolder.h"
+#include "TwoEditorsOnPilot.h"
 
 #include <chrono>
 #include <filesystem>
@@ -15,21 +13,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace e2e;
 
-class RestoreFromTrashFlowTest : public ::testing::Test {
+class RestoreFromTrashFlowTest : public TwoEditorsOnPilot {
 protected:
-    void SetUp() override {
-        WriteProject(production / "Scene 4.mvproj");
-        WriteProject(production / "Dailies" / "Shot 1.mvproj", "Ana's take");
-        fs::create_directories(production / "Trash");
-    }
-    std::unique_ptr<ScriptedMarvane> Start(const std::string& user) const {
-        return StartEditorOn(production, root, user);
-    }
-
-    const testsupport::TemporaryFolder temporary{"e2e-restore"};
-    const fs::path root = temporary.Path();
-    const fs::path production = root / "Pilot";
-    const fs::path shot = production / "Dailies" / "Shot 1.mvproj";
+    RestoreFromTrashFlowTest() : TwoEditorsOnPilot("e2e-restore") {}
 };
 
 TEST_F(RestoreFromTrashFlowTest, AnItemWhoseNameWasTakenMeanwhileGoesBackBesideItOnlyIfAsked) {

@@ -1,9 +1,7 @@
 // Edit > Undo in the real marvane, with a second editor's marvane changing the production
 // between a step and its undoing.
-#include "E2eProjects.h"
 #include "FileBytes.h"
-#include "ScriptedMarvane.h"
-#include "TemporaryFolder.h"
+#include "TwoEditorsOnPilot.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -13,25 +11,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace e2e;
 
-class UndoFlowTest : public ::testing::Test {
+class UndoFlowTest : public TwoEditorsOnPilot {
 protected:
-    void SetUp() override {
-        WriteProject(production / "Scene 4.mvproj");
-        WriteProject(production / "Dailies" / "Shot 1.mvproj", "Ana's take");
-        fs::create_directories(production / "Trash");
-    }
-    std::unique_ptr<ScriptedMarvane> Start(const std::string& user) const {
-        return StartEditorOn(production, root, user);
-    }
-    static void Finish(ScriptedMarvane& editor) {
-        EXPECT_EQ(editor.Send({"quit"}), "ok");
-        EXPECT_EQ(editor.Finish(), 0) << editor.ErrorOutput();
-    }
-
-    const testsupport::TemporaryFolder temporary{"e2e-undo"};
-    const fs::path root = temporary.Path();
-    const fs::path production = root / "Pilot";
-    const fs::path shot = production / "Dailies" / "Shot 1.mvproj";
+    UndoFlowTest() : TwoEditorsOnPilot("e2e-undo") {}
 };
 
 TEST_F(UndoFlowTest, AMoveToTrashIsNotUndoneOverTheNewItemAnotherEditorMadeThere) {

@@ -44,6 +44,15 @@ inline bool CloseProject(const std::filesystem::path& path) {
     return project && host::DocumentManager::Instance().Close({project});
 }
 
+// A small production, "Pilot" in the folder: Scene 4, Dailies/Shot 1 and the trash.
+inline std::filesystem::path WriteSmallPilot(const std::filesystem::path& folder) {
+    const std::filesystem::path pilot = folder / "Pilot";
+    WriteProject(pilot / "Scene 4.mvproj");
+    WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
+    std::filesystem::create_directories(pilot / "Trash");
+    return pilot;
+}
+
 // Stops any adding of projects a test started and forgets its results.
 inline void StopProjectImport() {
     host::ProjectImport::Instance().SetCopyHookForTesting({});

@@ -28,13 +28,6 @@ namespace fs = std::filesystem;
 
 class ClipboardCommandsTest : public ::testing::Test {
 protected:
-    static fs::path Production(const testsupport::TemporaryFolder& folder) {
-        const fs::path pilot = folder.Path() / "Pilot";
-        testsupport::WriteProject(pilot / "Scene 4.mvproj");
-        testsupport::WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
-        fs::create_directories(pilot / "Trash");
-        return pilot;
-    }
     // The host's commands are declared before its window builds its menus, as at start.
     static bool DeclareHostCommands() {
         host::DeclareHostCommands(host::ShortcutManager::Instance());
@@ -48,7 +41,7 @@ protected:
 
     const bool declared = DeclareHostCommands();
     const testsupport::TemporaryFolder temporary{"clipboard"};
-    const fs::path pilot = Production(temporary);
+    const fs::path pilot = testsupport::WriteSmallPilot(temporary.Path());
     testsupport::PanelWindow panel{pilot, temporary.Path() / "profile", 3};
 };
 

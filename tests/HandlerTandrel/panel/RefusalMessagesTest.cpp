@@ -43,13 +43,6 @@ std::vector<std::string> HiddenLeftovers(const fs::path& folder) {
 
 class RefusalMessagesTest : public ::testing::Test {
 protected:
-    static fs::path Production(const testsupport::TemporaryFolder& folder) {
-        const fs::path pilot = folder.Path() / "Pilot";
-        testsupport::WriteProject(pilot / "Scene 4.mvproj");
-        testsupport::WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
-        fs::create_directories(pilot / "Trash");
-        return pilot;
-    }
     host::ScriptedDialogResponder& Responder() const { return *panel->responder; }
     void OpenPanel() {
         panel = std::make_unique<testsupport::PanelWindow>(pilot, temporary.Path() / "profile",
@@ -76,7 +69,7 @@ protected:
     }
 
     const testsupport::TemporaryFolder temporary{"refusals"};
-    const fs::path pilot = Production(temporary);
+    const fs::path pilot = testsupport::WriteSmallPilot(temporary.Path());
     int topRows = 3;
     std::unique_ptr<testsupport::PanelWindow> panel;
 };

@@ -28,11 +28,9 @@ using namespace HandlerTandrel;
 
 class UndoCommandsTest : public ::testing::Test {
 protected:
+    // With the production's own folder, where the trash keeps its records.
     static fs::path Production(const testsupport::TemporaryFolder& folder) {
-        const fs::path pilot = folder.Path() / "Pilot";
-        testsupport::WriteProject(pilot / "Scene 4.mvproj");
-        testsupport::WriteProject(pilot / "Dailies" / "Shot 1.mvproj");
-        fs::create_directories(pilot / "Trash");
+        const fs::path pilot = testsupport::WriteSmallPilot(folder.Path());
         fs::create_directories(pilot / ".marvane");
         return pilot;
     }
