@@ -14,12 +14,15 @@
 
 #include <QTreeView>
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -342,15 +345,28 @@ TEST_F(FolderAndProjectCommandsTest, ASelectionMadeBeforeTheCopyArrivesStays) {
 }
 
 TEST_F(FolderAndProjectCommandsTest, CopiesMadeByOneCommandAreOneRoundOfProgress) {
-    // Small projects copy fast: one may be done before the next is given to the worker.
-    panel.Select({pilot / "Scene 4.mvproj", pilot / "Scene 12.mvproj", pilot / "Dailies"});
-    ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
-    ASSERT_TRUE(host::ProjectImport::Instance().Wait(30000));
-    const host::ImportProgress progress = host::ProjectImport::Instance().Progress();
-    EXPECT_EQ(progress.projectsTotal, 3u);
-    EXPECT_EQ(progress.projectsDone, 3u);
-    EXPECT_EQ(progress.added.size(), 3u);
-    testsupport::StopProjectImport();
+    // Small projects copy fast: one may be done before the next is given to the worker. The
+    // last one waits until the command is over: a round finished before the progress panel
+    // first looks is cleared by it at once (nothing is left to show), and nothing would be
+    // left to read here.
+    std::atomic<bool> commandOver{false};
+    host::ProjectImport& import = host::ProjectImport::Instance();
+    import.SetCopyHookForTesting([&commandOver, &import] {
+        while (!commandOver.load() && import.Progress().currentProject == "Shot 1.mvproj") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+} // namespace
+);
+panel.Select({pilot / "Scene 4.mvproj", pilot / "Scene 12.mvproj", pilot / "Dailies"});
+ASSERT_TRUE(panel.Obey(kCmdMakeACopy));
+commandOver = true;
+ASSERT_TRUE(import.Wait(30000));
+import.SetCopyHookForTesting({});
+const host::ImportProgress progress = import.Progress();
+EXPECT_EQ(progress.projectsTotal, 3u);
+EXPECT_EQ(progress.projectsDone, 3u);
+EXPECT_EQ(progress.added.size(), 3u);
+testsupport::StopProjectImport();
 }
 
 TEST_F(FolderAndProjectCommandsTest, MakeACopyOfAFolderCopiesItsFoldersAndItsProjects) {
