@@ -50,41 +50,41 @@ char16_t FoldAscii(char16_t c) {
 // The work plan: normalised source to destination, carried out in the map's order.
 using Plan = std::map<host::WideString, host::WideString>;
 
-void Execute(const Plan& plan, Transfer transfer, host::ItemByItemWork* work) {
+// Carries the plan out; done gets each item that reached its destination.
+void Execute(const Plan& plan, Transfer transfer, host::ItemByItemWork* work, Plan& done) {
     for (const auto& [source, destination] : plan) {
         if (work != nullptr && !work->ItemDone()) {
             return; // stopped by the person: what was done stays done
         }
         if (transfer == Transfer::kCopy) {
             host::Copy(source, destination); // a folder is copied with all it holds
-        } else {
-            MoveOneItem(source, destination);
+            done[source] = destination;
+        } else if (MoveOneItem(source, destination)) {
+            done[source] = destination;
         }
     }
 }
 
-// Tells the host what the batch did, so that Edit > Undo can take it back: the items that
-// reached their destination (a batch stopped part-way is the part that was done).
-void RecordDone(const Plan& plan, Transfer transfer, const host::WideString& destinationFolder) {
+// Tells the host what the batch did, so that Edit > Undo can take it back (a batch stopped
+// part-way is the part that was done).
+void RecordDone(const Plan& done, Transfer transfer, const host::WideString& destinationFolder) {
+    if (done.empty()) {
+        return;
+    }
     host::OrganisingStep step;
     if (transfer == Transfer::kCopy) {
         step.kind = host::OrganisingStepKind::kCopy;
     } else if (host::IsTheMvProductionTrashDirectory(destinationFolder)) {
         step.kind = host::OrganisingStepKind::kMoveToTrash;
     }
-    for (const auto& [source, destination] : plan) {
-        if (!host::FileOrDirExists(destination)) {
-            continue;
-        }
+    for (const auto& [source, destination] : done) {
         if (transfer == Transfer::kCopy) {
             step.made.push_back(destination);
-        } else if (!host::FileOrDirExists(source)) {
+        } else {
             step.moved.emplace_back(source, destination);
         }
     }
-    if (!step.moved.empty() || !step.made.empty()) {
-        host::RecordOrganisingStep(step);
-    }
+    host::RecordOrganisingStep(step);
 }
 
 } // namespace
@@ -134,26 +134,32 @@ bool CopyFiles(const std::vector<host::WideString>& sources,
             plan[source] = host::MakeUniqueFilename(candidate, 1, u"_", {});
         }
     }
+    Plan done;
     try {
-        Execute(plan, transfer, work);
+        Execute(plan, transfer, work, done);
     } catch (const host::FileException& error) {
         host::LogException("HandlerTandrel::Utils::CopyFiles", error);
-        RecordDone(plan, transfer, destinationFolder);
+        RecordDone(done, transfer, destinationFolder);
         return false;
     }
-    RecordDone(plan, transfer, destinationFolder);
+    RecordDone(done, transfer, destinationFolder);
     return true;
 }
 
 bool MoveOneItem(const host::WideString& source, const host::WideString& destination) {
     if (host::ProductionSupportsMarvaneProjectFile(source)) {
+        // Its move may be refused on the way (a lock taken meanwhile), having said why.
         MoveProjectFile(source, destination);
-    } else if (MoveFileOrFolder(source, destination) &&
-               !host::ProductionSupportsMarvaneProjectFile(destination) &&
-               host::DirectoryExists(destination)) {
+        return host::FileOrDirExists(destination) && !host::FileOrDirExists(source);
+    }
+    if (!MoveFileOrFolder(source, destination)) {
+        return false;
+    }
+    if (!host::ProductionSupportsMarvaneProjectFile(destination) &&
+        host::DirectoryExists(destination)) {
         RelocateOpenProjects(source, destination);
     }
-    return host::FileOrDirExists(destination) && !host::FileOrDirExists(source);
+    return true;
 }
 
 void CopyDirectoryTree(const host::WideString& sourceFolder,

@@ -1,6 +1,7 @@
 #include "Marvane/application/OrganisingHistory.h"
 
 #include "Marvane/application/ProjectImport.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
 #include "host/FileServices.h"
@@ -8,6 +9,7 @@
 #include "host/ProjectBackEnd.h"
 
 #include <algorithm>
+#include <optional>
 #include <system_error>
 
 namespace host {
@@ -303,17 +305,7 @@ std::vector<OrganisingHistory::Item> OrganisingHistory::Carry(Step& step, Direct
             Localize("$$$/Marvane/Host/Undo/Failed=\"@0\" could not be moved.", {ShownName(named)});
     };
     for (Item item : step.items) {
-        switch (item.role) {
-        case Role::kMoved: {
-            const fs::path& from = back ? item.after : item.before;
-            const fs::path& to = back ? item.before : item.after;
-            if (!mover(from, to)) {
-                fail(item, from);
-                continue;
-            }
-            break;
-        }
-        case Role::kMadeFolder: {
+        if (item.role == Role::kMadeFolder) {
             std::error_code error;
             // Only an empty folder goes, so nothing in it can be lost; made again, it stays
             // where it was if the name was taken a moment ago.
@@ -324,30 +316,27 @@ std::vector<OrganisingHistory::Item> OrganisingHistory::Carry(Step& step, Direct
                 fail(item, item.after);
                 continue;
             }
-            break;
+            carried.push_back(item);
+            continue;
         }
-        case Role::kMadeCopy: {
-            if (back) {
-                const fs::path trash = TrashOf(step.production);
-                if (!EnsureDirectoryExists(ToUTF16(trash.string()))) {
-                    fail(item, item.after);
-                    continue;
-                }
-                // Beside what the trash holds already, under a numbered name where needed.
-                item.before = trash / item.after.filename();
-                if (Exists(item.before)) {
-                    item.before =
-                        Clean(MakeUniqueFilename(ToUTF16(item.before.string()), 1, u"_", {}));
-                }
-            }
-            const fs::path& from = back ? item.after : item.before;
-            const fs::path& to = back ? item.before : item.after;
-            if (!mover(from, to)) {
-                fail(item, from);
+        if (item.role == Role::kMadeCopy && back) {
+            // A copy taken back goes into the trash, beside what the trash holds already
+            // (under a numbered name where needed), and Redo brings it out from there.
+            const fs::path trash = TrashOf(step.production);
+            if (!EnsureDirectoryExists(ToUTF16(trash.string()))) {
+                fail(item, item.after);
                 continue;
             }
-            break;
+            item.before = trash / item.after.filename();
+            if (Exists(item.before)) {
+                item.before = Clean(MakeUniqueFilename(ToUTF16(item.before.string()), 1, u"_", {}));
+            }
         }
+        const fs::path& from = back ? item.after : item.before;
+        const fs::path& to = back ? item.before : item.after;
+        if (!mover(from, to)) {
+            fail(item, from);
+            continue;
         }
         carried.push_back(item);
     }
@@ -368,8 +357,20 @@ HistoryOutcome OrganisingHistory::Replay(const fs::path& production, const Histo
         step = from.back();
     }
     HistoryOutcome outcome;
-    if (const std::vector<std::string> refusals = Refusals(step, direction); !refusals.empty()) {
-        for (const std::string& refusal : refusals) {
+    // The check reads the disk item by item: on a share that stops answering, the window
+    // keeps turning and nothing moves.
+    const std::optional<std::vector<std::string>> refusals =
+        files::Bounded<std::vector<std::string>>(
+            step.production, [step, direction] { return Refusals(step, direction); },
+            files::kLongAccess);
+    if (!refusals) {
+        outcome.refusal = Localize("$$$/Marvane/Host/Undo/NotAnswering=The production's folder "
+                                   "did not answer in time: nothing was moved. Try again once "
+                                   "it answers.");
+        return outcome;
+    }
+    if (!refusals->empty()) {
+        for (const std::string& refusal : *refusals) {
             outcome.refusal += (outcome.refusal.empty() ? "" : "\n") + refusal;
         }
         return outcome; // nothing moved: the step waits for the world to allow it

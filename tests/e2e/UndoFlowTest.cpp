@@ -3,8 +3,10 @@
 #include "FileBytes.h"
 #include "TwoEditorsOnPilot.h"
 
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -62,8 +64,17 @@ TEST_F(UndoFlowTest, AMoveIsNotUndoneWhileAnotherEditorHasTheProjectOpen) {
     ASSERT_EQ(ana->Send({"command", "cmd.edit.paste"}), "ok");
     const fs::path moved = production / "Dailies" / "Scene 4.mvproj";
     ASSERT_TRUE(fs::exists(moved));
+    // Ana's move holds the project while it carries it; Ben opens it once she let go (else
+    // he would open it read-only, without a lock).
+    const fs::path lock = moved.string() + ".lock";
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (fs::exists(lock) && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_FALSE(fs::exists(lock)) << "Ana's move never let go of the project";
 
     ASSERT_EQ(ben->Send({"open", moved.string()}), "ok") << ben->ErrorOutput();
+    ASSERT_TRUE(fs::exists(lock)) << "Ben holds it";
     EXPECT_EQ(ana->Send({"command", "cmd.edit.undo"}), "ok");
     EXPECT_EQ(ana->Send({"last-dialog"}), "ok Cannot Undo\t\"Scene 4\" is open by Ben Okafor.\t");
     EXPECT_TRUE(fs::exists(moved));

@@ -3,7 +3,9 @@
 #include "Marvane/application/OrganisingHistory.h"
 #include "FileBytes.h"
 #include "Marvane/application/ProjectImport.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/projectbackend/LockingIdentity.h"
+#include "SshShare.h"
 #include "TemporaryFolder.h"
 #include "TestProjects.h"
 #include "host/FileServices.h"
@@ -282,6 +284,51 @@ TEST_F(OrganisingHistoryTest, AnItemThatFailsToGoBackStaysToBeUndoneAndTheRestCa
 TEST_F(OrganisingHistoryTest, NothingIsRecordedWithoutAProduction) {
     history.Record({host::OrganisingStepKind::kNewFolder, {}, {W(production / "X")}}, {});
     EXPECT_EQ(history.UndoCount(), 0u);
+}
+
+// On a share whose server stops answering, Undo says so instead of holding the window, and
+// moves nothing; once the server answers again, the step goes back.
+TEST(OrganisingHistoryOnAShareTest, UndoOnAShareThatStopsAnsweringRefusesAndMovesNothing) {
+    if (const std::string why = testsupport::SshShare::WhyUnavailable(); !why.empty()) {
+        GTEST_SKIP() << why;
+    }
+    const testsupport::TemporaryFolder exported("organising-history-export");
+    const testsupport::TemporaryFolder work("organising-history-share");
+    fs::create_directories(exported.Path() / "Pilot" / "Dailies");
+    std::ofstream(exported.Path() / "Pilot" / "Dailies" / "Shot 1.mvproj") << "shot\n";
+    testsupport::SshShare share;
+    ASSERT_EQ(share.Start(exported.Path(), work.Path() / "mount", work.Path() / "ssh"), "");
+    const fs::path production = work.Path() / "mount" / "Pilot";
+    const fs::path before = production / "Dailies" / "Shot 1.mvproj";
+    const fs::path after = production / "Shot 1.mvproj";
+    ASSERT_EQ(host::Move(host::ToUTF16(before.string()), host::ToUTF16(after.string())), 0);
+    host::OrganisingHistory history;
+    history.Record({host::OrganisingStepKind::kMove,
+                    {{host::ToUTF16(before.string()), host::ToUTF16(after.string())}},
+                    {}},
+                   production);
+    int moves = 0;
+    const host::HistoryMover mover = [&moves](const fs::path& from, const fs::path& to) {
+        ++moves;
+        return host::Move(host::ToUTF16(from.string()), host::ToUTF16(to.string())) >= 0;
+    };
+
+    // The open production's folder is guarded, as the application guards it.
+    host::files::GuardFolder(production, std::chrono::milliseconds(200));
+    share.FreezeServer();
+    const host::HistoryOutcome outcome = history.Undo(production, mover);
+    share.ThawServer();
+    host::files::FolderAnswersAgain();
+    EXPECT_FALSE(outcome.done);
+    EXPECT_EQ(outcome.refusal, "The production's folder did not answer in time: nothing was "
+                               "moved. Try again once it answers.");
+    EXPECT_EQ(moves, 0);
+
+    EXPECT_TRUE(history.Undo(production, mover).done);
+    EXPECT_TRUE(fs::exists(exported.Path() / "Pilot" / "Dailies" / "Shot 1.mvproj"));
+    EXPECT_FALSE(fs::exists(exported.Path() / "Pilot" / "Shot 1.mvproj"));
+    host::files::GuardFolder({}, std::chrono::milliseconds(200));
+    share.Stop();
 }
 
 } // namespace
