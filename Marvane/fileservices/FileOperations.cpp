@@ -2,6 +2,7 @@
 // losing a file when something fails part-way.
 #include "Marvane/core/InstalledSource.h"
 #include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/CreationRecords.h"
 #include "Marvane/fileservices/FailureNotices.h"
 #include "Marvane/fileservices/FileCopy.h"
 #include "Marvane/fileservices/FileWriting.h"
@@ -446,6 +447,9 @@ int Move(const WideString& source, const WideString& destination) {
     const fs::path to = Native(StripTrailingSlash(destination));
     const int result = MoveOrNote(from, to);
     if (result >= 0) {
+        // A file's creation time kept in its folder's record goes with it (a folder's record
+        // goes with the folder).
+        CarryCreationRecord(from, to);
         TellMoved(from, to);
     }
     return result;

@@ -223,7 +223,10 @@ PlaceResult PlaceNewFile(const fs::path& target, const std::string& text, std::s
     return result;
 }
 
-bool ReplaceFile(const fs::path& target, const std::string& text, std::string& error) {
+namespace {
+
+bool Replace(const fs::path& target, const std::string& text, std::string& error,
+             bool keepCreation) {
     mode_t mode = 0644;
     struct stat status {};
     if (::stat(target.c_str(), &status) == 0) {
@@ -234,8 +237,10 @@ bool ReplaceFile(const fs::path& target, const std::string& text, std::string& e
     if (!WriteSibling(sibling, target, text, mode, error)) {
         return false;
     }
-    // The file replaced was made before: the new one says so ("Date Created" stays).
-    CarryCreation(target.string(), sibling.string());
+    if (keepCreation) {
+        // The file replaced was made before: the new one says so ("Date Created" stays).
+        CarryCreation(target.string(), sibling.string());
+    }
     if (::rename(sibling.c_str(), target.c_str()) != 0) {
         error = Reason(target, errno);
         ::unlink(sibling.c_str());
@@ -243,6 +248,16 @@ bool ReplaceFile(const fs::path& target, const std::string& text, std::string& e
     }
     SyncFolder(target.parent_path());
     return true;
+}
+
+} // namespace
+
+bool ReplaceFile(const fs::path& target, const std::string& text, std::string& error) {
+    return Replace(target, text, error, true);
+}
+
+bool ReplaceFileAsItIs(const fs::path& target, const std::string& text, std::string& error) {
+    return Replace(target, text, error, false);
 }
 
 } // namespace host

@@ -54,5 +54,8 @@ PlaceResult PlaceNewFile(const std::filesystem::path& target, const std::string&
 // Replaces target (or creates it) with the text in one step, keeping target's permissions.
 // On failure target is unchanged.
 bool ReplaceFile(const std::filesystem::path& target, const std::string& text, std::string& error);
+// The same, the new file keeping none of target's creation time: for the host's own records.
+bool ReplaceFileAsItIs(const std::filesystem::path& target, const std::string& text,
+                       std::string& error);
 
 } // namespace host

@@ -1,5 +1,6 @@
 #include "Marvane/fileservices/KeptCreation.h"
 
+#include "Marvane/fileservices/CreationRecords.h"
 #include "Marvane/fileservices/FileTimes.h"
 
 #include <charconv>
@@ -24,9 +25,16 @@ std::optional<std::int64_t> KeptCreatedTicks(const std::string& path) {
     return ticks;
 }
 
+std::optional<std::int64_t> KeptCreatedTicks(const std::string& path, const struct statx& status) {
+    if (std::optional<std::int64_t> kept = KeptCreatedTicks(path)) {
+        return kept;
+    }
+    return RecordedCreatedTicks(path, status);
+}
+
 std::int64_t CreatedTicksOfFile(const std::string& path, const struct statx& status) {
     if (S_ISREG(status.stx_mode)) {
-        if (const std::optional<std::int64_t> kept = KeptCreatedTicks(path)) {
+        if (const std::optional<std::int64_t> kept = KeptCreatedTicks(path, status)) {
             return *kept;
         }
     }
@@ -34,14 +42,21 @@ std::int64_t CreatedTicksOfFile(const std::string& path, const struct statx& sta
 }
 
 bool CarryCreation(const std::string& target, const std::string& replacement) {
+    constexpr unsigned kAsked = STATX_TYPE | STATX_BTIME | STATX_CTIME | STATX_MTIME | STATX_SIZE;
     struct statx status {};
-    if (::statx(AT_FDCWD, target.c_str(), AT_STATX_SYNC_AS_STAT,
-                STATX_TYPE | STATX_BTIME | STATX_CTIME, &status) != 0 ||
+    if (::statx(AT_FDCWD, target.c_str(), AT_STATX_SYNC_AS_STAT, kAsked, &status) != 0 ||
         !S_ISREG(status.stx_mode)) {
         return false;
     }
-    const std::string ticks = std::to_string(CreatedTicksOfFile(target, status));
-    return ::setxattr(replacement.c_str(), kCreatedAttribute, ticks.data(), ticks.size(), 0) == 0;
+    const std::int64_t created = CreatedTicksOfFile(target, status);
+    const std::string ticks = std::to_string(created);
+    if (::setxattr(replacement.c_str(), kCreatedAttribute, ticks.data(), ticks.size(), 0) == 0) {
+        return true;
+    }
+    // No attribute here (sshfs, SMB through a user-space client): the folder's record keeps it.
+    struct statx written {};
+    return ::statx(AT_FDCWD, replacement.c_str(), AT_STATX_SYNC_AS_STAT, kAsked, &written) == 0 &&
+           RecordCreation(target, created, status, written);
 }
 
 } // namespace host

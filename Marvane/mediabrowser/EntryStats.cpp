@@ -36,7 +36,7 @@ void StatEntry(const std::string& path, EntryStatus& entry) {
     }
     // A project's "Date Created" survives its saves: only project files are asked.
     if (entry.known && S_ISREG(entry.status.stx_mode) && IsMarvaneProjectFile(path)) {
-        entry.keptCreated = KeptCreatedTicks(path);
+        entry.keptCreated = KeptCreatedTicks(path, entry.status);
     }
 }
 
