@@ -1,6 +1,7 @@
 #include "Marvane/application/TrashEmptying.h"
 
 #include "Marvane/application/TrashRecords.h"
+#include "Marvane/fileservices/CreationRecords.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "host/ProjectBackEnd.h"
@@ -52,7 +53,10 @@ std::vector<fs::path> TrashItems(const fs::path& production) {
     }
     for (auto entry = fs::directory_iterator(trash, error);
          !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        items.push_back(entry->path());
+        // The record of creation times is the folder's own, not an item put in the trash.
+        if (entry->path().filename() != kCreationRecordName) {
+            items.push_back(entry->path());
+        }
     }
     return items;
 }
@@ -79,6 +83,14 @@ EmptyTrashResult EmptyTrash(const fs::path& production) {
         }
         ForgetTrashed(production, name);
         ++result.removed;
+    }
+    if (result.keptLocked.empty() && result.failed.empty()) {
+        // Every entry of the trash's record of creation times was for an item now gone.
+        std::error_code ignored;
+        const fs::path record = production / "Trash" / kCreationRecordName;
+        if (fs::is_regular_file(fs::symlink_status(record, ignored))) {
+            fs::remove(record, ignored);
+        }
     }
     return result;
 }

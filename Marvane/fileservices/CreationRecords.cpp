@@ -262,6 +262,14 @@ bool ChangeRecord(const fs::path& folder, const std::function<bool(Entries&)>& c
         Remember(folder.string(), look, std::make_shared<const Entries>(before));
         return true;
     }
+    if (entries.empty()) {
+        // The last entry went: a folder emptied of its projects is empty again.
+        if (RemoveJustClosedFile(record) != 0) {
+            return false;
+        }
+        Remember(folder.string(), {}, std::make_shared<const Entries>());
+        return true;
+    }
     std::string error;
     if (!ReplaceFileAsItIs(record, Text(entries), error)) {
         return false;

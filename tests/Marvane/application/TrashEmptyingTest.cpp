@@ -2,6 +2,7 @@
 #include "Marvane/application/TrashEmptying.h"
 #include "FileBytes.h"
 #include "Marvane/application/TrashRecords.h"
+#include "Marvane/fileservices/CreationRecords.h"
 #include "TemporaryFolder.h"
 
 #include <algorithm>
@@ -48,6 +49,16 @@ TEST_F(TrashEmptyingTest, EverythingGoesButHeldProjectsAndWhatLinksLeadTo) {
     EXPECT_TRUE(fs::exists(trash / "Held.mvproj.lock"));
     EXPECT_TRUE(fs::exists(trash / "Reel" / "Cuts" / "Inner.mvproj"));
     EXPECT_EQ(host::FindTrashRecord(production, "Old Cut.mvproj"), std::nullopt);
+}
+
+TEST_F(TrashEmptyingTest, TheTrashsRecordOfCreationTimesIsNoItemAndGoesWithTheLastOne) {
+    fs::create_directories(trash);
+    std::ofstream(trash / "Old Cut.mvproj") << "old\n";
+    std::ofstream(trash / host::kCreationRecordName)
+        << "marvane-created 1\n1 2 3 4 5 Old Cut.mvproj\n";
+    EXPECT_EQ(host::TrashItems(production), std::vector<fs::path>{trash / "Old Cut.mvproj"});
+    EXPECT_EQ(host::EmptyTrash(production).removed, 1u);
+    EXPECT_TRUE(fs::is_empty(trash));
 }
 
 TEST_F(TrashEmptyingTest, ATrashThatIsALinkIsNotEmptiedThrough) {
