@@ -239,7 +239,7 @@ bool ProjectImport::CopyOne(const Batch& batch, const fs::path& project,
                                     gone,
                                 ENOTCONN);
         }
-        CopyTree(source, temporary, made, progress);
+        CopyTree(source, temporary, made, progress, nullptr, true);
     } catch (const CopyCancelled&) {
         RemoveMade(made);
         return false;

@@ -1,6 +1,7 @@
 // Copying files, links and folder trees to new paths, never over anything, with progress.
 #include "Marvane/fileservices/FileCopy.h"
 
+#include "Marvane/fileservices/CreationRecords.h"
 #include "Marvane/fileservices/IoCounters.h"
 #include "Marvane/fileservices/OwnedDescriptor.h"
 #include "Marvane/fileservices/TreeWalk.h"
@@ -296,9 +297,10 @@ std::string LinkTarget(const TreeWalkEntry& link) {
 // while what it holds is copied into it.
 class CopyVisitor : public TreeVisitor {
 public:
-    CopyVisitor(const fs::path& to, int toParent, std::vector<fs::path>& made, CopyContext& context)
+    CopyVisitor(const fs::path& to, int toParent, std::vector<fs::path>& made, CopyContext& context,
+                bool newItems)
         : mTo(to), mToName(to.filename().string()), mToParent(toParent), mMade(made),
-          mContext(context) {}
+          mContext(context), mNewItems(newItems) {}
     CopyVisitor(const CopyVisitor&) = delete;
     CopyVisitor& operator=(const CopyVisitor&) = delete;
     ~CopyVisitor() override {
@@ -333,6 +335,9 @@ public:
                 throw FileException("Cannot open " + Reason(step.ToPath(), error), error);
             }
         } else if (S_ISREG(entry.status.st_mode)) {
+            if (mNewItems && entry.depth > 0 && std::strcmp(entry.name, kCreationRecordName) == 0) {
+                return WalkStep::kContinue; // the copies were made now, not when the originals were
+            }
             CopyRegularFile(step, mContext);
             Made(entry);
         } else {
@@ -370,6 +375,7 @@ private:
     const int mToParent;
     std::vector<fs::path>& mMade;
     CopyContext& mContext;
+    const bool mNewItems;
     std::vector<int> mFolders; // the copied folders gone into, by depth
 };
 
@@ -480,7 +486,7 @@ bool DigestOfFile(const fs::path& path, FileDigest& digest) {
 }
 
 void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& made,
-              const CopyProgress& progress, CopyDigests* digests) {
+              const CopyProgress& progress, CopyDigests* digests, bool newItems) {
     // Opened before anything is written: the sync at the end reports every write to the file
     // system that failed from now on, even one another program's sync saw first.
     const fs::path parent = to.has_parent_path() ? to.parent_path() : fs::path(".");
@@ -492,7 +498,7 @@ void CopyTree(const fs::path& from, const fs::path& to, std::vector<fs::path>& m
     const bool wholeFileSystem = SyncsWholeFileSystem(parent);
     CopyContext context{progress, digests, !wholeFileSystem, 0, true, true, {}};
     try {
-        CopyVisitor visitor(to, folder, made, context);
+        CopyVisitor visitor(to, folder, made, context, newItems);
         if (!WalkTree(from, visitor)) {
             throw FileException("The copy of " + from.string() + " stopped", ECANCELED);
         }

@@ -68,9 +68,11 @@ bool DigestOfFile(const std::filesystem::path& path, FileDigest& digest);
 // file system the data is cloned or copied by the kernel where it can be; with digests given,
 // every file's bytes pass through here and their digest is kept (for a check of a copy to
 // another file system). Throws FileException, or CopyCancelled.
+// A move keeps the folders' records of when their files were first made; a copy is made anew
+// (newItems), and its folders' records stay behind.
 void CopyTree(const std::filesystem::path& from, const std::filesystem::path& to,
               std::vector<std::filesystem::path>& made, const CopyProgress& progress = {},
-              CopyDigests* digests = nullptr);
+              CopyDigests* digests = nullptr, bool newItems = false);
 // Whether a copy made with digests (to) holds what it read of from: every original is still the
 // very file that was read (inode, modification time and size, asked of the file's server where
 // it has one), every copied file has the size read, and projects (every file of a project

@@ -87,7 +87,8 @@ namespace {
 
 // Copies from into a new private name beside to, then renames the complete copy into place, so
 // that nothing partial ever carries a real name, even when the process is killed half-way.
-// Throws FileException; -EEXIST-like refusal is a FileException too.
+// A move checks its copy (verify) and keeps what its folders record of their files; a copy's
+// items are new. Throws FileException; -EEXIST-like refusal is a FileException too.
 void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& aside, bool verify,
                    const CopyProgress& progress) {
     if (const std::string gone = MountGoneUnder(to); !gone.empty()) {
@@ -98,7 +99,7 @@ void CopyIntoPlace(const fs::path& from, const fs::path& to, const fs::path& asi
     std::vector<fs::path> made;
     CopyDigests digests;
     try {
-        CopyTree(from, copy, made, progress, verify ? &digests : nullptr);
+        CopyTree(from, copy, made, progress, verify ? &digests : nullptr, !verify);
     } catch (...) {
         RemoveMade(made);
         throw;

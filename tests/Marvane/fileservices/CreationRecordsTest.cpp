@@ -157,6 +157,38 @@ TEST_F(CreationRecordsTest, AMoveThroughTheHostCarriesTheEntryToItsNewFolderAndN
     EXPECT_FALSE(fs::exists(record));
 }
 
+TEST_F(CreationRecordsTest, ACopiedFolderLeavesTheRecordBehindItsCopiesAreNew) {
+    const fs::path act = folder / "Act 1";
+    fs::create_directory(act);
+    std::ofstream(act / "Scene 4.mvproj") << "saved\n";
+    ASSERT_TRUE(Record(act / "Scene 4.mvproj", kMonday));
+    host::Copy(host::ToUTF16(act.string()), host::ToUTF16((folder / "Act 1 copy").string()));
+    EXPECT_EQ(testsupport::ReadBytes(folder / "Act 1 copy" / "Scene 4.mvproj"), "saved\n");
+    EXPECT_FALSE(fs::exists(folder / "Act 1 copy" / host::kCreationRecordName));
+    EXPECT_EQ(Recorded(folder / "Act 1 copy" / "Scene 4.mvproj"), std::nullopt);
+    EXPECT_EQ(Recorded(act / "Scene 4.mvproj"), kMonday);
+}
+
+TEST_F(CreationRecordsTest, AFolderMovedToAnotherDiskTakesItsRecord) {
+    const fs::path otherDisk = "/dev/shm";
+    struct stat here {};
+    struct stat there {};
+    if (::stat(folder.c_str(), &here) != 0 || ::stat(otherDisk.c_str(), &there) != 0 ||
+        here.st_dev == there.st_dev || ::access(otherDisk.c_str(), W_OK) != 0) {
+        GTEST_SKIP() << "no second file system to move to";
+    }
+    const testsupport::TemporaryFolder other{"creation-records-other", otherDisk};
+    const fs::path act = folder / "Act 1";
+    fs::create_directory(act);
+    std::ofstream(act / "Scene 4.mvproj") << "saved\n";
+    ASSERT_TRUE(Record(act / "Scene 4.mvproj", kMonday));
+    const fs::path moved = other.Path() / "Act 1";
+    ASSERT_EQ(host::Move(host::ToUTF16(act.string()), host::ToUTF16(moved.string())), 0);
+    EXPECT_FALSE(fs::exists(act));
+    host::ForgetReadCreationRecords();
+    EXPECT_EQ(Recorded(moved / "Scene 4.mvproj"), kMonday);
+}
+
 TEST_F(CreationRecordsTest, HiddenFilesAreNeverRecorded) {
     const fs::path hidden = folder / ".settings";
     std::ofstream(hidden) << "x";
