@@ -13,6 +13,7 @@
 #include "SmbShare.h"
 #include "TemporaryFolder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -152,14 +153,15 @@ protected:
     // each move at a random moment of the time a whole move takes.
     void KillMovesInto(const fs::path& trash, const fs::path& trashOnDisk, int runs) {
         fs::create_directories(trash);
-        // How long a whole move takes here, to spread the kills over it.
-        {
+        // How long a whole move takes here, to spread the kills over it: the quickest of three,
+        // since one slowed by a busy machine would spread the kills past the end of most moves.
+        for (int attempt = 0; attempt < 3; ++attempt) {
             const fs::path day = WriteDay(1);
             const auto took = MoveKilledAfter(day, trash / "Calibration", std::nullopt);
             ASSERT_TRUE(fs::exists(trashOnDisk / "Calibration" / "Take 1.mov"));
             ASSERT_FALSE(fs::exists(day));
             fs::remove_all(trash / "Calibration");
-            calibration = took;
+            calibration = attempt == 0 ? took : std::min(calibration, took);
         }
         std::mt19937 random(20261123);
         int killedBeforeTheEnd = 0;
