@@ -11,6 +11,7 @@
 #include "Marvane/monitor/DirectoryMonitorImpl.h"
 #include "Marvane/projectbackend/LockFiles.h"
 #include "Marvane/projectbackend/LockStates.h"
+#include "Marvane/uitoolkit/TreeRowBlock.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
@@ -408,13 +409,19 @@ void MediaBrowserDirectoryView::InsertDirectoryContent(const TreeRowPtr& row, co
             kept.insert(path);
         }
     }
+    // The new rows of a listing are made together: a walk over a folder's rows in order then
+    // reads neighbouring memory.
+    const auto newRows = std::count_if(content.begin(), content.end(), [&](const auto& entry) {
+        return kept.count(EntryPath(entry)) == 0;
+    });
+    TreeRowBlock rows(static_cast<std::size_t>(newRows));
     std::vector<TreeRowPtr> fresh;
     for (const DirectoryEntry& entry : content) {
         const WideString& path = EntryPath(entry);
         if (kept.count(path) != 0) {
             continue;
         }
-        auto child = std::make_shared<UI_TreeRow>(RowCanHaveChildren(entry));
+        TreeRowPtr child = rows.MakeRow(RowCanHaveChildren(entry));
         // A link to a folder can lead back up the tree: opening everything below stops there.
         child->Node().throughLink = EntryFlag(entry, kIsLinkField);
         AddRowToMaps(child, path);

@@ -125,6 +125,10 @@ void BackgroundSorting::Work() {
         --mStillApplying;
     }
     mWake.notify_all();
+    // Freeing a million keys takes as long as drawing the rows, and slows it down when both
+    // are done at once: the rows are drawn first.
+    std::unique_lock lock(mMutex);
+    mWake.wait(lock, [this] { return mStopping || mFreeNow; });
 }
 
 bool BackgroundSorting::SortFolder(Folder& folder, Scratch& scratch) const {
@@ -189,6 +193,14 @@ void BackgroundSorting::Apply() {
     mWake.notify_all();
     std::unique_lock lock(mMutex);
     mWake.wait(lock, [this] { return mStillApplying == 0; });
+}
+
+void BackgroundSorting::FreeLeftovers() {
+    {
+        std::lock_guard lock(mMutex);
+        mFreeNow = true;
+    }
+    mWake.notify_all();
 }
 
 void BackgroundSorting::ApplyFolders(std::vector<KeptKey>& keys,

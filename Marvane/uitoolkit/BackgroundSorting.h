@@ -44,9 +44,12 @@ public:
     bool Sorted() const;
     // Puts the rows of every folder in their new order and numbers them, the rows that wait for
     // their folder to open included; returns once every row is in place. Only when Sorted. The
-    // keys rows kept from a sort by another column are let go of, and the workers free them
-    // after this returned.
+    // keys rows kept from a sort by another column are let go of: the workers free them when
+    // told to (FreeLeftovers) or when the sort is destroyed.
     void Apply();
+    // Lets the workers free what the rows no longer need, once the window has drawn them in
+    // their new order.
+    void FreeLeftovers();
 
 private:
     struct Folder {
@@ -87,6 +90,7 @@ private:
     bool mSorted = false;
     bool mApplying = false;
     std::size_t mStillApplying = 0; // workers that have not finished their part of Apply
+    bool mFreeNow = false;
     std::atomic<std::size_t> mNextToApply{0};
     std::vector<std::thread> mWorkers;
 };

@@ -65,6 +65,9 @@ public:
     // when the rows are in their new order: at once, or once the workers are done. A change of
     // the rows meanwhile starts the sort again; another Resort replaces it.
     void Resort(const OpenTest& isOpen, std::function<void()> done = nullptr);
+    // The view has drawn the rows: what a sort on worker threads left behind may be freed now,
+    // without slowing the drawing down.
+    void RowsDrawn();
     // Whether a sort goes on on worker threads.
     bool IsSorting() const { return mBackground != nullptr || mSortRestartDue; }
     // Trees of this many rows or more are sorted on worker threads when they can be.

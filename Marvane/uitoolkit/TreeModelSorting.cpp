@@ -31,6 +31,10 @@ constexpr unsigned kSortWorkers = 2;
 // changing under it, is done at once the next time.
 constexpr int kRestartsBeforeAtOnce = 2;
 
+// What such a sort left behind is freed once the view has drawn the rows, or after this long
+// when no view draws them.
+constexpr int kFreeUndrawnAfterMs = 1000;
+
 TreeRowNode* NodeOf(const QModelIndex& index) {
     return index.isValid() ? static_cast<TreeRowNode*>(index.internalPointer()) : nullptr;
 }
@@ -60,7 +64,7 @@ void TreeModel::Resort(const OpenTest& isOpen, std::function<void()> done) {
 }
 
 void TreeModel::StartSorting() {
-    mFreeing.reset(); // long done freeing by now
+    mFreeing.reset(); // done freeing by now, or told to free and waited for
     const bool big = mRowCount >= mBackgroundFrom && mSortRestarts < kRestartsBeforeAtOnce;
     // By names, which the workers read; a row whose key is not part of its name ends the
     // sort on the workers, and it is done here.
@@ -112,7 +116,16 @@ void TreeModel::BackgroundSortEnded(std::uint64_t sorting) {
     std::unique_ptr<BackgroundSorting> sorted = std::move(mBackground);
     InOneLayoutChange([&] { sorted->Apply(); });
     mFreeing = std::move(sorted);
+    // What the rows no longer need is freed once the view has drawn them (RowsDrawn), or soon
+    // when no view draws them.
+    QTimer::singleShot(kFreeUndrawnAfterMs, this, [this] { RowsDrawn(); });
     SortingDone();
+}
+
+void TreeModel::RowsDrawn() {
+    if (mFreeing) {
+        mFreeing->FreeLeftovers();
+    }
 }
 
 void TreeModel::SortingDone() {

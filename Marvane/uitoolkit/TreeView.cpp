@@ -558,6 +558,8 @@ QModelIndexList TreeWidget::selectedIndexes() const {
 
 void TreeWidget::paintEvent(QPaintEvent* event) {
     QTreeView::paintEvent(event);
+    // Drawn in their new order after a sort: what the sort left behind may be freed now.
+    mTree.model.RowsDrawn();
     if (!mTree.dragFeedbackShown || mDropFeedback.isNull()) {
         return;
     }

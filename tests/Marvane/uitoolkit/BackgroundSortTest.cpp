@@ -31,17 +31,20 @@ int ThreadCount() {
 
 class BackgroundSortTest : public testsupport::NamedRowsTree {
 protected:
+    static constexpr host::UI_MultiColumnTree::ColumnID kSize = 2;
     static constexpr int kFolders = 12;
     static constexpr int kRowsPerFolder = 150;
 
     void SetUp() override {
         NamedRowsTree::SetUp();
-        // The key is the whole name, but for names that start with "!", whose keys are asked.
+        header.AppendColumn("Size", kSize);
+        // By name, the key is the whole name, but for names that start with "!", whose keys
+        // are asked; by size, every key is asked (and kept by its row).
         tree.SetSortKeyInNameCallback(
             [](const TreeRowPtr& row,
-               host::UI_MultiColumnTree::ColumnID) -> std::optional<std::size_t> {
+               host::UI_MultiColumnTree::ColumnID column) -> std::optional<std::size_t> {
                 const host::WideString& name = row->GetName();
-                if (!name.empty() && name.front() == u'!') {
+                if (column != kName || (!name.empty() && name.front() == u'!')) {
                     return std::nullopt;
                 }
                 return name.size();
@@ -199,6 +202,35 @@ TEST_F(BackgroundSortTest, AFolderOpenedWhileABigTreeSortsIsInOrderOnceItIsDone)
     tree.OpenRow(folders[1], true);
     ASSERT_TRUE(WaitUntilSorted());
     ExpectEveryFolderInOrder(false);
+}
+
+TEST_F(BackgroundSortTest, TheWorkersFreeWhatTheRowsNoLongerNeedOnceTheRowsAreDrawn) {
+    // Sorted by another column first, every row keeps its key; the sort by names lets them go.
+    header.SetSortColumn(kSize);
+    tree.Resort();
+    ASSERT_TRUE(WaitUntilSorted());
+    ASSERT_FALSE(folders[0]->GetChild(0)->Node().sortKey.empty());
+    header.SetSortColumn(kName);
+    view()->hide(); // nothing is drawn meanwhile
+    const int threadsBefore = ThreadCount();
+    tree.Resort();
+    ASSERT_TRUE(WaitUntilSorted());
+    ExpectEveryFolderInOrder(true);
+    EXPECT_TRUE(folders[0]->GetChild(0)->Node().sortKey.empty());
+    // The workers hold the keys until the rows are drawn: freeing them would slow that down.
+    EXPECT_GT(ThreadCount(), threadsBefore);
+    view()->show();
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threadsBefore; }));
+    // With no view to draw the rows, they free them soon all the same.
+    view()->hide();
+    header.SetSortColumn(kSize);
+    tree.Resort();
+    ASSERT_TRUE(WaitUntilSorted());
+    header.SetSortColumn(kName);
+    tree.Resort();
+    ASSERT_TRUE(WaitUntilSorted());
+    EXPECT_GT(ThreadCount(), threadsBefore);
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threadsBefore; }));
 }
 
 TEST_F(BackgroundSortTest, TheWorkersEndWithTheSortAndWithATreeGoneMidway) {
