@@ -409,21 +409,21 @@ void MediaBrowserDirectoryView::InsertDirectoryContent(const TreeRowPtr& row, co
             kept.insert(path);
         }
     }
+    std::vector<const DirectoryEntry*> added;
+    for (const DirectoryEntry& entry : content) {
+        if (kept.count(EntryPath(entry)) == 0) {
+            added.push_back(&entry);
+        }
+    }
     // The new rows of a listing are made together: a walk over a folder's rows in order then
     // reads neighbouring memory.
-    const auto newRows = std::count_if(content.begin(), content.end(), [&](const auto& entry) {
-        return kept.count(EntryPath(entry)) == 0;
-    });
-    TreeRowBlock rows(static_cast<std::size_t>(newRows));
+    TreeRowBlock rows(added.size());
     std::vector<TreeRowPtr> fresh;
-    for (const DirectoryEntry& entry : content) {
-        const WideString& path = EntryPath(entry);
-        if (kept.count(path) != 0) {
-            continue;
-        }
-        TreeRowPtr child = rows.MakeRow(RowCanHaveChildren(entry));
+    for (const DirectoryEntry* entry : added) {
+        const WideString& path = EntryPath(*entry);
+        TreeRowPtr child = rows.MakeRow(RowCanHaveChildren(*entry));
         // A link to a folder can lead back up the tree: opening everything below stops there.
-        child->Node().throughLink = EntryFlag(entry, kIsLinkField);
+        child->Node().throughLink = EntryFlag(*entry, kIsLinkField);
         AddRowToMaps(child, path);
         fresh.push_back(std::move(child));
     }

@@ -72,6 +72,9 @@ public:
     bool IsSorting() const { return mBackground != nullptr || mSortRestartDue; }
     // Trees of this many rows or more are sorted on worker threads when they can be.
     void SetSortInBackgroundFrom(std::size_t rows) { mBackgroundFrom = rows; }
+    // How long what a sort on worker threads left behind waits for the rows to be drawn before
+    // it is freed all the same.
+    void SetFreeUndrawnAfter(int milliseconds) { mFreeUndrawnAfterMs = milliseconds; }
     // The rows in the tree, at any depth.
     std::size_t RowCount() const { return mRowCount; }
     // A row's name is about to change: a sort that reads names starts again.
@@ -122,6 +125,7 @@ private:
     HeaderRowImpl* mHeader = nullptr;
     std::size_t mRowCount = 0;
     std::size_t mBackgroundFrom;
+    int mFreeUndrawnAfterMs;
     // The sort asked for last: how it tells open folders, whom to tell once done, how many
     // times it started again because the rows changed under it.
     OpenTest mSortIsOpen;

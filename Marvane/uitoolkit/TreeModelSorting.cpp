@@ -42,7 +42,8 @@ TreeRowNode* NodeOf(const QModelIndex& index) {
 } // namespace
 
 TreeModel::TreeModel(QObject* parent)
-    : QAbstractItemModel(parent), mBackgroundFrom(kSortInBackgroundFromRows) {}
+    : QAbstractItemModel(parent), mBackgroundFrom(kSortInBackgroundFromRows),
+      mFreeUndrawnAfterMs(kFreeUndrawnAfterMs) {}
 
 TreeModel::~TreeModel() {
     // The workers stop before the rows they read go.
@@ -118,7 +119,11 @@ void TreeModel::BackgroundSortEnded(std::uint64_t sorting) {
     mFreeing = std::move(sorted);
     // What the rows no longer need is freed once the view has drawn them (RowsDrawn), or soon
     // when no view draws them.
-    QTimer::singleShot(kFreeUndrawnAfterMs, this, [this] { RowsDrawn(); });
+    QTimer::singleShot(mFreeUndrawnAfterMs, this, [this, sorting = mSortings] {
+        if (sorting == mSortings) {
+            RowsDrawn();
+        }
+    });
     SortingDone();
 }
 

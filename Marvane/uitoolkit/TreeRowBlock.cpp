@@ -32,15 +32,18 @@ std::size_t Block::InUse() {
 }
 
 void* Block::Take(std::size_t size, std::size_t alignment) {
+    if (mTaken == mSlots) {
+        return nullptr;
+    }
     if (!mMemory) {
         // The size is known at the first row: it is that of the row with its counts.
         mAlignment = alignment;
         mSlotSize = (size + alignment - 1) / alignment * alignment;
-        mMemory = static_cast<std::byte*>(
-            ::operator new(mSlotSize* mSlots, std::align_val_t(mAlignment)));
-        MARVANE_POISON(mMemory, mSlotSize * mSlots);
+        const std::size_t bytes = mSlots * mSlotSize;
+        mMemory = static_cast<std::byte*>(::operator new(bytes, std::align_val_t(mAlignment)));
+        MARVANE_POISON(mMemory, bytes);
     }
-    if (mTaken == mSlots || size > mSlotSize || alignment > mAlignment) {
+    if (size > mSlotSize || alignment > mAlignment) {
         return nullptr;
     }
     std::byte* place = mMemory + mTaken * mSlotSize;

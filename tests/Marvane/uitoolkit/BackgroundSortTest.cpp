@@ -212,6 +212,8 @@ TEST_F(BackgroundSortTest, TheWorkersFreeWhatTheRowsNoLongerNeedOnceTheRowsAreDr
     ASSERT_FALSE(folders[0]->GetChild(0)->Node().sortKey.empty());
     header.SetSortColumn(kName);
     view()->hide(); // nothing is drawn meanwhile
+    // Only the drawing lets them go: the wait for it outlasts the test.
+    Model().SetFreeUndrawnAfter(600'000);
     const int threadsBefore = ThreadCount();
     tree.Resort();
     ASSERT_TRUE(WaitUntilSorted());
@@ -223,6 +225,7 @@ TEST_F(BackgroundSortTest, TheWorkersFreeWhatTheRowsNoLongerNeedOnceTheRowsAreDr
     EXPECT_TRUE(WaitUntil([&] { return ThreadCount() == threadsBefore; }));
     // With no view to draw the rows, they free them soon all the same.
     view()->hide();
+    Model().SetFreeUndrawnAfter(1000);
     header.SetSortColumn(kSize);
     tree.Resort();
     ASSERT_TRUE(WaitUntilSorted());
