@@ -52,6 +52,14 @@ bool EntryFlag(const DirectoryEntry& entry, std::string_view field);
 // The lock the listing read for a project's entry; null when it read none.
 const ProjectLockFilePtr* EntryLock(const DirectoryEntry& entry);
 
+// The entries of these paths, one for each and in their order, with the fields a listing of
+// their folders gives them and, for projects, their locks read for the current locking identity
+// (kLockListedField tells whether there is one). On the main thread, under the open production,
+// every path is looked at in one hand-over to the thread that bounds its accesses, where
+// reading each record on its own waits several times for each: a screenful of rows from all
+// over the production costs one wait. An entry that could not be looked at has its path alone.
+DirectoryContent DescribeEntries(const std::vector<WideString>& paths);
+
 class MediaBrowserDirectoryView : public UI_SubView,
                                   public Listener,
                                   public std::enable_shared_from_this<MediaBrowserDirectoryView> {

@@ -186,6 +186,10 @@ public:
     // The text shown while the pointer rests on a cell; empty for none.
     void SetToolTipCallback(CellTextCallback callback);
     void SetCellViewCallback(CellViewCallback callback);
+    // Told as a paint begins, with the rows it is about to draw, top to bottom: what they show
+    // can then be read for all of them at once, before their cells ask for it one by one.
+    using RowsCallback = std::function<void(const std::vector<TreeRowPtr>& rows)>;
+    void SetRowsToDrawCallback(RowsCallback callback);
     // Orders every row again by the header's sort column and direction.
     void Resort();
     // The row's sort key may have changed: it is asked once more and, when the key differs,

@@ -4,10 +4,12 @@
 #include "columns/DisplayName.h"
 #include "columns/NameCellView.h"
 #include "columns/SortString.h"
+#include "directoryview/RecordRefresher.h"
 #include "directoryview/TreeIntents.h"
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
 #include "host/Localizer.h"
+#include "host/MediaBrowser.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
@@ -42,6 +44,8 @@ TandrelSearchResultsView::TandrelSearchResultsView(std::function<void()> results
     mTree.SetSortDataCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         return mRecords.SortKey(row.get(), GetRowPath(row), column);
     });
+    mTree.SetRowsToDrawCallback(
+        [this](const std::vector<host::TreeRowPtr>& rows) { ReadRecordsOf(rows); });
     mTree.SetCellTextCallback([this](const host::TreeRowPtr& row, Columns::ColumnID column) {
         const host::WideString path = GetRowPath(row);
         mRecords.Update(row.get(), path, true, true, mHeaderRow->GetSortColumn());
@@ -217,12 +221,21 @@ void TandrelSearchResultsView::ShowResults(std::vector<host::WideString> paths, 
     ShowNextPart();
 }
 
+std::chrono::steady_clock::duration
+TandrelSearchResultsView::TimeForParts(std::chrono::steady_clock::duration between) {
+    const std::chrono::steady_clock::duration left = kWholeTurn - between;
+    return std::clamp<std::chrono::steady_clock::duration>(left, kLeastTimePerTurn, kTimePerTurn);
+}
+
 void TandrelSearchResultsView::ShowNextPart() {
     if (!mPending) {
         return;
     }
     PendingRows& pending = *mPending;
     const auto began = std::chrono::steady_clock::now();
+    const auto timeForParts = pending.lastTurnEnded
+                                  ? TimeForParts(began - *pending.lastTurnEnded)
+                                  : std::chrono::steady_clock::duration(kTimePerTurn);
     // Parts of rows until this turn's time is used up; the rows already in are drawn, and
     // input answered, before the next turn.
     do {
@@ -250,11 +263,12 @@ void TandrelSearchResultsView::ShowNextPart() {
         }
         pending.next = end;
     } while (pending.next < pending.paths.size() &&
-             std::chrono::steady_clock::now() - began < kTimePerTurn);
+             std::chrono::steady_clock::now() - began < timeForParts);
     if (pending.next >= pending.paths.size()) {
         FreeOnWorker(std::move(mPending));
         mTree.SetBusy(false);
     } else {
+        pending.lastTurnEnded = std::chrono::steady_clock::now();
         const std::weak_ptr<TandrelSearchResultsView> self = weak_from_this();
         const std::uint64_t generation = mGeneration;
         // After a timer, not at once: the window's input, its timers and its drawing come
@@ -319,6 +333,28 @@ void TandrelSearchResultsView::RowDoubleClicked(const host::TreeRowPtr& row,
         path.empty() || !host::FileOrDirExists(path) ? RowKind::kGone : RowKind::kProject;
     if (const std::optional<int> mode = OpenModeOf(IntentOfDoubleClick(kind, modifiers))) {
         host::OpenProjectInHost(host::ToUTF8(path), *mode);
+    }
+}
+
+void TandrelSearchResultsView::ReadRecordsOf(const std::vector<host::TreeRowPtr>& rows) {
+    std::vector<host::TreeRowPtr> unread;
+    std::vector<host::WideString> paths;
+    for (const host::TreeRowPtr& row : rows) {
+        if (!mRecords.Has(row.get()) || mRecords.IsStale(row.get())) {
+            unread.push_back(row);
+            paths.push_back(GetRowPath(row));
+        }
+    }
+    if (unread.size() < 2) {
+        return; // a row alone reads its record as its cells ask for it
+    }
+    const RecordRefresher::ListedProjects listed =
+        RecordRefresher::ProjectsOfListing(host::DescribeEntries(paths));
+    for (std::size_t index = 0; index < unread.size(); ++index) {
+        // A project that could not be looked at now is read when its cells ask for it.
+        if (const auto found = listed.find(paths[index]); found != listed.end()) {
+            mRecords.UpdateFromListing(unread[index].get(), paths[index], found->second);
+        }
     }
 }
 

@@ -16,6 +16,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -46,6 +47,14 @@ public:
     // in its time; more come at the next turns.
     static constexpr std::size_t kRowsPerPart = 2000;
     static constexpr std::chrono::milliseconds kTimePerTurn{20};
+    // What the window does between two turns (laying out every row shown, drawing) grows with
+    // the rows shown; the parts of a turn take what is left of kWholeTurn after it, never
+    // more than kTimePerTurn, never less than kLeastTimePerTurn.
+    static constexpr std::chrono::milliseconds kWholeTurn{30};
+    static constexpr std::chrono::milliseconds kLeastTimePerTurn{5};
+    // The time for the parts of the next turn, when the window took `between` since the last.
+    static std::chrono::steady_clock::duration
+    TimeForParts(std::chrono::steady_clock::duration between);
     // Rows shown while the search still runs, before its results in order replace them.
     static constexpr std::size_t kEarlyRows = 500;
 
@@ -86,6 +95,9 @@ private:
                                            std::vector<host::WideString>::iterator last);
     void RemoveAllRows();
     void ProjectStateChanged(const host::ByteString& projectPath);
+    // Reads the records of the rows about to be drawn that have none yet, all in one look:
+    // results come from all over the production, so no folder's listing has them.
+    void ReadRecordsOf(const std::vector<host::TreeRowPtr>& rows);
 
     std::function<void()> mResultsShown;
     std::function<void()> mSearchMoved;
@@ -94,6 +106,7 @@ private:
         std::vector<host::WideString> paths;
         ResultOrder order;
         std::size_t next = 0;
+        std::optional<std::chrono::steady_clock::time_point> lastTurnEnded;
     };
     std::unique_ptr<PendingRows> mPending;
     static void FreeOnWorker(std::unique_ptr<PendingRows> pending);

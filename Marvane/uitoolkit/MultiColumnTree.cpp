@@ -396,6 +396,10 @@ void UI_MultiColumnTree::SetCellViewCallback(CellViewCallback callback) {
     mImpl->cellViews = std::move(callback);
 }
 
+void UI_MultiColumnTree::SetRowsToDrawCallback(RowsCallback callback) {
+    mImpl->rowsToDraw = std::move(callback);
+}
+
 void UI_MultiColumnTree::Resort() {
     mImpl->Resort();
 }

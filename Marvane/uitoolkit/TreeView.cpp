@@ -22,6 +22,8 @@
 #include <QScrollBar>
 #include <QStyleOption>
 #include <QToolTip>
+#include <algorithm>
+#include <vector>
 
 namespace host {
 
@@ -556,7 +558,38 @@ QModelIndexList TreeWidget::selectedIndexes() const {
     return first ? QModelIndexList{mTree.model.IndexOf(first)} : QModelIndexList{};
 }
 
+void TreeWidget::TellRowsToDraw(const QRect& area) {
+    if (!mTree.rowsToDraw) {
+        return;
+    }
+    // Every row is as high as the tree says (uniform heights): one look per row's height
+    // finds them without asking Qt where each row lies.
+    const int step = std::max(1, static_cast<int>(mTree.rowHeight));
+    std::vector<TreeRowPtr> rows;
+    const auto add = [&](int y) {
+        const QModelIndex index = indexAt(QPoint(0, y));
+        TreeRowPtr row = index.isValid() ? mTree.model.RowAt(index) : nullptr;
+        if (row && (rows.empty() || rows.back() != row)) {
+            rows.push_back(std::move(row));
+        }
+        return index.isValid();
+    };
+    const int top = std::max(0, area.top());
+    int y = top;
+    while (y <= area.bottom() && add(y)) {
+        y += step;
+    }
+    // The last line, for a last row cut by the area's bottom edge that the steps went past.
+    if (y > area.bottom() && area.bottom() >= top) {
+        add(area.bottom());
+    }
+    if (!rows.empty()) {
+        mTree.rowsToDraw(rows);
+    }
+}
+
 void TreeWidget::paintEvent(QPaintEvent* event) {
+    TellRowsToDraw(event->rect());
     QTreeView::paintEvent(event);
     // Drawn in their new order after a sort: what the sort left behind may be freed now.
     mTree.model.RowsDrawn();

@@ -71,6 +71,8 @@ protected:
     QModelIndexList selectedIndexes() const override;
 
 private:
+    // Tells the owner which rows a paint of the area is about to draw.
+    void TellRowsToDraw(const QRect& area);
     // Asks the owner about a drag event at its position and answers the event.
     void AnswerDrag(QDropEvent& event, bool isDrop);
     UI_MultiColumnTree::DropPlace PlaceAt(QPoint point, QRect& feedback) const;
@@ -110,6 +112,7 @@ public:
     mutable std::vector<TreeRowPtr> selectedRows;
     mutable std::uint64_t selectedRowsVersion = ~std::uint64_t{0};
     UI_MultiColumnTree::CellViewCallback cellViews;
+    UI_MultiColumnTree::RowsCallback rowsToDraw;
     UI_MultiColumnTree::DisclosureCallback disclosureChanged;
     UI_MultiColumnTree::SelectionCallback selectionChanged;
     UI_MultiColumnTree::ClickCallback doubleClick;

@@ -1,16 +1,22 @@
 // The flat list of projects whose names hold the search text, over a real production folder.
 #include "search/TandrelSearchResultsView.h"
 
+#include "Marvane/application/HostSession.h"
 #include "Marvane/application/ProductionSession.h"
 #include "Marvane/core/DefaultExecutor.h"
+#include "Marvane/fileservices/AccessDeadline.h"
 #include "Marvane/projectbackend/ProjectFormats.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "TemporaryFolder.h"
+#include "TestProjects.h"
 #include "ViewTestSupport.h"
+#include "columns/ColumnIDs.h"
+#include "columns/FileMetadata.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -161,6 +167,65 @@ TEST_F(TandrelSearchResultsViewTest, ADoubleClickOnAProjectThatIsGoneDoesNothing
     fs::remove(root / "ABC_Final.mvproj");
     view->RowDoubleClicked(row, 0);
     EXPECT_EQ(host::FindOpenProject((root / "ABC_Final.mvproj").string()), nullptr);
+}
+
+TEST_F(TandrelSearchResultsViewTest, TheRowsAboutToBeDrawnReadTheirRecordsInOneLook) {
+    for (int number = 1; number <= 10; ++number) {
+        Touch("Day 2/abc " + std::to_string(number) + ".mvproj");
+    }
+    const fs::path locked = root / "ABC_Final.mvproj";
+    testsupport::LockAsAnotherEditor(locked, "Ben Okafor");
+    ASSERT_EQ(FindAndWait(u"abc").size(), 12u);
+    QTreeView* rows = view->GetTree().GetImpl()->view.data();
+    ASSERT_NE(rows, nullptr);
+    rows->resize(900, 600); // room for every row
+    const std::uint64_t before = host::files::BoundedAccessCount();
+    rows->show();
+    SettleEvents();
+    rows->viewport()->repaint();
+    // Two looks for the first row, whose height Qt's layout asks before anything is drawn, and
+    // one for the eleven others, from three folders; each read as its cells ask would be two more.
+    EXPECT_EQ(host::files::BoundedAccessCount() - before, 3u);
+    const auto& model = view->GetTree().GetImpl()->model;
+    for (int index = 0; index < view->GetRowCount(); ++index) {
+        const host::TreeRowPtr row = view->GetTree().GetTopLevelRow(index);
+        HandlerTandrel::Columns::FileMetadata record(view->GetRowPath(row));
+        record.Update(true, HandlerTandrel::Columns::kNameColumn);
+        for (int column = 0; column < model.columnCount(); ++column) {
+            const QString shown =
+                model.data(model.IndexOf(row).siblingAtColumn(column), Qt::DisplayRole).toString();
+            const host::WideString expected = record.GetDisplayString(model.ColumnAt(column));
+            EXPECT_EQ(shown.toStdU16String(), expected) << index << ", " << column;
+        }
+    }
+    const host::TreeRowPtr lockedRow = view->GetRowForPath(host::ToUTF16(locked.string()));
+    ASSERT_NE(lockedRow, nullptr);
+    const int lockColumn = [&] {
+        for (int column = 0; column < model.columnCount(); ++column) {
+            if (model.ColumnAt(column) == HandlerTandrel::Columns::kLockColumn) {
+                return column;
+            }
+        }
+        return -1;
+    }();
+    ASSERT_GE(lockColumn, 0);
+    EXPECT_EQ(model.data(model.IndexOf(lockedRow).siblingAtColumn(lockColumn), Qt::DisplayRole)
+                  .toString(),
+              QStringLiteral("Ben Okafor"));
+    rows->hide();
+}
+
+TEST_F(TandrelSearchResultsViewTest, ATurnOfPartsLeavesRoomForWhatTheWindowDoesBetweenTurns) {
+    using std::chrono::milliseconds;
+    using View = TandrelSearchResultsView;
+    // The window answering at once: parts for the whole time of a turn.
+    EXPECT_EQ(View::TimeForParts(milliseconds(1)), milliseconds(View::kTimePerTurn));
+    // Laying out and drawing many rows took a while: the parts take what is left of the turn.
+    EXPECT_EQ(View::TimeForParts(milliseconds(18)), View::kWholeTurn - milliseconds(18));
+    EXPECT_LT(View::TimeForParts(milliseconds(18)), milliseconds(View::kTimePerTurn));
+    // However long the window took, some rows still come at each turn.
+    EXPECT_EQ(View::TimeForParts(milliseconds(400)), milliseconds(View::kLeastTimePerTurn));
+    EXPECT_GT(View::kLeastTimePerTurn.count(), 0);
 }
 
 } // namespace

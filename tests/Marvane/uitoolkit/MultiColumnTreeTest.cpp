@@ -814,4 +814,45 @@ TEST_F(MultiColumnTreeTest, ATextCutByItsColumnShowsWholeInItsToolTipBeforeTheOw
     EXPECT_EQ(tipOver(kSize), "") << "nothing to say: no tooltip";
 }
 
+TEST_F(MultiColumnTreeTest, APaintTellsTheRowsItIsAboutToDrawTopToBottomBeforeAnyCellAsks) {
+    std::vector<TreeRowPtr> rows;
+    for (int index = 0; index < 40; ++index) {
+        const std::u16string number = index < 10 ? u"0" : u"";
+        rows.push_back(Row(u"Scene " + number + host::ToUTF16(std::to_string(index))));
+    }
+    tree.InsertRows(nullptr, rows);
+    SettleEvents();
+    std::vector<std::string> happened;
+    std::vector<std::vector<std::u16string>> told;
+    tree.SetRowsToDrawCallback([&](const std::vector<TreeRowPtr>& drawn) {
+        happened.emplace_back("told");
+        told.push_back(Names(drawn));
+    });
+    tree.SetCellTextCallback([&](const TreeRowPtr& row, UI_MultiColumnTree::ColumnID column) {
+        happened.emplace_back("asked");
+        return column == kName ? names.at(row.get()) : sizes.at(row.get());
+    });
+    // Rows 20 pixels high: as many rows as the rows' area holds, the last one maybe in part.
+    const int height = view()->viewport()->height();
+    const std::size_t shown = static_cast<std::size_t>((height + 19) / 20);
+    ASSERT_LT(shown, rows.size());
+    view()->viewport()->repaint();
+    ASSERT_EQ(told.size(), 1u);
+    ASSERT_FALSE(happened.empty());
+    EXPECT_EQ(happened.front(), "told");
+    ASSERT_EQ(told[0].size(), shown);
+    for (std::size_t index = 0; index < shown; ++index) {
+        EXPECT_EQ(told[0][index], Names(TopLevel())[index]);
+    }
+    // Scrolled to the end, the last rows are told, still top to bottom.
+    view()->scrollToBottom();
+    SettleEvents();
+    told.clear();
+    view()->viewport()->repaint();
+    ASSERT_FALSE(told.empty());
+    ASSERT_GE(told.back().size(), 2u);
+    EXPECT_EQ(told.back().back(), u"Scene 39");
+    EXPECT_EQ(told.back()[told.back().size() - 2], u"Scene 38");
+}
+
 } // namespace

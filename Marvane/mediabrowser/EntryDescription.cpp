@@ -1,0 +1,92 @@
+// Entries described for a set of paths from anywhere in the production, as their folders'
+// listings would describe them.
+#include "Marvane/fileservices/AccessDeadline.h"
+#include "Marvane/fileservices/FileTimes.h"
+#include "Marvane/fileservices/KeptCreation.h"
+#include "host/ApplicationLayer.h"
+#include "host/DebugTrace.h"
+#include "host/FileServices.h"
+#include "host/MediaBrowser.h"
+#include "host/ProjectBackEnd.h"
+
+#include <atomic>
+#include <exception>
+#include <fcntl.h>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+// Looks at one path: what it is (a link: what it points to), and a project's lock.
+DirectoryEntry Describe(const std::string& path, const ByteString& name, const ByteString& second) {
+    DirectoryEntry entry;
+    entry.fields.emplace(std::string(kPathField), ToUTF16(path));
+    struct statx status {};
+    if (::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME,
+                &status) != 0) {
+        return entry;
+    }
+    entry.fields.emplace(std::string(kIsDirectoryField), S_ISDIR(status.stx_mode));
+    entry.fields.emplace(std::string(kSizeField), static_cast<std::int64_t>(status.stx_size));
+    entry.fields.emplace(std::string(kModifiedField), TicksOf(status.stx_mtime));
+    entry.fields.emplace(std::string(kCreatedField), CreatedTicksOfFile(path, status));
+    if (!IsMarvaneProjectFile(path)) {
+        return entry;
+    }
+    try {
+        ProjectLockFilePtr lock = ReadProjectLockFile(path, name, second);
+        entry.fields.emplace(std::string(kLockListedField), lock != nullptr);
+        entry.fields.emplace(std::string(kLockField), std::move(lock));
+    } catch (const std::exception& error) {
+        // Said to be there and left unread: the panel reads it itself.
+        entry.fields.emplace(std::string(kLockListedField), true);
+        Trace("Host", 2, std::string("A lock could not be read: ") + error.what());
+    }
+    return entry;
+}
+
+} // namespace
+
+DirectoryContent DescribeEntries(const std::vector<WideString>& paths) {
+    DirectoryContent content;
+    if (paths.empty()) {
+        return content;
+    }
+    ByteString name;
+    ByteString second;
+    GetProjectLockingPrefs(name, second);
+    std::vector<std::string> files;
+    files.reserve(paths.size());
+    for (const WideString& path : paths) {
+        files.push_back(ToUTF8(path));
+    }
+    // One hand-over for all of them, waited for as long as the looks go on: a slow share
+    // answering each look in turn is not one that stopped answering.
+    const std::string first = files.front();
+    std::optional<DirectoryContent> described = files::BoundedWhileMoving<DirectoryContent>(
+        first, [files = std::move(files), name, second](std::atomic<std::uint64_t>& progress) {
+            DirectoryContent found;
+            found.reserve(files.size());
+            for (const std::string& file : files) {
+                found.push_back(Describe(file, name, second));
+                ++progress;
+            }
+            return found;
+        });
+    if (described) {
+        return std::move(*described);
+    }
+    content.reserve(paths.size());
+    for (const WideString& path : paths) {
+        DirectoryEntry entry;
+        entry.fields.emplace(std::string(kPathField), path);
+        content.push_back(std::move(entry));
+    }
+    return content;
+}
+
+} // namespace host
