@@ -121,10 +121,15 @@ private:
 struct Typed {
     double longestStallMs = 0;
     double firstRowsMs = 0;
+    double longestClearMs = 0; // the text emptied: the results of the last typing go
     std::size_t rows = 0;
 };
 bool TypeOnce(benchmark::State& state, Panel& panel, const std::u16string& text, Typed& typed) {
+    const auto clearing = Clock::now();
     panel.Clear();
+    typed.longestClearMs =
+        std::max(typed.longestClearMs,
+                 std::chrono::duration<double, std::milli>(Clock::now() - clearing).count());
     QApplication::processEvents();
     StallWatch stalls;
     const auto start = Clock::now();
@@ -148,6 +153,7 @@ bool TypeOnce(benchmark::State& state, Panel& panel, const std::u16string& text,
 void Report(benchmark::State& state, const Typed& typed) {
     state.counters["rows"] = static_cast<double>(typed.rows);
     state.counters["longest_stall_ms"] = typed.longestStallMs;
+    state.counters["longest_clear_ms"] = typed.longestClearMs;
     state.counters["first_rows_ms"] =
         benchmark::Counter(typed.firstRowsMs, benchmark::Counter::kAvgIterations);
 }

@@ -27,6 +27,25 @@ void RecordRefresher::RefreshRow(const host::TreeRowPtr& row, bool onlyIfStale, 
     }
 }
 
+void RecordRefresher::RefreshRowsTogether(const std::vector<host::TreeRowPtr>& rows) {
+    std::vector<host::WideString> paths;
+    paths.reserve(rows.size());
+    for (const host::TreeRowPtr& row : rows) {
+        paths.push_back(mView.GetRowPath(row));
+    }
+    const ListedProjects listed = ProjectsOfListing(host::DescribeEntries(paths));
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        const auto found = listed.find(paths[index]);
+        if (found == listed.end()) {
+            RefreshRow(rows[index], false, true);
+        } else if (mRecords.UpdateFromListing(rows[index].get(), paths[index], found->second) ==
+                   RowRecords::Outcome::kRead) {
+            mView.GetTree().RefreshRow(rows[index]);
+            mView.GetTree().RowSortKeyChanged(rows[index]);
+        }
+    }
+}
+
 void RecordRefresher::ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen,
                                        const ListedProjects& listed) {
     // A refresh can move a row among its siblings: go through them as they are now.

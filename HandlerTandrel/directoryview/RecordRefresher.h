@@ -20,6 +20,10 @@ public:
 
     // Refreshes one row's record: now when its folder is open, else only marked stale.
     void RefreshRow(const host::TreeRowPtr& row, bool onlyIfStale, bool parentOpen);
+    // Reads the records of these rows, whose folders are open, again, all in one look (a row
+    // alone is a stat and a lock read, each a wait on a share); a row the look could not
+    // describe is read on its own.
+    void RefreshRowsTogether(const std::vector<host::TreeRowPtr>& rows);
     // What a folder's listing said of its projects, by path.
     using ListedProjects = std::unordered_map<host::WideString, Columns::FileMetadata::Listed>;
     // A folder's content arrived (folder: null for the top level): its rows are read when the

@@ -345,10 +345,14 @@ int TandrelDirectoryView::GetItemCount() const {
 }
 
 void TandrelDirectoryView::RefreshOpenedRows() {
+    std::vector<host::TreeRowPtr> rows;
     for (const host::TreeRowPtr& row : GetTree().GetOpenedRows()) {
         if (mRecords.Has(row.get())) {
-            mRefresher.RefreshRow(row, false, true);
+            rows.push_back(row);
         }
+    }
+    if (!rows.empty()) {
+        mRefresher.RefreshRowsTogether(rows);
     }
 }
 

@@ -3,9 +3,11 @@
 #include "Marvane/uitoolkit/FolderSorting.h"
 #include "Marvane/uitoolkit/HeaderRowImpl.h"
 #include "Marvane/uitoolkit/PlainToolTip.h"
+#include "host/AsyncCalls.h"
 
 #include <algorithm>
 #include <exception>
+#include <memory>
 #include <numeric>
 #include <unordered_set>
 #include <utility>
@@ -381,18 +383,30 @@ void TreeModel::Insert(const TreeRowPtr& parent, const std::vector<TreeRowPtr>& 
     }
 }
 
-std::size_t TreeModel::Detach(const TreeRowPtr& row) {
+std::size_t TreeModel::Detach(const TreeRowPtr& row, bool dropCells) {
     TreeRowNode& node = row->Node();
     node.tree = nullptr;
     node.parent = nullptr;
     node.selected = false; // a row out of the tree is selected in none
     node.selectedBelow = 0;
     node.expandBelow = false;
+    if (dropCells) {
+        node.cells.reset(); // made again if the row is drawn again
+    }
     std::size_t detached = 1;
     for (const TreeRowPtr& child : node.children) {
-        detached += Detach(child);
+        detached += Detach(child, dropCells);
     }
     return detached;
+}
+
+void TreeModel::LetGo(std::vector<TreeRowPtr> rows) {
+    if (rows.size() < kRowsFreedOnAWorker) {
+        return; // freed here, as the rows go
+    }
+    // Rows still held elsewhere only lose this hold: the last holder frees them.
+    RunOnDefaultExecutor([gone = std::make_shared<std::vector<TreeRowPtr>>(
+                              std::move(rows))]() mutable { gone.reset(); });
 }
 
 void TreeModel::Remove(const TreeRowPtr& row) {
@@ -422,10 +436,12 @@ void TreeModel::RemoveChildren(const UI_TreeRow* parent) {
     beginRemoveRows(IndexOf(parent), 0, static_cast<int>(rows.size()) - 1);
     std::vector<TreeRowPtr> gone;
     gone.swap(rows);
+    const bool many = gone.size() >= kRowsFreedOnAWorker;
     for (const TreeRowPtr& row : gone) {
-        mRowCount -= Detach(row);
+        mRowCount -= Detach(row, many);
     }
     endRemoveRows();
+    LetGo(std::move(gone));
 }
 
 void TreeModel::SetCustomChild(const TreeRowPtr& row, bool custom) {

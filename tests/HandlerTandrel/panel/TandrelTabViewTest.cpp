@@ -217,6 +217,22 @@ TEST_F(TandrelTabViewTest,
     EXPECT_EQ(StatusLine(), "4 items");
 }
 
+TEST_F(TandrelTabViewTest, ClearingTheSearchReadsTheShownProjectsAgainInOneLook) {
+    Search("SCENE");
+    // Taken by another editor while the tree was hidden.
+    testsupport::LockAsAnotherEditor(pilot / "Scene 12.mvproj", "Ben Okafor");
+    host::WaitForDefaultExecutor(10000);
+    SettleEvents(300);
+    const std::uint64_t before = host::files::BoundedAccessCount();
+    SearchField().clear();
+    // The two projects shown at the top in one look, where each alone is two.
+    EXPECT_EQ(host::files::BoundedAccessCount() - before, 1u);
+    const auto record = Directory().GetRowMetadata(Row(pilot / "Scene 12.mvproj"));
+    ASSERT_TRUE(record.has_value());
+    EXPECT_EQ(record->lockOwner, u"Ben Okafor");
+    EXPECT_TRUE(Directory().GetRowMetadata(Row(pilot / "Scene 4.mvproj"))->lockOwner.empty());
+}
+
 TEST_F(TandrelTabViewTest, WhileASearchRunsTheStatusSaysSoInsteadOfACountOfNothing) {
     SearchField().setText("scene");
     // The search runs on a worker: until its results are shown, the status says it runs.

@@ -1,4 +1,5 @@
 #include "host/MultiColumnTree.h"
+#include "Marvane/core/DefaultExecutor.h"
 #include "Marvane/uitoolkit/CellTextCache.h"
 #include "Marvane/uitoolkit/TreeView.h"
 #include "NamedRowsTree.h"
@@ -17,11 +18,13 @@
 #include <QSignalSpy>
 #include <QToolTip>
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -853,6 +856,63 @@ TEST_F(MultiColumnTreeTest, APaintTellsTheRowsItIsAboutToDrawTopToBottomBeforeAn
     ASSERT_GE(told.back().size(), 2u);
     EXPECT_EQ(told.back().back(), u"Scene 39");
     EXPECT_EQ(told.back()[told.back().size() - 2], u"Scene 38");
+}
+
+TEST_F(MultiColumnTreeTest, ManyRowsTakenOutAreFreedOnAWorkerAndTheirCellViewsAtOnce) {
+    // Tells on which thread its row was freed.
+    struct Watched final : host::UI_TreeRow::OwnerData {
+        explicit Watched(std::atomic<std::thread::id>& freedOn) : where(freedOn) {}
+        ~Watched() override { where = std::this_thread::get_id(); }
+        std::atomic<std::thread::id>& where;
+    };
+    // Counts the cell views alive.
+    struct CountedCell final : host::UI_SubView {
+        explicit CountedCell(int& alive) : count(alive) { ++count; }
+        ~CountedCell() override { --count; }
+        int& count;
+    };
+    int alive = 0;
+    tree.SetCellViewCallback(
+        [&](const TreeRowPtr&, UI_MultiColumnTree::ColumnID) -> std::unique_ptr<host::UI_SubView> {
+            return std::make_unique<CountedCell>(alive);
+        });
+    const auto fill = [&](std::size_t count) {
+        std::vector<TreeRowPtr> rows;
+        for (std::size_t index = 0; index < count; ++index) {
+            rows.push_back(Row(u"row " + host::ToUTF16(std::to_string(100000 + index))));
+        }
+        tree.InsertRows(nullptr, rows);
+        return rows;
+    };
+
+    std::atomic<std::thread::id> freedOn{};
+    std::vector<TreeRowPtr> rows = fill(host::TreeModel::kRowsFreedOnAWorker);
+    rows.front()->SetOwnerData(std::make_unique<Watched>(freedOn));
+    const std::weak_ptr<host::UI_TreeRow> first = rows.front();
+    rows.clear();
+    SettleEvents();
+    view()->grab(); // the rows shown get their cell views
+    ASSERT_GT(alive, 0);
+    tree.RemoveAllRows();
+    EXPECT_EQ(alive, 0); // at once, on the window's thread
+    host::WaitForDefaultExecutor(10000);
+    EXPECT_TRUE(first.expired());
+    EXPECT_NE(freedOn.load(), std::thread::id());
+    EXPECT_NE(freedOn.load(), std::this_thread::get_id());
+
+    // A few rows are freed here and now, with their cell views.
+    freedOn = std::thread::id();
+    rows = fill(3);
+    rows.front()->SetOwnerData(std::make_unique<Watched>(freedOn));
+    const std::weak_ptr<host::UI_TreeRow> few = rows.front();
+    rows.clear();
+    SettleEvents();
+    view()->grab();
+    ASSERT_GT(alive, 0);
+    tree.RemoveAllRows();
+    EXPECT_EQ(alive, 0);
+    EXPECT_TRUE(few.expired());
+    EXPECT_EQ(freedOn.load(), std::this_thread::get_id());
 }
 
 } // namespace
