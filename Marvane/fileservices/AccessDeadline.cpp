@@ -250,6 +250,12 @@ bool RunBoundedWatching(const fs::path& path, std::function<void()> access,
 
 } // namespace
 
+bool IsBounded(const fs::path& path) {
+    Gate& gate = TheGate();
+    const std::lock_guard lock(gate.mutex);
+    return CurrentThreadIsMainThread() && IsUnder(path, gate.folder);
+}
+
 bool RunBounded(const fs::path& path, std::function<void()> access,
                 std::chrono::milliseconds deadline) {
     return RunBoundedWatching(path, std::move(access), deadline, nullptr);

@@ -33,6 +33,10 @@ std::uint64_t BoundedAccessFailures();
 // system), for the tests.
 std::uint64_t BoundedAccessCount();
 
+// Whether an access to path made now, on this thread, is bounded: the main thread's, under the
+// guarded folder.
+bool IsBounded(const std::filesystem::path& path);
+
 // Runs `access`, bounded as described above. False when it did not finish (refused, or still
 // running past the deadline: it then finishes on its own, later, and its outcome is lost).
 // `access` must own everything it uses: it may outlive the caller.

@@ -400,8 +400,8 @@ std::size_t TreeModel::Detach(const TreeRowPtr& row, bool dropCells) {
     return detached;
 }
 
-void TreeModel::LetGo(std::vector<TreeRowPtr> rows) {
-    if (rows.size() < kRowsFreedOnAWorker) {
+void TreeModel::LetGo(std::vector<TreeRowPtr> rows, std::size_t withRowsBelow) {
+    if (withRowsBelow < kRowsFreedOnAWorker) {
         return; // freed here, as the rows go
     }
     // Rows still held elsewhere only lose this hold: the last holder frees them.
@@ -436,12 +436,13 @@ void TreeModel::RemoveChildren(const UI_TreeRow* parent) {
     beginRemoveRows(IndexOf(parent), 0, static_cast<int>(rows.size()) - 1);
     std::vector<TreeRowPtr> gone;
     gone.swap(rows);
-    const bool many = gone.size() >= kRowsFreedOnAWorker;
+    std::size_t detached = 0;
     for (const TreeRowPtr& row : gone) {
-        mRowCount -= Detach(row, many);
+        detached += Detach(row, true);
     }
+    mRowCount -= detached;
     endRemoveRows();
-    LetGo(std::move(gone));
+    LetGo(std::move(gone), detached);
 }
 
 void TreeModel::SetCustomChild(const TreeRowPtr& row, bool custom) {

@@ -18,9 +18,10 @@ class HeaderRowImpl;
 
 class TreeModel final : public QAbstractItemModel {
 public:
-    // From this many rows taken out at once, the rows are freed on a worker: freeing 200,000
-    // rows (nodes, names, records) took 75 ms of the window's time. Their cell views, which
-    // belong to the window's thread, are freed as they are taken out.
+    // From this many rows taken out at once (the rows below them counted), the rows are freed
+    // on a worker: freeing 200,000 rows (nodes, names, records) took 75 ms of the window's
+    // time. Their cell views, which belong to the window's thread, are freed as they are taken
+    // out, however many they are.
     static constexpr std::size_t kRowsFreedOnAWorker = 4096;
 
     explicit TreeModel(QObject* parent = nullptr);
@@ -119,8 +120,9 @@ private:
     // Takes the row and the rows below it out of the tree; how many there were. dropCells: their
     // cell views go too, as rows about to be freed on a worker must have no cell view left.
     std::size_t Detach(const TreeRowPtr& row, bool dropCells = false);
-    // Frees rows taken out of the tree (see kRowsFreedOnAWorker).
-    static void LetGo(std::vector<TreeRowPtr> rows);
+    // Frees rows taken out of the tree, withRowsBelow counting the rows below them too (see
+    // kRowsFreedOnAWorker).
+    static void LetGo(std::vector<TreeRowPtr> rows, std::size_t withRowsBelow);
     // Starts the sort asked for by Resort: on worker threads when it can, else at once.
     void StartSorting();
     // The workers are done: the rows change places, or are sorted here when they could not be.

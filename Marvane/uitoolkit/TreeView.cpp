@@ -565,9 +565,22 @@ void TreeWidget::TellRowsToDraw(const QRect& area) {
     // Every row is as high as the tree says (uniform heights): one look per row's height
     // finds them without asking Qt where each row lies.
     const int step = std::max(1, static_cast<int>(mTree.rowHeight));
+    // A point inside the first column shown: the columns need not reach the left edge (right
+    // to left, they start at the right).
+    const QHeaderView* columns = header();
+    int x = 0;
+    for (int visual = 0; visual < columns->count(); ++visual) {
+        const int logical = columns->logicalIndex(visual);
+        if (!columns->isSectionHidden(logical) && columns->sectionSize(logical) > 0) {
+            x = std::clamp(columns->sectionViewportPosition(logical) +
+                               columns->sectionSize(logical) / 2,
+                           0, std::max(0, viewport()->width() - 1));
+            break;
+        }
+    }
     std::vector<TreeRowPtr> rows;
     const auto add = [&](int y) {
-        const QModelIndex index = indexAt(QPoint(0, y));
+        const QModelIndex index = indexAt(QPoint(x, y));
         TreeRowPtr row = index.isValid() ? mTree.model.RowAt(index) : nullptr;
         if (row && (rows.empty() || rows.back() != row)) {
             rows.push_back(std::move(row));

@@ -183,9 +183,11 @@ TEST_F(TandrelSearchResultsViewTest, TheRowsAboutToBeDrawnReadTheirRecordsInOneL
     rows->show();
     SettleEvents();
     rows->viewport()->repaint();
-    // Two looks for the first row, whose height Qt's layout asks before anything is drawn, and
-    // one for the eleven others, from three folders; each read as its cells ask would be two more.
-    EXPECT_EQ(host::files::BoundedAccessCount() - before, 3u);
+    // At most two looks for the first row, whose height Qt's layout may ask before anything is
+    // drawn, and one for the others, from three folders; each row read as its cells ask would
+    // be two looks, 24 in all.
+    EXPECT_GE(host::files::BoundedAccessCount() - before, 1u);
+    EXPECT_LE(host::files::BoundedAccessCount() - before, 3u);
     const auto& model = view->GetTree().GetImpl()->model;
     for (int index = 0; index < view->GetRowCount(); ++index) {
         const host::TreeRowPtr row = view->GetTree().GetTopLevelRow(index);

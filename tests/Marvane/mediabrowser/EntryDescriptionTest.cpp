@@ -58,7 +58,7 @@ protected:
     const fs::path hanging = production / "Hanging.fifo";
 };
 
-TEST_F(EntryDescriptionTest, EachPathIsDescribedAsItsFolderListingWouldDescribeIt) {
+TEST_F(EntryDescriptionTest, EachPathIsDescribedAsItsFileAndLockReadOnTheirOwnDescribeIt) {
     const std::vector<WideString> paths = {
         W(locked), W(unlocked), W(production / "Reels"), W(production / "Gone.mvproj"),
         W(pipe),   W(link)};
@@ -93,8 +93,11 @@ TEST_F(EntryDescriptionTest, EachPathIsDescribedAsItsFolderListingWouldDescribeI
     EXPECT_EQ(Number(entries[4], host::kSizeField), 0);
     EXPECT_FALSE(host::EntryFlag(entries[4], host::kLockListedField));
     // A link is described as what it points to, as a listing does.
+    const host::FileInfo target(W(outside));
     EXPECT_EQ(Number(entries[5], host::kSizeField),
               static_cast<std::int64_t>(fs::file_size(outside)));
+    EXPECT_EQ(Number(entries[5], host::kModifiedField), target.Modified());
+    EXPECT_FALSE(host::EntryFlag(entries[5], host::kLockListedField));
 }
 
 TEST_F(EntryDescriptionTest, OnTheMainThreadEveryPathIsLookedAtInOneHandOver) {
@@ -137,6 +140,33 @@ TEST_F(EntryDescriptionTest, AProductionTakenForNotAnsweringLeavesEachEntryWithI
     EXPECT_EQ(entries[0].fields.size(), 1u);
     EXPECT_EQ(entries[1].fields.size(), 1u);
     EXPECT_EQ(host::files::BoundedAccessFailures(), failures + 1);
+}
+
+TEST_F(EntryDescriptionTest, PathsOutsideTheProductionAreLookedAtWithoutItsBounds) {
+    std::uint64_t before = host::files::BoundedAccessCount();
+    host::DirectoryContent entries = host::DescribeEntries({W(outside), W(locked), W(unlocked)});
+    ASSERT_EQ(entries.size(), 3u);
+    EXPECT_EQ(host::files::BoundedAccessCount() - before, 1u); // the two inside, together
+    EXPECT_EQ(host::EntryPath(entries[0]), W(outside));
+    EXPECT_EQ(Number(entries[0], host::kSizeField),
+              static_cast<std::int64_t>(fs::file_size(outside)));
+    EXPECT_TRUE(host::EntryFlag(entries[1], host::kLockListedField));
+    // With the production taken for not answering, what lies outside it is still looked at.
+    ASSERT_EQ(::mkfifo(hanging.c_str(), 0644), 0);
+    const fs::path fifo = hanging;
+    host::files::GuardFolder(production, std::chrono::milliseconds(200));
+    ASSERT_FALSE(host::files::RunBounded(fifo, [fifo] {
+        const int reader = ::open(fifo.c_str(), O_RDONLY);
+        if (reader >= 0) {
+            ::close(reader);
+        }
+    }));
+    before = host::files::BoundedAccessCount();
+    entries = host::DescribeEntries({W(locked), W(outside)});
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].fields.size(), 1u);
+    EXPECT_EQ(Number(entries[1], host::kSizeField),
+              static_cast<std::int64_t>(fs::file_size(outside)));
 }
 
 } // namespace

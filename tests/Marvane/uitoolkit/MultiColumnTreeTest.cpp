@@ -856,6 +856,28 @@ TEST_F(MultiColumnTreeTest, APaintTellsTheRowsItIsAboutToDrawTopToBottomBeforeAn
     ASSERT_GE(told.back().size(), 2u);
     EXPECT_EQ(told.back().back(), u"Scene 39");
     EXPECT_EQ(told.back()[told.back().size() - 2], u"Scene 38");
+
+    // A paint of part of the rows tells the rows of that part.
+    view()->scrollToTop();
+    SettleEvents();
+    told.clear();
+    view()->viewport()->repaint(QRect(0, 45, view()->viewport()->width(), 30));
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back(), (std::vector<std::u16string>{u"Scene 02", u"Scene 03"}));
+
+    // Right to left, with columns narrower than the rows' area: they lie at the right, and the
+    // rows are still told.
+    view()->header()->setStretchLastSection(false);
+    view()->header()->resizeSection(0, 60);
+    view()->header()->resizeSection(1, 60);
+    view()->setLayoutDirection(Qt::RightToLeft);
+    SettleEvents();
+    told.clear();
+    view()->viewport()->repaint();
+    ASSERT_FALSE(told.empty());
+    ASSERT_EQ(told.back().size(), shown);
+    EXPECT_EQ(told.back().front(), u"Scene 00");
+    view()->setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(MultiColumnTreeTest, ManyRowsTakenOutAreFreedOnAWorkerAndTheirCellViewsAtOnce) {
