@@ -41,6 +41,20 @@ protected:
             ::close(writer);
         }
     }
+    // A read of a pipe nobody writes to blocks for real: the production stops answering, and
+    // is taken for not answering from then on.
+    void MakeTheProductionHang() const {
+        ASSERT_EQ(::mkfifo(hanging.c_str(), 0644), 0);
+        const fs::path fifo = hanging;
+        host::files::GuardFolder(production, std::chrono::milliseconds(200));
+        ASSERT_FALSE(host::files::RunBounded(fifo, [fifo] {
+            const int reader = ::open(fifo.c_str(), O_RDONLY);
+            if (reader >= 0) {
+                ::close(reader);
+            }
+        }));
+        ASSERT_TRUE(host::files::GuardedFolderIsHung());
+    }
     static WideString W(const fs::path& path) { return host::ToUTF16(path.string()); }
     static std::int64_t Number(const host::DirectoryEntry& entry, std::string_view field) {
         std::int64_t value = -1;
@@ -121,17 +135,7 @@ TEST_F(EntryDescriptionTest, OnTheMainThreadEveryPathIsLookedAtInOneHandOver) {
 }
 
 TEST_F(EntryDescriptionTest, AProductionTakenForNotAnsweringLeavesEachEntryWithItsPathAlone) {
-    // A read of a pipe nobody writes to blocks for real: the production stops answering.
-    ASSERT_EQ(::mkfifo(hanging.c_str(), 0644), 0);
-    const fs::path fifo = hanging;
-    host::files::GuardFolder(production, std::chrono::milliseconds(200));
-    ASSERT_FALSE(host::files::RunBounded(fifo, [fifo] {
-        const int reader = ::open(fifo.c_str(), O_RDONLY);
-        if (reader >= 0) {
-            ::close(reader);
-        }
-    }));
-    ASSERT_TRUE(host::files::GuardedFolderIsHung());
+    MakeTheProductionHang();
     const std::uint64_t failures = host::files::BoundedAccessFailures();
     const host::DirectoryContent entries = host::DescribeEntries({W(locked), W(unlocked)});
     ASSERT_EQ(entries.size(), 2u);
@@ -143,7 +147,7 @@ TEST_F(EntryDescriptionTest, AProductionTakenForNotAnsweringLeavesEachEntryWithI
 }
 
 TEST_F(EntryDescriptionTest, PathsOutsideTheProductionAreLookedAtWithoutItsBounds) {
-    std::uint64_t before = host::files::BoundedAccessCount();
+    const std::uint64_t before = host::files::BoundedAccessCount();
     host::DirectoryContent entries = host::DescribeEntries({W(outside), W(locked), W(unlocked)});
     ASSERT_EQ(entries.size(), 3u);
     EXPECT_EQ(host::files::BoundedAccessCount() - before, 1u); // the two inside, together
@@ -152,16 +156,7 @@ TEST_F(EntryDescriptionTest, PathsOutsideTheProductionAreLookedAtWithoutItsBound
               static_cast<std::int64_t>(fs::file_size(outside)));
     EXPECT_TRUE(host::EntryFlag(entries[1], host::kLockListedField));
     // With the production taken for not answering, what lies outside it is still looked at.
-    ASSERT_EQ(::mkfifo(hanging.c_str(), 0644), 0);
-    const fs::path fifo = hanging;
-    host::files::GuardFolder(production, std::chrono::milliseconds(200));
-    ASSERT_FALSE(host::files::RunBounded(fifo, [fifo] {
-        const int reader = ::open(fifo.c_str(), O_RDONLY);
-        if (reader >= 0) {
-            ::close(reader);
-        }
-    }));
-    before = host::files::BoundedAccessCount();
+    MakeTheProductionHang();
     entries = host::DescribeEntries({W(locked), W(outside)});
     ASSERT_EQ(entries.size(), 2u);
     EXPECT_EQ(entries[0].fields.size(), 1u);
