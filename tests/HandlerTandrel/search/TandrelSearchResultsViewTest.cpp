@@ -194,10 +194,10 @@ TEST_F(TandrelSearchResultsViewTest, TheRowsAboutToBeDrawnReadTheirRecordsInOneL
         HandlerTandrel::Columns::FileMetadata record(view->GetRowPath(row));
         record.Update(true, HandlerTandrel::Columns::kNameColumn);
         for (int column = 0; column < model.columnCount(); ++column) {
-            const QString shown =
+            const QString text =
                 model.data(model.IndexOf(row).siblingAtColumn(column), Qt::DisplayRole).toString();
             const host::WideString expected = record.GetDisplayString(model.ColumnAt(column));
-            EXPECT_EQ(shown.toStdU16String(), expected) << index << ", " << column;
+            EXPECT_EQ(text.toStdU16String(), expected) << index << ", " << column;
         }
     }
     const host::TreeRowPtr lockedRow = view->GetRowForPath(host::ToUTF16(locked.string()));
