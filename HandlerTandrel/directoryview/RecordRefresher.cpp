@@ -33,17 +33,29 @@ void RecordRefresher::RefreshRowsTogether(const std::vector<host::TreeRowPtr>& r
     for (const host::TreeRowPtr& row : rows) {
         paths.push_back(mView.GetRowPath(row));
     }
+    const std::vector<bool> read = ReadTogether(mRecords, rows, paths);
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        if (!read[index]) {
+            RefreshRow(rows[index], false, true);
+            continue;
+        }
+        mView.GetTree().RefreshRow(rows[index]);
+        mView.GetTree().RowSortKeyChanged(rows[index]);
+    }
+}
+
+std::vector<bool> RecordRefresher::ReadTogether(RowRecords& records,
+                                                const std::vector<host::TreeRowPtr>& rows,
+                                                const std::vector<host::WideString>& paths) {
+    std::vector<bool> read(rows.size(), false);
     const ListedProjects listed = ProjectsOfListing(host::DescribeEntries(paths));
     for (std::size_t index = 0; index < rows.size(); ++index) {
         const auto found = listed.find(paths[index]);
-        if (found == listed.end()) {
-            RefreshRow(rows[index], false, true);
-        } else if (mRecords.UpdateFromListing(rows[index].get(), paths[index], found->second) ==
-                   RowRecords::Outcome::kRead) {
-            mView.GetTree().RefreshRow(rows[index]);
-            mView.GetTree().RowSortKeyChanged(rows[index]);
-        }
+        read[index] = found != listed.end() &&
+                      records.UpdateFromListing(rows[index].get(), paths[index], found->second) ==
+                          RowRecords::Outcome::kRead;
     }
+    return read;
 }
 
 void RecordRefresher::ContentDelivered(const host::TreeRowPtr& folder, bool folderOpen,

@@ -24,6 +24,12 @@ public:
     // alone is a stat and a lock read, each a wait on a share); a row the look could not
     // describe is read on its own.
     void RefreshRowsTogether(const std::vector<host::TreeRowPtr>& rows);
+    // Reads the records of these project rows (paths: theirs) in one look at all of them, as
+    // their folders' listings would describe them; for each row, whether it was read (a row
+    // the look could not describe, or no project, is not).
+    static std::vector<bool> ReadTogether(RowRecords& records,
+                                          const std::vector<host::TreeRowPtr>& rows,
+                                          const std::vector<host::WideString>& paths);
     // What a folder's listing said of its projects, by path.
     using ListedProjects = std::unordered_map<host::WideString, Columns::FileMetadata::Listed>;
     // A folder's content arrived (folder: null for the top level): its rows are read when the

@@ -9,7 +9,6 @@
 #include "host/ApplicationLayer.h"
 #include "host/AsyncCalls.h"
 #include "host/Localizer.h"
-#include "host/MediaBrowser.h"
 #include "host/OpenProjects.h"
 #include "host/ProjectBackEnd.h"
 #include "host/UIFramework.h"
@@ -345,16 +344,9 @@ void TandrelSearchResultsView::ReadRecordsOf(const std::vector<host::TreeRowPtr>
             paths.push_back(GetRowPath(row));
         }
     }
-    if (unread.size() < 2) {
-        return; // a row alone reads its record as its cells ask for it
-    }
-    const RecordRefresher::ListedProjects listed =
-        RecordRefresher::ProjectsOfListing(host::DescribeEntries(paths));
-    for (std::size_t index = 0; index < unread.size(); ++index) {
-        // A project that could not be looked at now is read when its cells ask for it.
-        if (const auto found = listed.find(paths[index]); found != listed.end()) {
-            mRecords.UpdateFromListing(unread[index].get(), paths[index], found->second);
-        }
+    // A project that could not be looked at now is read when its cells ask for it.
+    if (!unread.empty()) {
+        RecordRefresher::ReadTogether(mRecords, unread, paths);
     }
 }
 

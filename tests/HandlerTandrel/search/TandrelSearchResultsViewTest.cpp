@@ -20,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -214,6 +215,50 @@ TEST_F(TandrelSearchResultsViewTest, TheRowsAboutToBeDrawnReadTheirRecordsInOneL
     EXPECT_EQ(model.data(model.IndexOf(lockedRow).siblingAtColumn(lockColumn), Qt::DisplayRole)
                   .toString(),
               QStringLiteral("Ben Okafor"));
+    rows->hide();
+}
+
+TEST_F(TandrelSearchResultsViewTest, OddResultsAreDrawnTogetherWithoutWaitingOnAnyOfThem) {
+    // A pipe named like a project, whose lock is a pipe too; a project whose lock is a folder;
+    // a name of 250 bytes; a name that is not UTF-8; a link to a project outside.
+    ASSERT_EQ(::mkfifo((root / "abc pipe.mvproj").c_str(), 0644), 0);
+    ASSERT_EQ(::mkfifo((root / "abc pipe.mvproj.lock").c_str(), 0644), 0);
+    Touch("abc folder lock.mvproj");
+    fs::create_directories(root / "abc folder lock.mvproj.lock");
+    const std::string longName = "abc " + std::string(250 - 11, 'x') + ".mvproj";
+    Touch("Day 2/" + longName);
+    Touch("Day 2/abc \xff\xfe.mvproj");
+    const testsupport::TemporaryFolder elsewhere{"search-view-outside"};
+    std::ofstream(elsewhere.Path() / "abc outside.mvproj") << "{}";
+    fs::create_symlink(elsewhere.Path() / "abc outside.mvproj", root / "abc link.mvproj");
+    const std::uint64_t failuresBefore = host::files::BoundedAccessFailures();
+    const std::vector<std::string> found = FindAndWait(u"abc");
+    EXPECT_NE(std::find(found.begin(), found.end(), longName), found.end());
+    EXPECT_NE(std::find(found.begin(), found.end(), "abc pipe.mvproj"), found.end());
+    QTreeView* rows = view->GetTree().GetImpl()->view.data();
+    ASSERT_NE(rows, nullptr);
+    rows->resize(900, 600);
+    rows->show();
+    SettleEvents();
+    rows->viewport()->repaint();
+    // Nothing was opened that could block: a look that did would have missed the production's
+    // deadline and taken it for not answering.
+    EXPECT_FALSE(host::files::GuardedFolderIsHung());
+    EXPECT_EQ(host::files::BoundedAccessFailures(), failuresBefore);
+    // The pipe is a result like any other: its cells show what reading it on its own shows.
+    const auto& model = view->GetTree().GetImpl()->model;
+    const host::TreeRowPtr pipe =
+        view->GetRowForPath(host::ToUTF16((root / "abc pipe.mvproj").string()));
+    ASSERT_NE(pipe, nullptr);
+    HandlerTandrel::Columns::FileMetadata record(view->GetRowPath(pipe));
+    record.Update(true, HandlerTandrel::Columns::kNameColumn);
+    for (int column = 0; column < model.columnCount(); ++column) {
+        EXPECT_EQ(model.data(model.IndexOf(pipe).siblingAtColumn(column), Qt::DisplayRole)
+                      .toString()
+                      .toStdU16String(),
+                  record.GetDisplayString(model.ColumnAt(column)))
+            << column;
+    }
     rows->hide();
 }
 
